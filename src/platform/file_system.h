@@ -1,0 +1,93 @@
+// All that the rest of the program asks of the file system. An everyday failure (a file that is not
+// there) comes back as a std::error_code whose message() is the system's own text; a failed write
+// throws std::system_error that names the path.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace sourcetype {
+
+enum class FileKind { CannotExamine, Regular, Other };
+
+// What stands at `path`, symbolic links followed.
+FileKind fileKind(const std::filesystem::path& path);
+
+// A regular file opened for reading bytes. Anything else (a directory, a FIFO, a device) is refused
+// and never waited for. Moves, does not copy.
+class InputFile {
+ public:
+  // Never throws for the file's sake: ask error().
+  explicit InputFile(const std::filesystem::path& path);
+  InputFile(InputFile&& other) noexcept;
+  InputFile& operator=(InputFile&& other) noexcept;
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+  ~InputFile();
+
+  // Why the file could not be opened or read; converts to false while all went well.
+  std::error_code error() const { return error_; }
+
+  // Bytes at the time of opening. A hint: the file may grow or shrink while it is read.
+  std::uint64_t size() const { return size_; }
+
+  // Fills `buffer` as far as the file goes. Fewer bytes than asked for, 0 included, mean the end of
+  // the file or an error().
+  std::size_t read(std::span<char> buffer);
+
+ private:
+  std::error_code error_;
+  std::uint64_t size_ = 0;
+  std::intptr_t handle_;
+};
+
+// The whole of a file, or why it cannot be had. `bytes` is empty on error.
+struct FileBytes {
+  std::unique_ptr<char[]> bytes;  // NOLINT(modernize-avoid-c-arrays): not zeroed before the read
+  std::size_t size = 0;
+  std::error_code error;
+
+  std::string_view view() const { return {bytes.get(), size}; }
+};
+FileBytes readFile(const std::filesystem::path& path);
+
+// True when the error says that there is no such file, as against one that cannot be read.
+bool isMissingFile(std::error_code error);
+
+// Names of the entries of a directory without "." and "..", in ascending byte order; empty with
+// `error` set when it cannot be read.
+std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& directory,
+                                                 std::error_code& error);
+
+// Replaces the content of `target` as one step: a reader sees the old bytes or the new ones, also
+// after a crash. The content goes to a temporary file in the same directory, is synced and renamed.
+// When `target` is a symbolic link the file it names is replaced. Permissions are kept; directories
+// that are missing are made. Throws std::system_error; the target is then unchanged.
+void replaceFile(const std::filesystem::path& target, std::string_view content);
+
+// Deletes a file. A file that is not there is no error.
+std::error_code removeFile(const std::filesystem::path& path);
+
+// An exclusive lock between processes, held for the life of the object. It locks a file of its own
+// at `lockPath`, which is created and stays; the system frees the lock of a process that died.
+class FileLock {
+ public:
+  // Throws std::system_error when the lock is not to be had within `wait`.
+  FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds wait);
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  ~FileLock();
+
+ private:
+  std::intptr_t handle_;
+};
+
+}  // namespace sourcetype

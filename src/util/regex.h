@@ -1,0 +1,93 @@
+// Regular expressions (PCRE2, 8-bit, UTF mode).
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sourcetype {
+
+// A pattern that does not compile. The text is "Regex: " and the library's reason.
+class RegexException : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Where the groups of one match stand in its subject: group 0 is the whole match.
+class MatchResult {
+ public:
+  // Groups of the expression, group 0 included; those that took no part are absent.
+  std::size_t groupCount() const { return starts_.size(); }
+  bool has(std::size_t group) const;
+  // Byte offsets in the subject; need has(group).
+  std::size_t start(std::size_t group) const { return starts_[group]; }
+  std::size_t end(std::size_t group) const { return ends_[group]; }
+  // The group's text, empty when absent. `subject` is what was matched.
+  std::string_view text(std::size_t group, std::string_view subject) const;
+
+ private:
+  friend class Regex;
+  std::vector<std::size_t> starts_;
+  std::vector<std::size_t> ends_;
+};
+
+// A compiled expression. Immutable: one object may be matched from several threads. Subjects may be
+// any bytes; an invalid UTF-8 sequence matches nothing. A match that would cost too much (see the
+// limits in regex.cpp) counts as no match. Neither copies nor moves are needed often: both are cheap
+// moves of pointers.
+class Regex {
+ public:
+  enum class Study { No, Yes };  // Yes: worth compiling to machine code
+  enum class Mode { Search = 0, Whole = 1, Partial = 2 };
+
+  // Compile options; UTF mode is always on.
+  static constexpr std::uint32_t kNoOptions = 0;
+  static const std::uint32_t kCaseless;
+
+  // Throws RegexException.
+  explicit Regex(std::string_view pattern, std::uint32_t options = kNoOptions,
+                 Study study = Study::No);
+  Regex(Regex&& other) noexcept;
+  Regex& operator=(Regex&& other) noexcept;
+  Regex(const Regex&) = delete;
+  Regex& operator=(const Regex&) = delete;
+  ~Regex();
+
+  // Search finds a match anywhere. Whole demands that the expression spans the subject, trying every
+  // alternative. Partial also takes a subject that ends inside a possible match.
+  bool match(std::string_view subject, Mode mode = Mode::Search) const;
+  bool match(std::string_view subject, MatchResult& result, Mode mode = Mode::Search) const;
+
+  // The same, and moves `subject` past the end of the match.
+  bool consume(std::string_view& subject, MatchResult& result, Mode mode = Mode::Search) const;
+
+  // Start of the first match. `anchoredAtStart`: only one at offset 0 counts; `requireWhole`: only
+  // one as long as the subject.
+  struct FindOptions {
+    bool anchoredAtStart = false;
+    bool requireWhole = false;
+  };
+  std::optional<std::size_t> find(std::string_view subject, FindOptions options) const;
+  std::optional<std::size_t> find(std::string_view subject) const { return find(subject, {}); }
+
+  // Capture groups without group 0.
+  std::size_t groupCount() const;
+  // The number of a named group, nothing when there is none of that name.
+  std::optional<std::size_t> groupNumber(std::string_view name) const;
+  // True when the library found that a match can only begin at offset 0.
+  bool isAnchored() const;
+  const std::string& pattern() const;
+
+ private:
+  struct Program;
+  std::unique_ptr<const Program> program_;
+};
+
+}  // namespace sourcetype

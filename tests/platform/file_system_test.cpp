@@ -1,0 +1,70 @@
+#include "platform/file_system.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "support/temp_tree.h"
+
+namespace sourcetype {
+namespace {
+
+using std::filesystem::perms;
+using testing::TempTree;
+
+TEST(ReadFile, GivesTheBytesOrTheReason) {
+  const TempTree tree;
+  EXPECT_EQ(readFile(tree.write("f", std::string_view("a\0b", 3))).view(),
+            std::string_view("a\0b", 3));
+  EXPECT_TRUE(isMissingFile(readFile(tree.path("none")).error));
+  EXPECT_EQ(readFile(tree.root()).error, std::errc::is_a_directory);
+}
+
+TEST(InputFile, RefusesAFifoWithoutWaitingForAWriter) {
+  const TempTree tree;
+  ASSERT_EQ(::mkfifo(tree.path("fifo").c_str(), 0600), 0);
+  EXPECT_TRUE(InputFile(tree.path("fifo")).error());
+  EXPECT_EQ(fileKind(tree.path("fifo")), FileKind::Other);
+}
+
+TEST(ReplaceFile, MakesDirectoriesAndLeavesNothingBeside) {
+  const TempTree tree;
+  replaceFile(tree.path("a/b/c.conf"), "new");
+  EXPECT_EQ(tree.read("a/b/c.conf"), "new");
+  std::error_code error;
+  EXPECT_EQ(listDirectory(tree.path("a/b"), error).size(), 1U);
+}
+
+TEST(ReplaceFile, KeepsPermissionsAndWritesThroughALink) {
+  const TempTree tree;
+  const auto real = tree.write("real.conf", "old");
+  std::filesystem::permissions(real, perms::owner_read | perms::owner_write);
+  std::filesystem::create_symlink("real.conf", tree.path("link.conf"));
+  replaceFile(tree.path("link.conf"), "new");
+  EXPECT_TRUE(std::filesystem::is_symlink(tree.path("link.conf")));
+  EXPECT_EQ(tree.read("real.conf"), "new");
+  EXPECT_EQ(std::filesystem::status(real).permissions(), perms::owner_read | perms::owner_write);
+}
+
+TEST(ReplaceFile, ThrowsWithThePathWhenItCannotWrite) {
+  const TempTree tree;
+  tree.write("file", "");
+  try {
+    replaceFile(tree.path("file/x.conf"), "new");
+    FAIL() << "nothing thrown";
+  } catch (const std::system_error& error) {
+    EXPECT_NE(std::string_view(error.what()).find("file"), std::string_view::npos);
+  }
+}
+
+TEST(FileLock, IsRefusedWhileHeldAndFreeAfterwards) {
+  const TempTree tree;
+  const auto lockPath = tree.path("x.lock");
+  {
+    const FileLock held(lockPath, std::chrono::milliseconds(0));
+    EXPECT_THROW(FileLock(lockPath, std::chrono::milliseconds(20)), std::system_error);
+  }
+  EXPECT_NO_THROW(FileLock(lockPath, std::chrono::milliseconds(0)));
+}
+
+}  // namespace
+}  // namespace sourcetype
