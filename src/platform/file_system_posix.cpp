@@ -21,7 +21,9 @@ constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
 constexpr std::chrono::milliseconds kLockPollInterval{10};
 
-std::error_code lastError() { return {errno, std::system_category()}; }
+std::error_code lastError() {
+  return {errno, std::system_category()};
+}
 
 [[noreturn]] void throwLastError(const std::string& what, const std::filesystem::path& path) {
   throw std::system_error(lastError(), what + " " + pathToText(path));
@@ -85,8 +87,7 @@ void copyPermissions(const Descriptor& from, const Descriptor& to) {
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::filesystem::path& target)
-      : name_(target.native() + ".XXXXXX.tmp"),
-        file_(::mkostemps(name_.data(), 4, O_CLOEXEC)) {
+      : name_(target.native() + ".XXXXXX.tmp"), file_(::mkostemps(name_.data(), 4, O_CLOEXEC)) {
     if (!file_.isOpen()) throwLastError("cannot create a temporary file for", target);
   }
   TemporaryFile(const TemporaryFile&) = delete;
@@ -201,7 +202,8 @@ std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& di
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
     names.push_back(entry->path().filename());
   }
-  std::ranges::sort(names, {}, [](const auto& name) -> const auto& { return name.native(); });
+  std::ranges::sort(
+      names, {}, [](const auto& name) -> const auto& { return name.native(); });
   return names;
 }
 
@@ -246,6 +248,8 @@ FileLock::FileLock(const std::filesystem::path& lockPath, std::chrono::milliseco
   handle_ = file.release();
 }
 
-FileLock::~FileLock() { ::close(static_cast<int>(handle_)); }
+FileLock::~FileLock() {
+  ::close(static_cast<int>(handle_));
+}
 
 }  // namespace sourcetype

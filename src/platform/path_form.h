@@ -7,8 +7,8 @@
 
 namespace sourcetype {
 
-// What differs between the two ways of writing a path. A value, handed to the code that needs it, so
-// that both forms work and are tested on every machine.
+// What differs between the two ways of writing a path. A value, handed to the code that needs it,
+// so that both forms work and are tested on every machine.
 struct PathForm {
   char separator;
   bool literalBackslash;  // a backslash in a stanza pattern is itself, not an escape

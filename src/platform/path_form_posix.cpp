@@ -2,10 +2,16 @@
 
 namespace sourcetype {
 
-PathForm nativePathForm() { return kPosixPathForm; }
+PathForm nativePathForm() {
+  return kPosixPathForm;
+}
 
-std::string pathToText(const std::filesystem::path& path) { return path.native(); }
+std::string pathToText(const std::filesystem::path& path) {
+  return path.native();
+}
 
-std::filesystem::path pathFromText(std::string_view text) { return std::filesystem::path(text); }
+std::filesystem::path pathFromText(std::string_view text) {
+  return text;
+}
 
 }  // namespace sourcetype

@@ -2,6 +2,7 @@
 // a format that does not fit its arguments still gives something readable and harms nothing.
 #pragma once
 
+#include <array>
 #include <concepts>
 #include <span>
 #include <string>
@@ -40,15 +41,20 @@ FormatArgument makeFormatArgument(const T& value) {
   }
 }
 
-// Formats `arguments` as printf would. "%m" gives the text of the first std::error_code among them.
-// Where a conversion does not fit its argument, or the numbers of both differ, the result is the
-// unformatted text followed by every argument in brackets.
+// The text with its control characters (but tabs) shown as \xHH, which leaves one line.
+std::string escapeControlCharacters(std::string_view text);
+
+// Formats `arguments` as printf would, length modifiers and "%2$s" included. "%s" takes any
+// argument; a number keeps its value whatever the modifier says. "%m" takes no argument: it is the
+// text of the first std::error_code among them, or of errno. Where a conversion does not fit its
+// argument, or the numbers of both differ, the result is the unformatted text followed by every
+// argument in brackets. What a format can do is bounded: see the limits in format.cpp.
 std::string formatText(std::string_view format, std::span<const FormatArgument> arguments);
 
 template <class... Args>
 std::string formatText(std::string_view format, const Args&... args) {
-  const FormatArgument arguments[] = {makeFormatArgument(args)..., FormatArgument('\0')};
-  return formatText(format, std::span(arguments, sizeof...(args)));
+  const std::array<FormatArgument, sizeof...(args)> arguments{makeFormatArgument(args)...};
+  return formatText(format, std::span<const FormatArgument>(arguments));
 }
 
 }  // namespace sourcetype

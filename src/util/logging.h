@@ -24,6 +24,7 @@ class LogCategory {
  public:
   constexpr explicit LogCategory(const char* name) : name_(name) {}
 
+  // Cheap, and keeps errno for a "%m" that follows.
   bool isEnabled(LogLevel level) const;
   void write(LogLevel level, const std::string& record) const;
 
@@ -34,11 +35,13 @@ class LogCategory {
   mutable log4cpp::Category* backEnd_ = nullptr;  // owned by the back end, found at first use
 };
 
-// Logs `format`, filled with `args` as formatText() does, when the category's level asks for it.
+// Logs `format`, filled with `args` as formatText() does, when the category's level asks for it. A
+// record is one line unless an argument is MultiLineText.
 template <class... Args>
 void logAt(LogLevel level, const LogCategory& category, std::string_view format,
            const Args&... args) {
-  if (category.isEnabled(level)) category.write(level, formatText(format, args...));
+  if (!category.isEnabled(level)) return;
+  category.write(level, formatText(escapeControlCharacters(format), args...));
 }
 
 template <class... Args>
@@ -58,11 +61,20 @@ void logError(const LogCategory& category, std::string_view format, const Args&.
   logAt(LogLevel::Error, category, format, args...);
 }
 
-// Configures the back end from a property file (keys under "rootCategory", "category." and
-// "appender."). A file of the same name with "-local" before its extension is laid over it, and
-// "${name}" stands for that entry of `variables`. When the file is missing or not usable, WARN and
-// above go to standard error and the return value says in one line what is wrong; otherwise it is
-// empty.
+// Configures the back end from a property file (util/log_properties.h says how it is read), in
+// place of what an earlier call set up:
+//   rootCategory = LEVEL[, APPENDER...]       required; every category that names no level has this
+//   one category.NAME = [LEVEL][, APPENDER...]    additivity.NAME = false keeps it from root's
+//   appenders appender.NAME = ConsoleAppender           .target = stdout | stderr
+//                 | FileAppender              .fileName, .append = true | false
+//                 | RollingFileAppender       and .maxFileSize (bytes), .maxBackupIndex
+//                 | DailyRollingFileAppender  .fileName, .append, .maxDaysKeep
+//                 | SyslogAppender            .syslogName, .syslogHost, .portNumber (UDP)
+//   appender.NAME.threshold = LEVEL
+//   appender.NAME.layout = BasicLayout | SimpleLayout | PatternLayout (.layout.ConversionPattern)
+// Types may be written with a path before them ("org.x.FileAppender"). An appender that no category
+// names is not made. When the configuration is missing or not usable, WARN and above go to standard
+// error and the return value says in one line what is wrong; otherwise it is empty.
 std::string configureLogging(const std::filesystem::path& file,
                              const std::map<std::string, std::string>& variables);
 

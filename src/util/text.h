@@ -1,0 +1,45 @@
+// Small helpers for ASCII inside byte strings; no locale is asked.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace sourcetype {
+
+constexpr bool isAsciiUpper(char c) {
+  return c >= 'A' && c <= 'Z';
+}
+constexpr bool isAsciiLower(char c) {
+  return c >= 'a' && c <= 'z';
+}
+constexpr bool isAsciiLetter(char c) {
+  return isAsciiUpper(c) || isAsciiLower(c);
+}
+constexpr bool isAsciiDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+// As isspace() in the C locale.
+constexpr bool isAsciiSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+constexpr char toAsciiLower(char c) {
+  return isAsciiUpper(c) ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+constexpr char toAsciiUpper(char c) {
+  return isAsciiLower(c) ? static_cast<char>(c - ('a' - 'A')) : c;
+}
+
+inline std::string toAsciiUpper(std::string_view text) {
+  std::string result(text);
+  std::ranges::transform(result, result.begin(), [](char c) { return toAsciiUpper(c); });
+  return result;
+}
+
+constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+  return std::ranges::equal(a, b,
+                            [](char x, char y) { return toAsciiLower(x) == toAsciiLower(y); });
+}
+
+}  // namespace sourcetype
