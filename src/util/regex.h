@@ -23,7 +23,8 @@ class RegexException : public std::runtime_error {
 // Where the groups of one match stand in its subject: group 0 is the whole match.
 class MatchResult {
  public:
-  // Groups of the expression, group 0 included; those that took no part are absent.
+  // Groups of the expression, group 0 included, 341 at most; those that took no part are absent.
+  // 0 when there was no match.
   std::size_t groupCount() const { return starts_.size(); }
   bool has(std::size_t group) const;
   // Byte offsets in the subject; need has(group).
@@ -39,9 +40,10 @@ class MatchResult {
 };
 
 // A compiled expression. Immutable: one object may be matched from several threads. Subjects may be
-// any bytes; an invalid UTF-8 sequence matches nothing. A match that would cost too much (see the
-// limits in regex.cpp) counts as no match. Neither copies nor moves are needed often: both are cheap
-// moves of pointers.
+// any bytes; an invalid UTF-8 sequence matches nothing. Every Unicode newline ends a line for "^",
+// "$" and ".", and "\R" matches each. A match that would cost too much (see the limits in
+// regex.cpp) counts as no match. Moving moves a pointer; an object that was moved from can only be
+// assigned to.
 class Regex {
  public:
   enum class Study { No, Yes };  // Yes: worth compiling to machine code
@@ -60,8 +62,10 @@ class Regex {
   Regex& operator=(const Regex&) = delete;
   ~Regex();
 
-  // Search finds a match anywhere. Whole demands that the expression spans the subject, trying every
-  // alternative. Partial also takes a subject that ends inside a possible match.
+  // Search finds a match anywhere. Whole demands that the expression spans the subject, trying
+  // every alternative. Partial also takes a subject that ends inside a possible match, when there
+  // is no complete one: then only group 0 is there, from the begin of that match to the subject's
+  // end.
   bool match(std::string_view subject, Mode mode = Mode::Search) const;
   bool match(std::string_view subject, MatchResult& result, Mode mode = Mode::Search) const;
 
