@@ -1,0 +1,179 @@
+// A configuration may hold ten thousand patterns, and a file's name is tried against each. Nearly
+// all hold literal text that the name lacks, and comparing that costs some nanoseconds where
+// compiling costs microseconds. The comparison must never say no to a name that
+// the expression would match; so it only uses text that every match must contain (literalEnds()).
+#include "conf/stanza_pattern.h"
+
+#include <algorithm>
+#include <mutex>
+
+#include "util/logging.h"
+#include "util/regex.h"
+
+namespace sourcetype {
+namespace {
+
+constexpr LogCategory kLog("PropertiesMapConfig");
+
+constexpr std::string_view kHostPrefix = "host::";
+constexpr std::string_view kAnyRun = "...";
+
+bool contains(std::string_view text, std::string_view part) {
+  return text.find(part) != std::string_view::npos;
+}
+
+// Where the text behind the first "::" begins; the name's size when there is none.
+std::size_t patternStart(std::string_view name) {
+  const auto colons = name.find("::");
+  return colons == std::string_view::npos ? name.size() : colons + 2;
+}
+
+// Bytes of the wildcard that `text` begins with; 0 when it begins with none.
+std::size_t wildcardSize(std::string_view text) {
+  if (text.starts_with(kAnyRun)) return kAnyRun.size();
+  return text.starts_with('*') ? 1 : 0;
+}
+
+std::string separatorFreeRun(PathForm form) {
+  return form.separator == '\\' ? R"([^\\]*)" : std::string("[^") + form.separator + "]*";
+}
+
+struct LiteralEnds {
+  std::size_t prefix = 0;
+  std::size_t suffix = 0;
+  bool isPlain = false;  // between them stand only wildcards and literal text
+};
+
+// True when the literal texts between the wildcards of `pattern` stand in `text` in their order,
+// which they do in every match.
+bool hasLiteralsInOrder(std::string_view pattern, std::string_view text) {
+  while (!pattern.empty()) {
+    std::size_t literal = 0;
+    while (literal < pattern.size() && wildcardSize(pattern.substr(literal)) == 0) ++literal;
+    const auto found = text.find(pattern.substr(0, literal));
+    if (found == std::string_view::npos) return false;
+    text.remove_prefix(found + literal);
+    pattern.remove_prefix(literal);
+    pattern.remove_prefix(wildcardSize(pattern));
+  }
+  return true;
+}
+
+// The literal text at both ends of a pattern, in bytes of its name. What an expression can do to
+// text around it decides how far this goes:
+// - an alternative ("|") may be one without the text: no literal ends;
+// - what follows the prefix may make its last character optional, also from afar ("a(?#x)?"): it
+//   goes, unless a wildcard follows;
+// - anything but literal text and wildcards may reach up to the end of the name ("[", "(?x)#"), or
+//   end a match early ("(*ACCEPT)"): no suffix.
+LiteralEnds literalEnds(std::string_view name, PathForm form) {
+  constexpr std::string_view kSyntax = R"(\^$.[]|()?*+{})";
+  if (contains(name, "|")) return {};
+  const std::size_t start = patternStart(name);
+  const auto isSyntax = [&](std::size_t at) {
+    if (!contains(kSyntax, name.substr(at, 1))) return false;
+    const bool becomesLiteral = name[at] == '.' || (name[at] == '\\' && form.literalBackslash);
+    return at < start || !becomesLiteral;
+  };
+  std::size_t firstWildcard = name.size();
+  std::size_t suffixStart = name.size();
+  std::size_t firstSyntax = name.size();
+  for (std::size_t at = 0; at < name.size();) {
+    const std::size_t size = at < start ? 0 : wildcardSize(name.substr(at));
+    if (size > 0) {
+      firstWildcard = std::min(firstWildcard, at);
+      at += size;
+      suffixStart = at;
+      continue;
+    }
+    if (isSyntax(at)) firstSyntax = std::min(firstSyntax, at);
+    ++at;
+  }
+  if (name.starts_with(kHostPrefix)) firstSyntax = kHostPrefix.size();  // "(?i)"
+  if (firstSyntax == name.size()) {
+    return {.prefix = firstWildcard, .suffix = name.size() - suffixStart, .isPlain = true};
+  }
+  if (firstWildcard < firstSyntax) return {.prefix = firstWildcard};
+  std::size_t prefix = firstSyntax;
+  const auto isContinuation = [&](std::size_t at) {
+    return (static_cast<unsigned char>(name[at]) & 0xC0U) == 0x80U;
+  };
+  while (prefix > 0 && isContinuation(prefix - 1)) --prefix;
+  return {.prefix = prefix > 0 ? prefix - 1 : 0};
+}
+
+std::optional<Regex> compilePattern(std::string_view name, PathForm form) {
+  const auto expression = expandStanzaPattern(name, form);
+  if (!expression) return std::nullopt;
+  try {
+    return Regex(*expression);
+  } catch (const RegexException& error) {
+    logError(kLog, "Invalid regex %s -- %s", *expression, error.what());
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+bool isStanzaPattern(std::string_view name) {
+  if (name.starts_with(kHostPrefix)) return true;
+  const std::string_view pattern = name.substr(patternStart(name));
+  return contains(pattern, "*") || contains(pattern, kAnyRun);
+}
+
+std::optional<std::string> expandStanzaPattern(std::string_view stanzaName, PathForm form) {
+  if (!isStanzaPattern(stanzaName)) return std::nullopt;
+  const std::size_t start = patternStart(stanzaName);
+  std::string expression(stanzaName.substr(0, start));
+  if (stanzaName.starts_with(kHostPrefix)) expression += "(?i)";
+  for (std::size_t at = start; at < stanzaName.size();) {
+    const char c = stanzaName[at];
+    const std::size_t wildcard = wildcardSize(stanzaName.substr(at));
+    if (wildcard == kAnyRun.size()) {
+      expression += ".*";
+    } else if (wildcard == 1) {
+      expression += separatorFreeRun(form);
+    } else if (c == '.') {
+      expression += R"(\.)";
+    } else if (c == '\\' && form.literalBackslash) {
+      expression += R"(\\)";
+    } else {
+      expression += c;
+    }
+    at += std::max<std::size_t>(wildcard, 1);
+  }
+  logDebug(kLog, "Expanded file pattern %s into %s", stanzaName, expression);
+  return expression;
+}
+
+struct StanzaPattern::Compiled {
+  std::once_flag once;
+  std::optional<Regex> regex;
+};
+
+StanzaPattern::StanzaPattern(std::string_view stanzaName, PathForm form)
+    : name_(stanzaName), form_(form), compiled_(std::make_unique<Compiled>()) {
+  const LiteralEnds ends = literalEnds(name_, form);
+  prefixSize_ = ends.prefix;
+  suffixSize_ = ends.suffix;
+  isPlain_ = ends.isPlain;
+}
+StanzaPattern::StanzaPattern(StanzaPattern&&) noexcept = default;
+StanzaPattern& StanzaPattern::operator=(StanzaPattern&&) noexcept = default;
+StanzaPattern::~StanzaPattern() = default;
+
+bool StanzaPattern::matches(std::string_view wholeName) const {
+  const std::string_view name = name_;
+  if (!wholeName.starts_with(name.substr(0, prefixSize_))) return false;
+  if (!wholeName.ends_with(name.substr(name.size() - suffixSize_))) return false;
+  if (isPlain_) {
+    const auto ends = prefixSize_ + suffixSize_;
+    if (wholeName.size() < ends) return false;
+    const auto between = [&](auto text) { return text.substr(prefixSize_, text.size() - ends); };
+    if (!hasLiteralsInOrder(between(name), between(wholeName))) return false;
+  }
+  std::call_once(compiled_->once, [&] { compiled_->regex = compilePattern(name, form_); });
+  return compiled_->regex && compiled_->regex->match(wholeName, Regex::Mode::Whole);
+}
+
+}  // namespace sourcetype
