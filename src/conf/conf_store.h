@@ -1,0 +1,129 @@
+// The configuration of the server as one: every .conf file of every layer, read when first asked
+// for, and written back without harm to what others wrote.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "conf/conf_file.h"
+#include "conf/properties_map.h"
+#include "conf/stanza_pattern.h"
+#include "platform/path_form.h"
+
+namespace sourcetype {
+
+// The configuration of one short name ("props" for props.conf) over all layers. Owned by the store.
+class Conf {
+ public:
+  explicit Conf(std::string name) : name_(std::move(name)) {}
+  const std::string& name() const { return name_; }
+
+ private:
+  friend class ConfStore;
+
+  // A stanza in one of the files. All of one name stand together, the strongest layer first.
+  struct Occurrence {
+    const ConfFile::Stanza* stanza;
+    const ConfFile* file;
+  };
+
+  std::string name_;
+  bool loaded_ = false;
+  std::vector<std::unique_ptr<ConfFile>> files_;  // a slot a layer; empty where there is no file
+  std::vector<Occurrence> stanzas_;               // in ascending byte order of the names
+  // The pattern stanzas, gathered at the first lookup that needs them.
+  std::optional<std::vector<const StanzaPattern*>> patterns_;
+};
+
+enum class PatternMatching { No, Yes };
+
+class ConfStore {
+ public:
+  // `root` is the configuration tree, $TARNEL_HOME/etc. Reads nothing yet.
+  explicit ConfStore(std::filesystem::path root, PathForm pathForm = nativePathForm());
+
+  const std::filesystem::path& root() const { return root_; }
+  PathForm pathForm() const { return pathForm_; }
+
+  // The object lives as long as the store.
+  Conf& getConf(std::string_view name);
+  Conf& getProps() { return getConf("props"); }
+  Conf& getTransforms() { return getConf("transforms"); }
+  Conf& getInputs() { return getConf("inputs"); }
+
+  // True when a stanza of that name stands in any layer.
+  bool stanzaExists(Conf& conf, std::string_view stanza);
+
+  // Names that begin with `prefix`, each once, in ascending byte order.
+  std::vector<std::string> stanzaNames(Conf& conf, std::string_view prefix);
+
+  // The file that a setting's value comes from; empty when no layer has it.
+  std::filesystem::path settingFile(Conf& conf, std::string_view stanza, std::string_view key);
+
+  // Adds the settings of the stanza of exactly that name, stronger layers first; keys that `out`
+  // has already keep their values, here and below.
+  void getExactStanza(Conf& conf, PropertiesMap& out, std::string_view stanza);
+
+  // Adds the effective settings of one or more names. For each name in turn these are the settings
+  // of the stanza of that name and, with `matching`, of the pattern stanzas that match it, by
+  // falling "priority" (100 for the exact stanza, 0 for a pattern, where it has none) and, among
+  // equals, in byte order of the stanza names. "default" fills what is then missing.
+  void getStanzaSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
+                         PatternMatching matching);
+  // The same for a list of names with "|" between them.
+  void getStanzaSettings(Conf& conf, PropertiesMap& out, std::string_view names,
+                         PatternMatching matching);
+
+  // Makes `settings` the effective settings of the stanza: writes those that differ (with
+  // `overwriteAll`, every one) to the system's local layer and deletes none. The next lookup sees
+  // them. False, with the reason logged and the file as it was, when that cannot be done; also when
+  // a setting has no form in which it would read back the same.
+  bool writeStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
+                   bool overwriteAll);
+
+  // The same for a learned model: all settings go to the local layer of the app "learned".
+  bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
+
+  // Where writeLearnedStanza() writes.
+  std::filesystem::path learnedFile(const Conf& conf) const;
+
+  // Forgets what was read, so that the next lookup reads the files again.
+  void reload(Conf& conf);
+
+ private:
+  struct Candidate;
+
+  void load(Conf& conf);
+  void loadFile(Conf& conf, std::size_t layer, Report report);
+  void indexStanzas(Conf& conf);
+  std::span<const Conf::Occurrence> occurrences(Conf& conf, std::string_view stanza);
+  const std::vector<const StanzaPattern*>& patterns(Conf& conf);
+  const StanzaPattern* findPattern(std::string_view stanza);
+  std::vector<Candidate> candidates(Conf& conf, const std::string& name, PatternMatching matching);
+  bool write(Conf& conf, const std::filesystem::path& directory, std::string_view stanza,
+             const PropertiesMap& settings, bool overwriteAll);
+  void edit(Conf& conf, std::size_t layer, std::string_view stanza, const PropertiesMap& changes);
+
+  std::filesystem::path root_;
+  PathForm pathForm_;
+  std::vector<std::filesystem::path> layers_;  // strongest first; listed at the first load
+  std::map<std::string, Conf, std::less<>> confs_;
+
+  // For the life of the process: each name is converted, and compiled, at most once. A name that is
+  // no pattern is remembered as such.
+  std::mutex patternMutex_;
+  std::unordered_map<std::string, std::optional<StanzaPattern>> patternCache_;
+
+  // One for all configurations: a write sees, and leaves, a settled state. Operations call others.
+  std::recursive_mutex mutex_;
+};
+
+}  // namespace sourcetype

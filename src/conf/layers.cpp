@@ -1,0 +1,48 @@
+#include "conf/layers.h"
+
+#include <algorithm>
+
+#include "platform/file_system.h"
+
+namespace sourcetype {
+namespace {
+
+using std::filesystem::path;
+
+std::vector<path> entriesOf(const path& directory) {
+  std::error_code ignored;  // a layer that is not there holds no files
+  std::vector<path> entries = listDirectory(directory, ignored);
+  for (auto& entry : entries) entry = directory / entry;
+  return entries;
+}
+
+}  // namespace
+
+path systemLocalDirectory(const path& root) {
+  return root / "system" / "local";
+}
+
+path appLocalDirectory(const path& root, std::string_view app) {
+  return root / "apps" / app / "local";
+}
+
+std::vector<path> layerDirectories(const path& root) {
+  std::vector<path> apps = entriesOf(root / "apps");
+  const path learned = root / "apps" / kLearnedApp;
+  if (const auto place = std::ranges::lower_bound(apps, learned);
+      place == apps.end() || *place != learned) {
+    apps.insert(place, learned);
+  }
+
+  std::vector<path> layers{systemLocalDirectory(root)};
+  for (const auto& app : apps) layers.push_back(app / "local");
+  for (const auto& user : entriesOf(root / "users")) {
+    for (const auto& app : entriesOf(user)) layers.push_back(app / "local");
+  }
+  for (const auto& app : apps) layers.push_back(app / "default");
+  layers.push_back(root / "bundles" / "default");
+  layers.push_back(root / "system" / "default");
+  return layers;
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,157 @@
+#include "conf/logical_lines.h"
+
+#include <utility>
+
+#include "platform/path_form.h"
+
+namespace sourcetype {
+namespace {
+
+constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kLineBlanks = " \t\r\n";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors on Windows write it
+constexpr char kEscape = '\\';
+
+std::string_view trimBlanks(std::string_view text) {
+  const auto first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// Without the line feed and the carriage return before it.
+std::string_view withoutTerminator(std::string_view physical) {
+  if (physical.ends_with('\n')) physical.remove_suffix(1);
+  if (physical.ends_with('\r')) physical.remove_suffix(1);
+  return physical;
+}
+
+std::string unescaped(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == kEscape && i + 1 < text.size()) ++i;
+    result += text[i];
+  }
+  return result;
+}
+
+// A newline inside a name, key or value is written as a continued line.
+std::string withContinuations(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    if (c == '\n') result += kEscape;
+    result += c;
+  }
+  return result;
+}
+
+}  // namespace
+
+LogicalLineReader::LogicalLineReader(std::string_view bytes, std::filesystem::path path,
+                                     TextKeeper& keeper, Report report)
+    : rest_(bytes), path_(std::move(path)), keeper_(keeper), report_(report) {}
+
+void LogicalLineReader::report(std::string_view problem, std::string_view text) const {
+  if (report_ == Report::No) return;
+  logWarn(kIniFileLog, "%s, line %lu: %s: %s", pathToText(path_), lineCount_, problem, text);
+}
+
+std::string_view LogicalLineReader::takePhysicalLine() {
+  const auto end = rest_.find('\n');
+  const auto line = rest_.substr(0, end == std::string_view::npos ? end : end + 1);
+  rest_.remove_prefix(line.size());
+  ++lineCount_;
+  return line;
+}
+
+std::string_view LogicalLineReader::takeContinued(std::string_view first, bool& unfinished) {
+  std::string text(first);
+  while (text.ends_with(kEscape) && !rest_.empty()) {
+    text.back() = '\n';
+    text += withoutTerminator(takePhysicalLine());
+  }
+  unfinished = text.ends_with(kEscape);
+  return keeper_.keep(std::move(text));
+}
+
+bool LogicalLineReader::next(LogicalLine& line) {
+  if (rest_.empty()) return false;
+  const char* begin = rest_.data();
+  std::string_view physical = takePhysicalLine();
+  if (lineCount_ == 1 && physical.starts_with(kByteOrderMark)) {
+    physical.remove_prefix(kByteOrderMark.size());
+  }
+  line = {};
+  const auto first = physical.find_first_not_of(kLineBlanks);
+  if (first == std::string_view::npos) {
+    line.kind = LineKind::Blank;
+  } else if (physical[first] == ';' || physical[first] == '#') {
+    line.kind = LineKind::Comment;
+  } else {
+    line.text = withoutTerminator(physical);
+    if (line.text.ends_with(kEscape)) line.text = takeContinued(line.text, line.unfinished);
+    if (physical[first] == '[') {
+      parseHeader(line);
+    } else {
+      parseSetting(line);
+    }
+  }
+  line.raw = {begin, rest_.data()};
+  return true;
+}
+
+void LogicalLineReader::parseHeader(LogicalLine& line) const {
+  const auto text = line.text;
+  const auto end = text.rfind(']');
+  if (end == std::string_view::npos) {
+    report("Stanza header is missing terminator", text);
+  }
+  const auto begin = text.find('[') + 1;
+  line.kind = LineKind::Header;
+  line.name = text.substr(begin, end == std::string_view::npos ? end : end - begin);
+}
+
+void LogicalLineReader::parseSetting(LogicalLine& line) const {
+  const auto text = line.text;
+  bool escaped = false;
+  std::size_t i = 0;
+  for (; i < text.size() && text[i] != '='; ++i) {
+    if (text[i] != kEscape) continue;
+    escaped = true;
+    ++i;
+    if (i == text.size()) {
+      report("Cannot end on an escape character", text);
+    }
+  }
+  if (i >= text.size()) {
+    line.kind = LineKind::Malformed;
+    if (path_.extension() != ".spec") report("Cannot parse into key-value pair", text);
+    return;
+  }
+  line.kind = LineKind::Setting;
+  const std::string_view key = text.substr(0, i);
+  line.name = trimBlanks(escaped ? keeper_.keep(unescaped(key)) : key);
+  line.value = trimBlanks(text.substr(i + 1));
+}
+
+std::string renderHeader(std::string_view name) {
+  return "[" + withContinuations(name) + "]";
+}
+
+std::string renderSetting(std::string_view key, std::string_view value) {
+  // These would begin a comment or a header, end the key, or be taken for an escape or for part of
+  // a line terminator.
+  constexpr std::string_view kEscapedInKeys = "\\=[;#\r";
+  std::string text;
+  for (const char c : key) {
+    if (kEscapedInKeys.find(c) != std::string_view::npos) text += kEscape;
+    text += c;
+  }
+  text = withContinuations(text) + " = " + withContinuations(value);
+  // A blank, which reading trims, keeps what stands before it from being read as a continuation or
+  // as part of the line terminator.
+  if (text.ends_with(kEscape) || text.ends_with('\r')) text += ' ';
+  return text;
+}
+
+}  // namespace sourcetype

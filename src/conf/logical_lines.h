@@ -1,0 +1,86 @@
+// The line syntax of .conf files, shared by every reader of them.
+//
+// A line whose first character other than blank, tab, CR and LF is ";" or "#" is a comment, one
+// that begins with "[" a stanza header, any other a setting "key = value". A header or setting that
+// ends in a backslash goes on in the next physical line, with a newline in the place of the
+// backslash. In a key a backslash takes the next character literally; a value keeps its
+// backslashes.
+#pragma once
+
+#include <deque>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "util/logging.h"
+
+namespace sourcetype {
+
+inline constexpr LogCategory kIniFileLog{"IniFile"};
+
+// The stanza of settings that stand before any header, and the one that completes every other.
+inline constexpr std::string_view kDefaultStanza = "default";
+
+// Keeps the texts that do not stand in a file as they read (a continued value, an unescaped key).
+// A view of a kept text lives as long as the keeper, also after the keeper was moved.
+class TextKeeper {
+ public:
+  std::string_view keep(std::string text) { return texts_.emplace_back(std::move(text)); }
+
+ private:
+  std::deque<std::string> texts_;
+};
+
+enum class LineKind { Blank, Comment, Header, Setting, Malformed };
+
+struct LogicalLine {
+  LineKind kind = LineKind::Blank;
+  std::string_view raw;     // its bytes in the file, line terminators included
+  std::string_view text;    // of a header or setting: its lines joined, without the last terminator
+  std::string_view name;    // of the stanza as it stands, or the setting's key, trimmed
+  std::string_view value;   // of a setting, trimmed of blanks and tabs
+  bool unfinished = false;  // ends in a backslash where the file ends: nothing continues it
+};
+
+// Whether lines that cannot be read are logged (at WARN, with path and line number) while they are
+// skipped. A file that is read again for a write has been reported on before.
+enum class Report { Yes, No };
+
+// Cuts the bytes of a file into logical lines. In a file with the extension "spec" a line
+// without "=" is skipped without a report.
+class LogicalLineReader {
+ public:
+  // `bytes` and `keeper` must outlive the lines. `path` is for messages alone.
+  LogicalLineReader(std::string_view bytes, std::filesystem::path path, TextKeeper& keeper,
+                    Report report = Report::Yes);
+
+  // False at the end of the file.
+  bool next(LogicalLine& line);
+
+  // Physical lines read so far.
+  std::size_t lineCount() const { return lineCount_; }
+
+  // Logs "<path>, line <number>", `problem` and `text`.
+  void report(std::string_view problem, std::string_view text) const;
+
+ private:
+  std::string_view takePhysicalLine();
+  std::string_view takeContinued(std::string_view first, bool& unfinished);
+  void parseHeader(LogicalLine& line) const;
+  void parseSetting(LogicalLine& line) const;
+
+  std::string_view rest_;
+  std::filesystem::path path_;
+  TextKeeper& keeper_;
+  Report report_;
+  std::size_t lineCount_ = 0;
+};
+
+// The header of a stanza in a form that reads back as `name`, without a line terminator.
+std::string renderHeader(std::string_view name);
+
+// A setting in a form that reads back as `key` and `value`, without a line terminator. A key or
+// value that begins or ends with a blank or tab has no such form: it reads back trimmed.
+std::string renderSetting(std::string_view key, std::string_view value);
+
+}  // namespace sourcetype

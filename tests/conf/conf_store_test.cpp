@@ -1,0 +1,183 @@
+#include "conf/conf_store.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "support/temp_tree.h"
+
+namespace sourcetype {
+namespace {
+
+using sourcetype::testing::TempTree;
+
+// A configuration tree and a store on it.
+struct Tree : TempTree {
+  ConfStore store{root(), kPosixPathForm};
+  Conf& props = store.getProps();
+
+  PropertiesMap settings(std::string_view names, PatternMatching matching = PatternMatching::No) {
+    PropertiesMap result;
+    store.getStanzaSettings(props, result, names, matching);
+    return result;
+  }
+  PropertiesMap matched(std::string_view names) { return settings(names, PatternMatching::Yes); }
+};
+
+TEST(ConfStore, TakesEachSettingFromTheStrongestLayerThatHasIt) {
+  Tree tree;
+  const char* const layers[] = {"system/local",    "apps/a/local",   "apps/b/local",
+                                "users/u/a/local", "apps/a/default", "bundles/default",
+                                "system/default"};
+  // Key i stands in layer i and in all weaker ones.
+  for (std::size_t layer = 0; layer < std::size(layers); ++layer) {
+    std::string text = "[s]\n";
+    for (std::size_t key = 0; key <= layer; ++key) {
+      text += "k" + std::to_string(key) + " = " + layers[layer] + "\n";
+    }
+    tree.write(std::string(layers[layer]) + "/props.conf", text);
+  }
+  const auto found = tree.settings("s");
+  for (std::size_t key = 0; key < std::size(layers); ++key) {
+    const std::string name = "k" + std::to_string(key);
+    EXPECT_EQ(found.get(name), layers[key]);
+    EXPECT_EQ(tree.store.settingFile(tree.props, "s", name), tree.path(layers[key]) / "props.conf");
+  }
+}
+
+TEST(ConfStore, MergesRepeatedHeadersAndKeepsTheLastValueOfAFile) {
+  Tree tree;
+  tree.write("system/local/props.conf", "early=0\n[s]\na=1\nb=1\n[t]\n[s]\nc=1\na=2\n");
+  EXPECT_EQ(tree.settings("s"),
+            (PropertiesMap{{"a", "2"}, {"b", "1"}, {"c", "1"}, {"early", "0"}}));
+  EXPECT_TRUE(tree.store.stanzaExists(tree.props, "t"));
+  EXPECT_FALSE(tree.store.stanzaExists(tree.props, "u"));
+  EXPECT_EQ(tree.store.stanzaNames(tree.props, "s"), std::vector<std::string>{"s"});
+}
+
+TEST(ConfStore, SkipsAFileThatCannotBeOpenedWithAWarning) {
+  Tree tree;
+  std::filesystem::create_directories(tree.path("system/local/props.conf"));
+  tree.write("system/default/props.conf", "[s]\nk=1\n");
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(tree.settings("s").get("k"), "1");
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find("Failed to open: "), std::string::npos);
+}
+
+struct LookupCase {
+  const char* name;
+  const char* conf;
+  const char* names;
+  const char* expected;  // of the key k
+};
+
+class Lookup : public ::testing::TestWithParam<LookupCase> {};
+
+TEST_P(Lookup, GivesTheValueOf) {
+  Tree tree;
+  tree.write("system/local/props.conf", GetParam().conf);
+  EXPECT_EQ(tree.matched(GetParam().names).get("k"), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Candidates, Lookup,
+    ::testing::Values(
+        LookupCase{"ExactOverPattern", "[source::/*]\nk=p\n[source::/a]\nk=e\n", "source::/a", "e"},
+        LookupCase{"StrongerPattern", "[source::/*]\nk=p\npriority=101\n[source::/a]\nk=e\n",
+                   "source::/a", "p"},
+        LookupCase{"UnreadablePriority", "[source::/*]\nk=p\npriority=x\n[source::/a]\nk=e\n",
+                   "source::/a", "e"},
+        LookupCase{"EqualPatternsByName", "[source::/b*]\nk=2\n[source::...]\nk=1\n", "source::/b",
+                   "1"},
+        LookupCase{"EarlierNameWins", "[t]\nk=t\npriority=900\n[source::/a]\nk=s\n", "source::/a|t",
+                   "s"},
+        LookupCase{"LaterNameFills", "[t]\nk=t\n[source::/a]\nj=s\n", "source::/a|t", "t"},
+        LookupCase{"DefaultIsLast", "[default]\nk=d\n[t]\nk=t\n", "s|t", "t"},
+        LookupCase{"DefaultFills", "[default]\nk=d\n", "source::/a", "d"},
+        LookupCase{"BrokenPatternIsLeftOut", "[source::(*]\nk=p\n[default]\nk=d\n", "source::(a",
+                   "d"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(ConfStore, LeavesTheCallersKeysAlone) {
+  Tree tree;
+  tree.write("system/local/props.conf", "[s]\nk=1\nj=1\n");
+  PropertiesMap map{{"k", "mine"}};
+  tree.store.getStanzaSettings(tree.props, map, "s", PatternMatching::No);
+  EXPECT_EQ(map, (PropertiesMap{{"j", "1"}, {"k", "mine"}}));
+  EXPECT_EQ(map.entries().at("j").stanza, "s");
+}
+
+TEST(WriteStanza, WritesOnlyWhatDiffersFromWhatHolds) {
+  Tree tree;
+  tree.write("system/default/props.conf", "[default]\nd=1\n[s]\nsame=1\nother=1\n");
+  EXPECT_TRUE(tree.store.writeStanza(
+      tree.props, "s", {{"d", "1"}, {"same", "1"}, {"other", "2"}, {"none", ""}}, false));
+  EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\nother = 2\n");
+  EXPECT_EQ(tree.settings("s").get("other"), "2");
+}
+
+TEST(WriteStanza, MakesAStanzaThatHasNothingToSay) {
+  Tree tree;
+  tree.write("system/default/props.conf", "[default]\nd=1\n");
+  EXPECT_TRUE(tree.store.writeStanza(tree.props, "s", {{"d", "1"}}, false));
+  EXPECT_TRUE(tree.store.stanzaExists(tree.props, "s"));
+  EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\n");
+}
+
+TEST(WriteStanza, SeesWhatAnotherProcessWroteMeanwhile) {
+  Tree tree;
+  EXPECT_FALSE(tree.store.stanzaExists(tree.props, "theirs"));
+  tree.write("system/local/props.conf", "[theirs]\nk = 1\n");
+  EXPECT_TRUE(tree.store.writeStanza(tree.props, "ours", {{"k", "2"}}, false));
+  EXPECT_EQ(tree.read("system/local/props.conf"), "[theirs]\nk = 1\n\n[ours]\nk = 2\n");
+  EXPECT_TRUE(tree.store.stanzaExists(tree.props, "theirs"));
+}
+
+TEST(WriteStanza, RefusesWhatWouldNotReadBackTheSame) {
+  Tree tree;
+  tree.write("system/local/props.conf", "[s]\nk = 1\n");
+  for (const PropertiesMap& map : {PropertiesMap{{"k", " padded"}}, PropertiesMap{{"k", "a\t"}},
+                                   PropertiesMap{{" k", "v"}}, PropertiesMap{{"k", " "}}}) {
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", map, false)) << map.toString();
+    EXPECT_NE(::testing::internal::GetCapturedStderr().find("would not read back"),
+              std::string::npos);
+    EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\nk = 1\n");
+    EXPECT_EQ(tree.settings("s").get("k"), "1");
+  }
+}
+
+TEST(WriteStanza, KeepsWhateverAMapHolds) {
+  Tree tree;
+  const std::string stanza = "source::/logs/a\nb]=c\\";
+  const PropertiesMap map{{"a=b", "[x]\nk = v\n"}, {"#c", "tail\\"}, {"[d", "\n\n"},
+                          {"e\nf", ";\r"},         {"\\", "="},      {"g", "[default]\r\nk=1"}};
+  ASSERT_TRUE(tree.store.writeStanza(tree.props, stanza, map, false));
+  EXPECT_EQ(tree.settings(stanza), map);
+  tree.store.reload(tree.props);
+  EXPECT_EQ(tree.store.stanzaNames(tree.props, ""), std::vector<std::string>{stanza});
+  PropertiesMap read;
+  tree.store.getExactStanza(tree.props, read, stanza);
+  EXPECT_EQ(read, map);
+}
+
+TEST(WriteStanza, FailsWithPathAndCauseWhereTheTreeCannotBeWritten) {
+  Tree tree;
+  tree.write("system", "a file in the place of the directory");
+  ::testing::internal::CaptureStderr();
+  EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", {{"k", "1"}}, false));
+  const auto log = ::testing::internal::GetCapturedStderr();
+  EXPECT_NE(log.find(tree.path("system/local/props.conf").native()), std::string::npos) << log;
+  EXPECT_NE(log.find("Not a directory"), std::string::npos) << log;
+}
+
+TEST(WriteLearnedStanza, GoesToItsOwnAppAndIsFoundAgain) {
+  Tree tree;
+  Conf& models = tree.store.getConf("sourcetypes");
+  EXPECT_FALSE(tree.store.stanzaExists(models, "m"));
+  EXPECT_TRUE(tree.store.writeLearnedStanza(models, "m", {{"_sourcetype", "t"}, {"word", "0.5"}}));
+  EXPECT_EQ(tree.read("apps/learned/local/sourcetypes.conf"), "[m]\n_sourcetype = t\nword = 0.5\n");
+  EXPECT_TRUE(tree.store.stanzaExists(models, "m"));
+}
+
+}  // namespace
+}  // namespace sourcetype

@@ -1,0 +1,92 @@
+#include "conf/ini_file.h"
+
+#include <gtest/gtest.h>
+
+#include "support/temp_tree.h"
+
+namespace sourcetype {
+namespace {
+
+constexpr std::string_view kText =
+    "# about the file\n"
+    "\n"
+    "early = 1\n"
+    "# about b\n"
+    "[b]\n"
+    "; about k\n"
+    "k = 1\n"
+    "[a]\n"
+    "x = 1\n"
+    "[b]\n"
+    "k = 2\n"
+    "last = \\\n"
+    "two lines\n"
+    "# the end\n";
+
+TEST(IniFile, KeepsCommentsWhereTheyBelongAndTheFirstOfTwoValues) {
+  ::testing::internal::CaptureStderr();
+  const auto file = IniFile::parse(kText, "x.conf");
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find(
+                "x.conf, line 11: Key used more than once in the same stanza: b: k = 2"),
+            std::string::npos);
+  EXPECT_EQ(file.leadingBlock(), "# about the file\n\n");
+  EXPECT_EQ(file.trailingBlock(), "# the end\n");
+  EXPECT_EQ(file.lineCount(), 14U);
+  ASSERT_EQ(file.stanzas().size(), 3U);
+  EXPECT_EQ(file.stanzas().at("default").settings.at("early").value, "1");
+  const auto& b = file.stanzas().at("b");
+  EXPECT_EQ(b.comments, "# about b\n");
+  EXPECT_EQ(b.settings.at("k").value, "1");
+  EXPECT_EQ(b.settings.at("k").comments, "; about k\n");
+  EXPECT_EQ(b.settings.at("last").value, "\ntwo lines");
+}
+
+TEST(IniFile, EditsOnlyTheLinesThatChange) {
+  auto file = IniFile::parse(kText, "x.conf", Report::No);
+  EXPECT_EQ(file.toText(), kText);
+  file.set("b", "k", "new");
+  file.set("b", "last", "one line");
+  file.set("a", "y", "2");
+  file.set("a", "y", "3");
+  file.set("c", "z", "4");
+  EXPECT_EQ(file.toText(),
+            "# about the file\n\nearly = 1\n# about b\n[b]\n; about k\nk = new\n"
+            "[a]\nx = 1\ny = 3\n[b]\nk = new\nlast = one line\n# the end\n\n[c]\nz = 4\n");
+}
+
+struct EditCase {
+  const char* name;
+  const char* before;
+  const char* after;  // with [n] k = v added
+};
+
+class AddedStanza : public ::testing::TestWithParam<EditCase> {};
+
+TEST_P(AddedStanza, LeavesWhatStandsBeforeIt) {
+  auto file = IniFile::parse(GetParam().before, "x.conf", Report::No);
+  file.set("n", "k", "v");
+  EXPECT_EQ(file.toText(), GetParam().after);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Endings, AddedStanza,
+    ::testing::Values(EditCase{"EmptyFile", "", "[n]\nk = v\n"},
+                      EditCase{"NoNewlineAtTheEnd", "[a]\nx = 1", "[a]\nx = 1\n\n[n]\nk = v\n"},
+                      EditCase{"CrLf", "[a]\r\nx = 1\r\n", "[a]\r\nx = 1\r\n\r\n[n]\r\nk = v\r\n"},
+                      EditCase{"DanglingBackslash", "[a]\nx = 1\\",
+                               "[a]\nx = 1\\ \n\n[n]\nk = v\n"},
+                      EditCase{"DanglingHeader", "[a\\\n", "[a\\]\n\n[n]\nk = v\n"},
+                      EditCase{"HeaderWithoutSettings", "[n]", "[n]\nk = v\n"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(IniFile, IsEmptyWhenTheFileCannotBeOpened) {
+  const sourcetype::testing::TempTree tree;
+  ::testing::internal::CaptureStderr();
+  EXPECT_TRUE(IniFile::read(tree.path("none.conf")).stanzas().empty());
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find(
+                "Cannot open ini file for parsing: No such file or directory"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace sourcetype
