@@ -1,0 +1,27 @@
+#include <mutex>
+
+#include "conf/conf_store.h"
+#include "conf/message_catalog.h"
+#include "conf/properties_map.h"
+
+namespace sourcetype {
+namespace {
+
+void load(MessageCatalog& catalog, ConfStore& store) {
+  auto& literals = store.getConf("literals");
+  for (const auto& stanza : store.stanzaNames(literals, "")) {
+    PropertiesMap settings;
+    store.getExactStanza(literals, settings, stanza);
+    for (const auto& [key, entry] : settings.entries()) catalog.add(stanza, key, entry.value);
+  }
+}
+
+}  // namespace
+
+MessageCatalog& messageCatalog(ConfStore& store) {
+  static std::once_flag loaded;
+  std::call_once(loaded, [&store] { load(messageCatalog(), store); });
+  return messageCatalog();
+}
+
+}  // namespace sourcetype
