@@ -8,8 +8,8 @@
 namespace sourcetype {
 
 // Every unit that has no character is written as \xHH for each of its bytes (upper-case digits) and
-// counts once as invalid; so does a decoded U+0000, written as \x00. No byte is lost, and what comes
-// out is valid UTF-8 without a NUL. How the input is cut into pieces makes no difference.
+// counts once as invalid; so does a decoded U+0000, written as \x00. No byte is lost, and what
+// comes out is valid UTF-8 without a NUL. How the input is cut into pieces makes no difference.
 class CharsetConverter {
  public:
   CharsetConverter() = default;
@@ -17,8 +17,8 @@ class CharsetConverter {
   CharsetConverter& operator=(const CharsetConverter&) = delete;
   virtual ~CharsetConverter() = default;
 
-  // Appends `bytes` to `out` as UTF-8. A unit that the end of `bytes` cuts off is kept and completed
-  // by the next call.
+  // Appends `bytes` to `out` as UTF-8. A unit that the end of `bytes` cuts off is kept and
+  // completed by the next call.
   virtual void convert(std::string_view bytes, std::string& out) = 0;
 
   // Ends the input: what is kept of an unfinished unit is invalid.

@@ -13,7 +13,8 @@ namespace sourcetype {
 // becomes lower case.
 std::string normaliseCharsetName(std::string_view name);
 
-// A new converter for a charset named in any spelling; nothing when the name is unknown.
+// A new converter for a charset named in any spelling; nothing when the name is unknown or when the
+// system's iconv, which supplies most tables, does not have the charset.
 std::unique_ptr<CharsetConverter> findConverter(std::string_view charsetName);
 
 }  // namespace sourcetype

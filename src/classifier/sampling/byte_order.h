@@ -1,0 +1,23 @@
+// Reading units of two or four bytes.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "classifier/sampling/utf8_text.h"
+
+namespace sourcetype {
+
+enum class ByteOrder { Big, Little };
+
+// The number in the first `kSize` of `bytes`, which must hold as many.
+template <std::size_t kSize>
+char32_t readUnit(std::string_view bytes, ByteOrder order) {
+  char32_t unit = 0;
+  for (std::size_t i = 0; i < kSize; ++i) {
+    unit = unit << 8 | byteAt(bytes, order == ByteOrder::Big ? i : kSize - 1 - i);
+  }
+  return unit;
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,40 @@
+// Charsets of East Asia in which a character has a varying number of bytes, read by iconv.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "classifier/sampling/iconv_stream.h"
+#include "classifier/sampling/piecewise_converter.h"
+
+namespace sourcetype {
+
+// How the bytes of one charset make up units, assigned to a character or not.
+struct MultiByteLayout;
+
+// Where iconv finds no character, the longest start of the rest that looks like a unit of the
+// charset is one invalid unit: lead and trail of an unassigned pair, a lead byte alone where no
+// trail byte follows, else one byte. Reading goes on behind it.
+class MultiByteConverter final : public PiecewiseConverter {
+ public:
+  // Nothing for a charset whose layout is unknown here or that this system's iconv does not have.
+  static std::unique_ptr<MultiByteConverter> create(std::string_view charset);
+
+ protected:
+  std::size_t decode(std::string_view bytes, Input input, std::string& out) override;
+
+ private:
+  MultiByteConverter(IconvStream stream, const MultiByteLayout& layout)
+      : stream_(std::move(stream)), layout_(layout) {}
+
+  std::size_t decodeRun(std::string_view bytes, Input input, std::string& out);
+
+  bool stepsOver(std::string_view pair, std::string& out);
+
+  IconvStream stream_;
+  const MultiByteLayout& layout_;
+};
+
+}  // namespace sourcetype

@@ -1,0 +1,21 @@
+// Charsets in which one byte is one character.
+#pragma once
+
+#include "classifier/sampling/byte_texts.h"
+#include "classifier/sampling/charset_converter.h"
+
+namespace sourcetype {
+
+class TableConverter final : public CharsetConverter {
+ public:
+  explicit TableConverter(ByteTexts texts);
+
+  void convert(std::string_view bytes, std::string& out) override;
+  void finish(std::string&) override {}
+
+ private:
+  ByteTexts texts_;
+  bool isAsciiBased_;
+};
+
+}  // namespace sourcetype

@@ -1,0 +1,20 @@
+#include "classifier/sampling/utf32_converter.h"
+
+namespace sourcetype {
+
+std::size_t Utf32Converter::decode(std::string_view bytes, Input input, std::string& out) {
+  std::size_t at = 0;
+  for (; bytes.size() - at >= 4; at += 4) {
+    const std::string_view unit = bytes.substr(at, 4);
+    if (const char32_t c = readUnit<4>(unit, order_); isScalarValue(c)) {
+      appendCharacter(c, out);
+    } else {
+      appendInvalid(unit, out);
+    }
+  }
+  if (input == Input::MayGoOn || at == bytes.size()) return at;
+  appendInvalid(bytes.substr(at), out);
+  return bytes.size();
+}
+
+}  // namespace sourcetype

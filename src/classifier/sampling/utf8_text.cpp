@@ -1,0 +1,66 @@
+#include "classifier/sampling/utf8_text.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace sourcetype {
+namespace {
+
+constexpr std::size_t kWord = sizeof(std::uint64_t);
+constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+constexpr std::uint64_t kLowBits = ~kHighBits;
+
+std::uint64_t loadWord(const char* at) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, at, kWord);
+  return word;
+}
+
+// The high bit of every byte that is 00 or 80-FF: adding 7F carries into it from any other value.
+std::uint64_t markOthers(std::uint64_t word) {
+  return (~((word & kLowBits) + kLowBits) | word) & kHighBits;
+}
+
+std::size_t firstMarked(std::uint64_t marks) {
+  if constexpr (std::endian::native == std::endian::little) {
+    return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
+  } else {
+    return static_cast<std::size_t>(std::countl_zero(marks)) / 8;
+  }
+}
+
+}  // namespace
+
+void appendUtf8(char32_t c, std::string& out) {
+  const auto tail = [c](unsigned shift) { return static_cast<char>(0x80 | ((c >> shift) & 0x3F)); };
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out.append({static_cast<char>(0xC0 | (c >> 6)), tail(0)});
+  } else if (c < 0x10000) {
+    out.append({static_cast<char>(0xE0 | (c >> 12)), tail(6), tail(0)});
+  } else {
+    out.append({static_cast<char>(0xF0 | (c >> 18)), tail(12), tail(6), tail(0)});
+  }
+}
+
+std::size_t asciiRunLength(std::string_view text) {
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
+  const char* at = begin;
+  for (; static_cast<std::size_t>(end - at) >= 4 * kWord; at += 4 * kWord) {
+    const std::uint64_t marks = markOthers(loadWord(at)) | markOthers(loadWord(at + kWord)) |
+                                markOthers(loadWord(at + 2 * kWord)) |
+                                markOthers(loadWord(at + 3 * kWord));
+    if (marks != 0) break;
+  }
+  for (; static_cast<std::size_t>(end - at) >= kWord; at += kWord) {
+    const std::uint64_t marks = markOthers(loadWord(at));
+    if (marks != 0) return static_cast<std::size_t>(at - begin) + firstMarked(marks);
+  }
+  while (at < end && *at != 0 && (static_cast<unsigned char>(*at) & 0x80U) == 0) ++at;
+  return static_cast<std::size_t>(at - begin);
+}
+
+}  // namespace sourcetype

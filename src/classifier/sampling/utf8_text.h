@@ -1,0 +1,39 @@
+// Small pieces that every converter to UTF-8 needs.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace sourcetype {
+
+constexpr char32_t kLastCodePoint = 0x10FFFF;
+
+constexpr unsigned char byteAt(std::string_view bytes, std::size_t index) {
+  return static_cast<unsigned char>(bytes[index]);
+}
+
+constexpr bool isHighSurrogate(char32_t unit) {
+  return unit >= 0xD800 && unit <= 0xDBFF;
+}
+constexpr bool isLowSurrogate(char32_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+// A code point that may stand in UTF-8: no surrogate, and not past the last one.
+constexpr bool isScalarValue(char32_t c) {
+  return c <= kLastCodePoint && !(c >= 0xD800 && c <= 0xDFFF);
+}
+
+// The character of a high surrogate and the low one behind it.
+constexpr char32_t joinSurrogates(char32_t high, char32_t low) {
+  return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
+
+// Appends a scalar value as UTF-8.
+void appendUtf8(char32_t c, std::string& out);
+
+// How many bytes at the start of `text` are 01-7F: ASCII but for NUL.
+std::size_t asciiRunLength(std::string_view text);
+
+}  // namespace sourcetype
