@@ -1,0 +1,45 @@
+#include "classifier/classifier_settings.h"
+
+#include "conf/message_catalog.h"
+#include "util/text.h"
+
+namespace sourcetype {
+namespace {
+
+constexpr LogCategory kFlowLog{"FileClassifier"};
+
+void addWords(std::string_view list, ClassifierSettings::Keywords& words) {
+  constexpr std::string_view kSeparators = " ,";
+  while (true) {
+    const auto begin = list.find_first_not_of(kSeparators);
+    if (begin == std::string_view::npos) return;
+    list.remove_prefix(begin);
+    const auto word = list.substr(0, list.find_first_of(kSeparators));
+    words.emplace(word);
+    list.remove_prefix(word.size());
+  }
+}
+
+}  // namespace
+
+const ClassifierSettings::Values& ClassifierSettings::loaded() {
+  if (values_) return *values_;
+  values_.emplace();
+  Conf& conf = store_.getConf("source-classifier");
+  for (const auto& stanza : store_.stanzaNames(conf, "")) {
+    PropertiesMap settings;
+    store_.getExactStanza(conf, settings, stanza);
+    for (const auto& [key, entry] : settings.entries()) {
+      if (equalsIgnoringCase(key, "ignored_filename_keywords")) {
+        addWords(entry.value, values_->filename);
+      } else if (equalsIgnoringCase(key, "ignored_model_keywords")) {
+        addWords(entry.value, values_->model);
+      } else if (!equalsIgnoringCase(key, "_raw")) {
+        logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_UNKNOWN_SETTING__%s", key);
+      }
+    }
+  }
+  return *values_;
+}
+
+}  // namespace sourcetype

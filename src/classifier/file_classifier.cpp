@@ -1,0 +1,211 @@
+#include "classifier/file_classifier.h"
+
+#include "classifier/binary_test.h"
+#include "classifier/header_detector.h"
+#include "classifier/line_break_learner.h"
+#include "classifier/properties.h"
+#include "classifier/timestamp_learner.h"
+#include "classifier/type_name.h"
+#include "conf/message_catalog.h"
+#include "util/text.h"
+
+namespace sourcetype {
+namespace {
+
+constexpr LogCategory kFlowLog{"FileClassifier"};
+
+// Fewer lines say too little to recognise a file or to learn from it.
+constexpr std::size_t kMinModelLines = 100;
+
+// A rule-matched sourcetype needs no more models to be told from others.
+constexpr std::size_t kMaxRuleModels = 3;
+
+// Says no more than that a line holds a time of day, which is no start of an event.
+constexpr std::string_view kTimeOfDayExpression = R"(\d+:\d+:\d+)";
+
+}  // namespace
+
+FileClassifier::FileClassifier(FileClassifierManager& manager, PropertiesMap& result,
+                               const TypeRequest& request)
+    : manager_(manager),
+      store_(manager.store()),
+      result_(result),
+      request_(request),
+      fileName_(pathToText(request.path)),
+      learningAllowed_(request.learningAllowed) {}
+
+// Every return below is a way to end.
+void FileClassifier::runFlow() {
+  logDebug(kFlowLog, "Finding type for file: %s", fileName_);
+  lookUpConfiguredProps();
+  if (isSettledUnread()) return finishWith(sourcetype_);
+  if (const auto cause = examinePath()) return markInvalid(*cause);
+  // With the sourcetype known, no more is asked of the content than whether it is text.
+  if (!takeSample(sourcetype_.empty() ? Keep::Lines : Keep::CountsOnly)) {
+    return markInvalid(InvalidCause::CannotRead);
+  }
+  if (isBinarySample() && !noBinaryCheck_) return markInvalid(InvalidCause::Binary);
+  if (!sourcetype_.empty()) return finishWith(sourcetype_);
+  singleLine_ = isSingleLineSample(*sample_);
+  if (sample_->lineCount() < kMinModelLines) return finishTooSmall();
+  if (const auto found = findRuleSourcetype(*sample_, RuleTiming::BeforeModels, store_)) {
+    return finishWithRule(*found);
+  }
+  if (matchModels() || !learningAllowed_) return;
+  if (const auto found = findRuleSourcetype(*sample_, RuleTiming::AfterModels, store_)) {
+    return finishWith(*found);
+  }
+  createSourcetype();
+}
+
+// The input's "sourcetype" or "given_type" wins over a configured sourcetype, but a configured
+// "preprocess" wins over everything.
+void FileClassifier::lookUpConfiguredProps() {
+  sourcetype_ = result_.get(key::kSourcetype);
+  if (sourcetype_.empty()) sourcetype_ = result_.get(key::kGivenType);
+
+  PropertiesMap sourceProps;
+  store_.getStanzaSettings(store_.getProps(), sourceProps, sourceStanzas(request_.path),
+                           PatternMatching::Yes);
+  const std::string& configured = sourceProps.get(key::kSourcetype);
+  if (sourcetype_.empty() || equalsIgnoringCase(configured, kPreprocessSourcetype)) {
+    sourcetype_ = configured;
+  }
+
+  store_.getStanzaSettings(store_.getProps(), fileProps_, sourceStanzas(request_.path, sourcetype_),
+                           PatternMatching::Yes);
+  if (!sourcetype_.empty()) fileProps_.set(key::kSourcetype, sourcetype_);
+
+  if (const auto charset = fileProps_.tryGet(key::kCharset)) result_.set(key::kCharset, *charset);
+  if (learningAllowed_) learningAllowed_ = fileProps_.getBool(key::kLearnSourcetype, true);
+  headerWanted_ = fileProps_.getBool(key::kCheckForHeader, false);
+  if (const auto noBinaryCheck = fileProps_.tryGetBool(key::kNoBinaryCheck)) {
+    noBinaryCheck_ = *noBinaryCheck;
+    result_.set(key::kNoBinaryCheck, lowerFlagText(noBinaryCheck_));
+  }
+}
+
+// With the sourcetype known and nothing to find out about the bytes, the file need not be opened.
+bool FileClassifier::isSettledUnread() const {
+  return !sourcetype_.empty() && noBinaryCheck_ && fileProps_.get(key::kCharset) != "auto";
+}
+
+std::optional<InvalidCause> FileClassifier::examinePath() const {
+  if (request_.sampleText || !sourcetype_.empty()) return std::nullopt;
+  switch (fileKind(request_.path)) {
+    case FileKind::Regular:
+      return std::nullopt;
+    case FileKind::CannotExamine:
+      return InvalidCause::FailedStat;
+    case FileKind::Other:
+      break;
+  }
+  return InvalidCause::NotRegularFile;
+}
+
+bool FileClassifier::takeSample(Keep keep) {
+  sample_ = request_.sampleText ? readSampleText(*request_.sampleText, fileProps_, fileName_)
+                                : readSample(request_.path, fileProps_, request_.maxLines, keep);
+  if (!sample_) return false;
+  if (const auto& charset = sample_->detectedCharset(); !charset.empty()) {
+    result_.set(key::kCharset, charset);
+  }
+  return true;
+}
+
+bool FileClassifier::isBinarySample() const {
+  const auto invalid = sample_->invalidCount();
+  const auto total = sample_->bytesRead();
+  logDebug(kFlowLog,
+           R"(filename="%s" invalidCharCount="%lu" TotalCharCount="%llu" PercentInvalid="%Lf")",
+           fileName_, invalid, total, invalidPercentage(invalid, total));
+  return isBinary(invalid, total);
+}
+
+void FileClassifier::finishWith(std::string_view sourcetype) {
+  manager_.getSourcetypeSettings(result_, sourcetype);
+}
+
+void FileClassifier::finishWithRule(std::string_view sourcetype) {
+  finishWith(sourcetype);
+  if (learningAllowed_ && result_.getBool(key::kLearnModel, true) &&
+      manager_.models().countModels(sourcetype) < kMaxRuleModels) {
+    manager_.models().trainModels(fileName_, *sample_, sourcetype);
+  }
+}
+
+bool FileClassifier::matchModels() {
+  const auto found = manager_.models().matchModels(fileName_, *sample_);
+  if (found) finishWith(*found);
+  return found.has_value();
+}
+
+// A small file gets a sourcetype of its own kind, which keeps it out of the ones that mean
+// something.
+void FileClassifier::finishTooSmall() {
+  PropertiesMap smallProps;
+  store_.getStanzaSettings(store_.getProps(), smallProps, kTooSmallSourcetype, PatternMatching::No);
+  std::string sourcetype(kTooSmallSourcetype);
+  if (smallProps.getBool(key::kPrefixSourcetype, true)) {
+    sourcetype = makeTypeName(fileName_, store_.pathForm()) + "-" + sourcetype;
+  }
+  if (!store_.stanzaExists(store_.getProps(), sourcetype)) {
+    result_.set(key::kShouldLinemerge, flagText(!singleLine_));
+    for (const auto& [key, entry] : smallProps.entries()) {
+      result_.insertIfAbsent(key, entry.value, entry.stanza);
+    }
+    result_.remove(key::kSourcetype);
+    store_.writeStanza(store_.getProps(), sourcetype, result_, false);
+  }
+  finishWith(sourcetype);
+}
+
+// Nothing recognised the file: it becomes the first of a new sourcetype.
+void FileClassifier::createSourcetype() {
+  const std::string sourcetype = makeUniqueTypeName(fileName_, store_);
+  proposeEventBreaking(sourcetype);
+  logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_NEW_KNOWN_TYPE__%s_%s", sourcetype,
+             flagText(singleLine_));
+  result_.set(key::kShouldLinemerge, flagText(!singleLine_));
+  result_.set(key::kIsValid, flagText(true));
+  learnTimestampSettings(sourcetype, *sample_, result_);
+  store_.writeStanza(store_.getProps(), sourcetype, result_, false);
+  store_.getExactStanza(store_.getProps(), result_, kDefaultStanza);
+  result_.set(key::kSourcetype, sourcetype);
+  manager_.models().trainModels(fileName_, *sample_, sourcetype);
+}
+
+void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {
+  if (singleLine_) return;
+  try {
+    const auto expression = learnBreakOnlyBeforeRegex(*sample_);
+    if (expression && *expression != kTimeOfDayExpression) {
+      logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_FOUND_GOOD_REGEX__%s_%s_%s",
+                 *expression, sourcetype, fileName_);
+      result_.set(key::kBreakOnlyBefore, *expression);
+    } else {
+      logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_NO_GOOD_REGEX__%s", sourcetype);
+    }
+  } catch (const std::exception& error) {  // the sourcetype does without the expression
+    logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_REGEX__%s", sourcetype);
+    logDebug(kFlowLog, "%s", error.what());
+  }
+}
+
+void FileClassifier::markInvalid(InvalidCause cause) {
+  FileClassifierManager::markInvalid(result_, request_.path, cause);
+}
+
+void FileClassifier::detectHeaderIfAsked() {
+  try {
+    if (!learningAllowed_ || !result_.getBool(key::kCheckForHeader, headerWanted_)) return;
+    const bool hasLines = sample_ && sample_->lineCount() > 0;
+    if (!hasLines && !takeSample(Keep::Lines)) return;
+    if (sample_->lineCount() > 0) detectHeader(fileName_, *sample_, result_, store_);
+  } catch (const std::exception& error) {  // the result stands without a header
+    logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_TYPE__%s", fileName_);
+    logDebug(kFlowLog, "%s", error.what());
+  }
+}
+
+}  // namespace sourcetype

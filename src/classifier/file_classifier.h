@@ -1,0 +1,55 @@
+// The road of one file from first lookup to settled result.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "classifier/file_classifier_manager.h"
+#include "classifier/rules.h"
+#include "classifier/sampling/sample.h"
+
+namespace sourcetype {
+
+// Holds what the whole road needs, for one call. Lower layers may throw through it.
+class FileClassifier {
+ public:
+  // All three must outlive the object.
+  FileClassifier(FileClassifierManager& manager, PropertiesMap& result, const TypeRequest& request);
+
+  // Fills the result up to the sourcetype's settings.
+  void runFlow();
+
+  // Looks for a header line where configuration asks for it. Never throws.
+  void detectHeaderIfAsked();
+
+ private:
+  void lookUpConfiguredProps();
+  bool isSettledUnread() const;
+  std::optional<InvalidCause> examinePath() const;
+  bool takeSample(Keep keep);
+  bool isBinarySample() const;
+  void finishWith(std::string_view sourcetype);
+  void finishWithRule(std::string_view sourcetype);
+  void finishTooSmall();
+  bool matchModels();
+  void createSourcetype();
+  void proposeEventBreaking(const std::string& sourcetype);
+  void markInvalid(InvalidCause cause);
+
+  FileClassifierManager& manager_;
+  ConfStore& store_;
+  PropertiesMap& result_;
+  const TypeRequest& request_;
+  const std::string fileName_;
+
+  std::string sourcetype_;   // empty until something settles it
+  PropertiesMap fileProps_;  // what configuration says of the file and its sourcetype
+  bool learningAllowed_;
+  bool headerWanted_ = false;
+  bool noBinaryCheck_ = false;
+  std::optional<Sample> sample_;
+  bool singleLine_ = true;  // each line of the sample is an event
+};
+
+}  // namespace sourcetype

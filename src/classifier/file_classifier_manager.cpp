@@ -1,0 +1,98 @@
+#include "classifier/file_classifier_manager.h"
+
+#include <vector>
+
+#include "classifier/file_classifier.h"
+#include "classifier/line_break_learner.h"
+#include "classifier/properties.h"
+#include "conf/ini_file.h"
+#include "conf/message_catalog.h"
+
+namespace sourcetype {
+namespace {
+
+constexpr LogCategory kFlowLog{"FileClassifier"};
+
+constexpr std::string_view causeText(InvalidCause cause) {
+  switch (cause) {
+    case InvalidCause::FailedStat:
+      return "failed_stat";
+    case InvalidCause::NotRegularFile:
+      return "not_regular_file";
+    case InvalidCause::CannotRead:
+      return "cannot_read";
+    case InvalidCause::Binary:
+      return "binary";
+  }
+  return {};
+}
+
+}  // namespace
+
+std::vector<std::string> sourceStanzas(const std::filesystem::path& path,
+                                       std::string_view sourcetype) {
+  std::vector<std::string> names{"source::" + pathToText(path)};
+  if (!sourcetype.empty()) names.emplace_back(sourcetype);
+  return names;
+}
+
+FileClassifierManager::FileClassifierManager(ConfStore& store)
+    : store_(store), settings_(store), models_(store, settings_) {}
+
+void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeRequest& request) {
+  FileClassifier file(*this, result, request);
+  try {
+    file.runFlow();
+  } catch (const std::exception& error) {
+    logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_TYPE__%s",
+               pathToText(request.path));
+    logDebug(kFlowLog, "%s", error.what());
+  }
+  file.detectHeaderIfAsked();
+}
+
+void FileClassifierManager::learnFile(const std::filesystem::path& path,
+                                      std::string_view sourcetype, Training /*training*/,
+                                      std::uint64_t maxLines) {
+  PropertiesMap props;
+  store_.getStanzaSettings(store_.getProps(), props, sourceStanzas(path), PatternMatching::Yes);
+  if (const auto sample = readSample(path, props, maxLines)) {
+    models_.trainModels(pathToText(path), *sample, sourcetype);
+  } else {
+    logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_CANNOT_OPEN__%s", pathToText(path));
+  }
+}
+
+void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingFile) {
+  models_.reset();
+  const IniFile training = IniFile::read(trainingFile);
+  for (const auto& [sourcetype, stanza] : training.stanzas()) {
+    logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_TRAINING__%s", sourcetype);
+    for (const auto& [key, setting] : stanza.settings) {
+      if (key.starts_with('_')) continue;
+      logInfo(kFlowLog, "\twith file:%s", setting.value);
+      learnFile(pathFromText(setting.value), sourcetype, Training::Yes);
+    }
+  }
+}
+
+void FileClassifierManager::getSourcetypeSettings(PropertiesMap& result,
+                                                  std::string_view sourcetype) {
+  const std::string name(sourcetype);
+  store_.getStanzaSettings(store_.getProps(), result, std::span(&name, 1), PatternMatching::No);
+  result.set(key::kSourcetype, sourcetype);
+  if (!result.tryGet(key::kIsValid)) {
+    result.set(key::kIsValid, flagText(!result.tryGet(key::kInvalidCause)));
+  }
+}
+
+void FileClassifierManager::markInvalid(PropertiesMap& result, const std::filesystem::path& path,
+                                        InvalidCause cause) {
+  result.set(key::kIsValid, flagText(false));
+  result.set(key::kSourcetype, kUnknownSourcetype);
+  result.set(key::kInvalidCause, causeText(cause));
+  logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_INVALID_FILE__%s_%s", pathToText(path),
+             causeText(cause));
+}
+
+}  // namespace sourcetype

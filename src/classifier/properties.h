@@ -1,0 +1,40 @@
+// Keys and texts of the classifier's input and result that users see.
+#pragma once
+
+#include <string_view>
+
+namespace sourcetype {
+
+// The two ways flags are written: results and event breaking on one hand, NO_BINARY_CHECK on the
+// other.
+constexpr std::string_view flagText(bool value) {
+  return value ? "True" : "False";
+}
+constexpr std::string_view lowerFlagText(bool value) {
+  return value ? "true" : "false";
+}
+
+namespace key {
+
+inline constexpr std::string_view kSourcetype = "sourcetype";
+inline constexpr std::string_view kGivenType = "given_type";
+inline constexpr std::string_view kIsValid = "is_valid";
+inline constexpr std::string_view kInvalidCause = "invalid_cause";
+
+inline constexpr std::string_view kCharset = "CHARSET";
+inline constexpr std::string_view kLearnSourcetype = "LEARN_SOURCETYPE";
+inline constexpr std::string_view kLearnModel = "LEARN_MODEL";
+inline constexpr std::string_view kCheckForHeader = "CHECK_FOR_HEADER";
+inline constexpr std::string_view kNoBinaryCheck = "NO_BINARY_CHECK";
+inline constexpr std::string_view kPrefixSourcetype = "PREFIX_SOURCETYPE";
+inline constexpr std::string_view kShouldLinemerge = "SHOULD_LINEMERGE";
+inline constexpr std::string_view kBreakOnlyBefore = "BREAK_ONLY_BEFORE";
+
+}  // namespace key
+
+// Sourcetypes with a meaning of their own.
+inline constexpr std::string_view kUnknownSourcetype = "unknown";
+inline constexpr std::string_view kTooSmallSourcetype = "too_small";
+inline constexpr std::string_view kPreprocessSourcetype = "preprocess";
+
+}  // namespace sourcetype

@@ -1,0 +1,42 @@
+// Start, run and stop.
+
+#include <fmt/core.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <map>
+#include <string>
+#include <system_error>
+
+#include "conf/conf_store.h"
+#include "main/driver.h"
+#include "main/environment.h"
+#include "main/xml_libraries.h"
+#include "platform/entry_point.h"
+#include "platform/environment.h"
+
+namespace sourcetype {
+namespace {
+
+// A run that could not be completed, as against one whose options were refused (1).
+constexpr int kFailure = 2;
+
+}  // namespace
+
+int programMain(std::span<const Argument> arguments) try {
+  const auto home = environmentPath("TARNEL_HOME");
+  ConfStore store(home ? *home / "etc" : std::filesystem::path());
+  std::map<std::string, std::string> variables;
+  initEnvironment(store, variables);
+  initXmlLibraries(store.root());
+  const int status = runDriver(store, arguments);
+  cleanupXmlLibraries();
+  if (std::fflush(stdout) != 0) throw std::system_error(errno, std::system_category(), "stdout");
+  return status;
+} catch (const std::exception& error) {
+  fmt::print(stderr, "sourcetype: {}\n", error.what());
+  return kFailure;
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,201 @@
+#include "main/xml_libraries.h"
+
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/uri.h>
+#include <libxml/xmlIO.h>
+#include <libxml/xmlerror.h>
+#include <libxslt/xslt.h>
+#include <libxslt/xsltutils.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/file_system.h"
+#include "platform/path_form.h"
+#include "util/logging.h"
+
+namespace sourcetype {
+namespace {
+
+namespace fs = std::filesystem;
+
+const LogCategory kXmlLog("XmlParser");
+
+// 2.7.8. Older ones lack the structured errors and limits that are relied on.
+constexpr long kOldestLibxml2 = 20708;
+
+// Bytes of one piece of a message; the rest is cut.
+constexpr std::size_t kMaxPiece = 1024;
+
+// Bytes. A message that grows beyond is logged in parts.
+constexpr std::size_t kMaxMessage = 8192;
+
+// The libraries keep one set of handlers for the process and hand them no object of ours.
+struct XmlLayer {
+  bool initialised = false;
+  fs::path root;        // canonical
+  std::string message;  // pieces of a generic message whose line has not ended yet
+};
+XmlLayer& xmlLayer() {
+  static XmlLayer layer;
+  return layer;
+}
+
+std::string_view withoutLineEnd(std::string_view text) {
+  while (text.ends_with('\n') || text.ends_with('\r')) text.remove_suffix(1);
+  return text;
+}
+
+std::string_view orEmpty(const char* text) {
+  return text == nullptr ? "" : text;
+}
+
+void logXmlError(const xmlError& error) {
+  const auto level = error.level == XML_ERR_WARNING ? LogLevel::Warn : LogLevel::Error;
+  const auto message = withoutLineEnd(orEmpty(error.message));
+  if (error.file == nullptr) {
+    logAt(level, kXmlLog, "line %d: %s", error.line, message);
+  } else {
+    logAt(level, kXmlLog, "%s:%d: %s", error.file, error.line, message);
+  }
+}
+
+// printf-style, and a message may come in pieces; a newline ends it. The formats are the
+// libraries'.
+void collectMessage(void* /*context*/, const char* format, ...) {
+  std::array<char, kMaxPiece> piece{};
+  std::va_list arguments;  // NOLINT(cppcoreguidelines-pro-type-vararg): the libraries' interface
+  va_start(arguments, format);
+  std::vsnprintf(piece.data(), piece.size(), format, arguments);
+  va_end(arguments);
+
+  auto& message = xmlLayer().message;
+  message += piece.data();
+  if (!message.ends_with('\n') && message.size() < kMaxMessage) return;
+  const auto complete = std::exchange(message, {});
+  if (const auto text = withoutLineEnd(complete); !text.empty()) logError(kXmlLog, "%s", text);
+}
+
+// The file that a location names; nothing when it names something else, like a host.
+std::optional<fs::path> localFile(std::string_view location) {
+  for (const std::string_view prefix : {"file://localhost/", "file:///"}) {
+    if (location.starts_with(prefix)) {
+      location.remove_prefix(prefix.size() - 1);
+      // "/C:/x" names C:/x where a root can have a name.
+      const auto withDrive = pathFromText(location.substr(1));
+      return withDrive.has_root_name() ? withDrive : pathFromText(location);
+    }
+  }
+  if (location.find("://") != std::string_view::npos) return std::nullopt;
+  return pathFromText(location);
+}
+
+std::string unescaped(const std::string& location) {
+  const std::unique_ptr<char, decltype(xmlFree)> text(
+      xmlURIUnescapeString(location.c_str(), 0, nullptr), xmlFree);
+  return text == nullptr ? location : text.get();
+}
+
+bool isBelow(const fs::path& root, const fs::path& file) {
+  return !root.empty() && std::ranges::mismatch(root, file).in1 == root.end();
+}
+
+// The canonical path of the file at `location`, or why it must not be read.
+struct Permission {
+  fs::path file{};
+  const char* refusal = nullptr;
+};
+Permission examineLocation(const std::string& location) {
+  std::error_code error;
+  fs::path file;
+  // The libraries escape some locations and others not.
+  for (const auto& spelling : {location, unescaped(location)}) {
+    const auto named = localFile(spelling);
+    if (!named) return {.refusal = "it is not a local file"};
+    file = fs::canonical(*named, error);
+    if (!error) break;
+  }
+  if (error) return {.refusal = "there is no such file"};
+  if (!isBelow(xmlLayer().root, file)) return {.refusal = "it is outside the configuration"};
+  if (fileKind(file) != FileKind::Regular) return {.refusal = "it is not a regular file"};
+  return {.file = file};
+}
+
+xmlParserInputPtr openEntity(const char* url, const char* id, xmlParserCtxtPtr context) {
+  const std::string location(orEmpty(url));
+  const auto permission =
+      location.empty() ? Permission{.refusal = "it names no file"} : examineLocation(location);
+  if (permission.refusal != nullptr) {
+    logError(kXmlLog, "Refused to read \"%s\" (%s): %s.", location, orEmpty(id),
+             permission.refusal);
+    return nullptr;
+  }
+  const FileBytes content = readFile(permission.file);
+  if (content.error || content.size > std::size_t{std::numeric_limits<int>::max()}) {
+    logError(kXmlLog, "Cannot read %s: %m", pathToText(permission.file),
+             content.error ? content.error : std::make_error_code(std::errc::file_too_large));
+    return nullptr;
+  }
+  auto* buffer = xmlParserInputBufferCreateMem(content.bytes.get(), static_cast<int>(content.size),
+                                               XML_CHAR_ENCODING_NONE);
+  if (buffer == nullptr) return nullptr;
+  auto* input = xmlNewIOInputStream(context, buffer, XML_CHAR_ENCODING_NONE);
+  if (input == nullptr) {
+    xmlFreeParserInputBuffer(buffer);
+    return nullptr;
+  }
+  // What the file refers to in turn stands relative to this; freed with the input.
+  input->filename = reinterpret_cast<char*>(xmlCanonicPath(reinterpret_cast<const xmlChar*>(url)));
+  return input;
+}
+
+void checkVersion() {
+  if (std::strtol(xmlParserVersion, nullptr, 10) >= kOldestLibxml2) return;
+  logError(kXmlLog, "libxml2 %s is too old: version 2.7.8 (%d) or later is needed.",
+           orEmpty(xmlParserVersion), kOldestLibxml2);
+}
+
+}  // namespace
+
+void initXmlLibraries(const fs::path& configurationRoot) {
+  auto& layer = xmlLayer();
+  if (layer.initialised) return;
+  std::error_code error;
+  layer.root = fs::canonical(configurationRoot, error);
+  if (error) {
+    logError(kXmlLog, "%s: %m", pathToText(configurationRoot), error);
+    layer.root.clear();  // nothing is below it
+  }
+
+  xmlInitParser();
+  // Generic: the parameter's constness differs between versions of the library.
+  xmlSetStructuredErrorFunc(nullptr, [](void* /*context*/, auto* xmlError) {
+    if (xmlError != nullptr) logXmlError(*xmlError);
+  });
+  xmlSetGenericErrorFunc(nullptr, collectMessage);
+  xsltSetGenericErrorFunc(nullptr, collectMessage);
+  xmlSetExternalEntityLoader(openEntity);
+  checkVersion();
+  xsltInit();
+  layer.initialised = true;
+}
+
+void cleanupXmlLibraries() {
+  auto& layer = xmlLayer();
+  if (!layer.initialised) return;
+  xsltCleanupGlobals();
+  xmlCleanupParser();
+  layer = {};
+}
+
+}  // namespace sourcetype

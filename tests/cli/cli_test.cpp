@@ -1,0 +1,291 @@
+// The built executable: what it prints, how it ends and what it writes.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "support/process.h"
+
+namespace sourcetype {
+namespace {
+
+using sourcetype::testing::Finished;
+using sourcetype::testing::Installation;
+using sourcetype::testing::repeated;
+
+constexpr const char* kLine = "2026-01-02 03:04:05 INFO unit=7 state changed\n";
+
+std::string usage(const std::string& name) {
+  return "Usage \n\n    To learn: \n        " + name + " <file> <sourcetype>\n        e.g., " +
+         name +
+         " wl3_log.log weblogic \n"
+         "        To change the attributes for a sourcetype, edit props.conf.\n\n"
+         "    To test: \n        " +
+         name + " <file>\n\n        " + name +
+         " --test --file=<file> [options]\n\n"
+         "\t\t options are added to the PropertiesMap passed as input to the classifier, this\n"
+         "\t\t is useful for passing 'given_type' in the same way as it is done during indexing\n"
+         "\t\t option format: --<field-name>=<value>, eg. --given_type=access_combined\n";
+}
+
+bool holds(const std::string& text, std::string_view part) {
+  return text.find(part) != std::string::npos;
+}
+
+// The value that a printed map gives a key.
+std::string printed(const Finished& run, const std::string& key) {
+  const auto begin = run.out.find("\t" + key + " -> ");
+  if (begin == std::string::npos) return "(absent)";
+  const auto value = begin + key.size() + 5;
+  return run.out.substr(value, run.out.find('\n', value) - value);
+}
+
+// --- Arguments and exit status ---
+
+TEST(CommandLine, NeedsTheInstallationRoot) {
+  const Installation server;
+  for (const char* home : {"-", ""}) {
+    const auto run = server.run({"x.log"}, {}, home);
+    EXPECT_EQ(run.status, 255);
+    EXPECT_EQ(run.err, "TARNEL_HOME must be set.  Stopping.\n");
+    EXPECT_EQ(run.out, "");
+  }
+}
+
+struct CommandCase {
+  const char* name;
+  std::vector<std::string> words;
+  int status;
+  std::string out;
+};
+
+class Command : public ::testing::TestWithParam<CommandCase> {};
+
+TEST_P(Command, Prints) {
+  const Installation server;
+  server.write("a.log", repeated(kLine, 3));
+  const auto run = server.run(GetParam().words);
+  EXPECT_EQ(run.status, GetParam().status);
+  EXPECT_EQ(run.out, GetParam().out);
+  EXPECT_TRUE(holds(run.err, "Using logging configuration at " +
+                                 server.path("etc/log-cmdline.cfg").native() + ".\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Modes, Command,
+    ::testing::Values(
+        CommandCase{"UsageForNoArguments", {}, 0, usage(SOURCETYPE_EXECUTABLE)},
+        CommandCase{"NothingForTooManyArguments", {"a.log", "t", "x"}, 0, ""},
+        CommandCase{"LearningDoneOrNot", {"none.log", "t"}, 0, "Training on none.log of type t\n"},
+        CommandCase{"TheFileNamedText", {"text", "t"}, 0, "Training on text of type t\n"},
+        CommandCase{"MissingFileOption",
+                    {"--test", "--given_type=access_combined"},
+                    1,
+                    "adding input option: given_type=access_combined\n"
+                    "Missing required option --file=\n" +
+                        usage(SOURCETYPE_EXECUTABLE)},
+        CommandCase{"OptionWithoutDashes",
+                    {"--test", "--file=a.log", "-v"},
+                    1,
+                    "Unrecognized option; -v\n" + usage(SOURCETYPE_EXECUTABLE)},
+        CommandCase{"OptionWithoutValue",
+                    {"--test", "--file=a.log", "--v"},
+                    1,
+                    "Unrecognized option; --v\n" + usage(SOURCETYPE_EXECUTABLE)},
+        CommandCase{"GivenTypeIsTheSourcetype",
+                    {"--test", "--given_type=t", "--x=a=b", "--file=b.log", "--file=a.log"},
+                    0,
+                    "adding input option: given_type=t\nadding input option: x=a=b\n"
+                    "PROPERTIES OF a.log\nPropertiesMap: {\n\tCHARSET -> auto\n\tgiven_type -> t\n"
+                    "\tis_valid -> True\n\tsourcetype -> t\n\tx -> a=b\n}\n"},
+        CommandCase{"SettingsOfASourcetype",
+                    {"settings", "too_small"},
+                    0,
+                    "PropertiesMap: {\n\tCHARSET -> auto\n\tPREFIX_SOURCETYPE -> true\n"
+                    "\tis_valid -> True\n\tsourcetype -> too_small\n}\n"},
+        CommandCase{"ALoneTestOptionIsAFile",
+                    {"--test"},
+                    0,
+                    "PROPERTIES OF --test\nPropertiesMap: {\n\tCHARSET -> auto\n"
+                    "\tinvalid_cause -> failed_stat\n\tis_valid -> False\n"
+                    "\tsourcetype -> unknown\n}\n"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(ManyFiles, ReadsNamesAndPrintsAVerdictForEach) {
+  const Installation server;
+  server.write("a.log", repeated(kLine, 3));
+  EXPECT_EQ(server.run({"manyfiles"}).out, "");
+  const auto run = server.run({"manyfiles"}, "none.log\na.log");
+  EXPECT_EQ(run.out,
+            "FILENAME: none.log\nClassified\tnone.log\tfailed_stat\n"
+            "FILENAME: a.log\nClassified\ta.log\tgeneric-too_small\n");
+}
+
+TEST(TextMode, ClassifiesTheTextAndNotTheFile) {
+  const Installation server;
+  const auto run = server.run({"text", "/no/where/orders.log", repeated(kLine, 150)});
+  EXPECT_EQ(printed(run, "sourcetype"), "orders");
+  EXPECT_EQ(printed(run, "is_valid"), "True");
+}
+
+TEST(SpeedMode, TimesADirectoryOrSaysWhyNot) {
+  const Installation server;
+  EXPECT_TRUE(holds(server.run({"speed"}).err, "opendir: No such file or directory\n"));
+}
+
+// --- Classification ---
+
+TEST(Classification, GivesAnUnknownFileANewSourcetypeOnce) {
+  const Installation server;
+  server.write("weblogic.log", repeated(kLine, 150));
+  const auto first = server.run({"weblogic.log"});
+  EXPECT_EQ(printed(first, "sourcetype"), "weblogic");
+  EXPECT_EQ(printed(first, "is_valid"), "True");
+  EXPECT_EQ(printed(first, "SHOULD_LINEMERGE"), "False");
+  EXPECT_EQ(server.read("etc/system/local/props.conf"),
+            "[weblogic]\nSHOULD_LINEMERGE = False\nis_valid = True\n");
+}
+
+TEST(Classification, NumbersASecondSourcetypeOfTheSameName) {
+  const Installation server;
+  server.write("etc/system/local/props.conf", "[weblogic]\n[weblogic_a]\n[weblogic-3]\n");
+  server.write("weblogic.log", repeated(kLine, 150));
+  EXPECT_EQ(printed(server.run({"weblogic.log"}), "sourcetype"), "weblogic-4");
+}
+
+TEST(Classification, NamesSmallFilesApart) {
+  const Installation server;
+  server.write("dir.d/orders.log", repeated(kLine, 99));
+  const auto first = server.run({"dir.d/orders.log"});
+  EXPECT_EQ(printed(first, "sourcetype"), "orders-too_small");
+  EXPECT_EQ(first.out, server.run({"dir.d/orders.log"}).out);
+  server.write("etc/apps/x/local/props.conf", "[too_small]\nPREFIX_SOURCETYPE = no\n");
+  EXPECT_EQ(printed(server.run({"dir.d/orders.log"}), "sourcetype"), "too_small");
+}
+
+TEST(Classification, GoesByTheSourceStanzaUnlessTheInputSaysOtherwise) {
+  const Installation server;
+  server.write("a.log", repeated(kLine, 150));
+  server.write("etc/system/local/props.conf",
+               "[source::...*.log]\nsourcetype = A\n[A]\nfrom = stanza\n");
+  const auto run = server.run({"a.log"});
+  EXPECT_EQ(printed(run, "sourcetype"), "A");
+  EXPECT_EQ(printed(run, "from"), "stanza");
+  const std::vector<std::string> given{"--test", "--file=a.log", "--given_type=B"};
+  EXPECT_EQ(printed(server.run(given), "sourcetype"), "B");
+  server.write("etc/system/local/props.conf", "[source::...*.log]\nsourcetype = PreProcess\n");
+  EXPECT_EQ(printed(server.run(given), "sourcetype"), "PreProcess");
+}
+
+TEST(Classification, DoesNotLearnWhereConfigurationForbidsIt) {
+  const Installation server;
+  server.write("a.log", repeated(kLine, 150));
+  server.write("etc/system/local/props.conf", "[source::...a.log]\nLEARN_SOURCETYPE = 0\n");
+  EXPECT_EQ(printed(server.run({"a.log"}), "sourcetype"), "(absent)");
+  EXPECT_EQ(server.read("etc/system/local/props.conf"),
+            "[source::...a.log]\nLEARN_SOURCETYPE = 0\n");
+}
+
+TEST(Classification, ReadsTheCharsetOfAByteOrderMark) {
+  const Installation server;
+  std::string utf16("\xFF\xFE");
+  for (const char c : repeated(kLine, 150)) utf16 += {c, '\0'};
+  server.write("orders.log", utf16);
+  const auto run = server.run({"orders.log"});
+  EXPECT_EQ(printed(run, "CHARSET"), "UTF-16LE");
+  EXPECT_EQ(printed(run, "sourcetype"), "orders");
+}
+
+struct InvalidCase {
+  const char* name;
+  const char* file;
+  const char* cause;
+};
+
+class InvalidFile : public ::testing::TestWithParam<InvalidCase> {};
+
+TEST_P(InvalidFile, IsReportedWithItsCause) {
+  const Installation server;
+  std::filesystem::create_directory(server.path("directory"));
+  ASSERT_EQ(::mkfifo(server.path("fifo").c_str(), 0600), 0);
+  server.write("binary", repeated("123456789", 10) + std::string(10, '\0'));
+  server.write("a/b", "");
+  const auto run = server.run({GetParam().file});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(printed(run, "is_valid"), "False");
+  EXPECT_EQ(printed(run, "invalid_cause"), GetParam().cause);
+  EXPECT_EQ(printed(run, "sourcetype"), "unknown");
+}
+
+INSTANTIATE_TEST_SUITE_P(Causes, InvalidFile,
+                         ::testing::Values(InvalidCase{"Directory", "directory",
+                                                       "not_regular_file"},
+                                           InvalidCase{"Fifo", "fifo", "not_regular_file"},
+                                           InvalidCase{"Device", "/dev/zero", "not_regular_file"},
+                                           InvalidCase{"Missing", "missing", "failed_stat"},
+                                           InvalidCase{"BelowAFile", "a/b/c", "failed_stat"},
+                                           InvalidCase{"TenPercentNul", "binary", "binary"}),
+                         [](const auto& test) { return test.param.name; });
+
+TEST(InvalidFile, OfAGivenTypeCannotBeReadEither) {
+  const Installation server;
+  ASSERT_EQ(::mkfifo(server.path("fifo").c_str(), 0600), 0);
+  const auto run = server.run({"--test", "--file=fifo", "--given_type=t"});
+  EXPECT_EQ(printed(run, "invalid_cause"), "cannot_read");
+}
+
+TEST(InvalidFile, NeedNotBeThereWhenNothingAboutItIsOpen) {
+  const Installation server;
+  server.write("etc/system/local/props.conf",
+               "[source::...gone]\nsourcetype=t\nNO_BINARY_CHECK=yes\nCHARSET=UTF-8\n");
+  const auto run = server.run({"gone"});
+  EXPECT_EQ(printed(run, "sourcetype"), "t");
+  EXPECT_EQ(printed(run, "is_valid"), "True");
+  EXPECT_EQ(printed(run, "NO_BINARY_CHECK"), "true");
+}
+
+// --- What hostile or broken surroundings do ---
+
+TEST(HostileName, CannotBecomeARuleOrSettingsForOtherFiles) {
+  const Installation server;
+  for (const char* name : {"rule::x", "x.source::*a", "two\nlines]x=[y.log", "\xFF\xFE.log"}) {
+    server.write(name, repeated(kLine, 150));
+    const auto run = server.run({name});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(printed(run, "is_valid"), "True") << run.out << run.err;
+  }
+  const auto written = server.read("etc/system/local/props.conf");
+  EXPECT_FALSE(holds(written, "::")) << written;
+  EXPECT_TRUE(holds(written, "[two\\\nlines]x=[y]\n")) << written;
+}
+
+TEST(HostileName, OfFourThousandBytesIsAnswered) {
+  const Installation server;
+  const auto run = server.run({std::string(4096, 'x')});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(printed(run, "invalid_cause"), "failed_stat");
+}
+
+TEST(UnwritableTree, StillClassifies) {
+  const Installation server;
+  server.write("etc/system/local", "a file in the place of the directory");
+  server.write("orders.log", repeated(kLine, 150));
+  const auto run = server.run({"orders.log"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(printed(run, "sourcetype"), "orders");
+  EXPECT_TRUE(holds(run.err, "ERROR")) << run.err;
+  EXPECT_TRUE(holds(run.err, "Not a directory")) << run.err;
+}
+
+TEST(BrokenConfiguration, IsReportedAndSkipped) {
+  const Installation server;
+  server.write("etc/system/local/props.conf", "[unclosed\nword\n[default]\nk = v\n");
+  server.write("etc/log-cmdline.cfg", "nonsense");
+  server.write("orders.log", repeated(kLine, 150));
+  const auto run = server.run({"orders.log"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(printed(run, "k"), "v");
+  EXPECT_TRUE(holds(run.err, "line 1: Stanza header is missing terminator: [unclosed")) << run.err;
+}
+
+}  // namespace
+}  // namespace sourcetype
