@@ -50,10 +50,6 @@ constexpr std::uint32_t kHeapLimitKib = 32 * 1024;
 constexpr std::size_t kJitStackStart = std::size_t{32} * 1024;
 constexpr std::size_t kJitStackMax = std::size_t{4} * 1024 * 1024;
 
-// "[\w-.]" fails to compile: a range cannot begin with a class. Older PCRE took the hyphen as
-// itself, and so it is still written; each one costs a compilation more.
-constexpr int kMaxLiteralHyphens = 32;
-
 struct PcreDeleter {
   void operator()(pcre2_code* code) const { pcre2_code_free(code); }
   void operator()(pcre2_compile_context* context) const { pcre2_compile_context_free(context); }
@@ -90,7 +86,7 @@ pcre2_compile_context* compileContext() {
 
 struct CompileError {
   int code = 0;
-  std::size_t offset = 0;  // where in the pattern
+  std::size_t offset = 0;
 
   std::string text() const {
     std::array<PCRE2_UCHAR, 256> buffer{};
@@ -232,7 +228,9 @@ std::string_view MatchResult::text(std::size_t group, std::string_view subject) 
 struct Regex::Program {
   Program(std::string_view pattern, std::uint32_t compileOptions, Study studyChoice)
       : source(pattern), options(compileOptions), wantsStudy(studyChoice == Study::Yes) {
-    compileSource();
+    CompileError error;
+    main = compile(source, options, error);
+    if (!main) throw RegexException("Regex: " + error.text());
     if (wantsStudy) study(*main);
     readInfo();
   }
@@ -242,7 +240,7 @@ struct Regex::Program {
   const pcre2_code* whole() const {
     std::call_once(wholeMade, [this] {
       CompileError ignored;
-      wholeCode = compile("(?:" + compiledText() + ")\\z", options | PCRE2_ANCHORED, ignored);
+      wholeCode = compile("(?:" + source + ")\\z", options | PCRE2_ANCHORED, ignored);
       if (wholeCode && wantsStudy) study(*wholeCode);
     });
     return wholeCode.get();
@@ -274,20 +272,6 @@ struct Regex::Program {
       if (studied) study(*studied);
     });
     return studied ? *studied : *main;
-  }
-
-  const std::string& compiledText() const { return rewritten.empty() ? source : rewritten; }
-
-  void compileSource() {
-    CompileError error;
-    main = compile(source, options, error);
-    for (int i = 0; !main && i < kMaxLiteralHyphens; ++i) {
-      if (error.code != PCRE2_ERROR_CLASS_INVALID_RANGE) break;
-      if (compiledText().substr(error.offset, 1) != "-") break;
-      rewritten = std::string(compiledText()).insert(error.offset, 1, '\\');
-      main = compile(rewritten, options, error);
-    }
-    if (!main) throw RegexException("Regex: " + error.text());
   }
 
   void readInfo() {
@@ -326,7 +310,6 @@ struct Regex::Program {
   std::size_t groups = 0;  // group 0 included
   bool anchored = false;
   std::map<std::string, std::size_t, std::less<>> names;
-  std::string rewritten;  // the source with "\-" for hyphens that begin no range; empty: as it is
   mutable std::once_flag wholeMade;
   mutable CodePtr wholeCode;
   mutable std::once_flag studiedMade;

@@ -73,10 +73,6 @@ INSTANTIATE_TEST_SUITE_P(
                       MatchCase{"z$", "\xffz", Mode::Search, true, 1, 2},
                       MatchCase{"z", "\xffz", Mode::Whole, false},
                       MatchCase{"a\\x00b", std::string("a\0b", 3), Mode::Whole, true, 0, 3}));
-INSTANTIATE_TEST_SUITE_P(
-    HyphenBehindAClass, Match,
-    ::testing::Values(MatchCase{"[\\w-.]+", "a-b.c!", Mode::Search, true, 0, 5},
-                      MatchCase{"[\\d-z][\\w-.]", "--", Mode::Whole, true, 0, 2}));
 // What costs too much is no match.
 INSTANTIATE_TEST_SUITE_P(
     Catastrophic, Match,
