@@ -1,5 +1,6 @@
 #include "classifier/type_name.h"
 
+#include "classifier/properties.h"
 #include "util/text.h"
 
 namespace sourcetype {
@@ -28,8 +29,10 @@ std::string_view nameFrom(std::string_view baseName) {
 std::string makeTypeName(std::string_view fileName, PathForm pathForm) {
   std::string_view name = nameFrom(fileName.substr(fileName.rfind(pathForm.separator) + 1));
   while (!name.empty() && !isAsciiLetter(name.back())) name.remove_suffix(1);
-  // With "::" the name of a file could become a rule, or settings for other files.
-  const bool isUsable = name.size() >= kShortestName && name.find("::") == std::string_view::npos;
+  // With any of these the name of a file could become a rule, or settings for other files.
+  const bool isSpecial = name.find("::") != std::string_view::npos || name == kDefaultStanza ||
+                         name == kTooSmallSourcetype;
+  const bool isUsable = name.size() >= kShortestName && !isSpecial;
   return std::string(isUsable ? name : kDefaultTypeName);
 }
 

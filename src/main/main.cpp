@@ -29,9 +29,8 @@ int programMain(std::span<const Argument> arguments) try {
   ConfStore store(home ? *home / "etc" : std::filesystem::path());
   std::map<std::string, std::string> variables;
   initEnvironment(store, variables);
-  initXmlLibraries(store.root());
+  const XmlLibraries xmlLibraries(store.root());
   const int status = runDriver(store, arguments);
-  cleanupXmlLibraries();
   if (std::fflush(stdout) != 0) throw std::system_error(errno, std::system_category(), "stdout");
   return status;
 } catch (const std::exception& error) {

@@ -17,4 +17,15 @@ void initXmlLibraries(const std::filesystem::path& configurationRoot);
 // they are not initialised.
 void cleanupXmlLibraries();
 
+// Both, for the length of a scope.
+class XmlLibraries {
+ public:
+  explicit XmlLibraries(const std::filesystem::path& configurationRoot) {
+    initXmlLibraries(configurationRoot);
+  }
+  XmlLibraries(const XmlLibraries&) = delete;
+  XmlLibraries& operator=(const XmlLibraries&) = delete;
+  ~XmlLibraries() { cleanupXmlLibraries(); }
+};
+
 }  // namespace sourcetype

@@ -36,12 +36,12 @@ class LogCategory {
 };
 
 // Logs `format`, filled with `args` as formatText() does, when the category's level asks for it. A
-// record is one line unless an argument is MultiLineText.
+// record is one line unless `format` holds a newline or an argument is MultiLineText.
 template <class... Args>
 void logAt(LogLevel level, const LogCategory& category, std::string_view format,
            const Args&... args) {
   if (!category.isEnabled(level)) return;
-  category.write(level, formatText(escapeControlCharacters(format), args...));
+  category.write(level, formatText(format, args...));
 }
 
 template <class... Args>

@@ -28,7 +28,8 @@ INSTANTIATE_TEST_SUITE_P(
                       NameCase{"app-2026-03", "app"}, NameCase{"report.abc123", "abc"},
                       NameCase{"2026.log", "generic"}, NameCase{"ab.log", "generic"},
                       NameCase{"", "generic"}, NameCase{"a.x9", "generic"},
-                      NameCase{"rule::mine", "generic"}, NameCase{"a.host::b", "generic"},
+                      NameCase{"rule::mine", "generic"}, NameCase{"default.log", "generic"},
+                      NameCase{"x.too_small", "generic"}, NameCase{"a.host::b", "generic"},
                       NameCase{".profile", "profile"},
                       NameCase{"C:\\logs\\iis.log", "C:\\logs\\iis"}));
 

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -342,18 +344,37 @@ static_assert(std::ranges::adjacent_find(kCharsets, std::ranges::greater_equal{}
                                          &CharsetRow::name) == kCharsets.end(),
               "searched by halves");
 
-std::unique_ptr<CharsetConverter> makeTableConverter(std::optional<ByteTexts> texts) {
-  if (!texts) return nullptr;
-  return std::make_unique<TableConverter>(*std::move(texts));
+// The table that `make` gives, made when its name is first asked for and kept for the life of the
+// process: a run may read thousands of files in the same charset. Empty where `make` gives nothing.
+template <class Table, class Make>
+std::shared_ptr<const Table> tableOnce(const std::string& name, const Make& make) {
+  static std::mutex mutex;
+  static std::map<std::string, std::shared_ptr<const Table>> tables;
+  const std::scoped_lock lock(mutex);
+  const auto [known, isNew] = tables.try_emplace(name);
+  if (isNew) {
+    if (auto made = make()) known->second = std::make_shared<const Table>(*std::move(made));
+  }
+  return known->second;
+}
+
+template <class Converter, class Table>
+std::unique_ptr<CharsetConverter> makeOver(std::shared_ptr<const Table> table) {
+  if (!table) return nullptr;
+  return std::make_unique<Converter>(std::move(table));
+}
+
+template <class Make>
+std::unique_ptr<CharsetConverter> makeTableConverter(std::string_view name, const Make& make) {
+  return makeOver<TableConverter>(tableOnce<ByteTexts>(std::string(name), make));
 }
 
 // A converter over the set that an EUC charset has behind `prefix`.
 template <class Converter>
 std::unique_ptr<CharsetConverter> makeFromEuc(const std::string& euc,
                                               std::string_view prefix = {}) {
-  auto table = DoubleByteTable::fromEuc(euc, prefix);
-  if (!table) return nullptr;
-  return std::make_unique<Converter>(*std::move(table));
+  return makeOver<Converter>(tableOnce<DoubleByteTable>(
+      euc + std::string(prefix), [&] { return DoubleByteTable::fromEuc(euc, prefix); }));
 }
 
 std::unique_ptr<CharsetConverter> makeConverter(const CharsetRow& row) {
@@ -379,7 +400,7 @@ std::unique_ptr<CharsetConverter> makeConverter(const CharsetRow& row) {
     case Family::Java:
       return std::make_unique<EscapeConverter>(EscapeSyntax::Java);
     case Family::JisX0201:
-      return makeTableConverter(jisX0201Texts());
+      return makeTableConverter("JIS X 0201", [] { return std::optional(jisX0201Texts()); });
     case Family::JisX0208:
       return makeFromEuc<DoubleByteConverter>("EUC-JP");
     case Family::JisX0212:
@@ -391,11 +412,12 @@ std::unique_ptr<CharsetConverter> makeConverter(const CharsetRow& row) {
     case Family::Hz:
       return makeFromEuc<HzConverter>("EUC-CN");
     case Family::SingleByte:
-      return makeTableConverter(askIconv(std::string(row.parameter)));
+      return makeTableConverter(row.parameter,
+                                [&] { return askIconv(std::string(row.parameter)); });
     case Family::MultiByte:
       return MultiByteConverter::create(row.parameter);
     case Family::Vendor:
-      return makeTableConverter(findVendorTexts(row.parameter));
+      return makeTableConverter(row.parameter, [&] { return findVendorTexts(row.parameter); });
   }
   return nullptr;
 }

@@ -12,7 +12,7 @@ std::size_t DoubleByteConverter::decode(std::string_view bytes, Input input, std
     if (isDoubleByteHalf(first) && !hasSecond && input == Input::MayGoOn) break;
     const unsigned char second = hasSecond ? byteAt(bytes, at + 1) : 0;
     if (isDoubleByteHalf(first) && isDoubleByteHalf(second)) {
-      const std::string_view text = table_.text(first, second);
+      const std::string_view text = table_->text(first, second);
       if (text.empty()) {
         appendInvalid(bytes.substr(at, 2), out);
       } else {

@@ -1,6 +1,7 @@
 // A 94x94 set by itself, without shifts to another one.
 #pragma once
 
+#include <memory>
 #include <utility>
 
 #include "classifier/sampling/double_byte_table.h"
@@ -13,13 +14,14 @@ namespace sourcetype {
 // without a second one, and a byte 80-FF.
 class DoubleByteConverter final : public PiecewiseConverter {
  public:
-  explicit DoubleByteConverter(DoubleByteTable table) : table_(std::move(table)) {}
+  explicit DoubleByteConverter(std::shared_ptr<const DoubleByteTable> table)
+      : table_(std::move(table)) {}
 
  protected:
   std::size_t decode(std::string_view bytes, Input input, std::string& out) override;
 
  private:
-  DoubleByteTable table_;
+  std::shared_ptr<const DoubleByteTable> table_;
 };
 
 }  // namespace sourcetype

@@ -44,7 +44,7 @@ std::size_t HzConverter::takeByte(std::string_view rest, std::string& out) {
     return 1;
   }
   const bool isPair = rest.size() > 1 && isDoubleByteHalf(byteAt(rest, 1));
-  const std::string_view text = isPair ? gb2312_.text(first, byteAt(rest, 1)) : std::string_view();
+  const std::string_view text = isPair ? gb2312_->text(first, byteAt(rest, 1)) : std::string_view();
   const std::size_t length = isPair ? 2 : 1;
   if (text.empty()) {
     appendInvalid(rest.substr(0, length), out);

@@ -1,6 +1,7 @@
 // HZ (RFC 1843): ASCII with GB 2312 between "~{" and "~}".
 #pragma once
 
+#include <memory>
 #include <utility>
 
 #include "classifier/sampling/double_byte_table.h"
@@ -13,7 +14,8 @@ namespace sourcetype {
 // an unassigned pair, a byte of GB 2312 without its partner and, anywhere, 80-FF.
 class HzConverter final : public PiecewiseConverter {
  public:
-  explicit HzConverter(DoubleByteTable gb2312) : gb2312_(std::move(gb2312)) {}
+  explicit HzConverter(std::shared_ptr<const DoubleByteTable> gb2312)
+      : gb2312_(std::move(gb2312)) {}
 
  protected:
   std::size_t decode(std::string_view bytes, Input input, std::string& out) override;
@@ -22,7 +24,7 @@ class HzConverter final : public PiecewiseConverter {
   bool takeTilde(char next, std::string& out);
   std::size_t takeByte(std::string_view rest, std::string& out);
 
-  DoubleByteTable gb2312_;
+  std::shared_ptr<const DoubleByteTable> gb2312_;
   bool isShifted_ = false;
 };
 

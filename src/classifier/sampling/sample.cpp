@@ -34,11 +34,13 @@ class Sampler {
   }
 
   void addChunk(std::string_view chunk) {
+    const bool isFirst = sample_.bytesRead_ == 0;
     sample_.bytesRead_ += chunk.size();
-    if (isFirstChunk_) chunk = startWith(chunk);
+    if (isFirst) chooseConverter(chunk);
     const std::size_t begin = sample_.text_.size();
     if (converter_) {
       converter_->convert(chunk, sample_.text_);
+      if (isFirst && !sample_.detectedCharset_.empty()) dropByteOrderMark();
     } else {
       sample_.text_ += chunk.substr(0, chunk.find('\0'));
     }
@@ -46,9 +48,10 @@ class Sampler {
     if (keep_ == Keep::CountsOnly) dropEndedLines();
   }
 
-  Sample finish() {
+  // `atEndOfFile`: a character that is unfinished by now stays so.
+  Sample finish(bool atEndOfFile) {
     if (converter_) {
-      converter_->finish(sample_.text_);
+      if (atEndOfFile) converter_->finish(sample_.text_);
       sample_.invalidCount_ = converter_->invalidCount();
     }
     endLine(sample_.text_.size());
@@ -60,17 +63,21 @@ class Sampler {
   }
 
  private:
-  // Settles the charset; gives the chunk without its byte-order mark.
-  std::string_view startWith(std::string_view chunk) {
-    isFirstChunk_ = false;
-    auto choice = chooseCharset(props_, chunk, fileName_);
+  void chooseConverter(std::string_view firstChunk) {
+    auto choice = chooseCharset(props_, firstChunk, fileName_);
     converter_ = findConverter(choice.charset);
     if (!converter_) {
       logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_UNABLE_TO_CONVERT_TO_UTF8__%s",
                  choice.charset);
     }
     sample_.detectedCharset_ = std::move(choice.detected);
-    return chunk.substr(choice.markLength);
+  }
+
+  // The mark is the character U+FEFF in whatever charset, and no text. Only behind the conversion
+  // can it be told from what follows: in UTF-7 it ends within a byte.
+  void dropByteOrderMark() {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    if (sample_.text_.starts_with(kMark)) sample_.text_.erase(0, kMark.size());
   }
 
   // Cuts the text from `begin`, where the chunk's text starts, into lines. What follows the last
@@ -119,7 +126,6 @@ class Sampler {
   std::unique_ptr<CharsetConverter> converter_;
   std::size_t lineBegin_ = 0;    // of the line that is not ended yet
   std::uint64_t lineCount_ = 0;  // ended and not empty, kept or not
-  bool isFirstChunk_ = true;
 };
 
 CharsetChoice chooseCharset(const PropertiesMap& props, std::string_view firstChunk,
@@ -130,7 +136,7 @@ CharsetChoice chooseCharset(const PropertiesMap& props, std::string_view firstCh
     if (const auto mark = findByteOrderMark(firstChunk)) {
       std::string charset(mark->charset);
       logDebug(kFlowLog, "Best language encoding matching for file (%s) is %s", fileName, charset);
-      return {.charset = charset, .detected = charset, .markLength = mark->bytes.size()};
+      return {.charset = charset, .detected = charset};
     }
   }
   return {.charset = "UTF-8", .detected = {}};
@@ -153,18 +159,21 @@ std::optional<Sample> readSample(const std::filesystem::path& path, const Proper
     for (std::string_view rest(buffer.data(), count); !rest.empty();) {
       const auto chunk = rest.substr(0, kChunkBytes);
       sampler.addChunk(chunk);
-      if (sampler.isFull(maxLines)) return sampler.finish();
+      if (sampler.isFull(maxLines)) return sampler.finish(false);
       rest.remove_prefix(chunk.size());
     }
   }
-  return sampler.finish();
+  if (file.error()) {
+    logWarn(kFlowLog, "Reading %s ended early: %m", fileName, file.error());
+  }
+  return sampler.finish(true);
 }
 
 Sample readSampleText(std::string_view text, const PropertiesMap& props,
                       std::string_view fileName) {
   Sampler sampler(props, std::string(fileName), Keep::Lines);
   if (!text.empty()) sampler.addChunk(text);
-  return sampler.finish();
+  return sampler.finish(true);
 }
 
 }  // namespace sourcetype

@@ -50,8 +50,7 @@ class Sample {
 // The charset to read a file in, and what a byte-order mark says of it.
 struct CharsetChoice {
   std::string charset;
-  std::string detected;        // empty without a mark
-  std::size_t markLength = 0;  // bytes of the mark, which are no text
+  std::string detected;  // empty without a mark
 };
 
 // Goes by "CHARSET" of `props`: "UTF-8" where it is missing, the mark at the start of `firstChunk`

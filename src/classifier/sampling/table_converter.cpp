@@ -17,10 +17,8 @@ bool isAsciiBased(const ByteTexts& texts) {
 
 }  // namespace
 
-TableConverter::TableConverter(ByteTexts texts)
-    : texts_(std::move(texts)), isAsciiBased_(isAsciiBased(texts_)) {
-  texts_[0].clear();  // NUL is as invalid as a byte without a character
-}
+TableConverter::TableConverter(std::shared_ptr<const ByteTexts> texts)
+    : texts_(std::move(texts)), isAsciiBased_(isAsciiBased(*texts_)) {}
 
 void TableConverter::convert(std::string_view bytes, std::string& out) {
   std::size_t at = 0;
@@ -31,8 +29,8 @@ void TableConverter::convert(std::string_view bytes, std::string& out) {
       at += ascii;
     }
     for (; at < bytes.size() && (!isAsciiBased_ || byteAt(bytes, at) - 1U >= 0x7FU); ++at) {
-      const std::string& text = texts_[byteAt(bytes, at)];
-      if (text.empty()) {
+      const std::string& text = (*texts_)[byteAt(bytes, at)];
+      if (text.empty() || bytes[at] == '\0') {
         appendInvalid(bytes.substr(at, 1), out);
       } else {
         out += text;

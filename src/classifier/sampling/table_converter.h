@@ -1,6 +1,8 @@
 // Charsets in which one byte is one character.
 #pragma once
 
+#include <memory>
+
 #include "classifier/sampling/byte_texts.h"
 #include "classifier/sampling/charset_converter.h"
 
@@ -8,13 +10,13 @@ namespace sourcetype {
 
 class TableConverter final : public CharsetConverter {
  public:
-  explicit TableConverter(ByteTexts texts);
+  explicit TableConverter(std::shared_ptr<const ByteTexts> texts);
 
   void convert(std::string_view bytes, std::string& out) override;
   void finish(std::string&) override {}
 
  private:
-  ByteTexts texts_;
+  std::shared_ptr<const ByteTexts> texts_;
   bool isAsciiBased_;
 };
 

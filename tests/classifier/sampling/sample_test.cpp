@@ -79,6 +79,12 @@ TEST(Sample, StopsAfterTheChunkThatReachesALimit) {
   EXPECT_EQ(sampleOf(bytes, {}, 20).bytesRead(), 3 * kChunk);  // more than 20,000
 }
 
+TEST(Sample, CutByALimitCountsNoHalfCharacter) {
+  const auto sample = sampleOf("a\n" + std::string(kChunk - 3, 'b') + "\xE2\x82\xAC\n", {}, 1);
+  EXPECT_EQ(linesOf(sample), (Lines{"a", std::string(kChunk - 3, 'b')}));
+  EXPECT_EQ(sample.invalidCount(), 0U);
+}
+
 TEST(Sample, UsesTheBytesAsTheyAreUnderAnUnknownCharset) {
   ::testing::internal::CaptureStderr();
   const auto sample = sampleOf("a\xC0\nb\0c\nd"sv, {{"CHARSET", "no-such"}});
@@ -135,6 +141,10 @@ INSTANTIATE_TEST_SUITE_P(
                       MarkCase{"Utf32Le", "\xFF\xFE\0\0A\0\0\0"sv, "UTF-32LE", "A"},
                       MarkCase{"Utf32Be", "\0\0\xFE\xFF\0\0\0A"sv, "UTF-32BE", "A"},
                       MarkCase{"UtfEbcdic", "\xDD\x73\x66\x73\xC1", "UTF-EBCDIC", "A"},
+                      MarkCase{"Utf7", "+/v8-A", "UTF-7", "A"},
+                      MarkCase{"Utf7InARun", "+/v8A5A-b", "UTF-7",
+                               "\xC3\xA4"
+                               "b"},
                       MarkCase{"OneByte", "\xFF", "", "\\xFF"}, MarkCase{"None", "A", "", "A"}),
     [](const auto& test) { return test.param.name; });
 
