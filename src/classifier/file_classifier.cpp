@@ -40,19 +40,18 @@ void FileClassifier::runFlow() {
   lookUpConfiguredProps();
   if (isSettledUnread()) return finishWith(sourcetype_);
   if (const auto cause = examinePath()) return markInvalid(*cause);
-  // With the sourcetype known, no more is asked of the content than whether it is text.
-  if (!takeSample(sourcetype_.empty() ? Keep::Lines : Keep::CountsOnly)) {
+  if (!takeSample(areLinesNeeded() ? Keep::Lines : Keep::CountsOnly)) {
     return markInvalid(InvalidCause::CannotRead);
   }
   if (isBinarySample() && !noBinaryCheck_) return markInvalid(InvalidCause::Binary);
   if (!sourcetype_.empty()) return finishWith(sourcetype_);
   singleLine_ = isSingleLineSample(*sample_);
   if (sample_->lineCount() < kMinModelLines) return finishTooSmall();
-  if (const auto found = findRuleSourcetype(*sample_, RuleTiming::BeforeModels, store_)) {
+  if (const auto found = manager_.rules().findRuleSourcetype(*sample_, RuleTiming::BeforeModels)) {
     return finishWithRule(*found);
   }
   if (matchModels() || !learningAllowed_) return;
-  if (const auto found = findRuleSourcetype(*sample_, RuleTiming::AfterModels, store_)) {
+  if (const auto found = manager_.rules().findRuleSourcetype(*sample_, RuleTiming::AfterModels)) {
     return finishWith(*found);
   }
   createSourcetype();
@@ -88,6 +87,11 @@ void FileClassifier::lookUpConfiguredProps() {
 // With the sourcetype known and nothing to find out about the bytes, the file need not be opened.
 bool FileClassifier::isSettledUnread() const {
   return !sourcetype_.empty() && noBinaryCheck_ && fileProps_.get(key::kCharset) != "auto";
+}
+
+// With the sourcetype known, no more is asked of the content than whether it is text.
+bool FileClassifier::areLinesNeeded() const {
+  return sourcetype_.empty() || result_.getBool(key::kCheckForHeader, headerWanted_);
 }
 
 std::optional<InvalidCause> FileClassifier::examinePath() const {

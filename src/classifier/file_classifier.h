@@ -27,6 +27,7 @@ class FileClassifier {
   void lookUpConfiguredProps();
   bool isSettledUnread() const;
   std::optional<InvalidCause> examinePath() const;
+  bool areLinesNeeded() const;
   bool takeSample(Keep keep);
   bool isBinarySample() const;
   void finishWith(std::string_view sourcetype);

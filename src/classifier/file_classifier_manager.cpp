@@ -37,7 +37,7 @@ std::vector<std::string> sourceStanzas(const std::filesystem::path& path,
 }
 
 FileClassifierManager::FileClassifierManager(ConfStore& store)
-    : store_(store), settings_(store), models_(store, settings_) {}
+    : store_(store), settings_(store), rules_(store), models_(store, settings_) {}
 
 void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeRequest& request) {
   FileClassifier file(*this, result, request);

@@ -9,6 +9,7 @@
 
 #include "classifier/classifier_settings.h"
 #include "classifier/models/model_store.h"
+#include "classifier/rules.h"
 #include "conf/conf_store.h"
 #include "conf/properties_map.h"
 
@@ -60,11 +61,13 @@ class FileClassifierManager {
                           InvalidCause cause);
 
   ConfStore& store() { return store_; }
+  Rules& rules() { return rules_; }
   ModelStore& models() { return models_; }
 
  private:
   ConfStore& store_;
   ClassifierSettings settings_;
+  Rules rules_;
   ModelStore models_;
 };
 
