@@ -41,11 +41,13 @@ MessageCatalog& messageCatalog(ConfStore& store);
 // The text of a code in the catalog of the process.
 const std::string& lookupMessage(std::string_view code);
 
-// Logs the text of `code`, filled with `args`, the code's arguments in their order.
+// Logs the text of `code`, filled with `args`, the code's arguments in their order. The record is
+// one line, whatever the text in the catalog holds.
 template <class... Args>
 void logMessage(LogLevel level, const LogCategory& category, std::string_view code,
                 const Args&... args) {
-  if (category.isEnabled(level)) logAt(level, category, lookupMessage(code), args...);
+  if (!category.isEnabled(level)) return;
+  logAt(level, category, escapeControlCharacters(lookupMessage(code)), args...);
 }
 
 }  // namespace sourcetype
