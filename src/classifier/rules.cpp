@@ -82,7 +82,7 @@ std::size_t Rules::countMatches(const Sample& sample, std::size_t lines,
   const auto [compiled, isNew] = compiled_.try_emplace(pattern);
   if (isNew) {
     try {
-      compiled->second.emplace(pattern, Regex::kNoOptions, Regex::Study::Yes);
+      compiled->second.emplace(pattern);
     } catch (const RegexException& error) {
       logDebug(kFlowLog, "Invalid regex %s -- %s", pattern, error.what());
     }

@@ -8,6 +8,7 @@
 
 #include "conf/ini_file.h"
 #include "conf/layers.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {
@@ -22,9 +23,15 @@ constexpr std::int64_t kPatternPriority = 0;
 // hangs.
 constexpr std::chrono::seconds kLockWait{10};
 
+// A root that is not there was mistyped: nothing is made below it.
+void requireDirectory(const std::filesystem::path& root) {
+  if (!std::filesystem::is_directory(root)) {
+    throw std::runtime_error("there is no directory " + pathToText(root));
+  }
+}
+
 std::filesystem::path lockFileOf(const std::filesystem::path& target) {
-  auto lock = target;
-  return lock += ".lock";
+  return writeTarget(target) += ".lock";
 }
 
 FileBytes copyOf(std::string_view text) {
@@ -37,17 +44,18 @@ FileBytes copyOf(std::string_view text) {
 
 std::vector<std::string> splitNames(std::string_view names) {
   std::vector<std::string> result;
-  for (std::size_t end = 0; end != std::string_view::npos; names.remove_prefix(end + 1)) {
-    end = names.find('|');
+  while (true) {
+    const auto end = names.find('|');
     result.emplace_back(names.substr(0, end));
-    if (end == std::string_view::npos) break;
+    if (end == std::string_view::npos) return result;
+    names.remove_prefix(end + 1);
   }
-  return result;
 }
 
 std::string joinNames(std::span<const std::string> names) {
   std::string result;
-  for (const auto& name : names) result += (result.empty() ? "" : "|") + name;
+  for (const auto& name : names) result += name + "|";
+  if (!result.empty()) result.pop_back();
   return result;
 }
 
@@ -80,6 +88,21 @@ bool isExactEdit(const ConfFile& before, const ConfFile& after, std::string_view
   });
 }
 
+void logSaving(const std::string& target, bool overwriteAll, const PropertiesMap& existing,
+               const PropertiesMap& desired, const PropertiesMap& changes) {
+  if (!kStoreLog.isEnabled(LogLevel::Debug)) return;
+  logDebug(kStoreLog, "writing with overwriteAll == %s: %s", overwriteAll ? "true" : "false",
+           target);
+  logDebug(kStoreLog, "Saving settings: %s\nExisting:\n%sDesired:\n%sDiff:\n%s", target,
+           MultiLineText{existing.toString()}, MultiLineText{desired.toString()},
+           MultiLineText{changes.toString()});
+}
+
+void logSaved(const std::filesystem::path& target) {
+  if (!kStoreLog.isEnabled(LogLevel::Debug)) return;
+  logDebug(kStoreLog, "Saved settings: %s %s", pathToText(target), pathToText(writeTarget(target)));
+}
+
 }  // namespace
 
 // A stanza that applies to a name.
@@ -106,10 +129,10 @@ void ConfStore::reload(Conf& conf) {
 
 void ConfStore::load(Conf& conf) {
   if (conf.loaded_) return;
-  if (layers_.empty()) layers_ = layerDirectories(root_);
+  conf.layers_ = layerDirectories(root_);
   conf.files_.clear();
-  conf.files_.resize(layers_.size());
-  for (std::size_t layer = 0; layer < layers_.size(); ++layer) {
+  conf.files_.resize(conf.layers_.size());
+  for (std::size_t layer = 0; layer < conf.layers_.size(); ++layer) {
     loadFile(conf, layer, Report::Yes);
   }
   indexStanzas(conf);
@@ -117,7 +140,7 @@ void ConfStore::load(Conf& conf) {
 }
 
 void ConfStore::loadFile(Conf& conf, std::size_t layer, Report report) {
-  const auto path = layers_[layer] / (conf.name() + ".conf");
+  const auto path = conf.layers_[layer] / (conf.name() + ".conf");
   FileBytes bytes = readFile(path);
   const auto error = bytes.error;
   conf.files_[layer].reset();
@@ -180,6 +203,31 @@ void ConfStore::getExactStanza(Conf& conf, PropertiesMap& out, std::string_view 
   }
 }
 
+void ConfStore::visitStanzas(Conf& conf, const StanzaVisitor& visit) {
+  const std::scoped_lock lock(mutex_);
+  load(conf);
+  std::vector<ConfFile::Setting> merged;
+  for (auto first = conf.stanzas_.begin(); first != conf.stanzas_.end();) {
+    const auto name = first->stanza->name;
+    const auto last = std::find_if(first, conf.stanzas_.end(),
+                                   [&](const auto& found) { return found.stanza->name != name; });
+    if (last - first == 1) {
+      visit(name, first->stanza->settings);
+    } else {
+      merged.clear();
+      for (auto layer = first; layer != last; ++layer) {
+        merged.insert(merged.end(), layer->stanza->settings.begin(), layer->stanza->settings.end());
+      }
+      // The strongest layer's setting stands first among equals.
+      std::ranges::stable_sort(merged, {}, &ConfFile::Setting::key);
+      const auto repeated = std::ranges::unique(merged, {}, &ConfFile::Setting::key);
+      merged.erase(repeated.begin(), repeated.end());
+      visit(name, merged);
+    }
+    first = last;
+  }
+}
+
 // --- Lookup by name and pattern ---
 
 void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out, std::string_view names,
@@ -217,8 +265,10 @@ std::vector<ConfStore::Candidate> ConfStore::candidates(Conf& conf, const std::s
     add(exact.front().stanza->name, false, kExactPriority);
   }
   if (matching == PatternMatching::Yes) {
+    // An expression matches no byte that is not UTF-8, but the name of a file may hold any.
+    const std::string matchable = withInvalidUtf8Replaced(name);
     for (const auto* pattern : patterns(conf)) {
-      if (pattern->matches(name)) add(pattern->name(), true, kPatternPriority);
+      if (pattern->matches(matchable)) add(pattern->name(), true, kPatternPriority);
     }
   }
   std::ranges::sort(found, [](const Candidate& a, const Candidate& b) {
@@ -231,9 +281,9 @@ const std::vector<const StanzaPattern*>& ConfStore::patterns(Conf& conf) {
   load(conf);
   if (!conf.patterns_) {
     conf.patterns_.emplace();
-    std::string_view previous;
+    std::optional<std::string_view> previous;
     for (const auto& [stanza, file] : conf.stanzas_) {
-      if (stanza->name == previous && stanza != conf.stanzas_.front().stanza) continue;
+      if (stanza->name == previous) continue;
       previous = stanza->name;
       if (const auto* pattern = findPattern(stanza->name)) conf.patterns_->push_back(pattern);
     }
@@ -257,7 +307,64 @@ bool ConfStore::writeStanza(Conf& conf, std::string_view stanza, const Propertie
 
 bool ConfStore::writeLearnedStanza(Conf& conf, std::string_view stanza,
                                    const PropertiesMap& settings) {
-  return write(conf, appLocalDirectory(root_, kLearnedApp), stanza, settings, true);
+  const std::scoped_lock lock(mutex_);
+  const auto path = learnedFile(conf);
+  try {
+    requireDirectory(root_);
+    const FileLock fileLock(lockFileOf(path), kLockWait);
+    if (appendLearned(conf, path, stanza, settings)) return true;
+  } catch (const std::exception& error) {
+    logError(kStoreLog, "Cannot write stanza [%s] of %s: %s", stanza, pathToText(path),
+             error.what());
+    return false;
+  }
+  return write(conf, path.parent_path(), stanza, settings, true);
+}
+
+// Makes what is known of the file true.
+void ConfStore::learnOfFile(Conf& conf, const std::filesystem::path& path) {
+  const FileIdentity identity = fileIdentity(path);
+  if (conf.learned_ && conf.learned_->identity == identity) return;
+  const FileBytes bytes = readFile(path);
+  if (bytes.error && !isMissingFile(bytes.error)) {
+    throw std::system_error(bytes.error, "cannot read what it holds");
+  }
+  conf.learned_ = Conf::LearnedFile{.identity = identity, .stanzas = {}};
+  TextKeeper keeper;
+  LogicalLineReader reader(bytes.view(), path, keeper, Report::No);
+  for (LogicalLine line; reader.next(line);) {
+    if (line.kind == LineKind::Header) conf.learned_->stanzas.emplace(line.name);
+    conf.learned_->endsUnfinished = line.unfinished;
+  }
+  conf.learned_->endsInNewline = bytes.size == 0 || bytes.view().ends_with('\n');
+}
+
+// Adds a stanza at the end of the file; false when the file has it already, or ends in a way that
+// must be mended first.
+bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
+                              std::string_view stanza, const PropertiesMap& settings) {
+  learnOfFile(conf, path);
+  if (conf.learned_->endsUnfinished || conf.learned_->stanzas.contains(std::string(stanza))) {
+    return false;
+  }
+  std::string text = renderHeader(stanza) + "\n";
+  for (const auto& [key, entry] : settings.entries()) {
+    text += renderSetting(key, entry.value) + "\n";
+  }
+  const ConfFile before(path, {}, Report::No);
+  if (!isExactEdit(before, ConfFile(path, copyOf(text), Report::No), stanza, settings)) {
+    throw std::runtime_error("a key or value would not read back the same");
+  }
+  logSaving(pathToText(path), true, {}, settings, settings);
+  if (conf.learned_->identity.size > 0) text.insert(0, "\n");
+  if (!conf.learned_->endsInNewline) text.insert(0, "\n");
+  appendToFile(path, text);
+  conf.learned_->identity = fileIdentity(path);
+  conf.learned_->stanzas.emplace(stanza);
+  conf.learned_->endsInNewline = true;
+  conf.loaded_ = false;
+  logSaved(path);
+  return true;
 }
 
 std::filesystem::path ConfStore::learnedFile(const Conf& conf) const {
@@ -269,10 +376,11 @@ bool ConfStore::write(Conf& conf, const std::filesystem::path& directory, std::s
   const std::scoped_lock lock(mutex_);
   load(conf);
   const auto layer =
-      static_cast<std::size_t>(std::ranges::find(layers_, directory) - layers_.begin());
+      static_cast<std::size_t>(std::ranges::find(conf.layers_, directory) - conf.layers_.begin());
   const auto target = directory / (conf.name() + ".conf");
   const auto targetText = pathToText(target);
   try {
+    requireDirectory(root_);
     const FileLock fileLock(lockFileOf(target), kLockWait);
     loadFile(conf, layer, Report::No);  // another process may have written meanwhile
     indexStanzas(conf);
@@ -281,17 +389,11 @@ bool ConfStore::write(Conf& conf, const std::filesystem::path& directory, std::s
     getExactStanza(conf, existing, stanza);
     getExactStanza(conf, existing, kDefaultStanza);
     const PropertiesMap changes = overwriteAll ? settings : PropertiesMap::diff(settings, existing);
-    logDebug(kStoreLog, "writing with overwriteAll == %s: %s", overwriteAll ? "true" : "false",
-             targetText);
-    if (kStoreLog.isEnabled(LogLevel::Debug)) {
-      logDebug(kStoreLog, "Saving settings: %s\nExisting:\n%sDesired:\n%sDiff:\n%s", targetText,
-               MultiLineText{existing.toString()}, MultiLineText{settings.toString()},
-               MultiLineText{changes.toString()});
-    }
+    logSaving(targetText, overwriteAll, existing, settings, changes);
     if (!changes.entries().empty() || occurrences(conf, stanza).empty()) {
       edit(conf, layer, stanza, changes);
     }
-    logDebug(kStoreLog, "Saved settings: %s %s", targetText, targetText);
+    logSaved(target);
     return true;
   } catch (const std::exception& error) {
     logError(kStoreLog, "Cannot write stanza [%s] of %s: %s", stanza, targetText, error.what());
@@ -301,7 +403,7 @@ bool ConfStore::write(Conf& conf, const std::filesystem::path& directory, std::s
 
 void ConfStore::edit(Conf& conf, std::size_t layer, std::string_view stanza,
                      const PropertiesMap& changes) {
-  const auto target = layers_[layer] / (conf.name() + ".conf");
+  const auto target = conf.layers_[layer] / (conf.name() + ".conf");
   if (conf.files_[layer] == nullptr) {
     if (const auto error = readFile(target).error; !isMissingFile(error)) {
       throw std::system_error(error, "cannot read what it holds");

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -11,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "conf/conf_file.h"
@@ -37,8 +39,18 @@ class Conf {
 
   std::string name_;
   bool loaded_ = false;
+  std::vector<std::filesystem::path> layers_;     // strongest first
   std::vector<std::unique_ptr<ConfFile>> files_;  // a slot a layer; empty where there is no file
   std::vector<Occurrence> stanzas_;               // in ascending byte order of the names
+
+  // What is known of the learned file, so that a stanza can be added without reading it again.
+  struct LearnedFile {
+    FileIdentity identity;
+    std::unordered_set<std::string> stanzas;
+    bool endsInNewline = true;
+    bool endsUnfinished = false;  // in a line that would swallow the next
+  };
+  std::optional<LearnedFile> learned_;
   // The pattern stanzas, gathered at the first lookup that needs them.
   std::optional<std::vector<const StanzaPattern*>> patterns_;
 };
@@ -72,6 +84,12 @@ class ConfStore {
   // has already keep their values, here and below.
   void getExactStanza(Conf& conf, PropertiesMap& out, std::string_view stanza);
 
+  // Calls `visit` with each stanza's name and settings, merged over all layers, in ascending byte
+  // order of the names. The settings, in byte order of the keys, live as long as the call.
+  using StanzaVisitor =
+      std::function<void(std::string_view name, std::span<const ConfFile::Setting> settings)>;
+  void visitStanzas(Conf& conf, const StanzaVisitor& visit);
+
   // Adds the effective settings of one or more names. For each name in turn these are the settings
   // of the stanza of that name and, with `matching`, of the pattern stanzas that match it, by
   // falling "priority" (100 for the exact stanza, 0 for a pattern, where it has none) and, among
@@ -89,7 +107,9 @@ class ConfStore {
   bool writeStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                    bool overwriteAll);
 
-  // The same for a learned model: all settings go to the local layer of the app "learned".
+  // The same for a learned model: all settings go to the local layer of the app "learned". A stanza
+  // that its file does not have yet is appended, at a cost that the size of the file has no part
+  // in; a crash may leave a part of it at the end of the file.
   bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
 
   // Where writeLearnedStanza() writes.
@@ -108,13 +128,15 @@ class ConfStore {
   const std::vector<const StanzaPattern*>& patterns(Conf& conf);
   const StanzaPattern* findPattern(std::string_view stanza);
   std::vector<Candidate> candidates(Conf& conf, const std::string& name, PatternMatching matching);
+  void learnOfFile(Conf& conf, const std::filesystem::path& path);
+  bool appendLearned(Conf& conf, const std::filesystem::path& path, std::string_view stanza,
+                     const PropertiesMap& settings);
   bool write(Conf& conf, const std::filesystem::path& directory, std::string_view stanza,
              const PropertiesMap& settings, bool overwriteAll);
   void edit(Conf& conf, std::size_t layer, std::string_view stanza, const PropertiesMap& changes);
 
   std::filesystem::path root_;
   PathForm pathForm_;
-  std::vector<std::filesystem::path> layers_;  // strongest first; listed at the first load
   std::map<std::string, Conf, std::less<>> confs_;
 
   // For the life of the process: each name is converted, and compiled, at most once. A name that is

@@ -3,15 +3,23 @@
 #include <algorithm>
 
 #include "platform/file_system.h"
+#include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {
 
 using std::filesystem::path;
 
+constexpr LogCategory kStoreLog{"ConfObjectManagerDB"};
+
+// Empty for a directory that is not there; one that cannot be read is logged.
 std::vector<path> entriesOf(const path& directory) {
-  std::error_code ignored;  // a layer that is not there holds no files
-  std::vector<path> entries = listDirectory(directory, ignored);
+  std::error_code error;
+  std::vector<path> entries = listDirectory(directory, error);
+  if (error && !isMissingFile(error)) {
+    logWarn(kStoreLog, "Failed to open: %s: %m", pathToText(directory), error);
+  }
   for (auto& entry : entries) entry = directory / entry;
   return entries;
 }

@@ -1,6 +1,7 @@
 // The process environment.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 
@@ -8,5 +9,8 @@ namespace sourcetype {
 
 // The value of an environment variable that names a path; nothing when it is unset or empty.
 std::optional<std::filesystem::path> environmentPath(const char* name);
+
+// The number of this process, unlike that of any other that runs now.
+std::uint32_t processId();
 
 }  // namespace sourcetype

@@ -67,11 +67,34 @@ bool isMissingFile(std::error_code error);
 std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& directory,
                                                  std::error_code& error);
 
+// Where a write to `path` goes: symbolic links are followed, also one whose file does not exist
+// yet. Throws std::system_error for links in a circle.
+std::filesystem::path writeTarget(std::filesystem::path path);
+
 // Replaces the content of `target` as one step: a reader sees the old bytes or the new ones, also
 // after a crash. The content goes to a temporary file in the same directory, is synced and renamed.
 // When `target` is a symbolic link the file it names is replaced. Permissions are kept; directories
 // that are missing are made. Throws std::system_error; the target is then unchanged.
 void replaceFile(const std::filesystem::path& target, std::string_view content);
+
+// Tells whether a file is the one it was: its place on the disk, its size and when it was written.
+// Two different versions of a file never compare equal, unless somebody sets its times back.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t number = 0;
+  std::uint64_t size = 0;
+  std::int64_t modified = 0;  // nanoseconds since 1970
+
+  friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+
+// All zero when there is no such file.
+FileIdentity fileIdentity(const std::filesystem::path& path);
+
+// Adds `content` to the end of a file, which is made when it is missing, and syncs it. Throws
+// std::system_error; the file then has its old size again, or a part of `content` at its end where
+// even that fails.
+void appendToFile(const std::filesystem::path& path, std::string_view content);
 
 // Deletes a file. A file that is not there is no error.
 std::error_code removeFile(const std::filesystem::path& path);

@@ -21,6 +21,8 @@ constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
 constexpr std::chrono::milliseconds kLockPollInterval{10};
 
+constexpr mode_t kNewFileMode = 0644;  // configuration is for every account of the server
+
 std::error_code lastError() {
   return {errno, std::system_category()};
 }
@@ -77,10 +79,16 @@ void syncDirectory(const std::filesystem::path& directory) {
 void copyPermissions(const Descriptor& from, const Descriptor& to) {
   struct stat status {};
   if (!from.isOpen() || ::fstat(from.number(), &status) != 0) return;
-  // Only root may give files away; anybody else keeps what they own, and the mode goes with it.
-  if (::fchown(to.number(), status.st_uid, status.st_gid) == 0 || status.st_uid == ::geteuid()) {
-    ::fchmod(to.number(), status.st_mode & 07777U);
+  // Only root may give files away. Where not even the group can be kept, its rights are not for
+  // whatever group the file has instead.
+  constexpr auto kSameOwner = static_cast<uid_t>(-1);
+  constexpr mode_t kGroupRights = 070;
+  mode_t mode = status.st_mode & 0777U;
+  if (::fchown(to.number(), status.st_uid, status.st_gid) != 0 &&
+      ::fchown(to.number(), kSameOwner, status.st_gid) != 0) {
+    mode &= ~kGroupRights;
   }
+  ::fchmod(to.number(), mode);
 }
 
 // A uniquely named empty file that is deleted again unless it was renamed to its target.
@@ -108,20 +116,6 @@ class TemporaryFile {
   Descriptor file_;
   bool renamed_ = false;
 };
-
-// Where a write to `path` has to go: links are followed, also one whose file does not exist yet.
-std::filesystem::path resolveLinks(std::filesystem::path path) {
-  constexpr int kMaxLinks = 40;  // as many as the kernel follows
-  std::error_code error;
-  for (int followed = 0; std::filesystem::is_symlink(path, error); ++followed) {
-    if (followed == kMaxLinks) {
-      errno = ELOOP;
-      throwLastError("cannot follow", path);
-    }
-    path = path.parent_path() / std::filesystem::read_symlink(path);
-  }
-  return path;
-}
 
 }  // namespace
 
@@ -207,8 +201,21 @@ std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& di
   return names;
 }
 
+std::filesystem::path writeTarget(std::filesystem::path path) {
+  constexpr int kMaxLinks = 40;  // as many as the kernel follows
+  std::error_code error;
+  for (int followed = 0; std::filesystem::is_symlink(path, error); ++followed) {
+    if (followed == kMaxLinks) {
+      errno = ELOOP;
+      throwLastError("cannot follow", path);
+    }
+    path = path.parent_path() / std::filesystem::read_symlink(path);
+  }
+  return path;
+}
+
 void replaceFile(const std::filesystem::path& target, std::string_view content) {
-  const std::filesystem::path file = resolveLinks(target);
+  const std::filesystem::path file = writeTarget(target);
   const std::filesystem::path directory = file.parent_path();
   if (!directory.empty()) std::filesystem::create_directories(directory);
   TemporaryFile temporary(file);
@@ -216,13 +223,36 @@ void replaceFile(const std::filesystem::path& target, std::string_view content) 
   if (old.isOpen()) {
     copyPermissions(old, temporary.file());
   } else {
-    constexpr mode_t kNewFileMode = 0644;  // configuration is for every account of the server
     ::fchmod(temporary.file().number(), kNewFileMode);
   }
   writeAll(temporary.file(), content, file);
   if (::fsync(temporary.file().number()) != 0) throwLastError("cannot sync", file);
   temporary.renameTo(file);
   syncDirectory(directory.empty() ? "." : directory);
+}
+
+FileIdentity fileIdentity(const std::filesystem::path& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return {};
+  constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+  return {.device = status.st_dev,
+          .number = status.st_ino,
+          .size = static_cast<std::uint64_t>(status.st_size),
+          .modified = status.st_mtim.tv_sec * kNanosecondsPerSecond + status.st_mtim.tv_nsec};
+}
+
+void appendToFile(const std::filesystem::path& path, std::string_view content) {
+  if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path());
+  const Descriptor file(openRetrying(path.c_str(), O_WRONLY | O_APPEND | O_CREAT, kNewFileMode));
+  struct stat status {};
+  if (!file.isOpen() || ::fstat(file.number(), &status) != 0) throwLastError("cannot open", path);
+  try {
+    writeAll(file, content, path);
+    if (::fsync(file.number()) != 0) throwLastError("cannot sync", path);
+  } catch (const std::system_error&) {
+    static_cast<void>(::ftruncate(file.number(), status.st_size));
+    throw;
+  }
 }
 
 std::error_code removeFile(const std::filesystem::path& path) {
@@ -233,7 +263,11 @@ std::error_code removeFile(const std::filesystem::path& path) {
 FileLock::FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds wait) {
   std::filesystem::create_directories(lockPath.parent_path());
   constexpr mode_t kLockFileMode = 0644;
-  Descriptor file(openRetrying(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, kLockFileMode));
+  int number = openRetrying(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, kLockFileMode);
+  if (number < 0 && errno == EACCES) {  // another account made it, and reading is enough
+    number = openRetrying(lockPath.c_str(), O_RDONLY | O_NOFOLLOW);
+  }
+  Descriptor file(number);
   if (!file.isOpen()) throwLastError("cannot create the lock file", lockPath);
   const auto deadline = std::chrono::steady_clock::now() + wait;
   while (::flock(file.number(), LOCK_EX | LOCK_NB) != 0) {

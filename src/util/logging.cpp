@@ -383,8 +383,9 @@ void LogCategory::write(LogLevel level, const std::string& record) const {
 }
 
 log4cpp::Category& LogCategory::backEnd() const {
-  if (backEnd_ == nullptr) backEnd_ = &log4cpp::Category::getInstance(name_);
-  return *backEnd_;
+  log4cpp::Category* found = backEnd_;
+  if (found == nullptr) backEnd_ = found = &log4cpp::Category::getInstance(name_);
+  return *found;
 }
 
 std::string configureLogging(const std::filesystem::path& file,

@@ -2,6 +2,7 @@
 // (main/environment); before that, records are dropped.
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -32,7 +33,7 @@ class LogCategory {
   log4cpp::Category& backEnd() const;
 
   const char* name_;
-  mutable log4cpp::Category* backEnd_ = nullptr;  // owned by the back end, found at first use
+  mutable std::atomic<log4cpp::Category*> backEnd_ = nullptr;  // the back end's, found at first use
 };
 
 // Logs `format`, filled with `args` as formatText() does, when the category's level asks for it. A

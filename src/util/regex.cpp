@@ -1,4 +1,5 @@
-// Every match runs under limits, so that no pattern and no line holds the program up:
+// Every match of the interpreter runs under limits, so that no pattern and no line holds the
+// program up (machine code does not count what repeats of a single character do: see Regex::Study):
 // - PCRE2 counts steps anew for each position it tries a match from; n positions of n steps each
 //   are minutes in a line of a megabyte. So a search first gives every position a small share of
 //   one budget. When a position wants more, the search goes on from the beginning in windows of
@@ -29,10 +30,10 @@ constexpr LogCategory kLog("Regex");
 constexpr std::uint32_t kAlwaysOn =
     PCRE2_UTF | PCRE2_MATCH_INVALID_UTF | PCRE2_NEVER_BACKSLASH_C | PCRE2_USE_OFFSET_LIMIT;
 
-// Bytes of subject from where machine code is worth making for a single search. No limit counts the
-// characters that "\w+" runs over, and the interpreter runs over them again from every position:
-// 50 ms in a word of 10 kB, minutes in one of a megabyte. Machine code remembers where that failed.
-constexpr std::size_t kLongSubject = std::size_t{4} * 1024;
+// Bytes of a subject that are searched. No limit counts the characters that "\w+" runs over, and a
+// search runs over them again from every position: 50 ms in a word of this length, minutes in one
+// of a megabyte.
+constexpr std::size_t kMaxSearchedBytes = std::size_t{16} * 1024;
 
 // Bytes of a pattern. What the library can hold at most is about as long when compiled.
 constexpr std::size_t kMaxPatternBytes = std::size_t{64} * 1024;
@@ -248,8 +249,9 @@ struct Regex::Program {
 
   // The library's answer for the first match.
   int search(std::string_view subject, std::uint32_t runOptions) const {
-    return anchored ? executeAtStart(*main, subject, runOptions)
-                    : executeSearch(searchProgram(subject), subject, runOptions);
+    const auto searched = subject.substr(0, kMaxSearchedBytes);
+    return anchored ? executeAtStart(*main, searched, runOptions)
+                    : executeSearch(*main, searched, runOptions);
   }
 
   Outcome match(std::string_view subject, Mode mode) const {
@@ -263,15 +265,6 @@ struct Regex::Program {
     const int answer = search(subject, mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0);
     if (answer == PCRE2_ERROR_PARTIAL) return Outcome::Partial;
     return answer >= 0 ? Outcome::Complete : Outcome::None;
-  }
-
-  const pcre2_code& searchProgram(std::string_view subject) const {
-    if (wantsStudy || subject.size() < kLongSubject) return *main;
-    std::call_once(studiedMade, [this] {
-      studied.reset(pcre2_code_copy(main.get()));
-      if (studied) study(*studied);
-    });
-    return studied ? *studied : *main;
   }
 
   void readInfo() {
@@ -312,8 +305,6 @@ struct Regex::Program {
   std::map<std::string, std::size_t, std::less<>> names;
   mutable std::once_flag wholeMade;
   mutable CodePtr wholeCode;
-  mutable std::once_flag studiedMade;
-  mutable CodePtr studied;  // for long subjects, where `main` is not studied
 };
 
 Regex::Regex(std::string_view pattern, std::uint32_t options, Study study)

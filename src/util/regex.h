@@ -42,11 +42,13 @@ class MatchResult {
 // A compiled expression. Immutable: one object may be matched from several threads. Subjects may be
 // any bytes; an invalid UTF-8 sequence matches nothing. Every Unicode newline ends a line for "^",
 // "$" and ".", and "\R" matches each. A match that would cost too much (see the limits in
-// regex.cpp) counts as no match. Moving moves a pointer; an object that was moved from can only be
-// assigned to.
+// regex.cpp) counts as no match, and of a subject longer than 16 KiB only so much is searched, as
+// if it ended there. Moving moves a pointer; an object that was moved from can only be assigned to.
 class Regex {
  public:
-  enum class Study { No, Yes };  // Yes: worth compiling to machine code
+  // Whether to compile to machine code, some three times as fast. It keeps no count of the steps
+  // that repeats such as ".*.*.*x" take, so this is for expressions of the program's own.
+  enum class Study { No, Yes };
   enum class Mode { Search = 0, Whole = 1, Partial = 2 };
 
   // Compile options; UTF mode is always on.

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "classifier/sampling/utf8_text.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 

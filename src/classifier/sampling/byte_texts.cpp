@@ -4,8 +4,8 @@
 #include <cstddef>
 
 #include "classifier/sampling/iconv_stream.h"
-#include "classifier/sampling/utf8_text.h"
 #include "classifier/sampling/vendor_tables.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "classifier/sampling/utf8_text.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {

@@ -4,8 +4,8 @@
 #include <charconv>
 #include <cstdint>
 
-#include "classifier/sampling/utf8_text.h"
 #include "util/text.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {

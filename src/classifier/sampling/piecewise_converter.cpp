@@ -1,6 +1,6 @@
 #include "classifier/sampling/piecewise_converter.h"
 
-#include "classifier/sampling/utf8_text.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "classifier/sampling/utf8_text.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {

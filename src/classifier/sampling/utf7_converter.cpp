@@ -3,8 +3,8 @@
 #include <optional>
 #include <utility>
 
-#include "classifier/sampling/utf8_text.h"
 #include "util/text.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {

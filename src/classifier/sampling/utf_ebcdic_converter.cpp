@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-#include "classifier/sampling/utf8_text.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {

@@ -1,4 +1,4 @@
-// Small pieces that every converter to UTF-8 needs.
+// UTF-8 inside byte strings.
 #pragma once
 
 #include <cstddef>
@@ -20,6 +20,17 @@ constexpr bool isLowSurrogate(char32_t unit) {
   return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
+constexpr bool isUtf8Continuation(unsigned char byte) {
+  return (byte & 0xC0) == 0x80;
+}
+
+// Bytes that a sequence with this lead byte should have; 1 for a byte that is no lead.
+constexpr std::size_t lengthByLead(unsigned char lead) {
+  if (lead < 0xC2 || lead > 0xF4) return 1;
+  if (lead < 0xE0) return 2;
+  return lead < 0xF0 ? 3 : 4;
+}
+
 // A code point that may stand in UTF-8: no surrogate, and not past the last one.
 constexpr bool isScalarValue(char32_t c) {
   return c <= kLastCodePoint && !(c >= 0xD800 && c <= 0xDFFF);
@@ -35,5 +46,11 @@ void appendUtf8(char32_t c, std::string& out);
 
 // How many bytes at the start of `text` are 01-7F: ASCII but for NUL.
 std::size_t asciiRunLength(std::string_view text);
+
+// How many bytes at the start of `text` are whole valid characters other than NUL.
+std::size_t validUtf8Length(std::string_view text);
+
+// The text with U+FFFD in the place of each byte that belongs to no character, and of NUL.
+std::string withInvalidUtf8Replaced(std::string_view text);
 
 }  // namespace sourcetype

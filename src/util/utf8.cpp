@@ -1,4 +1,4 @@
-#include "classifier/sampling/utf8_text.h"
+#include "util/utf8.h"
 
 #include <bit>
 #include <cstdint>
@@ -27,6 +27,40 @@ std::size_t firstMarked(std::uint64_t marks) {
     return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
   } else {
     return static_cast<std::size_t>(std::countl_zero(marks)) / 8;
+  }
+}
+
+// The second byte alone tells whether a sequence of three or four is overlong (after E0, F0), a
+// surrogate (ED) or past U+10FFFF (F4).
+constexpr bool isThreeByteStart(unsigned char lead, unsigned char second) {
+  const unsigned first = lead == 0xE0 ? 0xA0 : 0x80;
+  const unsigned last = lead == 0xED ? 0x9F : 0xBF;
+  return second >= first && second <= last;
+}
+
+constexpr bool isFourByteStart(unsigned char lead, unsigned char second) {
+  const unsigned first = lead == 0xF0 ? 0x90 : 0x80;
+  const unsigned last = lead == 0xF4 ? 0x8F : 0xBF;
+  return second >= first && second <= last;
+}
+
+// Length of the valid multi-byte character that `text` starts with; 0 when there is none.
+std::size_t multiByteLength(std::string_view text) {
+  const unsigned char lead = byteAt(text, 0);
+  const std::size_t length = lengthByLead(lead);
+  if (text.size() < length) return 0;
+  switch (length) {
+    case 2:
+      return isUtf8Continuation(byteAt(text, 1)) ? 2 : 0;
+    case 3:
+      return isThreeByteStart(lead, byteAt(text, 1)) && isUtf8Continuation(byteAt(text, 2)) ? 3 : 0;
+    case 4:
+      return isFourByteStart(lead, byteAt(text, 1)) && isUtf8Continuation(byteAt(text, 2)) &&
+                     isUtf8Continuation(byteAt(text, 3))
+                 ? 4
+                 : 0;
+    default:
+      return 0;
   }
 }
 
@@ -61,6 +95,32 @@ std::size_t asciiRunLength(std::string_view text) {
   }
   while (at < end && *at != 0 && (static_cast<unsigned char>(*at) & 0x80U) == 0) ++at;
   return static_cast<std::size_t>(at - begin);
+}
+
+std::size_t validUtf8Length(std::string_view text) {
+  std::size_t at = 0;
+  while (true) {
+    at += asciiRunLength(text.substr(at));
+    const std::size_t multiByteStart = at;
+    while (at < text.size()) {
+      const std::size_t length = multiByteLength(text.substr(at));
+      if (length == 0) break;
+      at += length;
+    }
+    if (at == multiByteStart || at == text.size()) return at;
+  }
+}
+
+std::string withInvalidUtf8Replaced(std::string_view text) {
+  std::string result;
+  while (true) {
+    const std::size_t valid = validUtf8Length(text);
+    result += text.substr(0, valid);
+    text.remove_prefix(valid);
+    if (text.empty()) return result;
+    result += "\xEF\xBF\xBD";
+    text.remove_prefix(1);
+  }
 }
 
 }  // namespace sourcetype
