@@ -14,9 +14,6 @@ namespace {
 
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
-// Fewer lines say too little to recognise a file or to learn from it.
-constexpr std::size_t kMinModelLines = 100;
-
 // A rule-matched sourcetype needs no more models to be told from others.
 constexpr std::size_t kMaxRuleModels = 3;
 
@@ -159,7 +156,7 @@ void FileClassifier::finishTooSmall() {
       result_.insertIfAbsent(key, entry.value, entry.stanza);
     }
     result_.remove(key::kSourcetype);
-    store_.writeStanza(store_.getProps(), sourcetype, result_, false);
+    madeSourcetype_ = store_.writeStanza(store_.getProps(), sourcetype, result_, false);
   }
   finishWith(sourcetype);
 }
@@ -173,7 +170,7 @@ void FileClassifier::createSourcetype() {
   result_.set(key::kShouldLinemerge, flagText(!singleLine_));
   result_.set(key::kIsValid, flagText(true));
   learnTimestampSettings(sourcetype, *sample_, result_);
-  store_.writeStanza(store_.getProps(), sourcetype, result_, false);
+  madeSourcetype_ = store_.writeStanza(store_.getProps(), sourcetype, result_, false);
   store_.getExactStanza(store_.getProps(), result_, kDefaultStanza);
   result_.set(key::kSourcetype, sourcetype);
   manager_.models().trainModels(fileName_, *sample_, sourcetype);

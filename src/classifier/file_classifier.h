@@ -20,6 +20,9 @@ class FileClassifier {
   // Fills the result up to the sourcetype's settings.
   void runFlow();
 
+  // True when the file got a sourcetype that did not exist before.
+  bool madeSourcetype() const { return madeSourcetype_; }
+
   // Looks for a header line where configuration asks for it. Never throws.
   void detectHeaderIfAsked();
 
@@ -50,6 +53,7 @@ class FileClassifier {
   bool headerWanted_ = false;
   bool noBinaryCheck_ = false;
   std::optional<Sample> sample_;
+  bool madeSourcetype_ = false;
   bool singleLine_ = true;  // each line of the sample is an event
 };
 

@@ -40,6 +40,7 @@ FileClassifierManager::FileClassifierManager(ConfStore& store)
     : store_(store), settings_(store), rules_(store), models_(store, settings_) {}
 
 void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeRequest& request) {
+  const std::size_t modelsBefore = models_.addedModels();
   FileClassifier file(*this, result, request);
   try {
     file.runFlow();
@@ -49,11 +50,13 @@ void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeReq
     logDebug(kFlowLog, "%s", error.what());
   }
   file.detectHeaderIfAsked();
+  if (file.madeSourcetype() || models_.addedModels() > modelsBefore) models_.adjustMaxDist();
 }
 
 void FileClassifierManager::learnFile(const std::filesystem::path& path,
-                                      std::string_view sourcetype, Training /*training*/,
+                                      std::string_view sourcetype, Training training,
                                       std::uint64_t maxLines) {
+  const std::size_t modelsBefore = models_.addedModels();
   PropertiesMap props;
   store_.getStanzaSettings(store_.getProps(), props, sourceStanzas(path), PatternMatching::Yes);
   if (const auto sample = readSample(path, props, maxLines)) {
@@ -61,6 +64,8 @@ void FileClassifierManager::learnFile(const std::filesystem::path& path,
   } else {
     logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_CANNOT_OPEN__%s", pathToText(path));
   }
+  const bool isLast = training == Training::No;
+  if (isLast && models_.addedModels() > modelsBefore) models_.adjustMaxDist();
 }
 
 void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingFile) {
@@ -74,6 +79,7 @@ void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingF
       learnFile(pathFromText(setting.value), sourcetype, Training::Yes);
     }
   }
+  models_.adjustMaxDist();
 }
 
 void FileClassifierManager::getSourcetypeSettings(PropertiesMap& result,

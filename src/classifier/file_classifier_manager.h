@@ -29,7 +29,8 @@ struct TypeRequest {
   std::uint64_t maxLines = kDefaultMaxLines;
 };
 
-// Whether learning was ordered by a training file or for a single file.
+// Whether a file is learned as one of a training file's, which settles once for all what follows
+// from having learned (the width of the distance limit).
 enum class Training { No, Yes };
 
 // Owns what lives for the run. Per-file problems are never thrown: they are in the result and in

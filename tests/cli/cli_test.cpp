@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <map>
+
 #include "support/process.h"
 
 namespace sourcetype {
@@ -247,8 +249,13 @@ TEST(InvalidFile, NeedNotBeThereWhenNothingAboutItIsOpen) {
 
 TEST(HostileName, CannotBecomeARuleOrSettingsForOtherFiles) {
   const Installation server;
-  for (const char* name : {"rule::x", "x.source::*a", "two\nlines]x=[y.log", "\xFF\xFE.log"}) {
-    server.write(name, repeated(kLine, 150));
+  // Contents that have nothing in common, so that none is recognised as another.
+  const std::map<const char*, const char*> files{{"rule::x", "alpha, beta\n"},
+                                                 {"x.source::*a", "gamma=delta;\n"},
+                                                 {"two\nlines]x=[y.log", "[eta] (theta)\n"},
+                                                 {"\xFF\xFE.log", "iota/kappa|\n"}};
+  for (const auto& [name, line] : files) {
+    server.write(name, repeated(line, 150));
     const auto run = server.run({name});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(printed(run, "is_valid"), "True") << run.out << run.err;

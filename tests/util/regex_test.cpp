@@ -84,6 +84,14 @@ INSTANTIATE_TEST_SUITE_P(
                       MatchCase{"(?:a|b)*[xy]", repeated("ab", 5000), Mode::Search, false},
                       MatchCase{"(?:a|(?R)(?R))*[xy]", repeated("a", 10000), Mode::Search, false},
                       MatchCase{"a(?R)?b", repeated("a", 200000), Mode::Search, false}));
+// Machine code would take minutes for the first of these.
+TEST(Regex, KeepsCountOfRepeatsOfSingleCharacters) {
+  const std::string line = repeated("user=42 GET /index.html 200 ok; ", 3000);
+  for (const char* pattern : {"\\d+.*\\d+.*fail", ".*=.*=.*=x", "\\w+\\d+\\w+!"}) {
+    EXPECT_FALSE(Regex(pattern).match(line)) << pattern;
+  }
+}
+
 // Positions that cost more than their first share, in front of the match.
 INSTANTIATE_TEST_SUITE_P(
     BehindExpensivePositions, Match,

@@ -1,42 +1,186 @@
 #include "classifier/models/model_store.h"
 
+#include <fmt/chrono.h>
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+
+#include "classifier/models/model.h"
+#include "conf/message_catalog.h"
+#include "platform/environment.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
-#include "util/logging.h"
 
 namespace sourcetype {
 namespace {
 
 constexpr LogCategory kModelLog{"FileClassifierManager"};
 
-}  // namespace
+constexpr std::size_t kMatchedSegments = 5;
+constexpr std::size_t kTrainedSegments = 20;
 
-ModelStore::ModelStore(ConfStore& store, ClassifierSettings& settings)
-    : store_(store), settings_(settings) {}
+// A model this close is the file's own: no other segment needs to be looked at.
+constexpr float kSureDistance = 0.5F;
 
-std::optional<std::string> ModelStore::matchModels(std::string_view fileName,
-                                                   const Sample& /*sample*/) {
-  logDebug(kModelLog, "Finding type for file: %s", fileName);
-  settings_.ignoredModelKeywords();
-  return std::nullopt;
+constexpr std::string_view kMaxDistKey = "maxDist";
+
+// Lines of one segment, both included.
+struct Segment {
+  std::size_t first;
+  std::size_t last;
+};
+
+// Segments begin every thousand lines and have a thousand or, at the end of the sample, a hundred.
+std::optional<Segment> segmentOf(const Sample& sample, std::size_t number) {
+  constexpr std::size_t kStep = 1000;
+  const std::size_t first = number * kStep;
+  if (sample.lineCount() < first + kMinModelLines) return std::nullopt;
+  const bool isWhole = sample.lineCount() >= first + kStep;
+  return Segment{.first = first, .last = first + (isWhole ? kStep : kMinModelLines) - 1};
 }
 
-bool ModelStore::trainModels(std::string_view /*fileName*/, const Sample& /*sample*/,
-                             std::string_view /*sourcetype*/) {
+std::uint32_t seedOfThisRun() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+  return static_cast<std::uint32_t>(now) ^ (processId() << 16U) ^ processId();
+}
+
+bool namesSourcetype(std::string_view stanza) {
+  constexpr std::array<std::string_view, 4> kOtherKinds{
+      "source::", "rule::", "delayedrule::", "eventtype::"};
+  return stanza != kDefaultStanza && std::ranges::none_of(kOtherKinds, [&](std::string_view kind) {
+           return stanza.starts_with(kind);
+         });
+}
+
+}  // namespace
+
+std::uint32_t StanzaNumbers::next() {
+  const std::scoped_lock lock(mutex_);
+  seed_ = (12345U - seed_ * 1043968403U) & 0x7FFFFFFFU;
+  return seed_;
+}
+
+ModelStore::ModelStore(ConfStore& store, ClassifierSettings& settings)
+    : store_(store), settings_(settings), stanzaNumbers_(seedOfThisRun()) {}
+
+ModelIndex& ModelStore::models() {
+  if (models_) return *models_;
+  models_.emplace();
+  Conf& conf = store_.getConf("sourcetypes");
+  PropertiesMap defaults;
+  store_.getExactStanza(conf, defaults, kDefaultStanza);
+  store_.visitStanzas(conf, [&](std::string_view stanza, auto settings) {
+    if (stanza == kDefaultStanza) return;
+    TextKeeper unescaped;
+    const auto model = loadModel(stanza, settings, defaults.get(kMaxDistKey), unescaped);
+    if (model) models_->add(*model);
+  });
+  store_.reload(conf);  // the index is all that is needed
+  return *models_;
+}
+
+bool ModelStore::hasEnoughLines(std::string_view fileName, const Sample& sample) const {
+  if (sample.lineCount() >= kMinModelLines) return true;
+  logMessage(LogLevel::Warn, kModelLog, "FILE_CLASSIFIER_TOO_FEW_LINES__%lu_%s_%lu",
+             sample.lineCount(), fileName, kMinModelLines);
   return false;
 }
 
-std::size_t ModelStore::countModels(std::string_view /*sourcetype*/) {
-  return 0;
+std::optional<std::string> ModelStore::matchModels(std::string_view fileName,
+                                                   const Sample& sample) {
+  logDebug(kModelLog, "Finding type for file: %s", fileName);
+  if (!hasEnoughLines(fileName, sample)) return std::nullopt;
+  std::optional<ModelIndex::Closest> best;
+  for (std::size_t number = 0; number < kMatchedSegments; ++number) {
+    const auto segment = segmentOf(sample, number);
+    if (!segment) break;
+    const auto closest = models().findClosestModel(
+        buildModel(sample, segment->first, segment->last, settings_.ignoredModelKeywords()));
+    if (!closest || closest->distance > kAcceptDistance) continue;
+    if (!best || closest->distance < best->distance) best = closest;
+    if (best->distance < kSureDistance) break;
+  }
+  if (!best) return std::nullopt;
+  return std::string(best->sourcetype);
+}
+
+bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
+                             std::string_view sourcetype) {
+  if (!hasEnoughLines(fileName, sample)) return false;
+  bool isLearned = false;
+  bool isKnown = false;
+  for (std::size_t number = 0; number < kTrainedSegments; ++number) {
+    const auto segment = segmentOf(sample, number);
+    if (!segment) break;
+    const Fingerprint model =
+        buildModel(sample, segment->first, segment->last, settings_.ignoredModelKeywords());
+    const auto closest = models().findClosestModel(model);
+    const bool isClose = closest && closest->distance <= kAcceptDistance;
+    isKnown = isKnown || isClose;
+    if (isClose && closest->sourcetype == sourcetype) continue;
+    addModel(fileName, model, sourcetype);
+    isLearned = true;
+  }
+  return isLearned || isKnown;
+}
+
+// The model goes through its stanza's form, so that it measures now as it will after loading.
+void ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
+                          std::string_view sourcetype) {
+  const PropertiesMap settings = saveModel(model, fileName, sourcetype);
+  std::vector<ConfFile::Setting> stored;
+  for (const auto& [key, entry] : settings.entries()) stored.push_back({key, entry.value});
+  TextKeeper unescaped;
+  const auto stanza = makeStanzaName(fileName);
+  if (const auto view = loadModel(stanza, stored, {}, unescaped)) models().add(*view);
+  ++addedModels_;
+  store_.writeLearnedStanza(store_.getConf("sourcetypes"), stanza, settings);
+}
+
+std::string ModelStore::makeStanzaName(std::string_view fileName) {
+  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  const auto time = fmt::gmtime(std::chrono::system_clock::to_time_t(now));
+  std::string name =
+      fmt::format("{}_{:%Y-%m-%dT%H:%M:%SZ}_{}", fileName, time, stanzaNumbers_.next());
+  std::ranges::replace(name, ' ', '_');
+  return name;
+}
+
+std::size_t ModelStore::countModels(std::string_view sourcetype) {
+  return models().countModels(sourcetype);
 }
 
 void ModelStore::reset() {
+  models_.emplace();
   Conf& conf = store_.getConf("sourcetypes");
   const auto file = store_.learnedFile(conf);
   if (const auto error = removeFile(file)) {
     logError(kModelLog, "reset failed to unlink %s: %m", pathToText(file), error);
   }
   store_.reload(conf);
+}
+
+void ModelStore::adjustMaxDist() {
+  constexpr std::size_t kManySourcetypes = 3000;
+  constexpr std::int64_t kLeastLimit = 500;
+  constexpr std::int64_t kUnsetLimit = 100;
+  Conf& props = store_.getProps();
+  const auto names = store_.stanzaNames(props, "");
+  const auto count = static_cast<std::size_t>(std::ranges::count_if(names, namesSourcetype));
+  if (count <= kManySourcetypes) return;
+  const auto root = static_cast<std::int64_t>(std::sqrt(static_cast<double>(count)));
+  const std::int64_t limit = std::max(2 * root + 100, kLeastLimit);
+  PropertiesMap defaults;
+  store_.getStanzaSettings(props, defaults, kDefaultStanza, PatternMatching::No);
+  const std::int64_t current = defaults.getInt(kMaxDistKey, kUnsetLimit);
+  if (limit == current) return;
+  if (limit > current) {
+    logMessage(LogLevel::Info, kModelLog, "FILE_CLASSIFIER_INCREASING_MAX_DIST__%lu", count);
+  }
+  store_.writeStanza(props, kDefaultStanza, {{kMaxDistKey, std::to_string(limit)}}, false);
 }
 
 }  // namespace sourcetype

@@ -1,39 +1,76 @@
-// What the tool has learned: models of the text of files, by sourcetype.
+// What the tool has learned: models of the text of files, by sourcetype, kept in sourcetypes.conf.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "classifier/classifier_settings.h"
+#include "classifier/models/fingerprint.h"
+#include "classifier/models/model_index.h"
 #include "classifier/sampling/sample.h"
 #include "conf/conf_store.h"
 
 namespace sourcetype {
 
-// This version keeps no models: nothing is recognised by one and nothing is learned.
+// Fewer lines say too little to recognise a file or to learn from it.
+inline constexpr std::size_t kMinModelLines = 100;
+
+// A model at most this far away is the same sourcetype. Line shapes alone can add up to 600: 50 are
+// left for the words of a file that shares no shape.
+inline constexpr float kAcceptDistance = 650.0F;
+
+// Numbers that only have to differ from one another, for the names of stanzas.
+class StanzaNumbers {
+ public:
+  explicit StanzaNumbers(std::uint32_t seed) : seed_(seed) {}
+  std::uint32_t next();
+
+ private:
+  std::mutex mutex_;
+  std::uint32_t seed_;
+};
+
 class ModelStore {
  public:
-  // Reads nothing yet.
+  // Both must outlive the object. Models are read when they are first needed.
   ModelStore(ConfStore& store, ClassifierSettings& settings);
 
-  // The sourcetype of the closest model that is close enough.
+  // The sourcetype of the model that is closest to one of the first 5 segments of the sample, a
+  // thousand lines each. Nothing when none is close enough, or the sample has too few lines.
   std::optional<std::string> matchModels(std::string_view fileName, const Sample& sample);
 
-  // Learns what no model of `sourcetype` covers yet. False when nothing was learned and no model
-  // was close enough either.
+  // Learns each of the first 20 segments that no model of `sourcetype` is close to. True when a
+  // model was added or a segment was close to some model.
   bool trainModels(std::string_view fileName, const Sample& sample, std::string_view sourcetype);
 
-  // Models held of a sourcetype.
+  // Models held of a sourcetype, stored or new.
   std::size_t countModels(std::string_view sourcetype);
+
+  // Models added in this run.
+  std::size_t addedModels() const { return addedModels_; }
 
   // Forgets every model and deletes the file they are stored in.
   void reset();
 
+  // Raises "maxDist" of the stanza [default] of props.conf where there are thousands of
+  // sourcetypes.
+  void adjustMaxDist();
+
  private:
+  ModelIndex& models();
+  bool hasEnoughLines(std::string_view fileName, const Sample& sample) const;
+  void addModel(std::string_view fileName, const Fingerprint& model, std::string_view sourcetype);
+  std::string makeStanzaName(std::string_view fileName);
+
   ConfStore& store_;
   ClassifierSettings& settings_;
+  StanzaNumbers stanzaNumbers_;
+  std::optional<ModelIndex> models_;
+  std::size_t addedModels_ = 0;
 };
 
 }  // namespace sourcetype

@@ -1,0 +1,48 @@
+// A learned model, and the stanza of sourcetypes.conf that keeps it.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "classifier/models/fingerprint.h"
+#include "conf/conf_file.h"
+#include "conf/properties_map.h"
+
+namespace sourcetype {
+
+// The word part of a distance beyond which the shapes of a model's lines are not compared any more,
+// where its stanza names none.
+inline constexpr float kNoMaxDistance = 9999.0F;
+
+// A model as it is measured against files. Borrows its texts.
+struct ModelView {
+  struct Word {
+    std::string_view text;
+    float weight;
+  };
+
+  std::string_view sourcetype;
+  std::string_view source;  // the file it was learned from
+  float maxDistance = kNoMaxDistance;
+  std::vector<Word> words;               // in ascending byte order
+  std::vector<std::string_view> shapes;  // each once
+};
+
+// The settings of a model's stanza: "_sourcetype", "_source", the number of other settings under
+// "_size", a weight of six decimals under each word, and a count under "~" and each shape. In keys
+// "[" is written "L7(", "]" "L7)" and "=" "EQ".
+PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
+                        std::string_view sourcetype);
+
+// Reads a stanza's settings; `inherited` is the "maxDist" of the stanza "default". Nothing, with
+// the reason logged, for a stanza without "_sourcetype" and for one that holds less than it says: a
+// write that was cut off. A weight that is no number reads as 0. The texts of the result live as
+// long as the settings and `unescaped`.
+std::optional<ModelView> loadModel(std::string_view stanza,
+                                   std::span<const ConfFile::Setting> settings,
+                                   std::string_view inherited, TextKeeper& unescaped);
+
+}  // namespace sourcetype

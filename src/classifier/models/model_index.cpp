@@ -1,0 +1,203 @@
+// The distance of a model M from a file F is
+//   100000 / |words of M or F| x sum over these of (factor x (a - b))^2  +  600 x (1 - shape
+//   similarity)
+// with a and b a word's weights in M and F. The sum is that of M's words alone, plus that of F's,
+// minus twice the sum of factor^2 x a x b over the words they share. The first is known before, the
+// second is the same for all models, the third takes the postings of F's words. So every model gets
+// a lower bound for the price of a few operations, and only those that could be the closest are
+// measured in single precision and in order, as the distance is defined.
+#include "classifier/models/model_index.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace sourcetype {
+namespace {
+
+constexpr float kTermScale = 100000.0F;
+constexpr float kShapeScale = 600.0F;
+
+// How far the sums, made in another order and in double precision, may be from the distance as it
+// is defined: single precision loses up to 2^-24 in each of some hundred steps; the difference of
+// the sums loses what double precision does to the larger ones.
+constexpr double kRelativeError = 1e-3;
+constexpr double kAbsoluteError = 1e-3;
+constexpr double kCancellationError = 1e-10;
+
+double squared(double value) {
+  return value * value;
+}
+
+float shapeSimilarity(std::size_t common, std::size_t left, std::size_t right) {
+  if (left == 0 || right == 0 || common == 0) return 0;
+  const auto i = static_cast<float>(common);
+  const auto smaller = static_cast<float>(std::min(left, right));
+  const auto larger = static_cast<float>(std::max(left, right));
+  return i / smaller * (2.0F / 3.0F) + i / larger * (1.0F / 3.0F);
+}
+
+}  // namespace
+
+std::uint32_t Vocabulary::intern(std::string_view text) {
+  const auto known = ids_.find(text);
+  if (known != ids_.end()) return known->second;
+  const auto id = static_cast<std::uint32_t>(texts_.size());
+  texts_.push_back(keeper_.keep(std::string(text)));
+  ids_.emplace(texts_.back(), id);
+  return id;
+}
+
+std::optional<std::uint32_t> Vocabulary::find(std::string_view text) const {
+  const auto known = ids_.find(text);
+  if (known == ids_.end()) return std::nullopt;
+  return known->second;
+}
+
+void ModelIndex::add(const ModelView& model) {
+  const auto number = static_cast<std::uint32_t>(models_.size());
+  const auto sourcetype = sourcetypes_.intern(model.sourcetype);
+  modelsOfSourcetype_.resize(sourcetypes_.size());
+  ++modelsOfSourcetype_[sourcetype];
+  models_.push_back({.sourcetype = sourcetype,
+                     .maxDistance = model.maxDistance,
+                     .firstTerm = terms_.size(),
+                     .termCount = static_cast<std::uint32_t>(model.words.size()),
+                     .shapeCount = static_cast<std::uint32_t>(model.shapes.size())});
+  for (const auto& [text, weight] : model.words) {
+    const auto word = words_.intern(text);
+    if (word == wordPostings_.size()) wordPostings_.emplace_back();
+    wordPostings_[word].push_back({.model = number, .weight = weight});
+    terms_.push_back({.word = word, .weight = weight});
+  }
+  for (const auto text : model.shapes) {
+    const auto shape = shapes_.intern(text);
+    if (shape == shapePostings_.size()) shapePostings_.emplace_back();
+    shapePostings_[shape].push_back(number);
+  }
+}
+
+std::size_t ModelIndex::countModels(std::string_view sourcetype) const {
+  const auto id = sourcetypes_.find(sourcetype);
+  return id ? modelsOfSourcetype_[*id] : 0;
+}
+
+// How much a word counts: the rarer, the more.
+float ModelIndex::factorOf(std::size_t documentFrequency) const {
+  const auto frequency = static_cast<float>(std::max<std::size_t>(documentFrequency, 1));
+  return std::log(static_cast<float>(models_.size()) / frequency + 1.0F);
+}
+
+void ModelIndex::refresh() {
+  if (refreshedSize_ == models_.size()) return;
+  refreshedSize_ = models_.size();
+  factors_.resize(words_.size());
+  for (std::size_t word = 0; word < factors_.size(); ++word) {
+    factors_[word] = factorOf(wordPostings_[word].size());
+  }
+  norms_.clear();
+  for (const auto& model : models_) {
+    double norm = 0;
+    for (std::size_t i = 0; i < model.termCount; ++i) {
+      const auto& [word, weight] = terms_[model.firstTerm + i];
+      norm += squared(static_cast<double>(factors_[word]) * weight);
+    }
+    norms_.push_back(norm);
+  }
+}
+
+// Walks the postings of the file's words and shapes.
+void ModelIndex::gather(const Fingerprint& file) {
+  measures_.assign(models_.size(), {});
+  for (const auto& [text, fileWeight] : file.words) {
+    const auto word = words_.find(text);
+    if (!word) continue;
+    const double share = squared(factors_[*word]) * fileWeight;
+    for (const auto& [model, weight] : wordPostings_[*word]) {
+      measures_[model].dot += share * weight;
+      ++measures_[model].commonWords;
+    }
+  }
+  for (const auto& [text, count] : file.shapes) {
+    const auto shape = shapes_.find(text);
+    if (!shape) continue;
+    for (const auto model : shapePostings_[*shape]) ++measures_[model].commonShapes;
+  }
+}
+
+double ModelIndex::fileNorm(const Fingerprint& file) const {
+  double norm = 0;
+  for (const auto& [text, weight] : file.words) {
+    const auto word = words_.find(text);
+    norm += squared(static_cast<double>(word ? factors_[*word] : factorOf(1)) * weight);
+  }
+  return norm;
+}
+
+std::optional<ModelIndex::Closest> ModelIndex::findClosestModel(const Fingerprint& file) {
+  refresh();
+  gather(file);
+  const double norm = fileNorm(file);
+  double mostOfClosest = kInfiniteDistance;  // the closest model is no farther than this
+  for (std::size_t i = 0; i < models_.size(); ++i) {
+    const Model& model = models_[i];
+    Measure& measure = measures_[i];
+    const std::size_t words = model.termCount + file.words.size() - measure.commonWords;
+    const double scale = words == 0 ? 0 : kTermScale / static_cast<double>(words);
+    const double term = std::max(0.0, scale * (norms_[i] + norm - 2 * measure.dot));
+    const double error =
+        kAbsoluteError + kRelativeError * term + kCancellationError * scale * (norms_[i] + norm);
+    const double shapes = shapeDistance(model, measure, file);
+    const double limit = model.maxDistance;
+    measure.least = term - error > limit ? kInfiniteDistance : shapes + term - error;
+    if (term + error <= limit) mostOfClosest = std::min(mostOfClosest, shapes + term + error);
+  }
+  std::optional<Closest> closest;
+  float best = kInfiniteDistance;
+  for (std::size_t i = 0; i < models_.size(); ++i) {
+    if (measures_[i].least > mostOfClosest) continue;
+    const float distance = exactDistance(models_[i], measures_[i], file);
+    if (distance < best) {
+      best = distance;
+      closest = {.sourcetype = sourcetypes_.text(models_[i].sourcetype), .distance = distance};
+    }
+  }
+  return closest;
+}
+
+float ModelIndex::shapeDistance(const Model& model, const Measure& measure,
+                                const Fingerprint& file) const {
+  return (1.0F - shapeSimilarity(measure.commonShapes, model.shapeCount, file.shapes.size())) *
+         kShapeScale;
+}
+
+float ModelIndex::exactDistance(const Model& model, const Measure& measure,
+                                const Fingerprint& file) const {
+  float sum = 0;
+  std::size_t words = 0;
+  const auto addWord = [&](float factor, float difference) {
+    ++words;
+    if (difference != 0) sum += (factor * difference) * (factor * difference);
+  };
+  const Term* term = terms_.data() + model.firstTerm;
+  const Term* const lastTerm = term + model.termCount;
+  auto word = file.words.begin();
+  while (term != lastTerm || word != file.words.end()) {
+    const int order = term == lastTerm           ? 1
+                      : word == file.words.end() ? -1
+                                                 : words_.text(term->word).compare(word->text);
+    if (order > 0) {
+      const auto known = words_.find(word->text);
+      addWord(known ? factors_[*known] : factorOf(1), -word->weight);
+    } else {
+      addWord(factors_[term->word], order < 0 ? term->weight : term->weight - word->weight);
+    }
+    if (order <= 0) ++term;
+    if (order >= 0) ++word;
+  }
+  const float part = words == 0 ? 0 : sum / static_cast<float>(words) * kTermScale;
+  if (part > model.maxDistance) return kInfiniteDistance;
+  return shapeDistance(model, measure, file) + part;
+}
+
+}  // namespace sourcetype
