@@ -1,6 +1,8 @@
 // One .conf file as lookups see it.
 #pragma once
 
+#include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -16,10 +18,29 @@ namespace sourcetype {
 // its stanza, and the last value of a key is the one that counts. Moves, does not copy.
 class ConfFile {
  public:
-  struct Setting {
-    std::string_view key;
-    std::string_view value;
+  // A key and its value, which stands not far behind it in the same text: a store of models has
+  // millions of these.
+  class Setting {
+   public:
+    Setting(std::string_view key, std::string_view value)
+        : key_(key.data()),
+          keySize_(static_cast<std::uint16_t>(key.size())),
+          gap_(static_cast<std::uint16_t>(value.data() - (key.data() + key.size()))),
+          valueSize_(static_cast<std::uint32_t>(value.size())) {}
+
+    std::string_view key() const { return {key_, keySize_}; }
+    std::string_view value() const { return {key_ + keySize_ + gap_, valueSize_}; }
+
+   private:
+    const char* key_;
+    std::uint16_t keySize_;
+    std::uint16_t gap_;  // bytes between key and value
+    std::uint32_t valueSize_;
   };
+
+  // A file of more bytes is none: sizes within it have 32 bits.
+  static constexpr std::size_t kMaxBytes = std::size_t{1} << 30;
+
   struct Stanza {
     std::string_view name;
     std::span<const Setting> settings;  // in ascending byte order of the keys
@@ -28,6 +49,7 @@ class ConfFile {
     const Setting* find(std::string_view key) const;
   };
 
+  // `bytes` are at most kMaxBytes.
   ConfFile(std::filesystem::path path, FileBytes bytes, Report report = Report::Yes);
 
   // The file as it was read.
@@ -41,7 +63,8 @@ class ConfFile {
   std::filesystem::path path_;
   FileBytes bytes_;
   TextKeeper keeper_;
-  std::vector<Setting> settings_;  // stanza by stanza
+  std::vector<Setting> settings_;            // as they stand in the file
+  std::deque<std::vector<Setting>> joined_;  // those of stanzas that have several headers
   std::vector<Stanza> stanzas_;
 };
 

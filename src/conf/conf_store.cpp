@@ -61,7 +61,7 @@ std::string joinNames(std::span<const std::string> names) {
 
 bool sameSettings(const ConfFile::Stanza& a, const ConfFile::Stanza& b) {
   return std::ranges::equal(a.settings, b.settings, [](const auto& x, const auto& y) {
-    return x.key == y.key && x.value == y.value;
+    return x.key() == y.key() && x.value() == y.value();
   });
 }
 
@@ -69,13 +69,15 @@ bool sameSettings(const ConfFile::Stanza& a, const ConfFile::Stanza& b) {
 bool isExactEdit(const ConfFile& before, const ConfFile& after, std::string_view stanza,
                  const PropertiesMap& changes) {
   PropertiesMap expected = changes;
-  if (const auto* old = before.find(stanza)) {
-    for (const auto& [key, value] : old->settings) expected.insertIfAbsent(key, value, {});
+  if (before.find(stanza) != nullptr) {
+    for (const auto& old : before.find(stanza)->settings) {
+      expected.insertIfAbsent(old.key(), old.value(), {});
+    }
   }
   PropertiesMap found;
   const auto* edited = after.find(stanza);
   if (edited == nullptr) return false;
-  for (const auto& [key, value] : edited->settings) found.set(key, value);
+  for (const auto& setting : edited->settings) found.set(setting.key(), setting.value());
   if (found != expected) return false;
 
   const auto isOther = [&](const auto& other) { return other.name != stanza; };
@@ -123,6 +125,9 @@ Conf& ConfStore::getConf(std::string_view name) {
 void ConfStore::reload(Conf& conf) {
   const std::scoped_lock lock(mutex_);
   conf.loaded_ = false;
+  conf.patterns_.reset();
+  conf.stanzas_.clear();
+  conf.files_.clear();
 }
 
 // --- Reading ---
@@ -142,7 +147,8 @@ void ConfStore::load(Conf& conf) {
 void ConfStore::loadFile(Conf& conf, std::size_t layer, Report report) {
   const auto path = conf.layers_[layer] / (conf.name() + ".conf");
   FileBytes bytes = readFile(path);
-  const auto error = bytes.error;
+  auto error = bytes.error;
+  if (bytes.size > ConfFile::kMaxBytes) error = std::make_error_code(std::errc::file_too_large);
   conf.files_[layer].reset();
   if (!error) {
     conf.files_[layer] = std::make_unique<ConfFile>(path, std::move(bytes), report);
@@ -199,7 +205,9 @@ std::filesystem::path ConfStore::settingFile(Conf& conf, std::string_view stanza
 void ConfStore::getExactStanza(Conf& conf, PropertiesMap& out, std::string_view stanza) {
   const std::scoped_lock lock(mutex_);
   for (const auto& [found, file] : occurrences(conf, stanza)) {
-    for (const auto& [key, value] : found->settings) out.insertIfAbsent(key, value, stanza);
+    for (const auto& setting : found->settings) {
+      out.insertIfAbsent(setting.key(), setting.value(), stanza);
+    }
   }
 }
 

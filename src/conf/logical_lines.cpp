@@ -7,15 +7,22 @@
 namespace sourcetype {
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
-constexpr std::string_view kLineBlanks = " \t\r\n";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors on Windows write it
 constexpr char kEscape = '\\';
 
+constexpr bool isBlank(char c) {
+  return c == ' ' || c == '\t';
+}
+
+constexpr bool isLineBlank(char c) {
+  return isBlank(c) || c == '\r' || c == '\n';
+}
+
+// An empty result stands where the text did.
 std::string_view trimBlanks(std::string_view text) {
-  const auto first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  return text;
 }
 
 // Without the line feed and the carriage return before it.
@@ -82,8 +89,9 @@ bool LogicalLineReader::next(LogicalLine& line) {
     physical.remove_prefix(kByteOrderMark.size());
   }
   line = {};
-  const auto first = physical.find_first_not_of(kLineBlanks);
-  if (first == std::string_view::npos) {
+  std::size_t first = 0;
+  while (first < physical.size() && isLineBlank(physical[first])) ++first;
+  if (first == physical.size()) {
     line.kind = LineKind::Blank;
   } else if (physical[first] == ';' || physical[first] == '#') {
     line.kind = LineKind::Comment;
@@ -123,15 +131,28 @@ void LogicalLineReader::parseSetting(LogicalLine& line) const {
       report("Cannot end on an escape character", text);
     }
   }
+  line.kind = LineKind::Malformed;
   if (i >= text.size()) {
-    line.kind = LineKind::Malformed;
     if (path_.extension() != ".spec") report("Cannot parse into key-value pair", text);
     return;
   }
+  std::string_view key = text.substr(0, i);
+  std::string_view value = text.substr(i + 1);
+  if (escaped) {  // both in one text, as in a line that is read as it stands
+    const std::string plainKey = unescaped(key);
+    const std::string_view kept = keeper_.keep(plainKey + std::string(value));
+    key = kept.substr(0, plainKey.size());
+    value = kept.substr(plainKey.size());
+  }
+  line.name = trimBlanks(key);
+  line.value = trimBlanks(value);
+  const auto gap =
+      static_cast<std::size_t>(line.value.data() - line.name.data()) - line.name.size();
+  if (line.name.size() > kMaxKeyBytes || gap > kMaxKeyBytes) {
+    report("Key is too long", line.name.substr(0, 100));
+    return;
+  }
   line.kind = LineKind::Setting;
-  const std::string_view key = text.substr(0, i);
-  line.name = trimBlanks(escaped ? keeper_.keep(unescaped(key)) : key);
-  line.value = trimBlanks(text.substr(i + 1));
 }
 
 std::string renderHeader(std::string_view name) {

@@ -38,9 +38,12 @@ struct LogicalLine {
   std::string_view raw;     // its bytes in the file, line terminators included
   std::string_view text;    // of a header or setting: its lines joined, without the last terminator
   std::string_view name;    // of the stanza as it stands, or the setting's key, trimmed
-  std::string_view value;   // of a setting, trimmed of blanks and tabs
+  std::string_view value;   // of a setting, trimmed of blanks and tabs; behind its key in one text
   bool unfinished = false;  // ends in a backslash where the file ends: nothing continues it
 };
+
+// Bytes of a key, and of the blanks around its "=".
+inline constexpr std::size_t kMaxKeyBytes = 0xFFFF;
 
 // Whether lines that cannot be read are logged (at WARN, with path and line number) while they are
 // skipped. A file that is read again for a write has been reported on before.

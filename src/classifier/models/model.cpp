@@ -4,9 +4,11 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 
 #include "util/logging.h"
+#include "util/text.h"
 
 namespace sourcetype {
 namespace {
@@ -16,6 +18,7 @@ constexpr LogCategory kModelLog{"FileClassifierManager"};
 constexpr std::string_view kSourceKey = "_source";
 constexpr std::string_view kSourcetypeKey = "_sourcetype";
 constexpr std::string_view kSizeKey = "_size";
+constexpr std::string_view kWeightFormat = "%f";
 constexpr std::string_view kMaxDistKey = "maxDist";
 constexpr char kShapePrefix = '~';  // begins no word, and sorts behind them all
 
@@ -36,27 +39,65 @@ std::string escapedKey(std::string key) {
   return key;
 }
 
+// Every escape begins with one of these, which no learned word holds.
+bool mayHoldEscape(std::string_view key) {
+  return std::ranges::any_of(key, [](char c) { return c == 'L' || c == 'E'; });
+}
+
 std::string_view unescapedKey(std::string_view key, TextKeeper& keeper) {
-  const bool isPlain = std::ranges::none_of(
-      kEscapes, [&](const Escape& escape) { return key.find(escape.written) != key.npos; });
-  if (isPlain) return key;
-  std::string text(key);
-  for (const auto& [character, written] : kEscapes) replaceAll(text, written, character);
+  if (!mayHoldEscape(key)) return key;
+  std::string text;
+  while (!key.empty()) {
+    const auto escape = std::ranges::find_if(
+        kEscapes, [&](const Escape& known) { return key.starts_with(known.written); });
+    const bool isEscape = escape != kEscapes.end();
+    text += isEscape ? escape->character : key.substr(0, 1);
+    key.remove_prefix(isEscape ? escape->written.size() : 1);
+  }
   return keeper.keep(std::move(text));
+}
+
+// The number that a text such as "0.012345" is, up to fifteen digits: as many as a double holds, so
+// that one division gives the nearest one. Nothing for any other text.
+std::optional<double> parseShortDecimal(std::string_view text) {
+  constexpr std::size_t kMaxDigits = 15;
+  constexpr std::array<double, kMaxDigits + 1> kPowersOfTen{
+      1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  if (text.empty() || text.size() > kMaxDigits + 1) return std::nullopt;
+  std::int64_t digits = 0;
+  std::size_t decimals = 0;
+  bool isBehindPoint = false;
+  for (const char c : text) {
+    if (c == '.' && !isBehindPoint) {
+      isBehindPoint = true;
+      continue;
+    }
+    if (!isAsciiDigit(c)) return std::nullopt;
+    digits = digits * 10 + (c - '0');
+    decimals += isBehindPoint ? 1 : 0;
+  }
+  if (text.size() - (isBehindPoint ? 1 : 0) > kMaxDigits) return std::nullopt;
+  return static_cast<double>(digits) / kPowersOfTen[decimals];
 }
 
 // As atof() reads it; what is no finite number reads as 0.
 float parseNumber(std::string_view text) {
-  double number = 0;
-  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size()) {
-    number = std::strtod(std::string(text).c_str(), nullptr);
-  }
+  const auto decimal = parseShortDecimal(text);
+  const double number = decimal ? *decimal : std::strtod(std::string(text).c_str(), nullptr);
   const auto rounded = static_cast<float>(number);
   return std::isfinite(rounded) ? rounded : 0.0F;
 }
 
 }  // namespace
+
+ModelView viewOf(const Fingerprint& model, std::string_view source, std::string_view sourcetype) {
+  ModelView view{.sourcetype = sourcetype, .source = source, .words = {}, .shapes = {}};
+  for (const auto& [text, weight] : model.words) {
+    view.words.push_back({.text = text, .weight = parseNumber(formatText(kWeightFormat, weight))});
+  }
+  for (const auto& [shape, count] : model.shapes) view.shapes.push_back(shape);
+  return view;
+}
 
 PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
                         std::string_view sourcetype) {
@@ -64,7 +105,7 @@ PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
   settings.set(kSourceKey, source);
   settings.set(kSourcetypeKey, sourcetype);
   for (const auto& [text, weight] : model.words) {
-    settings.set(escapedKey(text), formatText("%f", weight));
+    settings.set(escapedKey(text), formatText(kWeightFormat, weight));
   }
   for (const auto& [shape, count] : model.shapes) {
     settings.set(kShapePrefix + escapedKey(shape), std::to_string(count));
@@ -80,7 +121,10 @@ std::optional<ModelView> loadModel(std::string_view stanza,
   model.words.reserve(settings.size());
   std::string_view maxDistance = inherited;
   std::size_t declaredSize = 0;
-  for (const auto& [key, value] : settings) {
+  bool isUnsorted = false;  // without its escapes a key may stand elsewhere
+  for (const auto& setting : settings) {
+    const std::string_view key = setting.key();
+    const std::string_view value = setting.value();
     if (key == kSourcetypeKey) {
       model.sourcetype = value;
     } else if (key == kSourceKey) {
@@ -92,6 +136,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
     } else if (key.starts_with(kShapePrefix)) {
       model.shapes.push_back(unescapedKey(key.substr(1), unescaped));
     } else {
+      isUnsorted = isUnsorted || mayHoldEscape(key);
       model.words.push_back({.text = unescapedKey(key, unescaped), .weight = parseNumber(value)});
     }
   }
@@ -108,9 +153,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
     return std::nullopt;
   }
   if (const float parsed = parseNumber(maxDistance); parsed > 0) model.maxDistance = parsed;
-  if (!std::ranges::is_sorted(model.words, {}, &ModelView::Word::text)) {
-    std::ranges::sort(model.words, {}, &ModelView::Word::text);  // escapes sort elsewhere
-  }
+  if (isUnsorted) std::ranges::sort(model.words, {}, &ModelView::Word::text);
   return model;
 }
 

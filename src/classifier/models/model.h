@@ -31,6 +31,10 @@ struct ModelView {
   std::vector<std::string_view> shapes;  // each once
 };
 
+// A fingerprint as a model, with the weights that it will have after it was stored and loaded.
+// Borrows all texts.
+ModelView viewOf(const Fingerprint& model, std::string_view source, std::string_view sourcetype);
+
 // The settings of a model's stanza: "_sourcetype", "_source", the number of other settings under
 // "_size", a weight of six decimals under each word, and a count under "~" and each shape. In keys
 // "[" is written "L7(", "]" "L7)" and "=" "EQ".

@@ -10,7 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <numeric>
 
 namespace sourcetype {
 namespace {
@@ -39,42 +39,23 @@ float shapeSimilarity(std::size_t common, std::size_t left, std::size_t right) {
 
 }  // namespace
 
-std::uint32_t Vocabulary::intern(std::string_view text) {
-  const auto known = ids_.find(text);
-  if (known != ids_.end()) return known->second;
-  const auto id = static_cast<std::uint32_t>(texts_.size());
-  texts_.push_back(keeper_.keep(std::string(text)));
-  ids_.emplace(texts_.back(), id);
-  return id;
-}
-
-std::optional<std::uint32_t> Vocabulary::find(std::string_view text) const {
-  const auto known = ids_.find(text);
-  if (known == ids_.end()) return std::nullopt;
-  return known->second;
-}
-
 void ModelIndex::add(const ModelView& model) {
-  const auto number = static_cast<std::uint32_t>(models_.size());
   const auto sourcetype = sourcetypes_.intern(model.sourcetype);
   modelsOfSourcetype_.resize(sourcetypes_.size());
   ++modelsOfSourcetype_[sourcetype];
   models_.push_back({.sourcetype = sourcetype,
                      .maxDistance = model.maxDistance,
-                     .firstTerm = terms_.size(),
+                     .firstTerm = static_cast<std::uint32_t>(terms_.size()),
                      .termCount = static_cast<std::uint32_t>(model.words.size()),
+                     .firstShape = static_cast<std::uint32_t>(modelShapes_.size()),
                      .shapeCount = static_cast<std::uint32_t>(model.shapes.size())});
   for (const auto& [text, weight] : model.words) {
     const auto word = words_.intern(text);
-    if (word == wordPostings_.size()) wordPostings_.emplace_back();
-    wordPostings_[word].push_back({.model = number, .weight = weight});
+    if (word == frequencies_.size()) frequencies_.push_back(0);
+    ++frequencies_[word];
     terms_.push_back({.word = word, .weight = weight});
   }
-  for (const auto text : model.shapes) {
-    const auto shape = shapes_.intern(text);
-    if (shape == shapePostings_.size()) shapePostings_.emplace_back();
-    shapePostings_[shape].push_back(number);
-  }
+  for (const auto text : model.shapes) modelShapes_.push_back(shapes_.intern(text));
 }
 
 std::size_t ModelIndex::countModels(std::string_view sourcetype) const {
@@ -88,12 +69,39 @@ float ModelIndex::factorOf(std::size_t documentFrequency) const {
   return std::log(static_cast<float>(models_.size()) / frequency + 1.0F);
 }
 
+void ModelIndex::buildPostings() {
+  // Counts are summed up to where each word's entries end; filling from behind moves these to where
+  // they begin.
+  const auto sumUp = [](auto& postings) {
+    std::partial_sum(postings.begins.begin(), postings.begins.end(), postings.begins.begin());
+    postings.entries.resize(postings.begins.back());
+  };
+  wordPostings_.begins = frequencies_;
+  wordPostings_.begins.push_back(0);
+  sumUp(wordPostings_);
+  shapePostings_.begins.assign(shapes_.size() + 1, 0);
+  for (const auto shape : modelShapes_) ++shapePostings_.begins[shape];
+  sumUp(shapePostings_);
+  for (auto number = static_cast<std::uint32_t>(models_.size()); number-- > 0;) {
+    const Model& model = models_[number];
+    for (std::uint32_t i = 0; i < model.termCount; ++i) {
+      const auto& [word, weight] = terms_[model.firstTerm + i];
+      wordPostings_.entries[--wordPostings_.begins[word]] = {.model = number, .weight = weight};
+    }
+    for (std::uint32_t i = 0; i < model.shapeCount; ++i) {
+      const auto shape = modelShapes_[model.firstShape + i];
+      shapePostings_.entries[--shapePostings_.begins[shape]] = number;
+    }
+  }
+}
+
 void ModelIndex::refresh() {
   if (refreshedSize_ == models_.size()) return;
   refreshedSize_ = models_.size();
+  buildPostings();
   factors_.resize(words_.size());
   for (std::size_t word = 0; word < factors_.size(); ++word) {
-    factors_[word] = factorOf(wordPostings_[word].size());
+    factors_[word] = factorOf(frequencies_[word]);
   }
   norms_.clear();
   for (const auto& model : models_) {
@@ -113,7 +121,7 @@ void ModelIndex::gather(const Fingerprint& file) {
     const auto word = words_.find(text);
     if (!word) continue;
     const double share = squared(factors_[*word]) * fileWeight;
-    for (const auto& [model, weight] : wordPostings_[*word]) {
+    for (const auto& [model, weight] : wordPostings_.of(*word)) {
       measures_[model].dot += share * weight;
       ++measures_[model].commonWords;
     }
@@ -121,7 +129,7 @@ void ModelIndex::gather(const Fingerprint& file) {
   for (const auto& [text, count] : file.shapes) {
     const auto shape = shapes_.find(text);
     if (!shape) continue;
-    for (const auto model : shapePostings_[*shape]) ++measures_[model].commonShapes;
+    for (const auto model : shapePostings_.of(*shape)) ++measures_[model].commonShapes;
   }
 }
 

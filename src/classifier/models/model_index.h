@@ -5,33 +5,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "classifier/models/fingerprint.h"
 #include "classifier/models/model.h"
-#include "conf/logical_lines.h"
+#include "classifier/models/vocabulary.h"
 
 namespace sourcetype {
 
 // The distance between two texts that have nothing to do with each other.
 inline constexpr float kInfiniteDistance = 100000000.0F;
-
-// Texts by number, numbered in the order in which they first came.
-class Vocabulary {
- public:
-  std::uint32_t intern(std::string_view text);
-  std::optional<std::uint32_t> find(std::string_view text) const;
-  std::string_view text(std::uint32_t id) const { return texts_[id]; }
-  std::size_t size() const { return texts_.size(); }
-
- private:
-  TextKeeper keeper_;
-  std::vector<std::string_view> texts_;
-  std::unordered_map<std::string_view, std::uint32_t> ids_;
-};
 
 class ModelIndex {
  public:
@@ -58,14 +44,26 @@ class ModelIndex {
   struct Model {
     std::uint32_t sourcetype;  // in sourcetypes_
     float maxDistance;
-    std::size_t firstTerm;  // in terms_, in byte order of the words
+    std::uint32_t firstTerm;  // in terms_, in byte order of the words
     std::uint32_t termCount;
+    std::uint32_t firstShape;  // in modelShapes_
     std::uint32_t shapeCount;
   };
   struct Posting {
     std::uint32_t model;
     float weight;
   };
+  // For each word or shape the models that have it, all in one array.
+  template <class Entry>
+  struct Postings {
+    std::vector<std::uint32_t> begins;  // of each word's entries; one more, for the end
+    std::vector<Entry> entries;
+
+    std::span<const Entry> of(std::uint32_t id) const {
+      return std::span(entries).subspan(begins[id], begins[id + 1] - begins[id]);
+    }
+  };
+
   // What a model and the file have in common, and how far apart they are.
   struct Measure {
     double dot = 0;
@@ -75,6 +73,7 @@ class ModelIndex {
   };
 
   void refresh();
+  void buildPostings();
   float factorOf(std::size_t documentFrequency) const;
   void gather(const Fingerprint& file);
   double fileNorm(const Fingerprint& file) const;
@@ -87,11 +86,13 @@ class ModelIndex {
   std::vector<std::size_t> modelsOfSourcetype_;
   std::vector<Model> models_;
   std::vector<Term> terms_;
-  std::vector<std::vector<Posting>> wordPostings_;  // by word; their number is its frequency
-  std::vector<std::vector<std::uint32_t>> shapePostings_;
+  std::vector<std::uint32_t> modelShapes_;
+  std::vector<std::uint32_t> frequencies_;  // by word: in how many models it is
 
   // Valid for refreshedSize_ models: every further one changes how much each word counts.
   std::size_t refreshedSize_ = 0;
+  Postings<Posting> wordPostings_;
+  Postings<std::uint32_t> shapePostings_;
   std::vector<float> factors_;  // by word
   std::vector<double> norms_;   // by model: the sum of its (factor x weight) squared
   std::vector<Measure> measures_;

@@ -127,17 +127,12 @@ bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
   return isLearned || isKnown;
 }
 
-// The model goes through its stanza's form, so that it measures now as it will after loading.
 void ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
                           std::string_view sourcetype) {
-  const PropertiesMap settings = saveModel(model, fileName, sourcetype);
-  std::vector<ConfFile::Setting> stored;
-  for (const auto& [key, entry] : settings.entries()) stored.push_back({key, entry.value});
-  TextKeeper unescaped;
-  const auto stanza = makeStanzaName(fileName);
-  if (const auto view = loadModel(stanza, stored, {}, unescaped)) models().add(*view);
+  models().add(viewOf(model, fileName, sourcetype));
   ++addedModels_;
-  store_.writeLearnedStanza(store_.getConf("sourcetypes"), stanza, settings);
+  store_.writeLearnedStanza(store_.getConf("sourcetypes"), makeStanzaName(fileName),
+                            saveModel(model, fileName, sourcetype));
 }
 
 std::string ModelStore::makeStanzaName(std::string_view fileName) {
