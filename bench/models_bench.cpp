@@ -109,7 +109,8 @@ void BM_LoadModels(benchmark::State& state) {
 BENCHMARK(BM_LoadModels)->RangeMultiplier(10)->Range(10, 10000)->Unit(benchmark::kMillisecond);
 
 void BM_CountLinesOfModels(benchmark::State& state) {
-  const std::string command = "grep -c = " + storedModels(state.range(0)).string() + " | cat >/dev/null";
+  const std::string command =
+      "grep -c = " + storedModels(state.range(0)).string() + " | cat >/dev/null";
   for (auto _ : state) {
     if (std::system(command.c_str()) != 0) state.SkipWithError("grep failed");
   }

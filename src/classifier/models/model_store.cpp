@@ -93,18 +93,22 @@ std::optional<std::string> ModelStore::matchModels(std::string_view fileName,
                                                    const Sample& sample) {
   logDebug(kModelLog, "Finding type for file: %s", fileName);
   if (!hasEnoughLines(fileName, sample)) return std::nullopt;
+  const auto closest = findClosest(sample);
+  if (!closest || closest->distance > kAcceptDistance) return std::nullopt;
+  return std::string(closest->sourcetype);
+}
+
+std::optional<ModelIndex::Closest> ModelStore::findClosest(const Sample& sample) {
   std::optional<ModelIndex::Closest> best;
   for (std::size_t number = 0; number < kMatchedSegments; ++number) {
     const auto segment = segmentOf(sample, number);
     if (!segment) break;
     const auto closest = models().findClosestModel(
         buildModel(sample, segment->first, segment->last, settings_.ignoredModelKeywords()));
-    if (!closest || closest->distance > kAcceptDistance) continue;
-    if (!best || closest->distance < best->distance) best = closest;
-    if (best->distance < kSureDistance) break;
+    if (closest && (!best || closest->distance < best->distance)) best = closest;
+    if (best && best->distance < kSureDistance) break;
   }
-  if (!best) return std::nullopt;
-  return std::string(best->sourcetype);
+  return best;
 }
 
 bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,

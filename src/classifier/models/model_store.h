@@ -43,6 +43,9 @@ class ModelStore {
   // thousand lines each. Nothing when none is close enough, or the sample has too few lines.
   std::optional<std::string> matchModels(std::string_view fileName, const Sample& sample);
 
+  // That model's distance as well, however far it is.
+  std::optional<ModelIndex::Closest> findClosest(const Sample& sample);
+
   // Learns each of the first 20 segments that no model of `sourcetype` is close to. True when a
   // model was added or a segment was close to some model.
   bool trainModels(std::string_view fileName, const Sample& sample, std::string_view sourcetype);
