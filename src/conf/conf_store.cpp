@@ -228,8 +228,8 @@ void ConfStore::visitStanzas(Conf& conf, const StanzaVisitor& visit) {
       }
       // The strongest layer's setting stands first among equals.
       std::ranges::stable_sort(merged, {}, &ConfFile::Setting::key);
-      const auto repeated = std::ranges::unique(merged, {}, &ConfFile::Setting::key);
-      merged.erase(repeated.begin(), repeated.end());
+      const auto isSameKey = [](const auto& a, const auto& b) { return a.key() == b.key(); };
+      merged.erase(std::unique(merged.begin(), merged.end(), isSameKey), merged.end());
       visit(name, merged);
     }
     first = last;
@@ -342,19 +342,16 @@ void ConfStore::learnOfFile(Conf& conf, const std::filesystem::path& path) {
   LogicalLineReader reader(bytes.view(), path, keeper, Report::No);
   for (LogicalLine line; reader.next(line);) {
     if (line.kind == LineKind::Header) conf.learned_->stanzas.emplace(line.name);
-    conf.learned_->endsUnfinished = line.unfinished;
   }
   conf.learned_->endsInNewline = bytes.size == 0 || bytes.view().ends_with('\n');
 }
 
-// Adds a stanza at the end of the file; false when the file has it already, or ends in a way that
-// must be mended first.
+// Adds a stanza at the end of the file, behind a blank line, which is also what a line that a crash
+// left unfinished goes on in; false when the file has the stanza already.
 bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
                               std::string_view stanza, const PropertiesMap& settings) {
   learnOfFile(conf, path);
-  if (conf.learned_->endsUnfinished || conf.learned_->stanzas.contains(std::string(stanza))) {
-    return false;
-  }
+  if (conf.learned_->stanzas.contains(std::string(stanza))) return false;
   std::string text = renderHeader(stanza) + "\n";
   for (const auto& [key, entry] : settings.entries()) {
     text += renderSetting(key, entry.value) + "\n";

@@ -48,7 +48,6 @@ class Conf {
     FileIdentity identity;
     std::unordered_set<std::string> stanzas;
     bool endsInNewline = true;
-    bool endsUnfinished = false;  // in a line that would swallow the next
   };
   std::optional<LearnedFile> learned_;
   // The pattern stanzas, gathered at the first lookup that needs them.

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/path_form.h"
+#include "util/text.h"
 
 namespace sourcetype {
 namespace {
@@ -10,19 +11,8 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors on Windows write it
 constexpr char kEscape = '\\';
 
-constexpr bool isBlank(char c) {
-  return c == ' ' || c == '\t';
-}
-
 constexpr bool isLineBlank(char c) {
-  return isBlank(c) || c == '\r' || c == '\n';
-}
-
-// An empty result stands where the text did.
-std::string_view trimBlanks(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
-  return text;
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
 // Without the line feed and the carriage return before it.

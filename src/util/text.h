@@ -42,4 +42,15 @@ constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
                             [](char x, char y) { return toAsciiLower(x) == toAsciiLower(y); });
 }
 
+constexpr bool isBlank(char c) {
+  return c == ' ' || c == '\t';
+}
+
+// Without the blanks and tabs at both ends. An empty result stands where the text did.
+constexpr std::string_view trimBlanks(std::string_view text) {
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
 }  // namespace sourcetype

@@ -245,6 +245,96 @@ TEST(InvalidFile, NeedNotBeThereWhenNothingAboutItIsOpen) {
   EXPECT_EQ(printed(run, "NO_BINARY_CHECK"), "true");
 }
 
+// --- Rules and learned models ---
+
+// Lines of two kinds of log; the numbers are other ones in each half.
+std::string accessLog(int first, int count) {
+  std::string text;
+  for (int i = first; i < first + count; ++i) {
+    text += "10.0.0." + std::to_string(i) + " - GET /index.html?page=" + std::to_string(i) +
+            " HTTP/1.1 200 " + std::to_string(i * 37) + "\n";
+  }
+  return text;
+}
+
+std::size_t storedModels(const Installation& server) {
+  const auto file = server.path("etc/apps/learned/local/sourcetypes.conf");
+  if (!std::filesystem::exists(file)) return 0;
+  const auto text = server.read("etc/apps/learned/local/sourcetypes.conf");
+  std::size_t count = 0;
+  for (auto at = text.find("_source ="); at != text.npos; at = text.find("_source =", at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
+TEST(Learning, OneHalfRecognisesTheOther) {
+  const Installation server;
+  server.write("first.log", accessLog(0, 150));
+  server.write("second.log", accessLog(150, 150));
+  server.write("orders.log", repeated(kLine, 150));
+  EXPECT_EQ(server.run({"first.log", "web"}).out, "Training on first.log of type web\n");
+  const auto second = server.run({"second.log"});
+  EXPECT_EQ(printed(second, "sourcetype"), "web");
+  EXPECT_EQ(printed(second, "is_valid"), "True");
+  EXPECT_EQ(printed(server.run({"orders.log"}), "sourcetype"), "orders");
+  EXPECT_EQ(storedModels(server), 2U);
+  server.write("renamed.txt", repeated(kLine, 120));
+  EXPECT_EQ(printed(server.run({"renamed.txt"}), "sourcetype"), "orders");
+}
+
+TEST(Learning, FromATrainingFileForgetsWhatWasLearnedBefore) {
+  const Installation server;
+  server.write("a.log", accessLog(0, 150));
+  server.write("b.log", repeated(kLine, 150));
+  server.run({"b.log", "before"});
+  server.write("training.conf", "[web]\n1 = a.log\n_2 = b.log\n3 = none.log\n");
+  const auto run = server.run({"train"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_TRUE(holds(run.err, "none.log")) << run.err;
+  EXPECT_EQ(storedModels(server), 1U);
+  EXPECT_EQ(printed(server.run({"text", "x", accessLog(150, 150)}), "sourcetype"), "web");
+  EXPECT_EQ(printed(server.run({"b.log"}), "sourcetype"), "generic");
+}
+
+TEST(Rule, ComesBeforeModelsAndADelayedOneAfterThem) {
+  const Installation server;
+  server.write("a.log", accessLog(0, 150));
+  server.write("etc/system/local/props.conf",
+               "[delayedrule::d]\nsourcetype = D\nMORE_THAN_90 = HTTP/\n[D]\nfrom = stanza\n");
+  const auto delayed = server.run({"a.log"});
+  EXPECT_EQ(printed(delayed, "sourcetype"), "D");
+  EXPECT_EQ(printed(delayed, "from"), "stanza");
+  EXPECT_EQ(storedModels(server), 0U);
+  server.run({"a.log", "web"});
+  EXPECT_EQ(printed(server.run({"a.log"}), "sourcetype"), "web");
+  server.write("etc/system/local/props.conf",
+               "[rule::r]\nsourcetype = R\nMORE_THAN_90 = HTTP/\nLESS_THAN_0 = POST\n");
+  EXPECT_EQ(printed(server.run({"a.log"}), "sourcetype"), "R");
+}
+
+TEST(Rule, CollectsThreeModelsAtMost) {
+  const Installation server;
+  server.write("etc/system/local/props.conf", "[rule::r]\nsourcetype = R\nMORE_THAN_90 = ^\n");
+  for (const char* word : {"alpha,", "beta;", "gamma:", "delta/", "eta|"}) {
+    server.write("a.log", repeated(std::string(word) + "\n", 150));
+    EXPECT_EQ(printed(server.run({"a.log"}), "sourcetype"), "R");
+  }
+  EXPECT_EQ(storedModels(server), 3U);
+}
+
+TEST(Rule, LearnsNothingWhereConfigurationForbidsIt) {
+  const Installation server;
+  server.write("a.log", accessLog(0, 150));
+  for (const char* setting :
+       {"[R]\nLEARN_MODEL = false\n", "[source::...]\nLEARN_SOURCETYPE=0\n"}) {
+    server.write("etc/system/local/props.conf",
+                 std::string("[rule::r]\nsourcetype = R\nMORE_THAN_90 = HTTP\n") + setting);
+    EXPECT_EQ(printed(server.run({"a.log"}), "sourcetype"), "R");
+    EXPECT_EQ(storedModels(server), 0U);
+  }
+}
+
 // --- What hostile or broken surroundings do ---
 
 TEST(HostileName, CannotBecomeARuleOrSettingsForOtherFiles) {

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 
 #include "util/logging.h"
 #include "util/text.h"
@@ -80,20 +81,46 @@ std::optional<double> parseShortDecimal(std::string_view text) {
   return static_cast<double>(digits) / kPowersOfTen[decimals];
 }
 
-// As atof() reads it; what is no finite number reads as 0.
-float parseNumber(std::string_view text) {
-  const auto decimal = parseShortDecimal(text);
-  const double number = decimal ? *decimal : std::strtod(std::string(text).c_str(), nullptr);
-  const auto rounded = static_cast<float>(number);
-  return std::isfinite(rounded) ? rounded : 0.0F;
+// As atof() reads it; nothing for what is no finite number.
+std::optional<float> parseNumber(std::string_view text) {
+  auto number = parseShortDecimal(text);
+  if (!number) {
+    const std::string copy(text);
+    char* end = nullptr;
+    number = std::strtod(copy.c_str(), &end);
+    if (end == copy.c_str()) return std::nullopt;
+  }
+  const auto rounded = static_cast<float>(*number);
+  if (!std::isfinite(rounded)) return std::nullopt;
+  return rounded;
+}
+
+// A "maxDist"; nothing for what is none.
+std::optional<float> parseLimit(std::string_view text) {
+  const auto limit = parseNumber(text);
+  return limit && *limit > 0 ? limit : std::nullopt;
+}
+
+// Settings are sorted and unique, but escapes sort elsewhere, and a key can be written in two ways.
+template <class Item, class Projection = std::identity>
+void sortUnique(std::vector<Item>& items, Projection text = {}) {
+  if (std::ranges::adjacent_find(items, std::ranges::greater_equal(), text) == items.end()) return;
+  std::ranges::stable_sort(items, {}, text);
+  const auto isSame = [&](const Item& a, const Item& b) {
+    return std::invoke(text, a) == std::invoke(text, b);
+  };
+  items.erase(std::unique(items.begin(), items.end(), isSame), items.end());
 }
 
 }  // namespace
 
-ModelView viewOf(const Fingerprint& model, std::string_view source, std::string_view sourcetype) {
-  ModelView view{.sourcetype = sourcetype, .source = source, .words = {}, .shapes = {}};
+ModelView viewOf(const Fingerprint& model, std::string_view sourcetype,
+                 std::string_view inherited) {
+  ModelView view{.sourcetype = sourcetype, .words = {}, .shapes = {}};
+  view.maxDistance = parseLimit(inherited).value_or(kNoMaxDistance);
   for (const auto& [text, weight] : model.words) {
-    view.words.push_back({.text = text, .weight = parseNumber(formatText(kWeightFormat, weight))});
+    const auto stored = parseNumber(formatText(kWeightFormat, weight));
+    view.words.push_back({.text = text, .weight = stored.value_or(0)});
   }
   for (const auto& [shape, count] : model.shapes) view.shapes.push_back(shape);
   return view;
@@ -102,7 +129,7 @@ ModelView viewOf(const Fingerprint& model, std::string_view source, std::string_
 PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
                         std::string_view sourcetype) {
   PropertiesMap settings;
-  settings.set(kSourceKey, source);
+  settings.set(kSourceKey, trimBlanks(source));  // a value with blanks around it has no form
   settings.set(kSourcetypeKey, sourcetype);
   for (const auto& [text, weight] : model.words) {
     settings.set(escapedKey(text), formatText(kWeightFormat, weight));
@@ -117,27 +144,39 @@ PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
 std::optional<ModelView> loadModel(std::string_view stanza,
                                    std::span<const ConfFile::Setting> settings,
                                    std::string_view inherited, TextKeeper& unescaped) {
-  ModelView model{.sourcetype = {}, .source = "unknown", .words = {}, .shapes = {}};
+  ModelView model{.sourcetype = {}, .words = {}, .shapes = {}};
   model.words.reserve(settings.size());
-  std::string_view maxDistance = inherited;
+  std::optional<std::string_view> ownLimit;
   std::size_t declaredSize = 0;
-  bool isUnsorted = false;  // without its escapes a key may stand elsewhere
-  for (const auto& setting : settings) {
-    const std::string_view key = setting.key();
-    const std::string_view value = setting.value();
+  bool mayBeUnsorted = false;  // without its escapes a key may stand elsewhere, or twice
+  std::size_t unreadable = 0;
+  const auto addWord = [&](const ConfFile::Setting& setting) {
+    const auto weight = parseNumber(setting.value());
+    if (!weight) ++unreadable;
+    const auto text = unescapedKey(setting.key(), unescaped);
+    mayBeUnsorted = mayBeUnsorted || text.data() != setting.key().data();
+    model.words.push_back({.text = text, .weight = weight.value_or(0)});
+  };
+  // False for a key that has no meaning of its own.
+  const auto readOwnKey = [&](std::string_view key, std::string_view value) {
     if (key == kSourcetypeKey) {
       model.sourcetype = value;
-    } else if (key == kSourceKey) {
-      model.source = value;
     } else if (key == kMaxDistKey) {
-      maxDistance = value;
+      ownLimit = value;
     } else if (key == kSizeKey) {
       std::from_chars(value.data(), value.data() + value.size(), declaredSize);
-    } else if (key.starts_with(kShapePrefix)) {
-      model.shapes.push_back(unescapedKey(key.substr(1), unescaped));
     } else {
-      isUnsorted = isUnsorted || mayHoldEscape(key);
-      model.words.push_back({.text = unescapedKey(key, unescaped), .weight = parseNumber(value)});
+      return key == kSourceKey;  // for people
+    }
+    return true;
+  };
+  for (const auto& setting : settings) {
+    const std::string_view key = setting.key();
+    const bool mayBeOwn = key.starts_with('_') || key.starts_with('m');  // which few words do
+    if (key.starts_with(kShapePrefix)) {
+      model.shapes.push_back(unescapedKey(key.substr(1), unescaped));
+    } else if (!mayBeOwn || !readOwnKey(key, setting.value())) {
+      addWord(setting);
     }
   }
   if (model.sourcetype.empty()) {
@@ -152,8 +191,18 @@ std::optional<ModelView> loadModel(std::string_view stanza,
             stanza, kSizeKey);
     return std::nullopt;
   }
-  if (const float parsed = parseNumber(maxDistance); parsed > 0) model.maxDistance = parsed;
-  if (isUnsorted) std::ranges::sort(model.words, {}, &ModelView::Word::text);
+  if (unreadable > 0) {
+    logWarn(kModelLog, "sourcetypes.conf stanza [%s]: %lu weights that are no numbers count as 0.",
+            stanza, unreadable);
+  }
+  if (const auto limit = parseLimit(ownLimit.value_or(inherited))) {
+    model.maxDistance = *limit;
+  } else if (ownLimit) {
+    logWarn(kModelLog, "sourcetypes.conf stanza [%s]: %s '%s' is no number above 0, %g holds.",
+            stanza, kMaxDistKey, *ownLimit, kNoMaxDistance);
+  }
+  if (mayBeUnsorted) sortUnique(model.words, &ModelView::Word::text);
+  sortUnique(model.shapes);
   return model;
 }
 

@@ -25,7 +25,6 @@ struct ModelView {
   };
 
   std::string_view sourcetype;
-  std::string_view source;  // the file it was learned from
   float maxDistance = kNoMaxDistance;
   std::vector<Word> words;               // in ascending byte order
   std::vector<std::string_view> shapes;  // each once
@@ -33,7 +32,7 @@ struct ModelView {
 
 // A fingerprint as a model, with the weights that it will have after it was stored and loaded.
 // Borrows all texts.
-ModelView viewOf(const Fingerprint& model, std::string_view source, std::string_view sourcetype);
+ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, std::string_view inherited);
 
 // The settings of a model's stanza: "_sourcetype", "_source", the number of other settings under
 // "_size", a weight of six decimals under each word, and a count under "~" and each shape. In keys
@@ -43,8 +42,8 @@ PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
 
 // Reads a stanza's settings; `inherited` is the "maxDist" of the stanza "default". Nothing, with
 // the reason logged, for a stanza without "_sourcetype" and for one that holds less than it says: a
-// write that was cut off. A weight that is no number reads as 0. The texts of the result live as
-// long as the settings and `unescaped`.
+// write that was cut off. A weight that is no number reads as 0, and is logged. The texts of the
+// result live as long as the settings and `unescaped`.
 std::optional<ModelView> loadModel(std::string_view stanza,
                                    std::span<const ConfFile::Setting> settings,
                                    std::string_view inherited, TextKeeper& unescaped);

@@ -25,6 +25,9 @@ constexpr double kRelativeError = 1e-3;
 constexpr double kAbsoluteError = 1e-3;
 constexpr double kCancellationError = 1e-10;
 
+// How many texts before it is needed a place in a vocabulary is fetched.
+constexpr std::size_t kAhead = 8;
+
 double squared(double value) {
   return value * value;
 }
@@ -49,13 +52,18 @@ void ModelIndex::add(const ModelView& model) {
                      .termCount = static_cast<std::uint32_t>(model.words.size()),
                      .firstShape = static_cast<std::uint32_t>(modelShapes_.size()),
                      .shapeCount = static_cast<std::uint32_t>(model.shapes.size())});
-  for (const auto& [text, weight] : model.words) {
+  for (std::size_t i = 0; i < model.words.size(); ++i) {
+    if (i + kAhead < model.words.size()) words_.prefetch(model.words[i + kAhead].text);
+    const auto& [text, weight] = model.words[i];
     const auto word = words_.intern(text);
     if (word == frequencies_.size()) frequencies_.push_back(0);
     ++frequencies_[word];
     terms_.push_back({.word = word, .weight = weight});
   }
-  for (const auto text : model.shapes) modelShapes_.push_back(shapes_.intern(text));
+  for (std::size_t i = 0; i < model.shapes.size(); ++i) {
+    if (i + kAhead < model.shapes.size()) shapes_.prefetch(model.shapes[i + kAhead]);
+    modelShapes_.push_back(shapes_.intern(model.shapes[i]));
+  }
 }
 
 std::size_t ModelIndex::countModels(std::string_view sourcetype) const {

@@ -70,16 +70,24 @@ ModelIndex& ModelStore::models() {
   if (models_) return *models_;
   models_.emplace();
   Conf& conf = store_.getConf("sourcetypes");
-  PropertiesMap defaults;
-  store_.getExactStanza(conf, defaults, kDefaultStanza);
+  const std::string& inherited = inheritedMaxDist();
   store_.visitStanzas(conf, [&](std::string_view stanza, auto settings) {
     if (stanza == kDefaultStanza) return;
     TextKeeper unescaped;
-    const auto model = loadModel(stanza, settings, defaults.get(kMaxDistKey), unescaped);
+    const auto model = loadModel(stanza, settings, inherited, unescaped);
     if (model) models_->add(*model);
   });
   store_.reload(conf);  // the index is all that is needed
   return *models_;
+}
+
+const std::string& ModelStore::inheritedMaxDist() {
+  if (!inheritedMaxDist_) {
+    PropertiesMap defaults;
+    store_.getExactStanza(store_.getConf("sourcetypes"), defaults, kDefaultStanza);
+    inheritedMaxDist_ = defaults.get(kMaxDistKey);
+  }
+  return *inheritedMaxDist_;
 }
 
 bool ModelStore::hasEnoughLines(std::string_view fileName, const Sample& sample) const {
@@ -125,18 +133,23 @@ bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
     const bool isClose = closest && closest->distance <= kAcceptDistance;
     isKnown = isKnown || isClose;
     if (isClose && closest->sourcetype == sourcetype) continue;
-    addModel(fileName, model, sourcetype);
-    isLearned = true;
+    if (addModel(fileName, model, sourcetype)) isLearned = true;
   }
   return isLearned || isKnown;
 }
 
-void ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
+// False for a sourcetype without a name, whose models would not load.
+bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
                           std::string_view sourcetype) {
-  models().add(viewOf(model, fileName, sourcetype));
+  if (sourcetype.empty()) {
+    logWarn(kModelLog, "%s is not learned without a sourcetype.", fileName);
+    return false;
+  }
+  models().add(viewOf(model, sourcetype, inheritedMaxDist()));
   ++addedModels_;
   store_.writeLearnedStanza(store_.getConf("sourcetypes"), makeStanzaName(fileName),
                             saveModel(model, fileName, sourcetype));
+  return true;
 }
 
 std::string ModelStore::makeStanzaName(std::string_view fileName) {
@@ -154,6 +167,7 @@ std::size_t ModelStore::countModels(std::string_view sourcetype) {
 
 void ModelStore::reset() {
   models_.emplace();
+  inheritedMaxDist_.reset();
   Conf& conf = store_.getConf("sourcetypes");
   const auto file = store_.learnedFile(conf);
   if (const auto error = removeFile(file)) {

@@ -65,14 +65,16 @@ class ModelStore {
 
  private:
   ModelIndex& models();
+  const std::string& inheritedMaxDist();
   bool hasEnoughLines(std::string_view fileName, const Sample& sample) const;
-  void addModel(std::string_view fileName, const Fingerprint& model, std::string_view sourcetype);
+  bool addModel(std::string_view fileName, const Fingerprint& model, std::string_view sourcetype);
   std::string makeStanzaName(std::string_view fileName);
 
   ConfStore& store_;
   ClassifierSettings& settings_;
   StanzaNumbers stanzaNumbers_;
   std::optional<ModelIndex> models_;
+  std::optional<std::string> inheritedMaxDist_;  // of the stanza [default] of sourcetypes.conf
   std::size_t addedModels_ = 0;
 };
 

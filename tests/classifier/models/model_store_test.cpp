@@ -1,0 +1,298 @@
+#include "classifier/models/model_store.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "classifier/models/model.h"
+#include "support/temp_tree.h"
+
+namespace sourcetype {
+namespace {
+
+using sourcetype::testing::repeated;
+using sourcetype::testing::TempTree;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::GetCapturedStderr;
+
+constexpr const char* kLearned = "apps/learned/local/sourcetypes.conf";
+
+// Texts that have nothing in common, neither words nor shapes.
+constexpr const char* kApples = "apple (red);\n";
+constexpr const char* kPears = "pear; #[green]=\\ [\n";
+constexpr const char* kPlums = "plum/blue?\n";
+
+Sample sampleOf(const std::string& text) {
+  return readSampleText(text, {}, "text");
+}
+
+// What one run of the program knows of a configuration tree.
+struct ProgramRun {
+  explicit ProgramRun(const TempTree& tree) : store(tree.root()) {}
+
+  std::string match(const std::string& text) {
+    return models.matchModels("text", sampleOf(text)).value_or("(none)");
+  }
+  bool train(const std::string& text, std::string_view sourcetype,
+             std::string_view file = "the file.log") {
+    return models.trainModels(file, sampleOf(text), sourcetype);
+  }
+
+  ConfStore store;
+  ClassifierSettings settings{store};
+  ModelStore models{store, settings};
+};
+
+// The models that are stored, in the order in which they load.
+ModelIndex storedModels(const TempTree& tree) {
+  ConfStore store(tree.root());
+  ModelIndex index;
+  store.visitStanzas(store.getConf("sourcetypes"), [&](std::string_view stanza, auto settings) {
+    TextKeeper unescaped;
+    if (const auto model = loadModel(stanza, settings, {}, unescaped)) index.add(*model);
+  });
+  return index;
+}
+
+TEST(LearnedModel, IsFoundByALaterRun) {
+  const TempTree tree;
+  ProgramRun first(tree);
+  EXPECT_EQ(first.match(repeated(kApples, 100)), "(none)");
+  EXPECT_TRUE(first.train(repeated(kApples, 100), "fruit"));
+  EXPECT_TRUE(first.train(repeated(kPears, 100), "other"));
+  EXPECT_EQ(first.match(repeated(kApples, 100)), "fruit");
+  EXPECT_THAT(tree.read(kLearned), HasSubstr("\n_source = the file.log\n_sourcetype = other\n"));
+  EXPECT_THAT(tree.read(kLearned), HasSubstr("[the_file.log_2"));
+  ProgramRun second(tree);
+  EXPECT_EQ(second.match(repeated(kPears, 100)), "other");
+  EXPECT_EQ(second.match(repeated(kApples, 100)), "fruit");
+  EXPECT_EQ(second.match(repeated(kPlums, 100)), "(none)");
+}
+
+TEST(LearnedModel, MeasuresTheSameAfterLoadingWhateverItsShapes) {
+  const std::string text = repeated("a[b]=c (word) {other} third\n", 60) + repeated("=#;'x\n", 60) +
+                           repeated("word\n", 60) + repeated(" ]]==[[*!^ long\n", 60);
+  const auto file = buildModel(sampleOf(text), 0, 200, {});
+  const auto settings = saveModel(file, "source", "t");
+  std::vector<ConfFile::Setting> saved;
+  for (const auto& [key, entry] : settings.entries()) saved.push_back({key, entry.value});
+  TextKeeper unescaped;
+  ModelIndex inMemory;
+  inMemory.add(loadModel("stanza", saved, {}, unescaped).value());
+  EXPECT_LT(inMemory.findClosestModel(file)->distance, 1e-3F);
+
+  const TempTree tree;
+  ConfStore store(tree.root());
+  ASSERT_TRUE(store.writeLearnedStanza(store.getConf("sourcetypes"), "stanza", settings));
+  auto loaded = storedModels(tree);
+  for (const auto& other : {text, std::string("word (x)\n=#;y\n"), std::string("third [x]=y\n")}) {
+    const auto closest = buildModel(sampleOf(other), 0, 200, {});
+    EXPECT_EQ(loaded.findClosestModel(closest)->distance,
+              inMemory.findClosestModel(closest)->distance);
+  }
+}
+
+TEST(Training, NeedsAHundredLines) {
+  const TempTree tree;
+  ProgramRun run(tree);
+  CaptureStderr();
+  EXPECT_FALSE(run.train(repeated(kApples, 99), "fruit"));
+  EXPECT_EQ(run.match(repeated(kApples, 99)), "(none)");
+  EXPECT_THAT(GetCapturedStderr(), HasSubstr("99"));
+  EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
+  EXPECT_EQ(run.models.countModels("fruit"), 1U);
+}
+
+TEST(Training, TakesWholeSegmentsAndTheFirstHundredLinesOfTheLast) {
+  const TempTree tree;
+  ProgramRun run(tree);
+  const auto text = repeated(kApples, 1000) + repeated(kPears, 100) + repeated(kPlums, 400);
+  EXPECT_TRUE(run.train(text, "fruit"));
+  EXPECT_EQ(run.models.countModels("fruit"), 2U);
+  EXPECT_EQ(run.match(repeated(kPears, 100)), "fruit");
+  EXPECT_EQ(run.match(repeated(kPlums, 100)), "(none)");
+  EXPECT_EQ(run.match(repeated(kPlums, 1000) + repeated(kPears, 100)), "fruit");
+  EXPECT_EQ(run.match(repeated(kPlums, 1000) + repeated(kPears, 99)), "(none)");
+  EXPECT_EQ(run.match(repeated(kPlums, 5000) + repeated(kPears, 1000)), "(none)");
+}
+
+TEST(Training, TwiceAddsNothing) {
+  const TempTree tree;
+  EXPECT_TRUE(ProgramRun(tree).train(repeated(kApples, 100), "fruit"));
+  const auto stored = tree.read(kLearned);
+  ProgramRun run(tree);
+  EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
+  EXPECT_EQ(run.models.addedModels(), 0U);
+  EXPECT_EQ(tree.read(kLearned), stored);
+  EXPECT_TRUE(run.train(repeated(kApples, 100), "same as fruit"));
+  EXPECT_EQ(run.models.addedModels(), 1U);
+}
+
+TEST(Training, LeavesIgnoredWordsOut) {
+  const TempTree tree;
+  tree.write("system/local/source-classifier.conf", "[s]\nIgnored_Model_Keywords = red, apple\n");
+  EXPECT_TRUE(ProgramRun(tree).train(repeated("apple red ripe\n", 100), "fruit"));
+  EXPECT_THAT(tree.read(kLearned), HasSubstr("_sourcetype = fruit\nripe = 1.000000\n~__ = 100\n"));
+}
+
+TEST(Training, OfAFileOfAnyNameIsKept) {
+  for (const char* name : {"a]=[b", "two\nlines", "\xFF", "[default]", "end\\", "#c", " padded "}) {
+    const TempTree tree;
+    EXPECT_TRUE(ProgramRun(tree).train(repeated(kApples, 100), "fruit", name));
+    EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "fruit") << name;
+  }
+}
+
+TEST(Training, UnderNoNameStoresNothing) {
+  const TempTree tree;
+  CaptureStderr();
+  EXPECT_FALSE(ProgramRun(tree).train(repeated(kApples, 100), ""));
+  EXPECT_THAT(GetCapturedStderr(), HasSubstr("without a sourcetype"));
+  EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
+}
+
+TEST(TornAppend, LosesNoMoreThanItsOwnModel) {
+  const TempTree tree;
+  EXPECT_TRUE(ProgramRun(tree).train(repeated(kApples, 100), "fruit", "f"));
+  const auto before = tree.read(kLearned).size();
+  EXPECT_TRUE(ProgramRun(tree).train(repeated(kPears, 100), "pears", "g"));
+  const auto whole = tree.read(kLearned);
+  for (auto size = before; size < whole.size(); ++size) {
+    SCOPED_TRACE(whole.substr(before, size - before));
+    tree.write(kLearned, whole.substr(0, size));
+    CaptureStderr();
+    ProgramRun run(tree);
+    EXPECT_EQ(run.match(repeated(kApples, 100)), "fruit");
+    const auto pears = run.match(repeated(kPears, 100));
+    const auto log = GetCapturedStderr();
+    // The last value is a count that nobody needs.
+    EXPECT_EQ(pears, size > whole.rfind('=') ? "pears" : "(none)");
+    EXPECT_TRUE(pears == "pears" || size < before + 4 || !log.empty());
+    CaptureStderr();
+    EXPECT_TRUE(run.train(repeated(kPlums, 100), "plums", "h"));
+    ProgramRun later(tree);
+    EXPECT_EQ(later.match(repeated(kApples, 100)), "fruit");
+    EXPECT_EQ(later.match(repeated(kPears, 100)), pears);
+    EXPECT_EQ(later.match(repeated(kPlums, 100)), "plums");
+    GetCapturedStderr();
+  }
+}
+
+struct StanzaCase {
+  const char* name;
+  const char* settings;  // beside those of the text
+  const char* sourcetype;
+  const char* local = "";  // what the layer of the system has
+};
+
+class StoredStanza : public ::testing::TestWithParam<StanzaCase> {};
+
+TEST_P(StoredStanza, Recognises) {
+  const TempTree tree;
+  tree.write("system/local/sourcetypes.conf", GetParam().local);
+  tree.write(kLearned, std::string("[bad]\nred=1\n[m]\napple=.5\n~_();=1\n") + GetParam().settings);
+  CaptureStderr();
+  EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), GetParam().sourcetype);
+  EXPECT_THAT(GetCapturedStderr(), HasSubstr("Ignoring sourcetypes.conf stanza that does not have "
+                                             "a '_sourcetype' value."));
+}
+
+// With the word "grape" the word part of the distance is about 160, without "red" thousands.
+INSTANTIATE_TEST_SUITE_P(
+    Stanzas, StoredStanza,
+    ::testing::Values(
+        StanzaCase{"Whole", "_sourcetype=t\nred=0.5", "t"},
+        StanzaCase{"HalfOfTheWords", "_sourcetype=t", "(none)"},
+        StanzaCase{"NoSourcetype", "red=0.5", "(none)"},
+        StanzaCase{"EmptySourcetype", "_sourcetype=\nred=0.5", "(none)"},
+        StanzaCase{"FewerThanItSays", "_sourcetype=t\nred=0.5\n_size=5", "(none)"},
+        StanzaCase{"InTwoLayers", "_sourcetype=t\nred=9", "u", "[m]\n_sourcetype=u\nred=0.5\n"},
+        StanzaCase{"NanIsZero", "_sourcetype=t\nred=0.5\nx=nan", "t"},
+        StanzaCase{"InfinityIsZero", "_sourcetype=t\nred=0.5\nx=-inf\ny=1e99", "t"},
+        StanzaCase{"WordIsZero", "_sourcetype=t\nred=0.5\nx=abc", "t"},
+        StanzaCase{"NegativeStays", "_sourcetype=t\nred=0.5\nx=-1", "(none)"},
+        StanzaCase{"NumberAndText", "_sourcetype=t\nred=+5e-1x", "t"},
+        StanzaCase{"OwnLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=100", "(none)"},
+        StanzaCase{"NoLimit", "_sourcetype=t\nred=0.5\ngrape=.1", "t"},
+        StanzaCase{"ZeroIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=0", "t"},
+        StanzaCase{"TextIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=abc", "t"},
+        StanzaCase{"NegativeIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=-1", "t"},
+        StanzaCase{"InheritedLimit", "_sourcetype=t\nred=0.5\ngrape=.1", "(none)",
+                   "[default]\nmaxDist=100\n"},
+        StanzaCase{"OwnLimitWins", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=900", "t",
+                   "[default]\nmaxDist=100\n"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(StoredShape, WrittenInTwoWaysCountsOnce) {
+  const TempTree tree;
+  tree.write(kLearned, "[m]\n_sourcetype=t\n~EQ=1\n~\\==1\n");
+  const auto closest = storedModels(tree).findClosestModel(buildModel(sampleOf("=\n"), 0, 0, {}));
+  ASSERT_TRUE(closest);
+  EXPECT_EQ(closest->distance, 0.0F);
+}
+
+TEST(NewModel, HasTheLimitThatItWillInherit) {
+  const TempTree tree;
+  tree.write("system/local/sourcetypes.conf", "[default]\nmaxDist=100\n");
+  ProgramRun run(tree);
+  EXPECT_TRUE(run.train(repeated("apple red\n", 100), "fruit"));
+  const auto similar = repeated("apple red\n", 80) + repeated("grape\n", 20);
+  EXPECT_EQ(ProgramRun(tree).match(similar), "(none)");
+  EXPECT_EQ(run.match(similar), "(none)");
+}
+
+TEST(Reset, ForgetsModelsAndDeletesTheirFile) {
+  const TempTree tree;
+  ProgramRun run(tree);
+  run.models.reset();  // nothing to delete is no error
+  EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
+  run.models.reset();
+  EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
+  EXPECT_EQ(run.models.countModels("fruit"), 0U);
+  EXPECT_EQ(run.match(repeated(kApples, 100)), "(none)");
+  EXPECT_TRUE(run.train(repeated(kPears, 100), "pears"));
+  EXPECT_EQ(ProgramRun(tree).match(repeated(kPears, 100)), "pears");
+  EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "(none)");
+}
+
+TEST(StoredStanza, IsReportedWithWhatInItIsNoNumber) {
+  const TempTree tree;
+  tree.write(kLearned, "[m]\n_sourcetype=t\na=x\nb=inf\nc=1\nmaxDist=-1\n");
+  CaptureStderr();
+  EXPECT_EQ(ProgramRun(tree).models.countModels("t"), 1U);
+  EXPECT_THAT(GetCapturedStderr(),
+              AllOf(HasSubstr("[m]: 2 weights"), HasSubstr("[m]: maxDist '-1'")));
+}
+
+struct LimitCase {
+  const char* name;
+  int sourcetypes;
+  const char* before;
+  const char* after;
+};
+
+class MaxDist : public ::testing::TestWithParam<LimitCase> {};
+
+TEST_P(MaxDist, FollowsTheNumberOfSourcetypes) {
+  const TempTree tree;
+  std::string props = "[source::a]\n[rule::a]\n[delayedrule::a]\n[eventtype::a]\n";
+  for (int i = 0; i < GetParam().sourcetypes; ++i) props += "[t" + std::to_string(i) + "]\n";
+  tree.write("system/default/props.conf", props + GetParam().before);
+  ProgramRun run(tree);
+  run.models.adjustMaxDist();
+  PropertiesMap defaults;
+  run.store.getExactStanza(run.store.getProps(), defaults, kDefaultStanza);
+  EXPECT_EQ(defaults.get("maxDist"), GetParam().after);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Stores, MaxDist,
+    ::testing::Values(LimitCase{"Few", 3000, "", ""}, LimitCase{"Many", 3001, "", "500"},
+                      LimitCase{"TenThousand", 10000, "[default]\nmaxDist=x\n", "500"},
+                      LimitCase{"NinetyThousand", 90000, "[default]\nmaxDist=500\n", "700"},
+                      LimitCase{"Lowered", 3100, "[default]\nmaxDist=900\n", "500"}),
+    [](const auto& test) { return test.param.name; });
+
+}  // namespace
+}  // namespace sourcetype
