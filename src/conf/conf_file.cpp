@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "util/text.h"
+
 namespace sourcetype {
 namespace {
 
@@ -14,19 +16,10 @@ struct Block {
   std::size_t begin, end;  // in file order
 };
 
-// As "<", but quick where the texts differ in their first bytes, as neighbours in a file do.
-bool isBefore(std::string_view a, std::string_view b) {
-  const std::size_t common = std::min(a.size(), b.size());
-  for (std::size_t i = 0; i < common; ++i) {
-    if (a[i] != b[i]) return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]);
-  }
-  return a.size() < b.size();
-}
-
 // Sorts settings by key and drops all but the last of each; gives those that are left.
 std::span<Setting> keepLastOfEachKey(std::span<Setting> settings) {
   const auto isNotBefore = [](const Setting& a, const Setting& b) {
-    return !isBefore(a.key(), b.key());
+    return !isBeforeInBytes(a.key(), b.key());
   };
   if (std::ranges::adjacent_find(settings, isNotBefore) == settings.end()) {
     return settings;  // as this program writes them

@@ -42,6 +42,15 @@ constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
                             [](char x, char y) { return toAsciiLower(x) == toAsciiLower(y); });
 }
 
+// As "<", but quick where the texts differ in their first bytes, as neighbours in a sorted list do.
+constexpr bool isBeforeInBytes(std::string_view a, std::string_view b) {
+  const std::size_t common = std::min(a.size(), b.size());
+  for (std::size_t i = 0; i < common; ++i) {
+    if (a[i] != b[i]) return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]);
+  }
+  return a.size() < b.size();
+}
+
 constexpr bool isBlank(char c) {
   return c == ' ' || c == '\t';
 }

@@ -42,7 +42,9 @@ std::string escapedKey(std::string key) {
 
 // Every escape begins with one of these, which no learned word holds.
 bool mayHoldEscape(std::string_view key) {
-  return std::ranges::any_of(key, [](char c) { return c == 'L' || c == 'E'; });
+  bool found = false;
+  for (const char c : key) found |= c == 'L' || c == 'E';  // without a branch a letter
+  return found;
 }
 
 std::string_view unescapedKey(std::string_view key, TextKeeper& keeper) {
@@ -64,21 +66,22 @@ std::optional<double> parseShortDecimal(std::string_view text) {
   constexpr std::size_t kMaxDigits = 15;
   constexpr std::array<double, kMaxDigits + 1> kPowersOfTen{
       1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-  if (text.empty() || text.size() > kMaxDigits + 1) return std::nullopt;
-  std::int64_t digits = 0;
-  std::size_t decimals = 0;
-  bool isBehindPoint = false;
-  for (const char c : text) {
-    if (c == '.' && !isBehindPoint) {
-      isBehindPoint = true;
-      continue;
-    }
-    if (!isAsciiDigit(c)) return std::nullopt;
-    digits = digits * 10 + (c - '0');
-    decimals += isBehindPoint ? 1 : 0;
-  }
-  if (text.size() - (isBehindPoint ? 1 : 0) > kMaxDigits) return std::nullopt;
-  return static_cast<double>(digits) / kPowersOfTen[decimals];
+  if (text.size() > kMaxDigits + 1) return std::nullopt;
+  std::int64_t number = 0;
+  std::size_t at = 0;
+  const auto takeDigits = [&] {
+    const std::size_t begin = at;
+    for (; at < text.size() && isAsciiDigit(text[at]); ++at)
+      number = number * 10 + (text[at] - '0');
+    return at - begin;
+  };
+  const std::size_t whole = takeDigits();
+  const bool hasPoint = at < text.size() && text[at] == '.';
+  at += hasPoint ? 1 : 0;
+  const std::size_t decimals = hasPoint ? takeDigits() : 0;
+  const std::size_t digits = whole + decimals;
+  if (at < text.size() || digits == 0 || digits > kMaxDigits) return std::nullopt;
+  return static_cast<double>(number) / kPowersOfTen[decimals];
 }
 
 // As atof() reads it; nothing for what is no finite number.
@@ -104,7 +107,10 @@ std::optional<float> parseLimit(std::string_view text) {
 // Settings are sorted and unique, but escapes sort elsewhere, and a key can be written in two ways.
 template <class Item, class Projection = std::identity>
 void sortUnique(std::vector<Item>& items, Projection text = {}) {
-  if (std::ranges::adjacent_find(items, std::ranges::greater_equal(), text) == items.end()) return;
+  const auto isOutOfOrder = [&](const Item& a, const Item& b) {
+    return !isBeforeInBytes(std::invoke(text, a), std::invoke(text, b));
+  };
+  if (std::ranges::adjacent_find(items, isOutOfOrder) == items.end()) return;
   std::ranges::stable_sort(items, {}, text);
   const auto isSame = [&](const Item& a, const Item& b) {
     return std::invoke(text, a) == std::invoke(text, b);
