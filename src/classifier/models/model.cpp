@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <functional>
 
 #include "util/logging.h"
 #include "util/text.h"
@@ -50,12 +49,16 @@ bool mayHoldEscape(std::string_view key) {
 std::string_view unescapedKey(std::string_view key, TextKeeper& keeper) {
   if (!mayHoldEscape(key)) return key;
   std::string text;
-  while (!key.empty()) {
-    const auto escape = std::ranges::find_if(
-        kEscapes, [&](const Escape& known) { return key.starts_with(known.written); });
-    const bool isEscape = escape != kEscapes.end();
-    text += isEscape ? escape->character : key.substr(0, 1);
-    key.remove_prefix(isEscape ? escape->written.size() : 1);
+  for (std::size_t at = 0; at < key.size();) {
+    std::string_view piece = key.substr(at, 1);
+    std::size_t length = 1;
+    for (const auto& [character, written] : kEscapes) {
+      if (key[at] != written.front() || !key.substr(at).starts_with(written)) continue;
+      piece = character;
+      length = written.size();
+    }
+    text += piece;
+    at += length;
   }
   return keeper.keep(std::move(text));
 }
@@ -104,18 +107,12 @@ std::optional<float> parseLimit(std::string_view text) {
   return limit && *limit > 0 ? limit : std::nullopt;
 }
 
-// Settings are sorted and unique, but escapes sort elsewhere, and a key can be written in two ways.
-template <class Item, class Projection = std::identity>
-void sortUnique(std::vector<Item>& items, Projection text = {}) {
-  const auto isOutOfOrder = [&](const Item& a, const Item& b) {
-    return !isBeforeInBytes(std::invoke(text, a), std::invoke(text, b));
-  };
-  if (std::ranges::adjacent_find(items, isOutOfOrder) == items.end()) return;
-  std::ranges::stable_sort(items, {}, text);
-  const auto isSame = [&](const Item& a, const Item& b) {
-    return std::invoke(text, a) == std::invoke(text, b);
-  };
-  items.erase(std::unique(items.begin(), items.end(), isSame), items.end());
+// Settings are sorted and unique, but escapes sort elsewhere, and a word can be written in two
+// ways.
+void sortUnique(std::vector<ModelView::Word>& words) {
+  std::ranges::stable_sort(words, {}, &ModelView::Word::text);
+  const auto isSame = [](const auto& a, const auto& b) { return a.text == b.text; };
+  words.erase(std::unique(words.begin(), words.end(), isSame), words.end());
 }
 
 }  // namespace
@@ -207,8 +204,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
     logWarn(kModelLog, "sourcetypes.conf stanza [%s]: %s '%s' is no number above 0, %g holds.",
             stanza, kMaxDistKey, *ownLimit, kNoMaxDistance);
   }
-  if (mayBeUnsorted) sortUnique(model.words, &ModelView::Word::text);
-  sortUnique(model.shapes);
+  if (mayBeUnsorted) sortUnique(model.words);
   return model;
 }
 

@@ -26,8 +26,8 @@ struct ModelView {
 
   std::string_view sourcetype;
   float maxDistance = kNoMaxDistance;
-  std::vector<Word> words;               // in ascending byte order
-  std::vector<std::string_view> shapes;  // each once
+  std::vector<Word> words;  // in ascending byte order
+  std::vector<std::string_view> shapes;
 };
 
 // A fingerprint as a model, with the weights that it will have after it was stored and loaded.

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <utility>
 
 namespace sourcetype {
 namespace {
@@ -28,6 +29,8 @@ constexpr double kCancellationError = 1e-10;
 // How many texts before it is needed a place in a vocabulary is fetched.
 constexpr std::size_t kAhead = 8;
 
+constexpr std::uint32_t kNoModel = ~0U;
+
 double squared(double value) {
   return value * value;
 }
@@ -43,6 +46,7 @@ float shapeSimilarity(std::size_t common, std::size_t left, std::size_t right) {
 }  // namespace
 
 void ModelIndex::add(const ModelView& model) {
+  const auto number = static_cast<std::uint32_t>(models_.size());
   const auto sourcetype = sourcetypes_.intern(model.sourcetype);
   modelsOfSourcetype_.resize(sourcetypes_.size());
   ++modelsOfSourcetype_[sourcetype];
@@ -51,7 +55,7 @@ void ModelIndex::add(const ModelView& model) {
                      .firstTerm = static_cast<std::uint32_t>(terms_.size()),
                      .termCount = static_cast<std::uint32_t>(model.words.size()),
                      .firstShape = static_cast<std::uint32_t>(modelShapes_.size()),
-                     .shapeCount = static_cast<std::uint32_t>(model.shapes.size())});
+                     .shapeCount = 0});
   for (std::size_t i = 0; i < model.words.size(); ++i) {
     if (i + kAhead < model.words.size()) words_.prefetch(model.words[i + kAhead].text);
     const auto& [text, weight] = model.words[i];
@@ -62,7 +66,12 @@ void ModelIndex::add(const ModelView& model) {
   }
   for (std::size_t i = 0; i < model.shapes.size(); ++i) {
     if (i + kAhead < model.shapes.size()) shapes_.prefetch(model.shapes[i + kAhead]);
-    modelShapes_.push_back(shapes_.intern(model.shapes[i]));
+    const auto shape = shapes_.intern(model.shapes[i]);
+    if (shape == lastModelOfShape_.size()) lastModelOfShape_.push_back(kNoModel);
+    // However it is written, a shape counts once.
+    if (std::exchange(lastModelOfShape_[shape], number) == number) continue;
+    modelShapes_.push_back(shape);
+    ++models_.back().shapeCount;
   }
 }
 

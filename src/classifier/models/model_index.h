@@ -87,6 +87,7 @@ class ModelIndex {
   std::vector<Model> models_;
   std::vector<Term> terms_;
   std::vector<std::uint32_t> modelShapes_;
+  std::vector<std::uint32_t> lastModelOfShape_;
   std::vector<std::uint32_t> frequencies_;  // by word: in how many models it is
 
   // Valid for refreshedSize_ models: every further one changes how much each word counts.
