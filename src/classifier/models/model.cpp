@@ -19,7 +19,6 @@ constexpr std::string_view kSourceKey = "_source";
 constexpr std::string_view kSourcetypeKey = "_sourcetype";
 constexpr std::string_view kSizeKey = "_size";
 constexpr std::string_view kWeightFormat = "%f";
-constexpr std::string_view kMaxDistKey = "maxDist";
 constexpr char kShapePrefix = '~';  // begins no word, and sorts behind them all
 
 struct Escape {

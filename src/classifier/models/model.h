@@ -13,6 +13,9 @@
 
 namespace sourcetype {
 
+// The setting that limits how far apart the words of a model and a file may be.
+inline constexpr std::string_view kMaxDistKey = "maxDist";
+
 // The word part of a distance beyond which the shapes of a model's lines are not compared any more,
 // where its stanza names none.
 inline constexpr float kNoMaxDistance = 9999.0F;

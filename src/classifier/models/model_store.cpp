@@ -25,8 +25,6 @@ constexpr std::size_t kTrainedSegments = 20;
 // A model this close is the file's own: no other segment needs to be looked at.
 constexpr float kSureDistance = 0.5F;
 
-constexpr std::string_view kMaxDistKey = "maxDist";
-
 // Lines of one segment, both included.
 struct Segment {
   std::size_t first;
