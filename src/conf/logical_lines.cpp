@@ -1,5 +1,6 @@
 #include "conf/logical_lines.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/path_form.h"
@@ -109,25 +110,29 @@ void LogicalLineReader::parseHeader(LogicalLine& line) const {
   line.name = text.substr(begin, end == std::string_view::npos ? end : end - begin);
 }
 
-void LogicalLineReader::parseSetting(LogicalLine& line) const {
-  const auto text = line.text;
-  bool escaped = false;
+// Where the "=" behind a key with escapes stands; the text's size or more where there is none.
+std::size_t LogicalLineReader::endOfEscapedKey(std::string_view text) const {
   std::size_t i = 0;
   for (; i < text.size() && text[i] != '='; ++i) {
-    if (text[i] != kEscape) continue;
-    escaped = true;
-    ++i;
-    if (i == text.size()) {
+    if (text[i] == kEscape && ++i == text.size()) {
       report("Cannot end on an escape character", text);
     }
   }
+  return i;
+}
+
+void LogicalLineReader::parseSetting(LogicalLine& line) const {
+  const auto text = line.text;
+  const std::size_t equals = std::min(text.find('='), text.size());
+  const bool escaped = text.substr(0, equals).find(kEscape) != std::string_view::npos;
+  const std::size_t keyEnd = escaped ? endOfEscapedKey(text) : equals;
   line.kind = LineKind::Malformed;
-  if (i >= text.size()) {
+  if (keyEnd >= text.size()) {
     if (path_.extension() != ".spec") report("Cannot parse into key-value pair", text);
     return;
   }
-  std::string_view key = text.substr(0, i);
-  std::string_view value = text.substr(i + 1);
+  std::string_view key = text.substr(0, keyEnd);
+  std::string_view value = text.substr(keyEnd + 1);
   if (escaped) {  // both in one text, as in a line that is read as it stands
     const std::string plainKey = unescaped(key);
     const std::string_view kept = keeper_.keep(plainKey + std::string(value));
@@ -150,13 +155,16 @@ std::string renderHeader(std::string_view name) {
 }
 
 std::string renderSetting(std::string_view key, std::string_view value) {
-  // These would begin a comment or a header, end the key, or be taken for an escape or for part of
-  // a line terminator.
-  constexpr std::string_view kEscapedInKeys = "\\=[;#\r";
+  // These would end the key, or be taken for an escape or for part of a line terminator.
+  constexpr std::string_view kEscaped = "\\=\r";
+  // These would begin a comment or a header.
+  constexpr std::string_view kEscapedAtFront = ";#[";
+  const std::size_t front = key.find_first_not_of(" \t");
   std::string text;
-  for (const char c : key) {
-    if (kEscapedInKeys.find(c) != std::string_view::npos) text += kEscape;
-    text += c;
+  for (std::size_t i = 0; i < key.size(); ++i) {
+    const bool isMisread = i == front && kEscapedAtFront.find(key[i]) != std::string_view::npos;
+    if (isMisread || kEscaped.find(key[i]) != std::string_view::npos) text += kEscape;
+    text += key[i];
   }
   text = withContinuations(text) + " = " + withContinuations(value);
   // A blank, which reading trims, keeps what stands before it from being read as a continuation or

@@ -71,6 +71,7 @@ class LogicalLineReader {
   std::string_view takeContinued(std::string_view first, bool& unfinished);
   void parseHeader(LogicalLine& line) const;
   void parseSetting(LogicalLine& line) const;
+  std::size_t endOfEscapedKey(std::string_view text) const;
 
   std::string_view rest_;
   std::filesystem::path path_;
