@@ -123,10 +123,8 @@ void BM_MatchSegment(benchmark::State& state) {
   for (std::int64_t i = 0; i < state.range(0); ++i) {
     const Fingerprint made = maker.make();
     const std::string sourcetype = "type_" + std::to_string(i);
-    ModelView model{.sourcetype = sourcetype, .words = {}, .shapes = {}};
-    for (const auto& [text, weight] : made.words) model.words.push_back({text, weight});
-    for (const auto& [shape, count] : made.shapes) model.shapes.push_back(shape);
-    index.add(model);
+    TextKeeper keeper;
+    index.add(viewOf(made, sourcetype, "", keeper));
   }
   const Fingerprint file = maker.make();
   for (auto _ : state) benchmark::DoNotOptimize(index.findClosestModel(file));

@@ -62,6 +62,13 @@ std::string_view unescapedKey(std::string_view key, TextKeeper& keeper) {
   return keeper.keep(std::move(text));
 }
 
+// A stanza that people wrote may hold what is escaped in the ones of this program.
+std::string_view withEscapes(std::string_view key, TextKeeper& keeper) {
+  bool found = false;
+  for (const char c : key) found |= c == '[' || c == ']' || c == '=';  // without a branch a letter
+  return found ? keeper.keep(escapedKey(std::string(key))) : key;
+}
+
 // The number that a text such as "0.012345" is, up to fifteen digits: as many as a double holds, so
 // that one division gives the nearest one. Nothing for any other text.
 std::optional<double> parseShortDecimal(std::string_view text) {
@@ -116,15 +123,21 @@ void sortUnique(std::vector<ModelView::Word>& words) {
 
 }  // namespace
 
-ModelView viewOf(const Fingerprint& model, std::string_view sourcetype,
-                 std::string_view inherited) {
+std::string storedShape(std::string_view shape) {
+  return escapedKey(std::string(shape));
+}
+
+ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, std::string_view inherited,
+                 TextKeeper& keeper) {
   ModelView view{.sourcetype = sourcetype, .words = {}, .shapes = {}};
   view.maxDistance = parseLimit(inherited).value_or(kNoMaxDistance);
   for (const auto& [text, weight] : model.words) {
     const auto stored = parseNumber(formatText(kWeightFormat, weight));
     view.words.push_back({.text = text, .weight = stored.value_or(0)});
   }
-  for (const auto& [shape, count] : model.shapes) view.shapes.push_back(shape);
+  for (const auto& [shape, count] : model.shapes) {
+    view.shapes.push_back(keeper.keep(storedShape(shape)));
+  }
   return view;
 }
 
@@ -137,7 +150,7 @@ PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
     settings.set(escapedKey(text), formatText(kWeightFormat, weight));
   }
   for (const auto& [shape, count] : model.shapes) {
-    settings.set(kShapePrefix + escapedKey(shape), std::to_string(count));
+    settings.set(kShapePrefix + storedShape(shape), std::to_string(count));
   }
   settings.set(kSizeKey, std::to_string(settings.entries().size()));
   return settings;
@@ -145,7 +158,7 @@ PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
 
 std::optional<ModelView> loadModel(std::string_view stanza,
                                    std::span<const ConfFile::Setting> settings,
-                                   std::string_view inherited, TextKeeper& unescaped) {
+                                   std::string_view inherited, TextKeeper& keeper) {
   ModelView model{.sourcetype = {}, .words = {}, .shapes = {}};
   model.words.reserve(settings.size());
   std::optional<std::string_view> ownLimit;
@@ -155,7 +168,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
   const auto addWord = [&](const ConfFile::Setting& setting) {
     const auto weight = parseNumber(setting.value());
     if (!weight) ++unreadable;
-    const auto text = unescapedKey(setting.key(), unescaped);
+    const auto text = unescapedKey(setting.key(), keeper);
     mayBeUnsorted = mayBeUnsorted || text.data() != setting.key().data();
     model.words.push_back({.text = text, .weight = weight.value_or(0)});
   };
@@ -176,7 +189,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
     const std::string_view key = setting.key();
     const bool mayBeOwn = key.starts_with('_') || key.starts_with('m');  // which few words do
     if (key.starts_with(kShapePrefix)) {
-      model.shapes.push_back(unescapedKey(key.substr(1), unescaped));
+      model.shapes.push_back(withEscapes(key.substr(1), keeper));
     } else if (!mayBeOwn || !readOwnKey(key, setting.value())) {
       addWord(setting);
     }

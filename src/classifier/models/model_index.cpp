@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numeric>
 #include <utility>
 
@@ -25,9 +26,6 @@ constexpr float kShapeScale = 600.0F;
 constexpr double kRelativeError = 1e-3;
 constexpr double kAbsoluteError = 1e-3;
 constexpr double kCancellationError = 1e-10;
-
-// How many texts before it is needed a place in a vocabulary is fetched.
-constexpr std::size_t kAhead = 8;
 
 constexpr std::uint32_t kNoModel = ~0U;
 
@@ -56,23 +54,20 @@ void ModelIndex::add(const ModelView& model) {
                      .termCount = static_cast<std::uint32_t>(model.words.size()),
                      .firstShape = static_cast<std::uint32_t>(modelShapes_.size()),
                      .shapeCount = 0});
-  for (std::size_t i = 0; i < model.words.size(); ++i) {
-    if (i + kAhead < model.words.size()) words_.prefetch(model.words[i + kAhead].text);
-    const auto& [text, weight] = model.words[i];
-    const auto word = words_.intern(text);
-    if (word == frequencies_.size()) frequencies_.push_back(0);
-    ++frequencies_[word];
-    terms_.push_back({.word = word, .weight = weight});
-  }
-  for (std::size_t i = 0; i < model.shapes.size(); ++i) {
-    if (i + kAhead < model.shapes.size()) shapes_.prefetch(model.shapes[i + kAhead]);
-    const auto shape = shapes_.intern(model.shapes[i]);
-    if (shape == lastModelOfShape_.size()) lastModelOfShape_.push_back(kNoModel);
+  const auto addWord = [&](const ModelView::Word& word, std::uint32_t id) {
+    if (id == frequencies_.size()) frequencies_.push_back(0);
+    ++frequencies_[id];
+    terms_.push_back({.word = id, .weight = word.weight});
+  };
+  words_.internEach(model.words, &ModelView::Word::text, addWord);
+  const auto addShape = [&](std::string_view /*shape*/, std::uint32_t id) {
+    if (id == lastModelOfShape_.size()) lastModelOfShape_.push_back(kNoModel);
     // However it is written, a shape counts once.
-    if (std::exchange(lastModelOfShape_[shape], number) == number) continue;
-    modelShapes_.push_back(shape);
+    if (std::exchange(lastModelOfShape_[id], number) == number) return;
+    modelShapes_.push_back(id);
     ++models_.back().shapeCount;
-  }
+  };
+  shapes_.internEach(model.shapes, std::identity(), addShape);
 }
 
 std::size_t ModelIndex::countModels(std::string_view sourcetype) const {
@@ -144,7 +139,7 @@ void ModelIndex::gather(const Fingerprint& file) {
     }
   }
   for (const auto& [text, count] : file.shapes) {
-    const auto shape = shapes_.find(text);
+    const auto shape = shapes_.find(storedShape(text));
     if (!shape) continue;
     for (const auto model : shapePostings_.of(*shape)) ++measures_[model].commonShapes;
   }

@@ -26,6 +26,9 @@ class ModelIndex {
     float distance;
   };
 
+  // Makes room for about so many words of models: moving millions of them is slow.
+  void reserve(std::size_t words) { terms_.reserve(words); }
+
   // Puts a model at the end of the list; nothing of `model` is needed afterwards.
   void add(const ModelView& model);
 

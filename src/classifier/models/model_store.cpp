@@ -69,10 +69,12 @@ ModelIndex& ModelStore::models() {
   models_.emplace();
   Conf& conf = store_.getConf("sourcetypes");
   const std::string& inherited = inheritedMaxDist();
+  constexpr std::size_t kBytesPerWord = 24;  // in the file, with its share of line shapes
+  models_->reserve(fileIdentity(store_.learnedFile(conf)).size / kBytesPerWord);
   store_.visitStanzas(conf, [&](std::string_view stanza, auto settings) {
     if (stanza == kDefaultStanza) return;
-    TextKeeper unescaped;
-    const auto model = loadModel(stanza, settings, inherited, unescaped);
+    TextKeeper keeper;
+    const auto model = loadModel(stanza, settings, inherited, keeper);
     if (model) models_->add(*model);
   });
   store_.reload(conf);  // the index is all that is needed
@@ -143,7 +145,8 @@ bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
     logWarn(kModelLog, "%s is not learned without a sourcetype.", fileName);
     return false;
   }
-  models().add(viewOf(model, sourcetype, inheritedMaxDist()));
+  TextKeeper keeper;
+  models().add(viewOf(model, sourcetype, inheritedMaxDist(), keeper));
   ++addedModels_;
   store_.writeLearnedStanza(store_.getConf("sourcetypes"), makeStanzaName(fileName),
                             saveModel(model, fileName, sourcetype));

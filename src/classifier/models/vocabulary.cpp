@@ -13,28 +13,49 @@ namespace {
 // Mixes well: 2^64 divided by the golden ratio.
 constexpr std::uint64_t kMixer = 0x9E3779B97F4A7C15U;
 
-std::size_t mixed(std::uint64_t value) {
+std::uint64_t mixed(std::uint64_t value) {
   const std::uint64_t product = value * kMixer;
   return product ^ (product >> 32U);
 }
 
-}  // namespace
-
-Vocabulary::Key::Key(std::string_view text) : length(static_cast<std::uint32_t>(text.size())) {
-  std::memcpy(beginning.data(), text.data(), std::min(text.size(), sizeof beginning));
+template <class Number>
+std::uint64_t load(const char* from) {
+  Number number;
+  std::memcpy(&number, from, sizeof number);
+  return number;
 }
 
-// A short text is its beginning and its length; mixing these is enough.
-std::size_t Vocabulary::Key::hash(std::string_view text) const {
-  if (!isWhole()) return std::hash<std::string_view>()(text);
-  return mixed(beginning[0] + mixed(beginning[1] + length));
+// The first sixteen bytes of a text as two numbers, which may both hold the middle ones: reading so
+// takes no loop.
+std::array<std::uint64_t, 2> beginningOf(std::string_view text) {
+  constexpr std::size_t kWhole = sizeof(std::uint64_t);
+  constexpr std::size_t kHalf = sizeof(std::uint32_t);
+  const char* const first = text.data();
+  const char* const last = first + std::min(text.size(), 2 * kWhole);
+  if (text.size() >= kWhole) {
+    return {load<std::uint64_t>(first), load<std::uint64_t>(last - kWhole)};
+  }
+  if (text.size() >= kHalf) {
+    return {load<std::uint32_t>(first), load<std::uint32_t>(last - kHalf)};
+  }
+  std::array<std::uint64_t, 2> bytes{};
+  std::memcpy(bytes.data(), first, text.size());
+  return bytes;
+}
+
+}  // namespace
+
+Vocabulary::Key::Key(std::string_view text)
+    : beginning(beginningOf(text)), length(static_cast<std::uint32_t>(text.size())) {
+  // A short text is its beginning and its length; mixing these is enough.
+  hash = static_cast<std::uint32_t>(isWhole() ? mixed(beginning[0] + mixed(beginning[1] + length))
+                                              : std::hash<std::string_view>()(text));
 }
 
 // The slot of a text, or the free one that it can have.
-std::size_t Vocabulary::place(std::string_view text) const {
-  const Key key(text);
+std::size_t Vocabulary::place(std::string_view text, const Key& key) const {
   const std::size_t mask = slots_.size() - 1;
-  std::size_t at = key.hash(text) & mask;
+  std::size_t at = key.hash & mask;
   for (; slots_[at].number != kNoNumber; at = (at + 1) & mask) {
     const Slot& slot = slots_[at];
     if (slot.key == key && (key.isWhole() || texts_[slot.number] == text)) break;
@@ -43,16 +64,16 @@ std::size_t Vocabulary::place(std::string_view text) const {
 }
 
 std::optional<std::uint32_t> Vocabulary::find(std::string_view text) const {
-  const Slot& slot = slots_[place(text)];
+  const Slot& slot = slots_[place(text, Key(text))];
   if (slot.number == kNoNumber) return std::nullopt;
   return slot.number;
 }
 
-std::uint32_t Vocabulary::intern(std::string_view text) {
-  Slot& slot = slots_[place(text)];
+std::uint32_t Vocabulary::intern(std::string_view text, const Key& key) {
+  Slot& slot = slots_[place(text, key)];
   if (slot.number != kNoNumber) return slot.number;
   const auto number = static_cast<std::uint32_t>(texts_.size());
-  slot = {.key = Key(text), .number = number};
+  slot = {.key = key, .number = number};
   texts_.push_back(keeper_.keep(std::string(text)));
   if (texts_.size() * 4 > slots_.size() * 3) grow();
   return number;
@@ -61,7 +82,7 @@ std::uint32_t Vocabulary::intern(std::string_view text) {
 void Vocabulary::grow() {
   const std::vector<Slot> old = std::exchange(slots_, std::vector<Slot>(slots_.size() * 2));
   for (const Slot& slot : old) {
-    if (slot.number != kNoNumber) slots_[place(texts_[slot.number])] = slot;
+    if (slot.number != kNoNumber) slots_[place(texts_[slot.number], slot.key)] = slot;
   }
 }
 
