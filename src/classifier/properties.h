@@ -29,6 +29,8 @@ inline constexpr std::string_view kNoBinaryCheck = "NO_BINARY_CHECK";
 inline constexpr std::string_view kPrefixSourcetype = "PREFIX_SOURCETYPE";
 inline constexpr std::string_view kShouldLinemerge = "SHOULD_LINEMERGE";
 inline constexpr std::string_view kBreakOnlyBefore = "BREAK_ONLY_BEFORE";
+inline constexpr std::string_view kTimePrefix = "TIME_PREFIX";
+inline constexpr std::string_view kMaxTimestampLookahead = "MAX_TIMESTAMP_LOOKAHEAD";
 
 }  // namespace key
 
