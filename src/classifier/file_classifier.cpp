@@ -200,6 +200,7 @@ void FileClassifier::markInvalid(InvalidCause cause) {
 void FileClassifier::detectHeaderIfAsked() {
   try {
     if (!learningAllowed_ || !result_.getBool(key::kCheckForHeader, headerWanted_)) return;
+    if (result_.contains(key::kInvalidCause)) return;  // what is no text has no columns
     const bool hasLines = sample_ && sample_->lineCount() > 0;
     if (!hasLines && !takeSample(Keep::Lines)) return;
     if (sample_->lineCount() > 0) detectHeader(fileName_, *sample_, result_, store_);

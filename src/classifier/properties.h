@@ -32,6 +32,13 @@ inline constexpr std::string_view kBreakOnlyBefore = "BREAK_ONLY_BEFORE";
 inline constexpr std::string_view kTimePrefix = "TIME_PREFIX";
 inline constexpr std::string_view kMaxTimestampLookahead = "MAX_TIMESTAMP_LOOKAHEAD";
 
+// Field extraction: "REPORT-<any>" of a sourcetype names transforms, with commas between them.
+inline constexpr std::string_view kReportPrefix = "REPORT-";
+inline constexpr std::string_view kReportHeader = "REPORT-AutoHeader";
+inline constexpr std::string_view kKvMode = "KV_MODE";
+inline constexpr std::string_view kDelims = "DELIMS";
+inline constexpr std::string_view kFields = "FIELDS";
+
 }  // namespace key
 
 // Sourcetypes with a meaning of their own.

@@ -26,26 +26,32 @@ std::string_view nameFrom(std::string_view baseName) {
 
 }  // namespace
 
+bool isSpecialStanza(std::string_view name) {
+  return name.find("::") != std::string_view::npos || name == kDefaultStanza ||
+         name == kTooSmallSourcetype;
+}
+
 std::string makeTypeName(std::string_view fileName, PathForm pathForm) {
   std::string_view name = nameFrom(fileName.substr(fileName.rfind(pathForm.separator) + 1));
   while (!name.empty() && !isAsciiLetter(name.back())) name.remove_suffix(1);
   // With any of these the name of a file could become a rule, or settings for other files.
-  const bool isSpecial = name.find("::") != std::string_view::npos || name == kDefaultStanza ||
-                         name == kTooSmallSourcetype;
-  const bool isUsable = name.size() >= kShortestName && !isSpecial;
+  const bool isUsable = name.size() >= kShortestName && !isSpecialStanza(name);
   return std::string(isUsable ? name : kDefaultTypeName);
 }
 
-std::string makeUniqueTypeName(std::string_view fileName, ConfStore& store) {
-  Conf& props = store.getProps();
-  std::string name = makeTypeName(fileName, store.pathForm());
-  std::size_t number = store.stanzaNames(props, name).size();
-  if (number == 0) return name;
-  std::string unique;
+std::string makeNumberedName(const std::string& base, Conf& conf, ConfStore& store) {
+  std::size_t number = store.stanzaNames(conf, base).size();
+  std::string name;
   do {
-    unique = name + "-" + std::to_string(++number);
-  } while (store.stanzaExists(props, unique));
-  return unique;
+    name = base + "-" + std::to_string(++number);
+  } while (store.stanzaExists(conf, name));
+  return name;
+}
+
+std::string makeUniqueTypeName(std::string_view fileName, ConfStore& store) {
+  std::string name = makeTypeName(fileName, store.pathForm());
+  if (store.stanzaNames(store.getProps(), name).empty()) return name;
+  return makeNumberedName(name, store.getProps(), store);
 }
 
 }  // namespace sourcetype

@@ -9,12 +9,20 @@
 
 namespace sourcetype {
 
+// True for a name whose stanza in props.conf says more than what one sourcetype is like: a rule, a
+// pattern of sources, the settings of small files or of all.
+bool isSpecialStanza(std::string_view name);
+
 // A name made from the file's: its extension when that says something ("access.iis" gives "iis"),
 // else its base name, up to the last ASCII letter; "generic" where neither has three characters or
 // the name would be that of a special stanza ("rule::x", "default").
 std::string makeTypeName(std::string_view fileName, PathForm pathForm);
 
-// The same, with a number behind it when props.conf has stanzas that begin with it: "syslog-3"
+// "<base>-<number>", a stanza that `conf` does not have. Numbers begin after the number of stanzas
+// whose names begin with `base`.
+std::string makeNumberedName(const std::string& base, Conf& conf, ConfStore& store);
+
+// The type name, with a number behind it when props.conf has stanzas that begin with it: "syslog-3"
 // where there are two.
 std::string makeUniqueTypeName(std::string_view fileName, ConfStore& store);
 

@@ -1,0 +1,78 @@
+#include "classifier/header_fields.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace sourcetype {
+namespace {
+
+constexpr char kReplacement = '_';
+
+bool isControl(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 || byte == 0x7F;
+}
+
+std::string_view trimmed(std::string_view field) {
+  constexpr std::string_view kAround = "\"\r\n\t ";
+  const auto begin = field.find_first_not_of(kAround);
+  if (begin == std::string_view::npos) return {};
+  return field.substr(begin, field.find_last_not_of(kAround) - begin + 1);
+}
+
+std::string cleanName(std::string_view field) {
+  const std::string_view text = trimmed(field);
+  std::string name;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool isQuote = text[i] == kFieldQuote;
+    name += isQuote || isControl(text[i]) ? kReplacement : text[i];
+    if (isQuote && text.substr(i + 1).starts_with(kFieldQuote)) ++i;
+  }
+  // A reader could take one for an escape of the quote behind it.
+  for (auto c = name.rbegin(); c != name.rend() && *c == '\\'; ++c) *c = kReplacement;
+  return name;
+}
+
+// A name that stands in the header is kept: what is appended to others gives way to it.
+void makeUnique(std::vector<std::string>& names) {
+  std::unordered_set<std::string> taken(names.begin(), names.end());
+  std::unordered_map<std::string, std::size_t> uses;  // up to the last number that was tried
+  for (auto& name : names) {
+    std::size_t& used = uses[name];
+    if (++used == 1) continue;
+    std::string numbered = name + "_" + std::to_string(used);
+    while (!taken.insert(numbered).second) numbered = name + "_" + std::to_string(++used);
+    name = std::move(numbered);
+  }
+}
+
+}  // namespace
+
+std::vector<std::string_view> splitFields(std::string_view line, char delimiter) {
+  std::vector<std::string_view> fields;
+  bool quoted = false;
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    if (line[i] == kFieldQuote) quoted = !quoted;
+    if (line[i] != delimiter || quoted) continue;
+    fields.push_back(line.substr(begin, i - begin));
+    begin = i + 1;
+  }
+  fields.push_back(line.substr(begin));
+  return fields;
+}
+
+std::vector<std::string> nameFields(const std::vector<std::string_view>& fields) {
+  std::vector<std::string> names;
+  names.reserve(fields.size());
+  for (const auto field : fields) {
+    std::string name = cleanName(field);
+    if (name.empty()) name = "field_" + std::to_string(names.size() + 1);
+    names.push_back(std::move(name));
+  }
+  makeUnique(names);
+  return names;
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,243 @@
+#include "classifier/header_transform.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "classifier/header_fields.h"
+#include "classifier/properties.h"
+#include "classifier/type_name.h"
+#include "util/logging.h"
+#include "util/text.h"
+
+namespace sourcetype {
+namespace {
+
+constexpr LogCategory kFlowLog{"FileClassifier"};
+
+constexpr std::string_view kTransformBase = "AutoHeader";
+constexpr char kLinkSeparator = ',';
+
+using Names = std::vector<std::string>;
+
+std::string inQuotes(std::string_view text) {
+  return kFieldQuote + std::string(text) + kFieldQuote;
+}
+
+Names splitLinks(std::string_view value) {
+  Names names;
+  while (true) {
+    const auto end = value.find(kLinkSeparator);
+    if (const auto name = trimBlanks(value.substr(0, end)); !name.empty()) names.emplace_back(name);
+    if (end == std::string_view::npos) return names;
+    value.remove_prefix(end + 1);
+  }
+}
+
+// A link reads back as the name that it was made of.
+bool canBeLinked(std::string_view stanza) {
+  const Names names = splitLinks(stanza);
+  return names.size() == 1 && names.front() == stanza;
+}
+
+// "csv-2" after "csv", and "csv-2-1", made from a numbered one.
+bool isNumbered(std::string_view name, std::string_view base) {
+  if (!name.starts_with(base)) return false;
+  const std::string_view number = name.substr(base.size());
+  return number.size() > 1 && number.front() == '-' &&
+         number.find_first_not_of("-0123456789") == std::string_view::npos;
+}
+
+class HeaderLinker {
+ public:
+  HeaderLinker(std::string_view fileName, const PropertiesMap& transform, PropertiesMap& result,
+               ConfStore& store)
+      : fileName_(fileName),
+        transform_(transform),
+        result_(result),
+        store_(store),
+        current_(result.get(key::kSourcetype)) {}
+
+  void run() {
+    const bool isShared = current_ == kTooSmallSourcetype;  // by all small files
+    if (current_.empty() || (isSpecialStanza(current_) && !isShared)) return;
+    const Names identical = findIdenticalTransforms();
+    if (useLinked(current_, identical)) return;
+    const bool isTaken = isShared || !linkedTransforms(settingsOf(current_)).empty();
+    for (const auto& relative : relatives(isTaken)) {
+      if (useLinked(relative, identical)) return;
+    }
+    const auto stanza = identical.empty() ? saveTransform() : reuse(identical.front());
+    if (!stanza) return;
+    link(isTaken ? makeNumberedName(current_, store_.getProps(), store_) : current_, *stanza);
+  }
+
+ private:
+  // The stanzas of transforms.conf that extract the same columns, whatever else they say.
+  Names findIdenticalTransforms() {
+    Names names;
+    const auto has = [](std::span<const ConfFile::Setting> settings, const auto& wanted) {
+      const auto found =
+          std::ranges::lower_bound(settings, wanted.first, {}, &ConfFile::Setting::key);
+      return found != settings.end() && found->key() == wanted.first &&
+             found->value() == wanted.second.value;
+    };
+    store_.visitStanzas(store_.getTransforms(), [&](std::string_view name, auto settings) {
+      const bool isIdentical = std::ranges::all_of(
+          transform_.entries(), [&](const auto& wanted) { return has(settings, wanted); });
+      if (isIdentical && name != kDefaultStanza && canBeLinked(name)) names.emplace_back(name);
+    });
+    return names;
+  }
+
+  // What the stanza itself says, without what it shares with others.
+  PropertiesMap settingsOf(const std::string& sourcetype) {
+    PropertiesMap settings;
+    store_.getExactStanza(store_.getProps(), settings, sourcetype);
+    return settings;
+  }
+
+  // The transforms that a sourcetype's settings name and that are there.
+  Names linkedTransforms(const PropertiesMap& settings) {
+    Names linked;
+    for (const auto& [name, entry] : settings.entries()) {
+      if (!name.starts_with(key::kReportPrefix)) continue;
+      for (auto& stanza : splitLinks(entry.value)) {
+        if (store_.stanzaExists(store_.getTransforms(), stanza))
+          linked.push_back(std::move(stanza));
+      }
+    }
+    return linked;
+  }
+
+  // The sourcetypes that files such as this one may have got before for their columns: those made
+  // from one that is taken, and all of the name that a made-up one is numbered after.
+  Names relatives(bool isTaken) {
+    const std::string typeName = makeTypeName(fileName_, store_.pathForm());
+    Names names;
+    if (isNumbered(current_, typeName)) {
+      names = numberedNames(typeName);
+      names.insert(names.begin(), typeName);
+    } else if (isTaken) {
+      names = numberedNames(current_);
+    }
+    return names;
+  }
+
+  Names numberedNames(const std::string& base) {
+    Names names = store_.stanzaNames(store_.getProps(), base + "-");
+    std::erase_if(names, [&](const auto& name) { return !isNumbered(name, base); });
+    return names;
+  }
+
+  // True, with the result as it should be, when the sourcetype links one of these transforms.
+  bool useLinked(const std::string& sourcetype, const Names& identical) {
+    if (identical.empty()) return false;
+    const Names linked = linkedTransforms(settingsOf(sourcetype));
+    const auto stanza = std::ranges::find_first_of(identical, linked);
+    if (stanza == identical.end()) return false;
+    reuse(*stanza);
+    logInfo(kFlowLog,
+            R"(AutoHeader: skipped saving. found exact transforms.conf entry, stanza_name="%s" )"
+            R"(linked in props="%s", filename="%s")",
+            *stanza, sourcetype, fileName_);
+    if (sourcetype != current_) changeSourcetype(sourcetype);
+    return true;
+  }
+
+  std::optional<std::string> reuse(const std::string& stanza) {
+    logInfo(kFlowLog,
+            "AutoHeader: found identical transforms.conf stanza_name=%s, reusing it. "
+            R"(filename="%s")",
+            stanza, fileName_);
+    return stanza;
+  }
+
+  // Writes the values that [default] has as well: they are what the stanza is found by.
+  std::optional<std::string> saveTransform() {
+    Conf& transforms = store_.getTransforms();
+    std::string stanza = makeNumberedName(std::string(kTransformBase), transforms, store_);
+    if (!store_.writeStanza(transforms, stanza, transform_, true)) return std::nullopt;
+    return stanza;
+  }
+
+  // Writes the link into the sourcetype's stanza, a new one where that is not the file's so far.
+  void link(const std::string& sourcetype, const std::string& stanza) {
+    const bool isNew = sourcetype != current_;
+    PropertiesMap settings = isNew ? settingsToCopy() : PropertiesMap();
+    settings.set(key::kReportHeader, stanza);
+    settings.set(key::kKvMode, "none");
+    if (!store_.writeStanza(store_.getProps(), sourcetype, settings, true)) return;
+    if (isNew) {
+      changeSourcetype(sourcetype);
+    } else {
+      takeSettings(sourcetype);
+    }
+  }
+
+  // All that the file's sourcetype says, but for the columns that are not this file's.
+  PropertiesMap settingsToCopy() {
+    PropertiesMap settings = settingsOf(current_);
+    const PropertiesMap current = settings;
+    for (const auto& [name, entry] : current.entries()) {
+      if (!name.starts_with(key::kReportPrefix)) continue;
+      const auto linked = splitLinks(entry.value);
+      if (std::ranges::any_of(linked, [&](const auto& stanza) { return namesColumns(stanza); })) {
+        settings.remove(name);
+      }
+    }
+    return settings;
+  }
+
+  bool namesColumns(const std::string& stanza) {
+    PropertiesMap settings;
+    store_.getExactStanza(store_.getTransforms(), settings, stanza);
+    return settings.contains(key::kFields);
+  }
+
+  void changeSourcetype(const std::string& sourcetype) {
+    logInfo(kFlowLog, R"(AutoHeader: changing sourcetype from="%s" to="%s" for filename="%s")",
+            current_, sourcetype, fileName_);
+    takeSettings(sourcetype);
+    result_.set(key::kSourcetype, sourcetype);
+    result_.set(key::kIsValid, flagText(true));
+  }
+
+  // Puts the settings of a sourcetype in the place of those that came from configuration before.
+  void takeSettings(const std::string& sourcetype) {
+    Names configured;
+    for (const auto& [name, entry] : result_.entries()) {
+      if (!entry.stanza.empty()) configured.push_back(name);
+    }
+    for (const auto& name : configured) result_.remove(name);
+    store_.getStanzaSettings(store_.getProps(), result_, std::span(&sourcetype, 1),
+                             PatternMatching::No);
+  }
+
+  std::string_view fileName_;
+  const PropertiesMap& transform_;
+  PropertiesMap& result_;
+  ConfStore& store_;
+  const std::string current_;  // the file's sourcetype so far
+};
+
+}  // namespace
+
+std::string delimiterText(char delimiter) {
+  return delimiter == '\t' ? R"(\t)" : std::string(1, delimiter);
+}
+
+PropertiesMap makeHeaderTransform(char delimiter, const std::vector<std::string>& names) {
+  std::string fields;
+  for (const auto& name : names) {
+    if (!fields.empty()) fields += ", ";
+    fields += inQuotes(name);
+  }
+  return {{key::kDelims, inQuotes(delimiterText(delimiter))}, {key::kFields, fields}};
+}
+
+void applyHeaderTransform(std::string_view fileName, const PropertiesMap& transform,
+                          PropertiesMap& result, ConfStore& store) {
+  HeaderLinker(fileName, transform, result, store).run();
+}
+
+}  // namespace sourcetype
