@@ -245,6 +245,69 @@ TEST(InvalidFile, NeedNotBeThereWhenNothingAboutItIsOpen) {
   EXPECT_EQ(printed(run, "NO_BINARY_CHECK"), "true");
 }
 
+// --- Proposed settings of new sourcetypes ---
+
+TEST(NewSourcetype, OfLongEventsGetsTheExpressionTheyBeginWith) {
+  const Installation server;
+  server.write("orders.log", repeated("<order> accepted\n  item\n    price\n", 400));
+  const auto run = server.run({"orders.log"});
+  EXPECT_EQ(printed(run, "SHOULD_LINEMERGE"), "True");
+  EXPECT_EQ(printed(run, "BREAK_ONLY_BEFORE"), R"(^<[a-zA-Z](?:[_-]?\w)*>\s+[a-zA-Z](?:[_-]?\w)*)");
+  EXPECT_TRUE(holds(server.read("etc/system/local/props.conf"), "\nBREAK_ONLY_BEFORE = ^<"));
+}
+
+TEST(NewSourcetype, GoesWithoutAnExpressionThatDoesNotCompile) {
+  const Installation server;
+  server.write("orders.log", repeated(std::string(29, '#') + "\xC3\xA9\n  item\n", 500));
+  const auto run = server.run({"orders.log"});
+  EXPECT_EQ(printed(run, "sourcetype"), "orders");
+  EXPECT_EQ(printed(run, "BREAK_ONLY_BEFORE"), "(absent)");
+  EXPECT_TRUE(holds(run.err, "An error ended the search")) << run.err;
+}
+
+// Rows under a header; the numbers are other ones for each `seed`.
+std::string table(const std::string& header, int rows, int seed) {
+  std::string text = header + "\n";
+  for (int i = 0; i < rows; ++i) {
+    const auto number = std::to_string(seed + i);
+    text += number + ",name" + number + ",town\n";
+  }
+  return text;
+}
+
+TEST(DelimitedFiles, OfEqualColumnsShareASourcetypeAndOthersGetTheirOwn) {
+  for (const int rows : {50, 150}) {  // too small to be recognised, and not
+    const Installation server;
+    server.write("a.csv", table("id,name,town", rows, 0));
+    server.write("b.csv", table("key,who,where", rows, 1000));
+    server.write("c.csv", table("key,who,where", rows, 2000));
+    const auto typeOf = [&](const char* file) { return printed(server.run({file}), "sourcetype"); };
+    const auto first = server.run({"a.csv"});
+    EXPECT_EQ(printed(first, "REPORT-AutoHeader"), "AutoHeader-1");
+    const auto a = printed(first, "sourcetype");
+    const auto b = typeOf("b.csv");
+    EXPECT_NE(a, b);
+    EXPECT_EQ(typeOf("c.csv"), b);
+    EXPECT_EQ(typeOf("a.csv"), a);
+    EXPECT_EQ(typeOf("b.csv"), b);
+    EXPECT_EQ(server.read("etc/system/local/transforms.conf"),
+              "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"id\", \"name\", \"town\"\n"
+              "\n[AutoHeader-2]\nDELIMS = \",\"\nFIELDS = \"key\", \"who\", \"where\"\n");
+    EXPECT_EQ(printed(server.run({"settings", b}), "REPORT-AutoHeader"), "AutoHeader-2");
+  }
+}
+
+TEST(DelimitedFiles, AreLookedAtWhereConfigurationSaysSo) {
+  const Installation server;
+  server.write("a.txt", table("id,name,town", 50, 0));
+  server.write("a.csv", repeated("123456789,", 10) + std::string(12, '\0'));
+  EXPECT_EQ(printed(server.run({"a.txt"}), "REPORT-AutoHeader"), "(absent)");
+  EXPECT_EQ(printed(server.run({"a.csv"}), "invalid_cause"), "binary");
+  EXPECT_FALSE(std::filesystem::exists(server.path("etc/system/local/transforms.conf")));
+  const auto run = server.run({"--test", "--file=a.txt", "--CHECK_FOR_HEADER=1"});
+  EXPECT_EQ(printed(run, "KV_MODE"), "none");
+}
+
 // --- Rules and learned models ---
 
 // Lines of two kinds of log; the numbers are other ones in each half.
