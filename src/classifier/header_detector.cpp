@@ -74,7 +74,7 @@ ScoredDelimiter chooseDelimiter(const Sample& sample, std::size_t maxLines) {
 std::optional<std::string_view> findHeaderLine(const Sample& sample,
                                                const ScoredDelimiter& chosen) {
   constexpr std::size_t kHeaderLines = 10;  // that are examined; blank ones are not
-  const auto least = static_cast<std::size_t>(std::max(0.0, chosen.statistics.mode));
+  const auto least = static_cast<std::size_t>(chosen.statistics.mode);  // above 0, as its score is
   std::size_t examined = 0;
   for (std::size_t i = 0; i < sample.lineCount() && examined < kHeaderLines; ++i) {
     if (isBlankLine(sample.line(i))) continue;
