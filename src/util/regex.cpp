@@ -357,6 +357,10 @@ std::optional<std::size_t> Regex::groupNumber(std::string_view name) const {
   return found->second;
 }
 
+const std::map<std::string, std::size_t, std::less<>>& Regex::groupNumbers() const {
+  return program_->names;
+}
+
 bool Regex::isAnchored() const {
   return program_->anchored;
 }

@@ -87,6 +87,8 @@ class Regex {
   std::size_t groupCount() const;
   // The number of a named group, nothing when there is none of that name.
   std::optional<std::size_t> groupNumber(std::string_view name) const;
+  // The numbers of all named groups, by name.
+  const std::map<std::string, std::size_t, std::less<>>& groupNumbers() const;
   // True when the library found that a match can only begin at offset 0.
   bool isAnchored() const;
   const std::string& pattern() const;

@@ -37,6 +37,12 @@ inline std::string toAsciiUpper(std::string_view text) {
   return result;
 }
 
+inline std::string toAsciiLower(std::string_view text) {
+  std::string result(text);
+  std::ranges::transform(result, result.begin(), [](char c) { return toAsciiLower(c); });
+  return result;
+}
+
 constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
   return std::ranges::equal(a, b,
                             [](char x, char y) { return toAsciiLower(x) == toAsciiLower(y); });

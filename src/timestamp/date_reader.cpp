@@ -1,0 +1,166 @@
+#include "timestamp/date_reader.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <span>
+
+namespace sourcetype {
+namespace {
+
+using std::chrono::days;
+using std::chrono::local_days;
+using std::chrono::sys_seconds;
+using std::chrono::year_month_day;
+
+constexpr int kNoYear = -1;
+// Short years from here on are of the last century, as in POSIX.
+constexpr int kFirstShortYearOf1900s = 69;
+// Between two 29ths of February, around a century without one.
+constexpr int kMostYearsApart = 8;
+
+int fullYear(int shortYear) {
+  return shortYear + (shortYear < kFirstShortYearOf1900s ? 2000 : 1900);
+}
+
+std::optional<local_days> calendarDay(int year, int month, int day) {
+  if (month < 1 || month > 12 || day < 1 || day > 31) return std::nullopt;
+  const year_month_day date{std::chrono::year(year),
+                            std::chrono::month(static_cast<unsigned>(month)),
+                            std::chrono::day(static_cast<unsigned>(day))};
+  if (!date.ok()) return std::nullopt;
+  return local_days(date);
+}
+
+int yearOf(sys_seconds time) {
+  return static_cast<int>(year_month_day(std::chrono::floor<days>(time)).year());
+}
+
+std::optional<local_days> dayOfYear(int year, int day) {
+  const auto first = calendarDay(year, 1, 1);
+  if (!first || day < 1 || day > 366) return std::nullopt;
+  const local_days date = *first + days(day - 1);
+  if (static_cast<int>(year_month_day(date).year()) != year) return std::nullopt;
+  return date;
+}
+
+// The week with the year's first Thursday is the first.
+std::optional<local_days> dayOfWeek(int year, int week, int weekday) {
+  const auto fourth = calendarDay(year, 1, 4);
+  if (!fourth || week < 1 || week > 53) return std::nullopt;
+  const auto monday = *fourth - (std::chrono::weekday(*fourth) - std::chrono::Monday);
+  return monday + days(7 * (week - 1) + weekday - 1);
+}
+
+// Separators that may have orders of their own.
+std::size_t separatorIndex(char separator) {
+  if (separator == '/') return 0;
+  return separator == '.' ? 1 : 2;
+}
+
+struct Reading {
+  DateOrder order;
+  int year;
+  int month;
+  int day;
+};
+
+}  // namespace
+
+std::optional<local_days> DateReader::dated(int year, int month, int day,
+                                            const TimeInZone& time) const {
+  if (year == kNoYear) return withoutYear(month, day, time);
+  const auto date = calendarDay(year, month, day);
+  if (!date || !limits_.contain(time.on(*date))) return std::nullopt;
+  return date;
+}
+
+std::optional<local_days> DateReader::withoutYear(int month, int day,
+                                                  const TimeInZone& time) const {
+  const int referenceYear = yearOf(limits_.reference);
+  std::optional<local_days> closest;
+  std::chrono::seconds distance{0};
+  const auto consider = [&](int year) {
+    const auto date = calendarDay(year, month, day);
+    if (!date) return;
+    const auto instant = time.on(*date);
+    const auto apart = std::chrono::abs(instant - limits_.reference);
+    if (!limits_.contain(instant) || (closest && distance <= apart)) return;
+    closest = date;
+    distance = apart;
+  };
+  for (int apart = 0; apart <= kMostYearsApart && (apart < 2 || !closest); ++apart) {
+    consider(referenceYear - apart);
+    if (apart > 0) consider(referenceYear + apart);
+  }
+  return closest;
+}
+
+std::optional<DateReader::Date> DateReader::inSomeOrder(const StampFields& fields,
+                                                        const TimeInZone& time) const {
+  const int first = fields.get(StampField::First);
+  const int middle = fields.get(StampField::Middle);
+  const bool lastIsYear = fields.has(StampField::Last);
+  int year = fields.get(StampField::Year);
+  if (lastIsYear) year = fullYear(fields.get(StampField::Last));
+
+  const Reading monthFirst{.order = DateOrder::MonthDay, .year = year, .month = first, .day = middle};
+  const Reading dayFirst{.order = DateOrder::DayMonth, .year = year, .month = middle, .day = first};
+  const Reading yearFirst{.order = DateOrder::YearMonthDay,
+                          .year = fullYear(first),
+                          .month = middle,
+                          .day = fields.get(StampField::Last)};
+  const bool usuallyMonthFirst = fields.separator == '/' || year == kNoYear;
+  const std::array readings{usuallyMonthFirst ? monthFirst : dayFirst,
+                            usuallyMonthFirst ? dayFirst : monthFirst, yearFirst};
+  const auto usable = std::span(readings).first(lastIsYear ? 3 : 2);
+
+  const auto& evidence = evidence_[separatorIndex(fields.separator)];
+  const int referenceYear = yearOf(limits_.reference);
+  std::optional<local_days> best;
+  const Reading* bestReading = nullptr;
+  int possible = 0;
+  for (const Reading& reading : usable) {
+    const auto date = dated(reading.year, reading.month, reading.day, time);
+    if (!date) continue;
+    ++possible;
+    const auto isBetter = [&](const Reading& other) {
+      const auto shown = evidence[static_cast<std::size_t>(reading.order)];
+      const auto shownOther = evidence[static_cast<std::size_t>(other.order)];
+      if (shown != shownOther) return shown > shownOther;
+      return std::abs(reading.year - referenceYear) < std::abs(other.year - referenceYear);
+    };
+    if (bestReading != nullptr && !isBetter(*bestReading)) continue;
+    best = date;
+    bestReading = &reading;
+  }
+  if (!best) return std::nullopt;
+  Date result{.day = *best, .evidence = std::nullopt};
+  if (possible == 1) {
+    result.evidence = {.separator = fields.separator, .order = bestReading->order};
+  }
+  return result;
+}
+
+std::optional<DateReader::Date> DateReader::read(const StampFields& fields,
+                                                 const TimeInZone& time) const {
+  if (fields.has(StampField::First)) return inSomeOrder(fields, time);
+  int year = fields.get(StampField::Year);
+  if (fields.has(StampField::ShortYear)) year = fullYear(fields.get(StampField::ShortYear));
+  std::optional<local_days> day;
+  if (fields.has(StampField::YearDay)) {
+    day = dayOfYear(year == kNoYear ? yearOf(limits_.reference) : year,
+                    fields.get(StampField::YearDay));
+  } else if (fields.has(StampField::IsoWeek)) {
+    day = dayOfWeek(year, fields.get(StampField::IsoWeek), fields.get(StampField::IsoDay));
+  } else {
+    day = dated(year, fields.get(StampField::Month), fields.get(StampField::Day), time);
+  }
+  if (!day || !limits_.contain(time.on(*day))) return std::nullopt;
+  return Date{.day = *day, .evidence = std::nullopt};
+}
+
+void DateReader::confirm(const OrderEvidence& evidence) {
+  ++evidence_[separatorIndex(evidence.separator)][static_cast<std::size_t>(evidence.order)];
+}
+
+}  // namespace sourcetype

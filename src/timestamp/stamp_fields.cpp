@@ -1,0 +1,153 @@
+#include "timestamp/stamp_fields.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "timestamp/calendar_names.h"
+#include "util/text.h"
+
+namespace sourcetype {
+namespace {
+
+using std::chrono::hours;
+using std::chrono::minutes;
+using std::chrono::seconds;
+using std::chrono::sys_seconds;
+
+// By the numbers of StampField.
+constexpr std::array<std::string_view, kStampFields> kFieldNames{
+    "year",    "month",  "day",       "shortyear", "first",     "middle",
+    "last",    "yearday", "isoweek",  "isoday",    "hour",      "minute",
+    "second",  "half",   "monthname", "weekday",   "fraction",  "millis",
+    "zone",    "seconds", "millisecs", "microsecs", "nanosecs",
+};
+
+constexpr std::size_t kNanosecondDigits = 9;
+
+template <class Number>
+std::optional<Number> parse(std::string_view digits) {
+  while (digits.starts_with(' ')) digits.remove_prefix(1);  // "%e" pads with blanks
+  Number value = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [parsedUpTo, error] = std::from_chars(digits.data(), end, value);
+  if (error != std::errc() || parsedUpTo != end) return std::nullopt;
+  return value;
+}
+
+// Digits behind a decimal sign; those behind the ninth say nothing.
+std::int32_t nanosecondsOf(std::string_view digits) {
+  std::int32_t value = 0;
+  for (std::size_t i = 0; i < kNanosecondDigits; ++i) {
+    value = value * 10 + (i < digits.size() ? digits[i] - '0' : 0);
+  }
+  return value;
+}
+
+// A count of units of which `perSecond` are a second.
+bool readEpoch(std::string_view digits, std::int64_t perSecond, StampFields& fields) {
+  const auto count = parse<std::int64_t>(digits);
+  if (!count || *count < 0) return false;
+  fields.epoch = sys_seconds(seconds(*count / perSecond));
+  if (perSecond > 1) {
+    fields.nanoseconds = static_cast<std::int32_t>(*count % perSecond * (1'000'000'000 / perSecond));
+  }
+  return true;
+}
+
+bool readNumber(std::string_view digits, StampField field, StampFields& fields) {
+  const auto value = parse<int>(digits);
+  if (!value || *value < 0) return false;
+  fields.set(field, *value);
+  return true;
+}
+
+// Every field but the zone; false when the text cannot be one.
+bool readField(std::string_view text, StampField field, const CalendarNames& names,
+               StampFields& fields) {
+  switch (field) {
+    case StampField::MonthName: {
+      const auto month = names.month(text);
+      if (month) fields.set(StampField::Month, *month);
+      return month.has_value();
+    }
+    case StampField::Weekday:
+      return names.isWeekday(text);
+    case StampField::Half:
+      fields.set(field, toAsciiLower(text.front()) == 'p' ? 1 : 0);
+      return true;
+    case StampField::Fraction:
+      fields.nanoseconds = nanosecondsOf(text);
+      return true;
+    case StampField::Millis: {
+      const auto value = parse<int>(text);
+      if (!value || *value > 999) return false;
+      fields.nanoseconds = *value * 1'000'000;
+      return true;
+    }
+    case StampField::Seconds:
+      return readEpoch(text, 1, fields);
+    case StampField::Millisecs:
+      return readEpoch(text, 1'000, fields);
+    case StampField::Microsecs:
+      return readEpoch(text, 1'000'000, fields);
+    case StampField::Nanosecs:
+      return readEpoch(text, 1'000'000'000, fields);
+    default:
+      return readNumber(text, field, fields);
+  }
+}
+
+}  // namespace
+
+std::optional<StampField> stampFieldNamed(std::string_view group) {
+  const auto mark = group.find('_');
+  const auto name = group.substr(0, mark);
+  if (mark != std::string_view::npos && !parse<unsigned>(group.substr(mark + 1))) {
+    return std::nullopt;
+  }
+  const auto found = std::ranges::find(kFieldNames, name);
+  if (found == kFieldNames.end()) return std::nullopt;
+  return static_cast<StampField>(found - kFieldNames.begin());
+}
+
+bool StampFields::hasDate() const {
+  return epoch || has(StampField::Day) || has(StampField::First) || has(StampField::YearDay) ||
+         has(StampField::IsoWeek);
+}
+
+std::optional<seconds> StampFields::timeOfDay() const {
+  int hour = std::max(get(StampField::Hour), 0);
+  const int half = get(StampField::Half);
+  if (half >= 0 && hour == 12) hour = 0;
+  if (half == 1 && hour < 12) hour += 12;
+  const int minute = std::max(get(StampField::Minute), 0);
+  const int second = std::max(get(StampField::Second), 0);
+  if (hour > 23 || minute > 59 || second > 60) return std::nullopt;
+  return hours(hour) + minutes(minute) + seconds(second);
+}
+
+std::optional<StampReading> readFields(const MatchResult& match, std::string_view subject,
+                                       const std::vector<FieldGroup>& groups,
+                                       const CalendarNames& names, const TimeZones& zones) {
+  std::optional<StampReading> reading(std::in_place);
+  reading->end = match.end(0);
+  for (const auto& [group, field] : groups) {
+    if (!match.has(group)) continue;
+    const auto text = match.text(group, subject);
+    if (text.empty()) continue;
+    if (field == StampField::Zone) {
+      reading->fields.zone = zones.find(text);
+      if (reading->fields.zone) continue;
+      const auto before = match.start(group);
+      reading->end = before > 0 && subject[before - 1] == ' ' ? before - 1 : before;
+      break;
+    }
+    if (!readField(text, field, names, reading->fields)) return std::nullopt;
+    if (field == StampField::First && match.end(group) < subject.size()) {
+      reading->fields.separator = subject[match.end(group)];
+    }
+  }
+  return reading;
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,134 @@
+#include "timestamp/surroundings.h"
+
+#include <algorithm>
+
+#include "util/text.h"
+
+namespace sourcetype {
+namespace {
+
+// Bytes that are looked back over: a path, a key or a word is rarely longer.
+constexpr std::size_t kMostLookedBack = 256;
+
+bool isWordByte(char c) {
+  return isAsciiLetter(c) || isAsciiDigit(c) || c == '_';
+}
+
+constexpr bool isOneOf(char c, std::string_view set) {
+  return set.find(c) != std::string_view::npos;
+}
+
+// True when the bytes up to the last blank, quote, bracket or column separator hold a slash.
+bool isInsidePath(std::string_view before) {
+  for (; !before.empty(); before.remove_suffix(1)) {
+    const char c = before.back();
+    if (isAsciiSpace(c) || isOneOf(c, "\"'`()[]{}<>,;|")) return false;
+    if (c == '/' || c == '\\') return true;
+  }
+  return false;
+}
+
+// A colon may be part of an address or of a longer time unless a word of letters stands before it.
+bool isColonOfKey(std::string_view before) {
+  if (before.empty() || !isWordByte(before.back())) return before.empty() || before.back() != ':';
+  std::size_t letters = 0;
+  bool isHex = true;
+  while (!before.empty() && isWordByte(before.back())) {
+    const char c = before.back();
+    if (isAsciiDigit(c)) return false;
+    isHex = isHex && toAsciiLower(c) <= 'f' && c != '_';
+    ++letters;
+    before.remove_suffix(1);
+  }
+  constexpr std::size_t kMostHexInAddress = 4;
+  return !isHex || letters > kMostHexInAddress;
+}
+
+std::string_view textBefore(std::string_view line, std::size_t begin, std::size_t offset) {
+  const std::size_t start = offset - std::min(offset - begin, kMostLookedBack);
+  return line.substr(start, offset - start);
+}
+
+// Takes blanks off the end; true when there was one.
+bool dropBlanks(std::string_view& text) {
+  const auto size = text.size();
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  return text.size() != size;
+}
+
+bool dropOne(std::string_view& text, std::string_view set) {
+  if (text.empty() || !isOneOf(text.back(), set)) return false;
+  text.remove_suffix(1);
+  return true;
+}
+
+std::string_view lastWord(std::string_view text, bool (*isPart)(char)) {
+  std::size_t start = text.size();
+  while (start > 0 && isPart(text[start - 1])) --start;
+  return text.substr(start);
+}
+
+bool isKeyByte(char c) {
+  return isWordByte(c) || isOneOf(c, "-.@$");
+}
+
+}  // namespace
+
+bool beginsFreely(std::string_view line, std::size_t begin, std::size_t offset) {
+  auto before = textBefore(line, begin, offset);
+  if (before.empty() || isAsciiSpace(before.back())) return true;
+  const char c = before.back();
+  if (isWordByte(c) || isOneOf(c, "/\\%$")) return false;
+  const auto further = before.substr(0, before.size() - 1);
+  if (isOneOf(c, ".-@+~#") && !further.empty() && isWordByte(further.back())) return false;
+  if (c == ':' && !isColonOfKey(further)) return false;
+  return !isInsidePath(before);
+}
+
+bool endsFreely(std::string_view line, std::size_t end) {
+  if (end >= line.size()) return true;
+  const char c = line[end];
+  if (isWordByte(c) || isOneOf(c, "/\\%@")) return false;
+  if (!isOneOf(c, ".:-+") || end + 1 == line.size()) return true;
+  const char further = line[end + 1];
+  return c == ':' ? !isAsciiDigit(further) : !isWordByte(further);
+}
+
+bool isContinuedByWord(std::string_view line, std::size_t end) {
+  return end < line.size() && isWordByte(line[end]);
+}
+
+bool isFirst(std::string_view line, std::size_t begin, std::size_t offset) {
+  return std::ranges::none_of(line.substr(begin, offset - begin), isWordByte);
+}
+
+std::string_view keyBefore(std::string_view line, std::size_t begin, std::size_t offset) {
+  auto before = textBefore(line, begin, offset);
+  dropOne(before, "\"'");
+  dropBlanks(before);
+  if (!dropOne(before, "=:")) return {};
+  dropBlanks(before);
+  dropOne(before, "\"'");
+  return lastWord(before, isKeyByte);
+}
+
+std::string wordBefore(std::string_view line, std::size_t begin, std::size_t offset) {
+  auto before = textBefore(line, begin, offset);
+  dropOne(before, "\"'([");
+  dropBlanks(before);
+  if (dropOne(before, "=:")) dropBlanks(before);
+  dropOne(before, "\"'");
+  return toAsciiLower(lastWord(before, isAsciiLetter));
+}
+
+std::string wordAfter(std::string_view line, std::size_t end) {
+  auto after = line.substr(std::min(end, line.size()));
+  while (!after.empty() && isBlank(after.front())) after.remove_prefix(1);
+  std::size_t letters = 0;
+  while (letters < after.size() && letters < kMostLookedBack && isAsciiLetter(after[letters])) {
+    ++letters;
+  }
+  return toAsciiLower(after.substr(0, letters));
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,66 @@
+// Time zones: offsets from UTC by number, by name, and by the rules of summer time.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace sourcetype {
+
+// When a clock is put forward or back: "3.last.0 02:00" is the last Sunday of March at 02:00.
+struct ClockChange {
+  std::chrono::month month{1};
+  unsigned week = 1;  // the first to fourth such weekday, 5 for the last
+  std::chrono::weekday weekday{0};
+  std::chrono::seconds time{0};  // of the day, by the clock in force until then
+
+  std::chrono::local_seconds in(std::chrono::year year) const;
+};
+
+struct SummerTime {
+  std::chrono::seconds offset{0};
+  ClockChange begin;
+  ClockChange end;
+};
+
+// Seconds east of UTC, in every year by the same rule.
+class TimeZone {
+ public:
+  TimeZone() = default;  // UTC
+  explicit TimeZone(std::chrono::seconds offset, std::optional<SummerTime> summer = std::nullopt)
+      : offset_(offset), summer_(summer) {}
+
+  // Times that a change skips or repeats count as before it.
+  std::chrono::sys_seconds toUtc(std::chrono::local_seconds local) const;
+  std::chrono::local_seconds toLocal(std::chrono::sys_seconds utc) const;
+
+ private:
+  bool isSummer(std::chrono::local_seconds standard, std::chrono::seconds endIsEarlierBy) const;
+
+  std::chrono::seconds offset_{0};
+  std::optional<SummerTime> summer_;
+};
+
+// "+hh:mm", "+hhmm", "+hh", or "+mmm" (minutes), either sign, up to 18 hours.
+std::optional<std::chrono::seconds> parseOffset(std::string_view text);
+
+// "3.last.0 02:00": month, week (1 to 4 or "last"), weekday (Sunday = 0), time.
+std::optional<ClockChange> parseClockChange(std::string_view text);
+
+// Zones by name. Z, UTC and the names of RFC 2822 are known from the start.
+class TimeZones {
+ public:
+  TimeZones();
+
+  void add(std::string_view name, const TimeZone& zone);
+
+  // The zone of a name, whatever its case, an offset, or an offset behind "UTC" or "GMT".
+  std::optional<TimeZone> find(std::string_view text) const;
+
+ private:
+  std::unordered_map<std::string, TimeZone> zones_;  // names in lower case
+};
+
+}  // namespace sourcetype

@@ -1,0 +1,373 @@
+// A line is gone through once, from place to place where a stamp may begin, and at each the forms
+// that can begin like that are tried. The first whole stamp that stands by itself ends the search,
+// which is after one expression in most lines. Only when there is none are the same places tried for
+// dates, times and Unix times alone.
+
+#include "timestamp/timestamp_parser.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "timestamp/surroundings.h"
+#include "timestamp/time_format.h"
+#include "util/logging.h"
+#include "util/text.h"
+
+namespace sourcetype {
+namespace {
+
+using std::chrono::days;
+using std::chrono::seconds;
+using std::chrono::sys_seconds;
+
+constexpr LogCategory kLog("TimestampParser");
+
+constexpr std::int64_t kDefaultLookahead = 200;  // bytes
+constexpr std::int64_t kDefaultDaysAgo = 36500;
+constexpr std::int64_t kDefaultDaysHence = 7;
+constexpr std::int64_t kDefaultSecondsAgo = std::int64_t{24} * 3600;
+constexpr std::int64_t kDefaultSecondsHence = std::int64_t{30} * 24 * 3600;
+
+// Limits are read up to here, about 2,700 years, so that sums stay within the calendar's range.
+constexpr std::int64_t kMostDays = 1'000'000;
+constexpr std::int64_t kMostSeconds = kMostDays * 24 * 3600;
+
+// Dates and times that stand apart are remembered up to here, so that a line of nothing else costs
+// no more than another.
+constexpr std::size_t kMostParts = 8;
+
+std::int64_t limit(const PropertiesMap& settings, std::string_view key, std::int64_t fallback,
+                   std::int64_t most) {
+  return std::clamp<std::int64_t>(settings.getInt(key, fallback), 0, most);
+}
+
+TimeLimits timeLimits(const PropertiesMap& settings, sys_seconds reference) {
+  return {.reference = reference,
+          .earliest = reference - days(limit(settings, "MAX_DAYS_AGO", kDefaultDaysAgo, kMostDays)),
+          .latest =
+              reference + days(limit(settings, "MAX_DAYS_HENCE", kDefaultDaysHence, kMostDays))};
+}
+
+std::size_t lookaheadOf(const PropertiesMap& settings) {
+  const auto bytes = settings.getInt("MAX_TIMESTAMP_LOOKAHEAD", kDefaultLookahead);
+  if (bytes < 0) return TimestampParser::kMaxLookahead;
+  return static_cast<std::size_t>(
+      std::min<std::int64_t>(bytes, std::int64_t{TimestampParser::kMaxLookahead}));
+}
+
+TimestampSpan span(std::size_t start, std::size_t end) {
+  return {.start = static_cast<std::ptrdiff_t>(start), .end = static_cast<std::ptrdiff_t>(end)};
+}
+
+// True for a key that is a time's, or ends in one ("eventTime", "start_ts").
+bool isTimeKey(std::string_view key, const TimestampFormats::WordSet& timeKeys) {
+  if (timeKeys.contains(toAsciiLower(key))) return true;
+  for (std::size_t i = key.size(); i-- > 0;) {
+    if (!isAsciiLetter(key[i])) return timeKeys.contains(toAsciiLower(key.substr(i + 1)));
+    if (isAsciiUpper(key[i]) && timeKeys.contains(toAsciiLower(key.substr(i)))) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+TimestampParser::TimestampParser(const TimestampFormats& formats, const PropertiesMap& settings,
+                                 std::string name, sys_seconds reference)
+    : formats_(formats),
+      limits_(timeLimits(settings, reference)),
+      dates_(limits_),
+      lookahead_(lookaheadOf(settings)),
+      mostAgo_(limit(settings, "MAX_DIFF_SECS_AGO", kDefaultSecondsAgo, kMostSeconds)),
+      mostHence_(limit(settings, "MAX_DIFF_SECS_HENCE", kDefaultSecondsHence, kMostSeconds)),
+      timesSeen_(formats.forms().size() + 1) {
+  readPrefix(settings, name);
+  readFormat(settings, name);
+  readZone(settings, name);
+}
+
+void TimestampParser::readPrefix(const PropertiesMap& settings, std::string_view name) {
+  const auto prefix = settings.tryGet("TIME_PREFIX");
+  if (!prefix) return;
+  try {
+    prefix_.emplace(*prefix);
+  } catch (const RegexException& error) {
+    logWarn(kLog, R"(%s: TIME_PREFIX "%s" is ignored: %s.)", name, *prefix, error.what());
+  }
+}
+
+void TimestampParser::readFormat(const PropertiesMap& settings, std::string_view name) {
+  const auto format = settings.tryGet("TIME_FORMAT");
+  if (!format) return;
+  try {
+    format_.emplace(timeFormatExpression(*format), Regex::kCaseless);
+    for (const auto& [group, number] : format_->groupNumbers()) {
+      if (const auto field = stampFieldNamed(group)) formatGroups_.push_back({number, *field});
+    }
+    std::ranges::sort(formatGroups_, {}, &FieldGroup::group);
+  } catch (const std::runtime_error& error) {
+    logWarn(kLog, R"(%s: TIME_FORMAT "%s" is ignored: it %s.)", name, *format, error.what());
+  }
+}
+
+void TimestampParser::readZone(const PropertiesMap& settings, std::string_view name) {
+  const auto text = settings.tryGet("TZ");
+  if (!text) return;
+  if (const auto zone = formats_.zones().find(*text)) {
+    zone_ = *zone;
+  } else {
+    logWarn(kLog, R"(%s: TZ "%s" is ignored: it is no offset and no known name.)", name, *text);
+  }
+}
+
+std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
+  Search search{.line = line, .begin = 0, .end = 0};
+  if (prefix_) {
+    if (!prefix_->match(line, match_)) return std::nullopt;
+    search.begin = match_.end(0);
+  }
+  search.end = search.begin + std::min(lookahead_, line.size() - search.begin);
+  countedRefusal_ = false;
+  return format_ ? parseFormat(search) : findStamp(search);
+}
+
+std::optional<Timestamp> TimestampParser::parseFormat(const Search& search) {
+  const auto window = search.from(search.begin);
+  if (!format_->match(window, match_)) return std::nullopt;
+  const auto reading =
+      readFields(match_, window, formatGroups_, formats_.names(), formats_.zones());
+  if (!reading) return std::nullopt;
+  const auto instant = instantOf(reading->fields);
+  if (!instant) return std::nullopt;
+  return taken(Piece{.form = static_cast<FormIndex>(formats_.forms().size()),
+                     .start = search.begin + match_.start(0),
+                     .end = search.begin + reading->end,
+                     .fields = reading->fields,
+                     .instant = *instant});
+}
+
+std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
+  StampPlaces places(search.from(search.begin), formats_.names());
+  std::optional<Piece> insideWord;
+  partPlaces_.clear();
+  while (auto place = places.next()) {
+    const auto inWindow = place->offset;
+    place->offset += search.begin;
+    if (const auto piece = wholeAt(search, *place)) {
+      if (!isFree(search, *piece)) {
+        if (!insideWord) insideWord = piece;
+      } else if (auto stamp = taken(*piece)) {
+        return stamp;
+      }
+      places.skipTo(inWindow + (piece->end - piece->start));
+    } else if (!formats_.partForms(place->look).empty()) {
+      partPlaces_.push_back(*place);
+    }
+  }
+  if (auto stamp = findApart(search)) return stamp;
+  return insideWord ? taken(*insideWord) : std::nullopt;
+}
+
+// The longest whole stamp at a place.
+std::optional<TimestampParser::Piece> TimestampParser::wholeAt(const Search& search,
+                                                               const StampPlace& place) {
+  const auto forms = formats_.wholeForms(place.look);
+  std::optional<Piece> longest;
+  const auto tryForm = [&](FormIndex form) {
+    auto piece = matched(search, form, place.offset);
+    if (piece && (!longest || piece->end > longest->end)) longest = std::move(piece);
+  };
+  const bool lastFits = lastForm_ && std::ranges::find(forms, *lastForm_) != forms.end();
+  if (lastFits) tryForm(*lastForm_);
+  for (const FormIndex form : forms) {
+    if (!lastFits || form != *lastForm_) tryForm(form);
+  }
+  return longest;
+}
+
+std::optional<TimestampParser::Piece> TimestampParser::matched(const Search& search, FormIndex form,
+                                                               std::size_t offset) {
+  const StampForm& shape = formats_.forms()[form];
+  const auto subject = search.from(offset);
+  if (!shape.expression.match(subject, match_) || !mayStandAt(search, form, offset)) {
+    return std::nullopt;
+  }
+  auto reading = readFields(match_, subject, shape.groups, formats_.names(), formats_.zones());
+  if (!reading) return std::nullopt;
+  const std::size_t end = offset + reading->end;
+  if (end < search.line.size() && isAsciiDigit(search.line[end])) return std::nullopt;
+  const auto instant = instantOf(reading->fields);
+  if (!instant) return std::nullopt;
+  return Piece{.form = form,
+               .start = offset,
+               .end = end,
+               .fields = std::move(reading->fields),
+               .instant = *instant};
+}
+
+bool TimestampParser::mayStandAt(const Search& search, FormIndex form, std::size_t offset) const {
+  const StampForm& shape = formats_.forms()[form];
+  if (shape.onlyFirst && !isFirst(search.line, search.begin, offset)) return false;
+  if (shape.behindLetters.empty()) return true;
+  return offset > search.begin &&
+         shape.behindLetters.find(search.line[offset - 1]) != std::string::npos &&
+         beginsFreely(search.line, search.begin, offset - 1);
+}
+
+bool TimestampParser::isFree(const Search& search, const Piece& piece) const {
+  const StampForm& shape = formats_.forms()[piece.form];
+  if (shape.kind != StampKind::Whole && !endsFreely(search.line, piece.end)) return false;
+  if (isContinuedByWord(search.line, piece.end)) return false;
+  return !shape.behindLetters.empty() || beginsFreely(search.line, search.begin, piece.start);
+}
+
+// The longest date, time or Unix time at a place that stands by itself.
+std::optional<TimestampParser::Piece> TimestampParser::partAt(const Search& search,
+                                                              const StampPlace& place) {
+  std::optional<Piece> longest;
+  for (const FormIndex form : formats_.partForms(place.look)) {
+    auto piece = matched(search, form, place.offset);
+    if (!piece || (longest && piece->end <= longest->end)) continue;
+    if (isFree(search, *piece) && !isDecoy(search, *piece)) longest = std::move(piece);
+  }
+  return longest;
+}
+
+bool TimestampParser::isDecoy(const Search& search, const Piece& piece) const {
+  const StampKind kind = kindOf(piece);
+  if (kind == StampKind::Epoch) {
+    const auto key = keyBefore(search.line, search.begin, piece.start);
+    if (!key.empty()) return !isTimeKey(key, formats_.timeKeys());
+  }
+  const auto before = wordBefore(search.line, search.begin, piece.start);
+  const auto after = wordAfter(search.line, piece.end);
+  return formats_.decoyWords(kind, WordSide::Before).contains(before) ||
+         formats_.decoyWords(kind, WordSide::After).contains(after);
+}
+
+std::optional<Timestamp> TimestampParser::findApart(const Search& search) {
+  Parts parts;
+  std::size_t end = 0;
+  for (const StampPlace& place : partPlaces_) {
+    if (place.offset < end) continue;
+    auto piece = partAt(search, place);
+    if (!piece) continue;
+    end = piece->end;
+    const StampKind kind = kindOf(*piece);
+    if (kind == StampKind::Epoch) {
+      if (!parts.epoch) parts.epoch = std::move(piece);
+    } else {
+      auto& list = kind == StampKind::Date ? parts.dates : parts.times;
+      if (list.size() < kMostParts) list.push_back(*std::move(piece));
+    }
+  }
+
+  if (auto stamp = takenPair(search, parts)) return stamp;
+  if (parts.epoch) {
+    if (auto stamp = taken(*parts.epoch)) return stamp;
+  }
+  for (const auto* list : {&parts.dates, &parts.times}) {
+    for (const Piece& piece : *list) {
+      if (!standsAlone(piece)) continue;
+      if (auto stamp = taken(piece)) return stamp;
+    }
+  }
+  return std::nullopt;
+}
+
+// The first time of day that has a date, with the date closest to it.
+std::optional<Timestamp> TimestampParser::takenPair(const Search& search, const Parts& parts) {
+  const auto gap = [](const Piece& time, const Piece& date) {
+    return date.start < time.start ? time.start - date.end : date.start - time.end;
+  };
+  for (const Piece& time : parts.times) {
+    const Piece* closest = nullptr;
+    for (const Piece& date : parts.dates) {
+      if (!belongTogether(search, time, date)) continue;
+      if (closest == nullptr || gap(time, date) < gap(time, *closest)) closest = &date;
+    }
+    if (closest == nullptr) continue;
+    if (auto stamp = taken(time, closest)) return stamp;
+  }
+  return std::nullopt;
+}
+
+// Where one of them is vague, no word but the key of a field may stand between them.
+bool TimestampParser::belongTogether(const Search& search, const Piece& time,
+                                     const Piece& date) const {
+  if (standsAlone(time) && standsAlone(date)) return true;
+  const Piece& left = date.start < time.start ? date : time;
+  const Piece& right = date.start < time.start ? time : date;
+  const auto key = keyBefore(search.line, left.end, right.start);
+  const auto between = search.line.substr(left.end, right.start - left.end);
+  const auto beforeKey = between.substr(
+      0, key.empty() ? between.size()
+                     : static_cast<std::size_t>(key.data() - between.data()));
+  return std::ranges::none_of(beforeKey,
+                              [](char c) { return isAsciiLetter(c) || isAsciiDigit(c); });
+}
+
+std::optional<TimestampParser::Instant> TimestampParser::instantOf(
+    const StampFields& fields) const {
+  if (fields.epoch) {
+    if (!limits_.contain(*fields.epoch)) return std::nullopt;
+    return Instant{*fields.epoch, fields.nanoseconds, std::nullopt};
+  }
+  const auto timeOfDay = fields.timeOfDay();
+  if (!timeOfDay) return std::nullopt;
+  const TimeInZone time{.timeOfDay = *timeOfDay, .zone = fields.zone ? *fields.zone : zone_};
+  if (!fields.hasDate()) {
+    const auto today = time.zone.toLocal(previous_.value_or(limits_.reference));
+    const auto instant = time.on(std::chrono::floor<days>(today));
+    if (!limits_.contain(instant)) return std::nullopt;
+    return Instant{instant, fields.nanoseconds, std::nullopt};
+  }
+  const auto date = dates_.read(fields, time);
+  if (!date) return std::nullopt;
+  return Instant{time.on(date->day), fields.nanoseconds, date->evidence};
+}
+
+// The piece as the line's timestamp, with the date that belongs to it; remembers it. Nothing when
+// it is too far from the stamp before.
+std::optional<Timestamp> TimestampParser::taken(const Piece& piece, const Piece* date) {
+  Instant instant = piece.instant;
+  if (date != nullptr) {
+    StampFields fields = date->fields;
+    for (const auto field :
+         {StampField::Hour, StampField::Minute, StampField::Second, StampField::Half}) {
+      fields.set(field, piece.fields.get(field));
+    }
+    fields.nanoseconds = piece.fields.nanoseconds;
+    if (piece.fields.zone) fields.zone = piece.fields.zone;
+    const auto both = instantOf(fields);
+    if (!both) return std::nullopt;
+    instant = *both;
+  }
+  if (!isPlausible(piece.form, instant.time)) return std::nullopt;
+  countForm(piece.form);
+  lastForm_ = piece.form;
+  previous_ = instant.time;
+  if (instant.evidence) dates_.confirm(*instant.evidence);
+  return Timestamp{
+      .seconds = instant.time.time_since_epoch().count(),
+      .nanoseconds = instant.nanoseconds,
+      .main = span(piece.start, piece.end),
+      .second = date == nullptr ? TimestampSpan() : span(date->start, date->end),
+  };
+}
+
+// A form that is refused counts as seen, too: where the first line of a file was odd, the form of
+// the others is soon that of the majority.
+bool TimestampParser::isPlausible(FormIndex form, sys_seconds time) {
+  if (!previous_) return true;
+  const seconds since = time - *previous_;
+  if (-mostAgo_ <= since && since <= mostHence_) return true;
+  if (timesSeen_[form] > 0 && timesSeen_[form] == mostSeen_) return true;
+  if (!std::exchange(countedRefusal_, true)) countForm(form);
+  return false;
+}
+
+void TimestampParser::countForm(FormIndex form) {
+  mostSeen_ = std::max(mostSeen_, ++timesSeen_[form]);
+}
+
+}  // namespace sourcetype
