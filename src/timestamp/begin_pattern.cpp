@@ -1,44 +1,53 @@
 #include "timestamp/begin_pattern.h"
 
-#include "util/text.h"
+#include <array>
+#include <utility>
 
 namespace sourcetype {
 namespace {
 
-constexpr std::size_t kBytes = 256;
+using enum ByteBehind;
 
-bool isMeant(char meaning, std::size_t byte) {
-  const char c = static_cast<char>(byte);
-  switch (meaning) {
+// What a byte of a pattern stands for.
+std::vector<ByteBehind> meant(char symbol) {
+  switch (symbol) {
     case 's':
-      return isBlank(c);
+      return {Blank};
     case 'a':
-      return isAsciiLetter(c);
+      return {UpperT, LowerT, Letter};
     case 'u':
-      return byte >= 0x80;
+      return {NonAscii};
+    case '9':
+      return {Digit};
     case '*':
-      return !isAsciiDigit(c);
+      return {Other, Dash,  Slash,  Dot,    Colon,  Underscore, Comma,
+              Bar,   Blank, UpperT, LowerT, Letter, NonAscii,   Semicolon};
     default:
-      return c == meaning;
+      const auto kind = byteBehind(std::string_view(&symbol, 1), 0);
+      if (kind == Other || kind == Letter || kind == Blank || kind == NonAscii) return {};
+      return {kind};
   }
 }
 
+constexpr std::array kAny{Other,  Dash, Slash,     Dot,   Colon,  Underscore, Comma,   Semicolon,
+                          Bar,    Blank, UpperT, LowerT, Letter, NonAscii,   Digit};
+
 }  // namespace
 
-std::optional<std::vector<PlaceLook>> looksOf(std::string_view word) {
-  using Beginning = CalendarNames::Beginning;
-  const auto both = PlaceLook::ofWord(Beginning{.month = true, .weekday = true});
-  if (word == "month") return {{PlaceLook::ofWord({.month = true, .weekday = false}), both}};
-  if (word == "weekday") return {{PlaceLook::ofWord({.month = false, .weekday = true}), both}};
+std::vector<PlaceLook> looksOf(std::string_view word) {
+  const auto both = PlaceLook::ofWord({.month = 1, .weekday = true});
+  if (word == "month") return {PlaceLook::ofWord({.month = 1, .weekday = false}), both};
+  if (word == "weekday") return {PlaceLook::ofWord({.month = 0, .weekday = true}), both};
 
   const auto digits = word.find_first_not_of('9');
-  if (digits == 0 || digits > PlaceLook::kMostDigits || word.size() != digits + 1) {
-    return std::nullopt;
-  }
+  if (digits == 0 || digits > PlaceLook::kMostDigits || word.size() > digits + 2) return {};
+  const auto further = word.size() == digits + 2 ? meant(word.back())
+                                                 : std::vector(kAny.begin(), kAny.end());
   std::vector<PlaceLook> looks;
-  for (std::size_t byte = 0; byte < kBytes; ++byte) {
-    if (!isMeant(word.back(), byte)) continue;
-    looks.push_back(PlaceLook::ofNumber(digits, static_cast<unsigned char>(byte)));
+  for (const auto nextByte : meant(word[digits])) {
+    for (const auto furtherByte : further) {
+      looks.push_back(PlaceLook::ofNumber(digits, nextByte, furtherByte));
+    }
   }
   return looks;
 }

@@ -66,27 +66,28 @@ struct Reading {
 
 }  // namespace
 
-std::optional<local_days> DateReader::dated(int year, int month, int day,
-                                            const TimeInZone& time) const {
+std::optional<sys_seconds> DateReader::dated(int year, int month, int day,
+                                             const TimeInZone& time) const {
   if (year == kNoYear) return withoutYear(month, day, time);
   const auto date = calendarDay(year, month, day);
-  if (!date || !limits_.contain(time.on(*date))) return std::nullopt;
-  return date;
+  return date ? withinLimits(time.on(*date)) : std::nullopt;
 }
 
-std::optional<local_days> DateReader::withoutYear(int month, int day,
+std::optional<sys_seconds> DateReader::withinLimits(sys_seconds time) const {
+  return limits_.contain(time) ? std::optional(time) : std::nullopt;
+}
+
+std::optional<sys_seconds> DateReader::withoutYear(int month, int day,
                                                   const TimeInZone& time) const {
   const int referenceYear = yearOf(limits_.reference);
-  std::optional<local_days> closest;
-  std::chrono::seconds distance{0};
+  std::optional<sys_seconds> closest;
   const auto consider = [&](int year) {
     const auto date = calendarDay(year, month, day);
     if (!date) return;
     const auto instant = time.on(*date);
-    const auto apart = std::chrono::abs(instant - limits_.reference);
-    if (!limits_.contain(instant) || (closest && distance <= apart)) return;
-    closest = date;
-    distance = apart;
+    const auto distance = [&](sys_seconds to) { return std::chrono::abs(to - limits_.reference); };
+    if (!limits_.contain(instant)) return;
+    if (!closest || distance(instant) < distance(*closest)) closest = instant;
   };
   for (int apart = 0; apart <= kMostYearsApart && (apart < 2 || !closest); ++apart) {
     consider(referenceYear - apart);
@@ -116,7 +117,7 @@ std::optional<DateReader::Date> DateReader::inSomeOrder(const StampFields& field
 
   const auto& evidence = evidence_[separatorIndex(fields.separator)];
   const int referenceYear = yearOf(limits_.reference);
-  std::optional<local_days> best;
+  std::optional<sys_seconds> best;
   const Reading* bestReading = nullptr;
   int possible = 0;
   for (const Reading& reading : usable) {
@@ -134,7 +135,7 @@ std::optional<DateReader::Date> DateReader::inSomeOrder(const StampFields& field
     bestReading = &reading;
   }
   if (!best) return std::nullopt;
-  Date result{.day = *best, .evidence = std::nullopt};
+  Date result{.time = *best, .evidence = std::nullopt};
   if (possible == 1) {
     result.evidence = {.separator = fields.separator, .order = bestReading->order};
   }
@@ -147,16 +148,18 @@ std::optional<DateReader::Date> DateReader::read(const StampFields& fields,
   int year = fields.get(StampField::Year);
   if (fields.has(StampField::ShortYear)) year = fullYear(fields.get(StampField::ShortYear));
   std::optional<local_days> day;
+  std::optional<sys_seconds> result;
   if (fields.has(StampField::YearDay)) {
     day = dayOfYear(year == kNoYear ? yearOf(limits_.reference) : year,
                     fields.get(StampField::YearDay));
   } else if (fields.has(StampField::IsoWeek)) {
     day = dayOfWeek(year, fields.get(StampField::IsoWeek), fields.get(StampField::IsoDay));
   } else {
-    day = dated(year, fields.get(StampField::Month), fields.get(StampField::Day), time);
+    result = dated(year, fields.get(StampField::Month), fields.get(StampField::Day), time);
   }
-  if (!day || !limits_.contain(time.on(*day))) return std::nullopt;
-  return Date{.day = *day, .evidence = std::nullopt};
+  if (day) result = withinLimits(time.on(*day));
+  if (!result) return std::nullopt;
+  return Date{.time = *result, .evidence = std::nullopt};
 }
 
 void DateReader::confirm(const OrderEvidence& evidence) {

@@ -42,11 +42,11 @@ class DateReader {
   explicit DateReader(const TimeLimits& limits) : limits_(limits) {}
 
   struct Date {
-    std::chrono::local_days day;
+    std::chrono::sys_seconds time;
     std::optional<OrderEvidence> evidence;  // when only one order was possible
   };
 
-  // The date within the limits, nothing when there is none. Without a year it is the one closest to
+  // The time within the limits, nothing when there is none. Without a year it is the one closest to
   // the reference. Of several possible orders it is the one with most evidence; without any, the
   // one whose year is closest to the reference, and then: month first before "/" and where a year
   // is missing, day first otherwise, a short year in front last.
@@ -56,10 +56,11 @@ class DateReader {
   void confirm(const OrderEvidence& evidence);
 
  private:
-  std::optional<std::chrono::local_days> dated(int year, int month, int day,
+  std::optional<std::chrono::sys_seconds> dated(int year, int month, int day,
                                                const TimeInZone& time) const;
-  std::optional<std::chrono::local_days> withoutYear(int month, int day,
+  std::optional<std::chrono::sys_seconds> withoutYear(int month, int day,
                                                      const TimeInZone& time) const;
+  std::optional<std::chrono::sys_seconds> withinLimits(std::chrono::sys_seconds time) const;
   std::optional<Date> inSomeOrder(const StampFields& fields, const TimeInZone& time) const;
 
   TimeLimits limits_;

@@ -1,7 +1,7 @@
 #include "timestamp/stamp_fields.h"
 
 #include <algorithm>
-#include <charconv>
+#include <limits>
 
 #include "timestamp/calendar_names.h"
 #include "util/text.h"
@@ -24,13 +24,20 @@ constexpr std::array<std::string_view, kStampFields> kFieldNames{
 
 constexpr std::size_t kNanosecondDigits = 9;
 
+// The most that a field can hold as a number.
+constexpr int kMostNumber = 9'999;
+
+// Digits, which blanks may pad. Nothing for any other text and for more than `most`.
 template <class Number>
-std::optional<Number> parse(std::string_view digits) {
-  while (digits.starts_with(' ')) digits.remove_prefix(1);  // "%e" pads with blanks
+std::optional<Number> parse(std::string_view digits, Number most) {
+  while (digits.starts_with(' ')) digits.remove_prefix(1);
+  if (digits.empty()) return std::nullopt;
   Number value = 0;
-  const char* const end = digits.data() + digits.size();
-  const auto [parsedUpTo, error] = std::from_chars(digits.data(), end, value);
-  if (error != std::errc() || parsedUpTo != end) return std::nullopt;
+  for (const char digit : digits) {
+    const auto next = static_cast<Number>(digit - '0');
+    if (!isAsciiDigit(digit) || value > (most - next) / 10) return std::nullopt;
+    value = value * 10 + next;
+  }
   return value;
 }
 
@@ -45,8 +52,8 @@ std::int32_t nanosecondsOf(std::string_view digits) {
 
 // A count of units of which `perSecond` are a second.
 bool readEpoch(std::string_view digits, std::int64_t perSecond, StampFields& fields) {
-  const auto count = parse<std::int64_t>(digits);
-  if (!count || *count < 0) return false;
+  const auto count = parse(digits, std::numeric_limits<std::int64_t>::max());
+  if (!count) return false;
   fields.epoch = sys_seconds(seconds(*count / perSecond));
   if (perSecond > 1) {
     fields.nanoseconds = static_cast<std::int32_t>(*count % perSecond * (1'000'000'000 / perSecond));
@@ -55,8 +62,8 @@ bool readEpoch(std::string_view digits, std::int64_t perSecond, StampFields& fie
 }
 
 bool readNumber(std::string_view digits, StampField field, StampFields& fields) {
-  const auto value = parse<int>(digits);
-  if (!value || *value < 0) return false;
+  const auto value = parse(digits, kMostNumber);
+  if (!value) return false;
   fields.set(field, *value);
   return true;
 }
@@ -66,12 +73,12 @@ bool readField(std::string_view text, StampField field, const CalendarNames& nam
                StampFields& fields) {
   switch (field) {
     case StampField::MonthName: {
-      const auto month = names.month(text);
-      if (month) fields.set(StampField::Month, *month);
-      return month.has_value();
+      const int month = names.meaningOf(text).month;
+      if (month != 0) fields.set(StampField::Month, month);
+      return month != 0;
     }
     case StampField::Weekday:
-      return names.isWeekday(text);
+      return names.meaningOf(text).weekday;
     case StampField::Half:
       fields.set(field, toAsciiLower(text.front()) == 'p' ? 1 : 0);
       return true;
@@ -79,8 +86,8 @@ bool readField(std::string_view text, StampField field, const CalendarNames& nam
       fields.nanoseconds = nanosecondsOf(text);
       return true;
     case StampField::Millis: {
-      const auto value = parse<int>(text);
-      if (!value || *value > 999) return false;
+      const auto value = parse(text, 999);
+      if (!value) return false;
       fields.nanoseconds = *value * 1'000'000;
       return true;
     }
@@ -102,7 +109,7 @@ bool readField(std::string_view text, StampField field, const CalendarNames& nam
 std::optional<StampField> stampFieldNamed(std::string_view group) {
   const auto mark = group.find('_');
   const auto name = group.substr(0, mark);
-  if (mark != std::string_view::npos && !parse<unsigned>(group.substr(mark + 1))) {
+  if (mark != std::string_view::npos && !parse(group.substr(mark + 1), kMostNumber)) {
     return std::nullopt;
   }
   const auto found = std::ranges::find(kFieldNames, name);

@@ -60,7 +60,10 @@ class StampFields {
   bool has(StampField field) const { return get(field) != kAbsent; }
   // -1 when absent.
   int get(StampField field) const { return numbers_[static_cast<std::size_t>(field)]; }
-  void set(StampField field, int number) { numbers_[static_cast<std::size_t>(field)] = number; }
+  // A number below 10,000.
+  void set(StampField field, int number) {
+    numbers_[static_cast<std::size_t>(field)] = static_cast<std::int16_t>(number);
+  }
 
   bool hasDate() const;
   bool hasTime() const { return has(StampField::Hour) || epoch.has_value(); }
@@ -74,7 +77,7 @@ class StampFields {
 
  private:
   static constexpr int kAbsent = -1;
-  std::array<int, kStampFields> numbers_;
+  std::array<std::int16_t, kStampFields> numbers_;
 };
 
 struct StampReading {

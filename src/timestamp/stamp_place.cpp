@@ -1,47 +1,72 @@
 #include "timestamp/stamp_place.h"
 
-#include <array>
-
-#include "util/text.h"
-
 namespace sourcetype {
 namespace {
 
-enum class ByteKind : std::uint8_t { Other, Digit, Letter };
+constexpr ByteBehind kindOfByte(unsigned char byte) {
+  const char c = static_cast<char>(byte);
+  constexpr std::string_view kPunctuation = "-/.:_,;|";
+  if (const auto at = kPunctuation.find(c); at != std::string_view::npos) {
+    return static_cast<ByteBehind>(static_cast<std::size_t>(ByteBehind::Dash) + at);
+  }
+  if (isBlank(c)) return ByteBehind::Blank;
+  if (c == 'T') return ByteBehind::UpperT;
+  if (c == 't') return ByteBehind::LowerT;
+  if (isAsciiLetter(c)) return ByteBehind::Letter;
+  if (isAsciiDigit(c)) return ByteBehind::Digit;
+  return byte >= 0x80 ? ByteBehind::NonAscii : ByteBehind::Other;
+}
 
-// Bytes outside ASCII are letters of names.
-constexpr auto kByteKinds = [] {
-  std::array<ByteKind, 256> kinds{};
+constexpr auto kKinds = [] {
+  std::array<ByteBehind, 256> kinds{};
   for (std::size_t i = 0; i < kinds.size(); ++i) {
-    const char c = static_cast<char>(i);
-    if (isAsciiDigit(c)) kinds[i] = ByteKind::Digit;
-    if (isAsciiLetter(c) || i >= 0x80) kinds[i] = ByteKind::Letter;
+    kinds[i] = kindOfByte(static_cast<unsigned char>(i));
   }
   return kinds;
 }();
 
-ByteKind kindOf(char c) {
-  return kByteKinds[static_cast<unsigned char>(c)];
+ByteBehind kindOf(char c) {
+  return kKinds[static_cast<unsigned char>(c)];
 }
 
+// Bytes outside ASCII are letters of names.
+bool isNameByte(char c) {
+  const auto kind = kindOf(c);
+  return kind >= ByteBehind::UpperT && kind <= ByteBehind::NonAscii;
+}
+
+// A number of as many digits may be a year, and begins a stamp whatever stands before it.
+constexpr std::size_t kDigitsOfYear = 4;
+
 }  // namespace
+
+ByteBehind byteBehind(std::string_view text, std::size_t offset) {
+  return offset < text.size() ? kindOf(text[offset]) : ByteBehind::Other;
+}
+
+bool StampPlaces::continuesNumber(std::size_t start) const {
+  if (start < 2 || kindOf(text_[start - 2]) != ByteBehind::Digit) return false;
+  const auto before = kindOf(text_[start - 1]);
+  return before >= ByteBehind::Dash && before <= ByteBehind::Colon;
+}
 
 std::optional<StampPlace> StampPlaces::next() {
   const std::size_t size = text_.size();
   while (offset_ < size) {
     const std::size_t start = offset_++;
-    const ByteKind kind = kindOf(text_[start]);
-    if (kind == ByteKind::Other) continue;
-    while (offset_ < size && kindOf(text_[offset_]) == kind) ++offset_;
-    const std::size_t length = offset_ - start;
-    if (kind == ByteKind::Digit) {
-      if (length > PlaceLook::kMostDigits) continue;
-      const char after = offset_ < size ? text_[offset_] : '\0';
-      return StampPlace{start, PlaceLook::ofNumber(length, static_cast<unsigned char>(after))};
+    if (kindOf(text_[start]) == ByteBehind::Digit) {
+      while (offset_ < size && kindOf(text_[offset_]) == ByteBehind::Digit) ++offset_;
+      const std::size_t digits = offset_ - start;
+      if (digits > PlaceLook::kMostDigits) continue;
+      const auto next = byteBehind(text_, offset_);
+      const auto further = byteBehind(text_, offset_ + 1);
+      return StampPlace{start, PlaceLook::ofNumber(digits, next, further),
+                        digits < kDigitsOfYear && continuesNumber(start)};
     }
-    if (length < CalendarNames::kLeastLength) continue;
-    const auto beginning = names_.beginningOf(text_.data() + start);
-    if (beginning.month || beginning.weekday) return StampPlace{start, PlaceLook::ofWord(beginning)};
+    if (!isNameByte(text_[start])) continue;
+    while (offset_ < size && isNameByte(text_[offset_])) ++offset_;
+    const auto meaning = names_.meaningOf(text_.substr(start, offset_ - start));
+    if (meaning.month || meaning.weekday) return StampPlace{start, PlaceLook::ofWord(meaning)};
   }
   return std::nullopt;
 }

@@ -1,28 +1,40 @@
-// Places in a line where a timestamp may begin: at a number, or at a word that begins like the name
-// of a month or weekday. What a place looks like decides which forms are tried there.
+// Places in a line where a timestamp may begin: at a number, or at the name of a month or weekday.
+// What a place looks like decides which forms are tried there.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 
 #include "timestamp/calendar_names.h"
+#include "util/text.h"
 
 namespace sourcetype {
+
+// The byte behind a number; what no form asks for is Other, as the line's end is.
+enum class ByteBehind : std::uint8_t {
+  Other, Dash, Slash, Dot, Colon, Underscore, Comma, Semicolon, Bar, Blank, UpperT, LowerT, Letter,
+  NonAscii, Digit,
+};
+constexpr std::size_t kBytesBehind = 15;
+
+ByteBehind byteBehind(std::string_view text, std::size_t offset);
 
 // What a place looks like, as a small number for tables.
 class PlaceLook {
  public:
   static constexpr std::size_t kMostDigits = 19;  // of a number that stamps begin with
-  static constexpr std::size_t kCount = 4 + kMostDigits * 256;
+  static constexpr std::size_t kCount = 4 + kMostDigits * kBytesBehind * kBytesBehind;
 
-  static PlaceLook ofWord(CalendarNames::Beginning beginning) {
-    return PlaceLook((beginning.month ? 1U : 0U) + (beginning.weekday ? 2U : 0U));
+  static PlaceLook ofWord(CalendarNames::Meaning meaning) {
+    return PlaceLook((meaning.month ? 1U : 0U) + (meaning.weekday ? 2U : 0U));
   }
-  // Needs 1 to kMostDigits digits. `next` is the byte behind them, NUL at the line's end.
-  static PlaceLook ofNumber(std::size_t digits, unsigned char next) {
-    return PlaceLook(4 + (digits - 1) * 256 + next);
+  // A number of 1 to kMostDigits digits and the two bytes behind it.
+  static PlaceLook ofNumber(std::size_t digits, ByteBehind next, ByteBehind further) {
+    return PlaceLook(4 + ((digits - 1) * kBytesBehind + static_cast<std::size_t>(next)) *
+                             kBytesBehind + static_cast<std::size_t>(further));
   }
 
   std::size_t index() const { return index_; }
@@ -35,6 +47,7 @@ class PlaceLook {
 struct StampPlace {
   std::size_t offset;
   PlaceLook look;
+  bool continuesNumber = false;  // a number of few digits behind a digit and ".", ":", "-" or "/"
 };
 
 // The places of a text, from left to right.
@@ -48,6 +61,8 @@ class StampPlaces {
   void skipTo(std::size_t offset) { offset_ = offset > offset_ ? offset : offset_; }
 
  private:
+  bool continuesNumber(std::size_t start) const;
+
   std::string_view text_;
   const CalendarNames& names_;
   std::size_t offset_ = 0;

@@ -8,14 +8,15 @@
 namespace sourcetype {
 namespace {
 
-using std::chrono::hours;
 using std::chrono::local_seconds;
-using std::chrono::minutes;
-using std::chrono::seconds;
 using std::chrono::sys_seconds;
 
 // No clock on Earth is further from UTC, and none ever was by more than this.
-constexpr seconds kMostOffset = hours(18);
+// Units that fit.
+using hours = std::chrono::duration<std::int32_t, std::ratio<3600>>;
+using minutes = std::chrono::duration<std::int32_t, std::ratio<60>>;
+
+constexpr ZoneSeconds kMostOffset = hours(18);
 
 struct NamedOffset {
   std::string_view name;
@@ -37,7 +38,7 @@ std::optional<int> number(std::string_view digits) {
   return value;
 }
 
-std::optional<seconds> parseTime(std::string_view text) {  // "hh:mm"
+std::optional<ZoneSeconds> parseTime(std::string_view text) {  // "hh:mm"
   if (text.size() != 5 || text[2] != ':') return std::nullopt;
   const auto hour = number(text.substr(0, 2));
   const auto minute = number(text.substr(3));
@@ -54,7 +55,7 @@ local_seconds ClockChange::in(std::chrono::year year) const {
 }
 
 // `standard` is local time without the summer's shift; by that clock summer ends earlier.
-bool TimeZone::isSummer(local_seconds standard, seconds endIsEarlierBy) const {
+bool TimeZone::isSummer(local_seconds standard, ZoneSeconds endIsEarlierBy) const {
   const std::chrono::year_month_day date(std::chrono::floor<std::chrono::days>(standard));
   const auto begin = summer_->begin.in(date.year());
   const auto end = summer_->end.in(date.year()) - endIsEarlierBy;
@@ -62,7 +63,7 @@ bool TimeZone::isSummer(local_seconds standard, seconds endIsEarlierBy) const {
 }
 
 sys_seconds TimeZone::toUtc(local_seconds local) const {
-  const seconds offset = summer_ && isSummer(local, seconds(0)) ? summer_->offset : offset_;
+  const ZoneSeconds offset = summer_ && isSummer(local, ZoneSeconds(0)) ? summer_->offset : offset_;
   return sys_seconds(local.time_since_epoch() - offset);
 }
 
@@ -72,11 +73,11 @@ local_seconds TimeZone::toLocal(sys_seconds utc) const {
   return local_seconds(utc.time_since_epoch() + summer_->offset);
 }
 
-std::optional<seconds> parseOffset(std::string_view text) {
+std::optional<ZoneSeconds> parseOffset(std::string_view text) {
   if (text.size() < 2 || (text.front() != '+' && text.front() != '-')) return std::nullopt;
   const bool west = text.front() == '-';
   text.remove_prefix(1);
-  seconds offset(0);
+  ZoneSeconds offset(0);
   if (const auto colon = text.find(':'); colon != std::string_view::npos || text.size() == 4) {
     const auto hourDigits = text.substr(0, colon == std::string_view::npos ? 2 : colon);
     const auto minuteDigits = text.substr(text.size() - 2);
@@ -89,7 +90,7 @@ std::optional<seconds> parseOffset(std::string_view text) {
   } else if (text.size() <= 3) {
     const auto count = number(text);
     if (!count) return std::nullopt;
-    offset = text.size() == 3 ? seconds(minutes(*count)) : seconds(hours(*count));
+    offset = text.size() == 3 ? ZoneSeconds(minutes(*count)) : ZoneSeconds(hours(*count));
   } else {
     return std::nullopt;
   }
@@ -115,7 +116,7 @@ std::optional<ClockChange> parseClockChange(std::string_view text) {
     return std::nullopt;
   }
   return ClockChange{.month = std::chrono::month(static_cast<unsigned>(*month)),
-                     .week = static_cast<unsigned>(*weekNumber),
+                     .week = static_cast<std::uint8_t>(*weekNumber),
                      .weekday = std::chrono::weekday(static_cast<unsigned>(*weekday)),
                      .time = *time};
 }

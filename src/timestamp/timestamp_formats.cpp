@@ -280,8 +280,10 @@ class FormatsReader {
     std::vector<PlaceLook> looks;
     for (const auto& word : begins) {
       const auto meant = looksOf(word);
-      if (!meant) throw FaultyEntry("begins with " + inQuotes(word) + ", which means nothing");
-      looks.insert(looks.end(), meant->begin(), meant->end());
+      if (meant.empty()) {
+        throw FaultyEntry("begins with " + inQuotes(word) + ", which means nothing");
+      }
+      looks.insert(looks.end(), meant.begin(), meant.end());
     }
     const auto place = attribute(node, "place").value_or("");
     const auto alone = attribute(node, "alone").value_or("");

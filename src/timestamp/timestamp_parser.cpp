@@ -152,13 +152,14 @@ std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
   while (auto place = places.next()) {
     const auto inWindow = place->offset;
     place->offset += search.begin;
-    if (const auto piece = wholeAt(search, *place)) {
+    if (place->continuesNumber) continue;
+    if (auto piece = wholeAt(search, *place)) {
+      places.skipTo(inWindow + (piece->end - piece->start));
       if (!isFree(search, *piece)) {
-        if (!insideWord) insideWord = piece;
+        if (!insideWord) insideWord = std::move(piece);
       } else if (auto stamp = taken(*piece)) {
         return stamp;
       }
-      places.skipTo(inWindow + (piece->end - piece->start));
     } else if (!formats_.partForms(place->look).empty()) {
       partPlaces_.push_back(*place);
     }
@@ -224,6 +225,7 @@ bool TimestampParser::isFree(const Search& search, const Piece& piece) const {
 std::optional<TimestampParser::Piece> TimestampParser::partAt(const Search& search,
                                                               const StampPlace& place) {
   std::optional<Piece> longest;
+  if (!beginsFreely(search.line, search.begin, place.offset)) return longest;
   for (const FormIndex form : formats_.partForms(place.look)) {
     auto piece = matched(search, form, place.offset);
     if (!piece || (longest && piece->end <= longest->end)) continue;
@@ -323,7 +325,7 @@ std::optional<TimestampParser::Instant> TimestampParser::instantOf(
   }
   const auto date = dates_.read(fields, time);
   if (!date) return std::nullopt;
-  return Instant{time.on(date->day), fields.nanoseconds, date->evidence};
+  return Instant{date->time, fields.nanoseconds, date->evidence};
 }
 
 // The piece as the line's timestamp, with the date that belongs to it; remembers it. Nothing when

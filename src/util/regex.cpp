@@ -162,6 +162,16 @@ int runOnce(const pcre2_code& code, std::string_view subject, Window window, std
   return answer == PCRE2_ERROR_JIT_STACKLIMIT ? run(PCRE2_NO_JIT) : answer;
 }
 
+// Tries a match at offset 0 alone, by machine code, which needs no limits for that: its stack is
+// bounded and what it does not count is bounded by the subject.
+int executeMachineCodeAtStart(const pcre2_code& code, std::string_view subject) {
+  Workspace& space = workspace();
+  pcre2_set_match_limit(space.context.get(), static_cast<std::uint32_t>(stepBudget(subject.size())));
+  pcre2_set_offset_limit(space.context.get(), 0);
+  return pcre2_jit_match(&code, bytes(subject), subject.size(), 0, 0, space.data.get(),
+                         space.context.get());
+}
+
 // Tries a match at offset 0 alone.
 int executeAtStart(const pcre2_code& code, std::string_view subject, std::uint32_t options = 0) {
   return runOnce(code, subject, {.first = 0, .last = 0}, options, stepBudget(subject.size()));
@@ -250,6 +260,11 @@ struct Regex::Program {
   // The library's answer for the first match.
   int search(std::string_view subject, std::uint32_t runOptions) const {
     const auto searched = subject.substr(0, kMaxSearchedBytes);
+    if (anchored && hasMachineCode && runOptions == 0) {
+      // The interpreter's frames have more room.
+      const int answer = executeMachineCodeAtStart(*main, searched);
+      if (answer != PCRE2_ERROR_JIT_STACKLIMIT) return answer;
+    }
     return anchored ? executeAtStart(*main, searched, runOptions)
                     : executeSearch(*main, searched, runOptions);
   }
@@ -278,6 +293,9 @@ struct Regex::Program {
     } else {
       anchored = (allOptions & PCRE2_ANCHORED) != 0;
     }
+    std::size_t machineCodeSize = 0;
+    pcre2_pattern_info(main.get(), PCRE2_INFO_JITSIZE, &machineCodeSize);
+    hasMachineCode = machineCodeSize > 0;
     readNames();
   }
 
@@ -302,6 +320,7 @@ struct Regex::Program {
   CodePtr main;
   std::size_t groups = 0;  // group 0 included
   bool anchored = false;
+  bool hasMachineCode = false;
   std::map<std::string, std::size_t, std::less<>> names;
   mutable std::once_flag wholeMade;
   mutable CodePtr wholeCode;
