@@ -35,9 +35,7 @@ constexpr std::array kAny{Other,  Dash, Slash,     Dot,   Colon,  Underscore, Co
 }  // namespace
 
 std::vector<PlaceLook> looksOf(std::string_view word) {
-  const auto both = PlaceLook::ofWord({.month = 1, .weekday = true});
-  if (word == "month") return {PlaceLook::ofWord({.month = 1, .weekday = false}), both};
-  if (word == "weekday") return {PlaceLook::ofWord({.month = 0, .weekday = true}), both};
+  if (word == "month") return {PlaceLook::ofMonth()};
 
   const auto digits = word.find_first_not_of('9');
   if (digits == 0 || digits > PlaceLook::kMostDigits || word.size() > digits + 2) return {};

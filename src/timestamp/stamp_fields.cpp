@@ -133,28 +133,26 @@ std::optional<seconds> StampFields::timeOfDay() const {
   return hours(hour) + minutes(minute) + seconds(second);
 }
 
-std::optional<StampReading> readFields(const MatchResult& match, std::string_view subject,
-                                       const std::vector<FieldGroup>& groups,
-                                       const CalendarNames& names, const TimeZones& zones) {
-  std::optional<StampReading> reading(std::in_place);
-  reading->end = match.end(0);
+std::optional<std::size_t> readFields(const MatchResult& match, std::string_view subject,
+                                      const std::vector<FieldGroup>& groups,
+                                      const CalendarNames& names, const TimeZones& zones,
+                                      StampFields& fields) {
+  fields = StampFields();
   for (const auto& [group, field] : groups) {
-    if (!match.has(group)) continue;
     const auto text = match.text(group, subject);
     if (text.empty()) continue;
     if (field == StampField::Zone) {
-      reading->fields.zone = zones.find(text);
-      if (reading->fields.zone) continue;
+      fields.zone = zones.find(text);
+      if (fields.zone) continue;
       const auto before = match.start(group);
-      reading->end = before > 0 && subject[before - 1] == ' ' ? before - 1 : before;
-      break;
+      return before > 0 && subject[before - 1] == ' ' ? before - 1 : before;
     }
-    if (!readField(text, field, names, reading->fields)) return std::nullopt;
+    if (!readField(text, field, names, fields)) return std::nullopt;
     if (field == StampField::First && match.end(group) < subject.size()) {
-      reading->fields.separator = subject[match.end(group)];
+      fields.separator = subject[match.end(group)];
     }
   }
-  return reading;
+  return match.end(0);
 }
 
 }  // namespace sourcetype

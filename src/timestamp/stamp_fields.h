@@ -80,15 +80,12 @@ class StampFields {
   std::array<std::int16_t, kStampFields> numbers_;
 };
 
-struct StampReading {
-  StampFields fields;
-  std::size_t end = 0;  // of the stamp, where the match began at 0
-};
-
-// Reads the groups of `match`, which are listed from left to right. Nothing when a name is none of
-// the calendar's or a number too long. At an unknown zone's name the stamp ends.
-std::optional<StampReading> readFields(const MatchResult& match, std::string_view subject,
-                                       const std::vector<FieldGroup>& groups,
-                                       const CalendarNames& names, const TimeZones& zones);
+// Reads the groups of `match`, which are listed from left to right, and gives the end of the stamp
+// in `subject`. Nothing when a name is none of the calendar's or a number too long. At an unknown
+// zone's name the stamp ends.
+std::optional<std::size_t> readFields(const MatchResult& match, std::string_view subject,
+                                      const std::vector<FieldGroup>& groups,
+                                      const CalendarNames& names, const TimeZones& zones,
+                                      StampFields& fields);
 
 }  // namespace sourcetype

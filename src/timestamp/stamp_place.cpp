@@ -38,6 +38,17 @@ bool isNameByte(char c) {
 // A number of as many digits may be a year, and begins a stamp whatever stands before it.
 constexpr std::size_t kDigitsOfYear = 4;
 
+// Behind the ".", "," and up to two blanks that may follow a weekday; the end of the text when
+// there is no blank, so that nothing is found there.
+std::size_t endOfWeekdayMarks(std::string_view text, std::size_t offset) {
+  for (const char mark : {'.', ','}) {
+    if (offset < text.size() && text[offset] == mark) ++offset;
+  }
+  const std::size_t blanks = offset;
+  while (offset < text.size() && offset < blanks + 2 && isBlank(text[offset])) ++offset;
+  return offset == blanks ? text.size() : offset;
+}
+
 }  // namespace
 
 ByteBehind byteBehind(std::string_view text, std::size_t offset) {
@@ -60,13 +71,22 @@ std::optional<StampPlace> StampPlaces::next() {
       if (digits > PlaceLook::kMostDigits) continue;
       const auto next = byteBehind(text_, offset_);
       const auto further = byteBehind(text_, offset_ + 1);
-      return StampPlace{start, PlaceLook::ofNumber(digits, next, further),
-                        digits < kDigitsOfYear && continuesNumber(start)};
+      return StampPlace{.start = startOf(start),
+                        .offset = start,
+                        .look = PlaceLook::ofNumber(digits, next, further),
+                        .continuesNumber = digits < kDigitsOfYear && continuesNumber(start)};
     }
     if (!isNameByte(text_[start])) continue;
     while (offset_ < size && isNameByte(text_[offset_])) ++offset_;
     const auto meaning = names_.meaningOf(text_.substr(start, offset_ - start));
-    if (meaning.month || meaning.weekday) return StampPlace{start, PlaceLook::ofWord(meaning)};
+    const std::size_t stampStart = startOf(start);
+    if (meaning.weekday) {
+      weekday_ = start;
+      behindWeekday_ = endOfWeekdayMarks(text_, offset_);
+    }
+    if (meaning.month != 0) {
+      return StampPlace{.start = stampStart, .offset = start, .look = PlaceLook::ofMonth()};
+    }
   }
   return std::nullopt;
 }

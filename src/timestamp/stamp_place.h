@@ -1,5 +1,5 @@
-// Places in a line where a timestamp may begin: at a number, or at the name of a month or weekday.
-// What a place looks like decides which forms are tried there.
+// Places in a line where a timestamp may begin: at a number, or at the name of a month; a
+// weekday may stand in front. What a place looks like decides which forms are tried there.
 #pragma once
 
 #include <array>
@@ -26,14 +26,12 @@ ByteBehind byteBehind(std::string_view text, std::size_t offset);
 class PlaceLook {
  public:
   static constexpr std::size_t kMostDigits = 19;  // of a number that stamps begin with
-  static constexpr std::size_t kCount = 4 + kMostDigits * kBytesBehind * kBytesBehind;
+  static constexpr std::size_t kCount = 1 + kMostDigits * kBytesBehind * kBytesBehind;
 
-  static PlaceLook ofWord(CalendarNames::Meaning meaning) {
-    return PlaceLook((meaning.month ? 1U : 0U) + (meaning.weekday ? 2U : 0U));
-  }
+  static PlaceLook ofMonth() { return PlaceLook(0); }
   // A number of 1 to kMostDigits digits and the two bytes behind it.
   static PlaceLook ofNumber(std::size_t digits, ByteBehind next, ByteBehind further) {
-    return PlaceLook(4 + ((digits - 1) * kBytesBehind + static_cast<std::size_t>(next)) *
+    return PlaceLook(1 + ((digits - 1) * kBytesBehind + static_cast<std::size_t>(next)) *
                              kBytesBehind + static_cast<std::size_t>(further));
   }
 
@@ -45,7 +43,8 @@ class PlaceLook {
 };
 
 struct StampPlace {
-  std::size_t offset;
+  std::size_t start;   // of a weekday in front, which belongs to the stamp
+  std::size_t offset;  // where forms are tried; the same without a weekday
   PlaceLook look;
   bool continuesNumber = false;  // a number of few digits behind a digit and ".", ":", "-" or "/"
 };
@@ -53,8 +52,9 @@ struct StampPlace {
 // The places of a text, from left to right.
 class StampPlaces {
  public:
-  // Both arguments must outlive the object.
-  StampPlaces(std::string_view text, const CalendarNames& names) : text_(text), names_(names) {}
+  // From `offset` on. The text and the names must outlive the object.
+  StampPlaces(std::string_view text, std::size_t offset, const CalendarNames& names)
+      : text_(text), names_(names), offset_(offset) {}
 
   std::optional<StampPlace> next();
   // What is left of `offset` yields no more places.
@@ -62,10 +62,15 @@ class StampPlaces {
 
  private:
   bool continuesNumber(std::size_t start) const;
+  std::size_t startOf(std::size_t offset) const {
+    return offset == behindWeekday_ ? weekday_ : offset;
+  }
 
   std::string_view text_;
   const CalendarNames& names_;
-  std::size_t offset_ = 0;
+  std::size_t offset_;
+  std::size_t weekday_ = 0;                                        // the last one's start
+  std::size_t behindWeekday_ = static_cast<std::size_t>(-1);  // and where a date may follow
 };
 
 }  // namespace sourcetype

@@ -126,24 +126,25 @@ TimeZones::TimeZones() {
 }
 
 void TimeZones::add(std::string_view name, const TimeZone& zone) {
+  if (name.empty()) return;
   zones_.insert_or_assign(toAsciiLower(name), zone);
+  isHashOfName_.set(hash(name));
 }
 
 std::optional<TimeZone> TimeZones::find(std::string_view text) const {
   if (text.empty()) return std::nullopt;
-  const auto sign = text.find_first_of("+-");
-  if (sign == 0) {
-    const auto offset = parseOffset(text);
-    return offset ? std::optional(TimeZone(*offset)) : std::nullopt;
+  const auto fixed = [](std::string_view offset) {
+    const auto seconds = parseOffset(offset);
+    return seconds ? std::optional(TimeZone(*seconds)) : std::nullopt;
+  };
+  if (text.front() == '+' || text.front() == '-') return fixed(text);
+  if (isHashOfName_.test(hash(text))) {
+    const auto found = zones_.find(toAsciiLower(text));
+    if (found != zones_.end()) return found->second;
   }
-  if (const auto found = zones_.find(toAsciiLower(text)); found != zones_.end()) {
-    return found->second;
-  }
-  if (sign == std::string_view::npos) return std::nullopt;
-  const auto name = trimBlanks(text.substr(0, sign));
+  const auto name = text.substr(0, 3);
   if (!equalsIgnoringCase(name, "UTC") && !equalsIgnoringCase(name, "GMT")) return std::nullopt;
-  const auto offset = parseOffset(text.substr(sign));
-  return offset ? std::optional(TimeZone(*offset)) : std::nullopt;
+  return fixed(trimBlanks(text.substr(3)));
 }
 
 }  // namespace sourcetype

@@ -1,6 +1,7 @@
 // Time zones: offsets from UTC by number, by name, and by the rules of summer time.
 #pragma once
 
+#include <bitset>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -64,7 +65,15 @@ class TimeZones {
   std::optional<TimeZone> find(std::string_view text) const;
 
  private:
+  // Letters of both cases share their low five bits. Most words behind a time are no zone.
+  static std::size_t hash(std::string_view name) {
+    return (static_cast<std::size_t>(name.front() & 31) << 10U) |
+           (static_cast<std::size_t>(name[name.size() / 2] & 31) << 5U) |
+           static_cast<std::size_t>(name.back() & 31);
+  }
+
   std::unordered_map<std::string, TimeZone> zones_;  // names in lower case
+  std::bitset<32768> isHashOfName_;
 };
 
 }  // namespace sourcetype

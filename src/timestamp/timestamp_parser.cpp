@@ -133,30 +133,26 @@ std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
 std::optional<Timestamp> TimestampParser::parseFormat(const Search& search) {
   const auto window = search.from(search.begin);
   if (!format_->match(window, match_)) return std::nullopt;
-  const auto reading =
-      readFields(match_, window, formatGroups_, formats_.names(), formats_.zones());
-  if (!reading) return std::nullopt;
-  const auto instant = instantOf(reading->fields);
+  const auto end =
+      readFields(match_, window, formatGroups_, formats_.names(), formats_.zones(), fields_);
+  if (!end) return std::nullopt;
+  const auto instant = instantOf(fields_);
   if (!instant) return std::nullopt;
   return taken(Piece{.form = static_cast<FormIndex>(formats_.forms().size()),
                      .start = search.begin + match_.start(0),
-                     .end = search.begin + reading->end,
-                     .fields = reading->fields,
+                     .end = search.begin + *end,
                      .instant = *instant});
 }
 
 std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
-  StampPlaces places(search.from(search.begin), formats_.names());
+  StampPlaces places(search.line.substr(0, search.end), search.begin, formats_.names());
   std::optional<Piece> insideWord;
   partPlaces_.clear();
-  while (auto place = places.next()) {
-    const auto inWindow = place->offset;
-    place->offset += search.begin;
-    if (place->continuesNumber) continue;
-    if (auto piece = wholeAt(search, *place)) {
-      places.skipTo(inWindow + (piece->end - piece->start));
+  while (const auto place = places.next()) {
+    if (const auto piece = wholeAt(search, *place)) {
+      places.skipTo(piece->end);
       if (!isFree(search, *piece)) {
-        if (!insideWord) insideWord = std::move(piece);
+        if (!insideWord) insideWord = piece;
       } else if (auto stamp = taken(*piece)) {
         return stamp;
       }
@@ -173,9 +169,10 @@ std::optional<TimestampParser::Piece> TimestampParser::wholeAt(const Search& sea
                                                                const StampPlace& place) {
   const auto forms = formats_.wholeForms(place.look);
   std::optional<Piece> longest;
+  if (forms.empty() || place.continuesNumber) return longest;
   const auto tryForm = [&](FormIndex form) {
-    auto piece = matched(search, form, place.offset);
-    if (piece && (!longest || piece->end > longest->end)) longest = std::move(piece);
+    const auto piece = matched(search, form, place);
+    if (piece && (!longest || piece->end > longest->end)) longest = piece;
   };
   const bool lastFits = lastForm_ && std::ranges::find(forms, *lastForm_) != forms.end();
   if (lastFits) tryForm(*lastForm_);
@@ -186,23 +183,20 @@ std::optional<TimestampParser::Piece> TimestampParser::wholeAt(const Search& sea
 }
 
 std::optional<TimestampParser::Piece> TimestampParser::matched(const Search& search, FormIndex form,
-                                                               std::size_t offset) {
+                                                               const StampPlace& place) {
   const StampForm& shape = formats_.forms()[form];
-  const auto subject = search.from(offset);
-  if (!shape.expression.match(subject, match_) || !mayStandAt(search, form, offset)) {
+  const auto subject = search.from(place.offset);
+  if (!shape.expression.match(subject, match_) || !mayStandAt(search, form, place.offset)) {
     return std::nullopt;
   }
-  auto reading = readFields(match_, subject, shape.groups, formats_.names(), formats_.zones());
-  if (!reading) return std::nullopt;
-  const std::size_t end = offset + reading->end;
+  const auto length =
+      readFields(match_, subject, shape.groups, formats_.names(), formats_.zones(), fields_);
+  if (!length) return std::nullopt;
+  const std::size_t end = place.offset + *length;
   if (end < search.line.size() && isAsciiDigit(search.line[end])) return std::nullopt;
-  const auto instant = instantOf(reading->fields);
+  const auto instant = instantOf(fields_);
   if (!instant) return std::nullopt;
-  return Piece{.form = form,
-               .start = offset,
-               .end = end,
-               .fields = std::move(reading->fields),
-               .instant = *instant};
+  return Piece{.form = form, .start = place.start, .end = end, .instant = *instant};
 }
 
 bool TimestampParser::mayStandAt(const Search& search, FormIndex form, std::size_t offset) const {
@@ -222,14 +216,14 @@ bool TimestampParser::isFree(const Search& search, const Piece& piece) const {
 }
 
 // The longest date, time or Unix time at a place that stands by itself.
-std::optional<TimestampParser::Piece> TimestampParser::partAt(const Search& search,
-                                                              const StampPlace& place) {
-  std::optional<Piece> longest;
-  if (!beginsFreely(search.line, search.begin, place.offset)) return longest;
+std::optional<TimestampParser::Part> TimestampParser::partAt(const Search& search,
+                                                             const StampPlace& place) {
+  std::optional<Part> longest;
+  if (!beginsFreely(search.line, search.begin, place.start)) return longest;
   for (const FormIndex form : formats_.partForms(place.look)) {
-    auto piece = matched(search, form, place.offset);
+    const auto piece = matched(search, form, place);
     if (!piece || (longest && piece->end <= longest->end)) continue;
-    if (isFree(search, *piece) && !isDecoy(search, *piece)) longest = std::move(piece);
+    if (isFree(search, *piece) && !isDecoy(search, *piece)) longest = Part{*piece, fields_};
   }
   return longest;
 }
@@ -251,15 +245,15 @@ std::optional<Timestamp> TimestampParser::findApart(const Search& search) {
   std::size_t end = 0;
   for (const StampPlace& place : partPlaces_) {
     if (place.offset < end) continue;
-    auto piece = partAt(search, place);
-    if (!piece) continue;
-    end = piece->end;
-    const StampKind kind = kindOf(*piece);
+    const auto part = partAt(search, place);
+    if (!part) continue;
+    end = part->end;
+    const StampKind kind = kindOf(*part);
     if (kind == StampKind::Epoch) {
-      if (!parts.epoch) parts.epoch = std::move(piece);
+      if (!parts.epoch) parts.epoch = part;
     } else {
       auto& list = kind == StampKind::Date ? parts.dates : parts.times;
-      if (list.size() < kMostParts) list.push_back(*std::move(piece));
+      if (list.size() < kMostParts) list.push_back(*part);
     }
   }
 
@@ -281,14 +275,14 @@ std::optional<Timestamp> TimestampParser::takenPair(const Search& search, const 
   const auto gap = [](const Piece& time, const Piece& date) {
     return date.start < time.start ? time.start - date.end : date.start - time.end;
   };
-  for (const Piece& time : parts.times) {
-    const Piece* closest = nullptr;
-    for (const Piece& date : parts.dates) {
+  for (const Part& time : parts.times) {
+    const Part* closest = nullptr;
+    for (const Part& date : parts.dates) {
       if (!belongTogether(search, time, date)) continue;
       if (closest == nullptr || gap(time, date) < gap(time, *closest)) closest = &date;
     }
     if (closest == nullptr) continue;
-    if (auto stamp = taken(time, closest)) return stamp;
+    if (auto stamp = taken(time, *closest)) return stamp;
   }
   return std::nullopt;
 }
@@ -328,33 +322,33 @@ std::optional<TimestampParser::Instant> TimestampParser::instantOf(
   return Instant{date->time, fields.nanoseconds, date->evidence};
 }
 
-// The piece as the line's timestamp, with the date that belongs to it; remembers it. Nothing when
-// it is too far from the stamp before.
-std::optional<Timestamp> TimestampParser::taken(const Piece& piece, const Piece* date) {
-  Instant instant = piece.instant;
-  if (date != nullptr) {
-    StampFields fields = date->fields;
-    for (const auto field :
-         {StampField::Hour, StampField::Minute, StampField::Second, StampField::Half}) {
-      fields.set(field, piece.fields.get(field));
-    }
-    fields.nanoseconds = piece.fields.nanoseconds;
-    if (piece.fields.zone) fields.zone = piece.fields.zone;
-    const auto both = instantOf(fields);
-    if (!both) return std::nullopt;
-    instant = *both;
+// A time of day and the date that belongs to it.
+std::optional<Timestamp> TimestampParser::taken(const Part& time, const Part& date) {
+  StampFields fields = date.fields;
+  for (const auto field :
+       {StampField::Hour, StampField::Minute, StampField::Second, StampField::Half}) {
+    fields.set(field, time.fields.get(field));
   }
+  fields.nanoseconds = time.fields.nanoseconds;
+  fields.zone = time.fields.zone;
+  const auto instant = instantOf(fields);
+  if (!instant) return std::nullopt;
+  return taken({.form = time.form, .start = time.start, .end = time.end, .instant = *instant},
+               span(date.start, date.end));
+}
+
+// The piece as the line's timestamp; remembers it. Nothing when it is too far from the stamp before.
+std::optional<Timestamp> TimestampParser::taken(const Piece& piece, TimestampSpan date) {
+  const Instant& instant = piece.instant;
   if (!isPlausible(piece.form, instant.time)) return std::nullopt;
   countForm(piece.form);
   lastForm_ = piece.form;
   previous_ = instant.time;
   if (instant.evidence) dates_.confirm(*instant.evidence);
-  return Timestamp{
-      .seconds = instant.time.time_since_epoch().count(),
-      .nanoseconds = instant.nanoseconds,
-      .main = span(piece.start, piece.end),
-      .second = date == nullptr ? TimestampSpan() : span(date->start, date->end),
-  };
+  return Timestamp{.seconds = instant.time.time_since_epoch().count(),
+                   .nanoseconds = instant.nanoseconds,
+                   .main = span(piece.start, piece.end),
+                   .second = date};
 }
 
 // A form that is refused counts as seen, too: where the first line of a file was odd, the form of

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -59,8 +60,11 @@ class TimestampParser {
     FormIndex form = 0;
     std::size_t start = 0;  // bytes from the line's start
     std::size_t end = 0;
-    StampFields fields;
     Instant instant;
+  };
+  // A piece that may have to be completed by another one.
+  struct Part : Piece {
+    StampFields fields;
   };
   // A line and the part of it that is searched.
   struct Search {
@@ -73,8 +77,8 @@ class TimestampParser {
   // What stands apart in a line.
   struct Parts {
     std::optional<Piece> epoch;
-    std::vector<Piece> dates;
-    std::vector<Piece> times;
+    std::vector<Part> dates;
+    std::vector<Part> times;
   };
 
   std::optional<Timestamp> parseFormat(const Search& search);
@@ -82,8 +86,8 @@ class TimestampParser {
   std::optional<Timestamp> findApart(const Search& search);
 
   std::optional<Piece> wholeAt(const Search& search, const StampPlace& place);
-  std::optional<Piece> partAt(const Search& search, const StampPlace& place);
-  std::optional<Piece> matched(const Search& search, FormIndex form, std::size_t offset);
+  std::optional<Part> partAt(const Search& search, const StampPlace& place);
+  std::optional<Piece> matched(const Search& search, FormIndex form, const StampPlace& place);
   bool mayStandAt(const Search& search, FormIndex form, std::size_t offset) const;
   bool isFree(const Search& search, const Piece& piece) const;
   bool isDecoy(const Search& search, const Piece& piece) const;
@@ -92,7 +96,8 @@ class TimestampParser {
   StampKind kindOf(const Piece& piece) const { return formats_.forms()[piece.form].kind; }
 
   std::optional<Instant> instantOf(const StampFields& fields) const;
-  std::optional<Timestamp> taken(const Piece& piece, const Piece* date = nullptr);
+  std::optional<Timestamp> taken(const Piece& piece, TimestampSpan date = {});
+  std::optional<Timestamp> taken(const Part& time, const Part& date);
   std::optional<Timestamp> takenPair(const Search& search, const Parts& parts);
   bool isPlausible(FormIndex form, std::chrono::sys_seconds time);
   void countForm(FormIndex form);
@@ -120,6 +125,7 @@ class TimestampParser {
 
   // What is found in one line; members for their memory.
   MatchResult match_;
+  StampFields fields_;  // of the form matched last
   std::vector<StampPlace> partPlaces_;
   bool countedRefusal_ = false;
 };

@@ -227,15 +227,6 @@ Extent lastMatch() {
 
 const std::uint32_t Regex::kCaseless = PCRE2_CASELESS;
 
-bool MatchResult::has(std::size_t group) const {
-  return group < starts_.size() && starts_[group] != PCRE2_UNSET;
-}
-
-std::string_view MatchResult::text(std::size_t group, std::string_view subject) const {
-  return has(group) ? subject.substr(starts_[group], ends_[group] - starts_[group])
-                    : std::string_view();
-}
-
 struct Regex::Program {
   Program(std::string_view pattern, std::uint32_t compileOptions, Study studyChoice)
       : source(pattern), options(compileOptions), wantsStudy(studyChoice == Study::Yes) {
@@ -338,17 +329,15 @@ bool Regex::match(std::string_view subject, Mode mode) const {
 
 bool Regex::match(std::string_view subject, MatchResult& result, Mode mode) const {
   const Outcome outcome = program_->match(subject, mode);
-  const std::size_t count =
-      outcome == Outcome::None ? 0 : std::min<std::size_t>(program_->groups, kMaxGroups);
-  result.starts_.assign(count, PCRE2_UNSET);
-  result.ends_.assign(count, PCRE2_UNSET);
-  const PCRE2_SIZE* offsets = pcre2_get_ovector_pointer(workspace().data.get());
+  result.offsets_.clear();
+  if (outcome == Outcome::None) return false;
+  static_assert(MatchResult::kAbsent == PCRE2_UNSET);
+  const std::size_t count = std::min<std::size_t>(program_->groups, kMaxGroups);
   const std::size_t known = outcome == Outcome::Partial ? 1 : count;
-  for (std::size_t group = 0; group < known; ++group) {
-    result.starts_[group] = offsets[2 * group];
-    result.ends_[group] = offsets[2 * group + 1];
-  }
-  return outcome != Outcome::None;
+  const PCRE2_SIZE* offsets = pcre2_get_ovector_pointer(workspace().data.get());
+  result.offsets_.assign(offsets, offsets + 2 * known);
+  result.offsets_.resize(2 * count, MatchResult::kAbsent);
+  return true;
 }
 
 bool Regex::consume(std::string_view& subject, MatchResult& result, Mode mode) const {

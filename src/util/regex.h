@@ -25,18 +25,22 @@ class MatchResult {
  public:
   // Groups of the expression, group 0 included, 341 at most; those that took no part are absent.
   // 0 when there was no match.
-  std::size_t groupCount() const { return starts_.size(); }
-  bool has(std::size_t group) const;
+  std::size_t groupCount() const { return offsets_.size() / 2; }
+  bool has(std::size_t group) const { return group < groupCount() && start(group) != kAbsent; }
   // Byte offsets in the subject; need has(group).
-  std::size_t start(std::size_t group) const { return starts_[group]; }
-  std::size_t end(std::size_t group) const { return ends_[group]; }
+  std::size_t start(std::size_t group) const { return offsets_[2 * group]; }
+  std::size_t end(std::size_t group) const { return offsets_[2 * group + 1]; }
   // The group's text, empty when absent. `subject` is what was matched.
-  std::string_view text(std::size_t group, std::string_view subject) const;
+  std::string_view text(std::size_t group, std::string_view subject) const {
+    return has(group) ? subject.substr(start(group), end(group) - start(group))
+                      : std::string_view();
+  }
 
  private:
   friend class Regex;
-  std::vector<std::size_t> starts_;
-  std::vector<std::size_t> ends_;
+  static constexpr std::size_t kAbsent = ~std::size_t{0};  // as the library marks it
+
+  std::vector<std::size_t> offsets_;  // start and end of each group
 };
 
 // A compiled expression. Immutable: one object may be matched from several threads. Subjects may be
