@@ -1,5 +1,5 @@
-// What finding timestamps costs: 1,000 lines of 200 bytes of several kinds, beside one search a line
-// with a single expression for ISO stamps.
+// What finding timestamps costs: 1,000 lines of 200 bytes of several kinds, beside one search a
+// line with a single expression for ISO stamps.
 
 #include <benchmark/benchmark.h>
 
@@ -24,7 +24,8 @@ using Stamp = std::function<std::string(int minute, int second)>;
 
 Lines linesWith(const Stamp& stamp) {
   constexpr std::string_view kText =
-      " INFO [worker-17] com.acme.store.Replica (Replica.java:214): block blk_7128370237 of 67108864 "
+      " INFO [worker-17] com.acme.store.Replica (Replica.java:214): block blk_7128370237 of "
+      "67108864 "
       "bytes from 10.251.73.220:50010 to node-4.example.net in 12.5 ms, queue 3/16, id 9f4ef63a; ";
   Lines lines;
   for (int i = 0; i < kLines; ++i) {
@@ -45,8 +46,8 @@ const std::vector<Kind>& kinds() {
       {"Syslog", [](int m, int s) { return fmt::format("May  6 10:{:02}:{:02} host", m, s); }},
       {"Access",
        [](int m, int s) {
-         return fmt::format(R"(10.1.2.3 - - [06/May/2024:10:{:02}:{:02} +0200] "GET / HTTP/1.1")", m,
-                            s);
+         return fmt::format(R"(10.1.2.3 - - [06/May/2024:10:{:02}:{:02} +0200] "GET / HTTP/1.1")",
+                            m, s);
        }},
       {"Compact", [](int m, int s) { return fmt::format("240506 10{:02}{:02} 148", m, s); }},
       {"Numeric", [](int m, int s) { return fmt::format("5/6/2024 10:{:02}:{:02} AM", m, s); }},

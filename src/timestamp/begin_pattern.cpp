@@ -29,8 +29,8 @@ std::vector<ByteBehind> meant(char symbol) {
   }
 }
 
-constexpr std::array kAny{Other,  Dash, Slash,     Dot,   Colon,  Underscore, Comma,   Semicolon,
-                          Bar,    Blank, UpperT, LowerT, Letter, NonAscii,   Digit};
+constexpr std::array kAny{Other, Dash,  Slash,  Dot,    Colon,  Underscore, Comma, Semicolon,
+                          Bar,   Blank, UpperT, LowerT, Letter, NonAscii,   Digit};
 
 }  // namespace
 
@@ -39,8 +39,8 @@ std::vector<PlaceLook> looksOf(std::string_view word) {
 
   const auto digits = word.find_first_not_of('9');
   if (digits == 0 || digits > PlaceLook::kMostDigits || word.size() > digits + 2) return {};
-  const auto further = word.size() == digits + 2 ? meant(word.back())
-                                                 : std::vector(kAny.begin(), kAny.end());
+  const auto further =
+      word.size() == digits + 2 ? meant(word.back()) : std::vector(kAny.begin(), kAny.end());
   std::vector<PlaceLook> looks;
   for (const auto nextByte : meant(word[digits])) {
     for (const auto furtherByte : further) {

@@ -78,7 +78,7 @@ std::optional<sys_seconds> DateReader::withinLimits(sys_seconds time) const {
 }
 
 std::optional<sys_seconds> DateReader::withoutYear(int month, int day,
-                                                  const TimeInZone& time) const {
+                                                   const TimeInZone& time) const {
   const int referenceYear = yearOf(limits_.reference);
   std::optional<sys_seconds> closest;
   const auto consider = [&](int year) {
@@ -104,7 +104,8 @@ std::optional<DateReader::Date> DateReader::inSomeOrder(const StampFields& field
   int year = fields.get(StampField::Year);
   if (lastIsYear) year = fullYear(fields.get(StampField::Last));
 
-  const Reading monthFirst{.order = DateOrder::MonthDay, .year = year, .month = first, .day = middle};
+  const Reading monthFirst{
+      .order = DateOrder::MonthDay, .year = year, .month = first, .day = middle};
   const Reading dayFirst{.order = DateOrder::DayMonth, .year = year, .month = middle, .day = first};
   const Reading yearFirst{.order = DateOrder::YearMonthDay,
                           .year = fullYear(first),

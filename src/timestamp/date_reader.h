@@ -57,9 +57,9 @@ class DateReader {
 
  private:
   std::optional<std::chrono::sys_seconds> dated(int year, int month, int day,
-                                               const TimeInZone& time) const;
+                                                const TimeInZone& time) const;
   std::optional<std::chrono::sys_seconds> withoutYear(int month, int day,
-                                                     const TimeInZone& time) const;
+                                                      const TimeInZone& time) const;
   std::optional<std::chrono::sys_seconds> withinLimits(std::chrono::sys_seconds time) const;
   std::optional<Date> inSomeOrder(const StampFields& fields, const TimeInZone& time) const;
 

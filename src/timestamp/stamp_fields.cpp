@@ -16,10 +16,9 @@ using std::chrono::sys_seconds;
 
 // By the numbers of StampField.
 constexpr std::array<std::string_view, kStampFields> kFieldNames{
-    "year",    "month",  "day",       "shortyear", "first",     "middle",
-    "last",    "yearday", "isoweek",  "isoday",    "hour",      "minute",
-    "second",  "half",   "monthname", "weekday",   "fraction",  "millis",
-    "zone",    "seconds", "millisecs", "microsecs", "nanosecs",
+    "year",     "month",  "day",  "shortyear", "first",     "middle",    "last",      "yearday",
+    "isoweek",  "isoday", "hour", "minute",    "second",    "half",      "monthname", "weekday",
+    "fraction", "millis", "zone", "seconds",   "millisecs", "microsecs", "nanosecs",
 };
 
 constexpr std::size_t kNanosecondDigits = 9;
@@ -56,7 +55,8 @@ bool readEpoch(std::string_view digits, std::int64_t perSecond, StampFields& fie
   if (!count) return false;
   fields.epoch = sys_seconds(seconds(*count / perSecond));
   if (perSecond > 1) {
-    fields.nanoseconds = static_cast<std::int32_t>(*count % perSecond * (1'000'000'000 / perSecond));
+    fields.nanoseconds =
+        static_cast<std::int32_t>(*count % perSecond * (1'000'000'000 / perSecond));
   }
   return true;
 }

@@ -15,8 +15,21 @@ namespace sourcetype {
 
 // The byte behind a number; what no form asks for is Other, as the line's end is.
 enum class ByteBehind : std::uint8_t {
-  Other, Dash, Slash, Dot, Colon, Underscore, Comma, Semicolon, Bar, Blank, UpperT, LowerT, Letter,
-  NonAscii, Digit,
+  Other,
+  Dash,
+  Slash,
+  Dot,
+  Colon,
+  Underscore,
+  Comma,
+  Semicolon,
+  Bar,
+  Blank,
+  UpperT,
+  LowerT,
+  Letter,
+  NonAscii,
+  Digit,
 };
 constexpr std::size_t kBytesBehind = 15;
 
@@ -31,8 +44,9 @@ class PlaceLook {
   static PlaceLook ofMonth() { return PlaceLook(0); }
   // A number of 1 to kMostDigits digits and the two bytes behind it.
   static PlaceLook ofNumber(std::size_t digits, ByteBehind next, ByteBehind further) {
-    return PlaceLook(1 + ((digits - 1) * kBytesBehind + static_cast<std::size_t>(next)) *
-                             kBytesBehind + static_cast<std::size_t>(further));
+    return PlaceLook(1 +
+                     ((digits - 1) * kBytesBehind + static_cast<std::size_t>(next)) * kBytesBehind +
+                     static_cast<std::size_t>(further));
   }
 
   std::size_t index() const { return index_; }
@@ -69,7 +83,7 @@ class StampPlaces {
   std::string_view text_;
   const CalendarNames& names_;
   std::size_t offset_;
-  std::size_t weekday_ = 0;                                        // the last one's start
+  std::size_t weekday_ = 0;                                   // the last one's start
   std::size_t behindWeekday_ = static_cast<std::size_t>(-1);  // and where a date may follow
 };
 

@@ -56,10 +56,14 @@ struct Composite {
   std::string_view format;
 };
 constexpr std::array kComposites{
-    Composite{'T', "%H:%M:%S"},           Composite{'R', "%H:%M"},
-    Composite{'D', "%m/%d/%y"},           Composite{'x', "%m/%d/%y"},
-    Composite{'F', "%Y-%m-%d"},           Composite{'X', "%H:%M:%S"},
-    Composite{'r', "%I:%M:%S %p"},        Composite{'c', "%a %b %e %H:%M:%S %Y"},
+    Composite{'T', "%H:%M:%S"},
+    Composite{'R', "%H:%M"},
+    Composite{'D', "%m/%d/%y"},
+    Composite{'x', "%m/%d/%y"},
+    Composite{'F', "%Y-%m-%d"},
+    Composite{'X', "%H:%M:%S"},
+    Composite{'r', "%I:%M:%S %p"},
+    Composite{'c', "%a %b %e %H:%M:%S %Y"},
     Composite{'+', "%a %b %e %H:%M:%S %Z %Y"},
 };
 
@@ -125,11 +129,12 @@ class Translator {
     if (const auto* composite = entryFor(kComposites, letter)) return append(composite->format);
     if (kSubseconds.find(letter) != std::string_view::npos) {
       const bool isWidth = width >= 1 && width <= 9;
-      return appendGroup("fraction", isWidth ? "[0-9]{" + std::to_string(width) + "}"
-                                             : std::string("[0-9]{1,9}"));
+      return appendGroup(
+          "fraction", isWidth ? "[0-9]{" + std::to_string(width) + "}" : std::string("[0-9]{1,9}"));
     }
     const auto* conversion = entryFor(kConversions, letter);
-    if (conversion == nullptr) throw TimeFormatError("has the unknown conversion \"" + spelling + "\"");
+    if (conversion == nullptr)
+      throw TimeFormatError("has the unknown conversion \"" + spelling + "\"");
     appendGroup(conversion->group, conversion->expression);
   }
 

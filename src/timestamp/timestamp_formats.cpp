@@ -110,8 +110,8 @@ std::string withoutLineBreaks(std::string_view text) {
 
 bool isPartName(std::string_view name) {
   return !name.empty() && isAsciiLower(name.front()) && std::ranges::all_of(name, [](char c) {
-           return isAsciiLower(c) || isAsciiDigit(c) || c == '-';
-         });
+    return isAsciiLower(c) || isAsciiDigit(c) || c == '-';
+  });
 }
 
 template <class Value, std::size_t Count>
@@ -146,9 +146,9 @@ class FormatsReader {
     const XmlParser parser(xmlNewParserCtxt());
     if (parser == nullptr) throw std::bad_alloc();
     // Entities are not put in, nothing is fetched, and what is wrong is told below.
-    const xmlDoc* document = xmlCtxtReadMemory(
-        parser.get(), text.data(), static_cast<int>(text.size()), nullptr, nullptr,
-        XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    const xmlDoc* document =
+        xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr,
+                          nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
     parser->myDoc = const_cast<xmlDoc*>(document);
     if (document == nullptr) {
       const auto& error = parser->lastError;

@@ -1,7 +1,7 @@
 // A line is gone through once, from place to place where a stamp may begin, and at each the forms
 // that can begin like that are tried. The first whole stamp that stands by itself ends the search,
-// which is after one expression in most lines. Only when there is none are the same places tried for
-// dates, times and Unix times alone.
+// which is after one expression in most lines. Only when there is none are the same places tried
+// for dates, times and Unix times alone.
 
 #include "timestamp/timestamp_parser.h"
 
@@ -42,10 +42,10 @@ std::int64_t limit(const PropertiesMap& settings, std::string_view key, std::int
 }
 
 TimeLimits timeLimits(const PropertiesMap& settings, sys_seconds reference) {
-  return {.reference = reference,
-          .earliest = reference - days(limit(settings, "MAX_DAYS_AGO", kDefaultDaysAgo, kMostDays)),
-          .latest =
-              reference + days(limit(settings, "MAX_DAYS_HENCE", kDefaultDaysHence, kMostDays))};
+  return {
+      .reference = reference,
+      .earliest = reference - days(limit(settings, "MAX_DAYS_AGO", kDefaultDaysAgo, kMostDays)),
+      .latest = reference + days(limit(settings, "MAX_DAYS_HENCE", kDefaultDaysHence, kMostDays))};
 }
 
 std::size_t lookaheadOf(const PropertiesMap& settings) {
@@ -127,6 +127,8 @@ std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
   }
   search.end = search.begin + std::min(lookahead_, line.size() - search.begin);
   countedRefusal_ = false;
+  sawImpossibleDate_ = false;
+  impossibleUntil_ = 0;
   return format_ ? parseFormat(search) : findStamp(search);
 }
 
@@ -156,7 +158,7 @@ std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
       } else if (auto stamp = taken(*piece)) {
         return stamp;
       }
-    } else if (!formats_.partForms(place->look).empty()) {
+    } else if (place->start >= impossibleUntil_ && !formats_.partForms(place->look).empty()) {
       partPlaces_.push_back(*place);
     }
   }
@@ -195,7 +197,12 @@ std::optional<TimestampParser::Piece> TimestampParser::matched(const Search& sea
   const std::size_t end = place.offset + *length;
   if (end < search.line.size() && isAsciiDigit(search.line[end])) return std::nullopt;
   const auto instant = instantOf(fields_);
-  if (!instant) return std::nullopt;
+  if (!instant) {
+    if (shape.kind == StampKind::Whole) impossibleUntil_ = std::max(impossibleUntil_, end);
+    if (shape.standsAlone && shape.kind != StampKind::Epoch && fields_.hasDate())
+      sawImpossibleDate_ = true;
+    return std::nullopt;
+  }
   return Piece{.form = form, .start = place.start, .end = end, .instant = *instant};
 }
 
@@ -261,6 +268,7 @@ std::optional<Timestamp> TimestampParser::findApart(const Search& search) {
   if (parts.epoch) {
     if (auto stamp = taken(*parts.epoch)) return stamp;
   }
+  if (sawImpossibleDate_) parts.times.clear();
   for (const auto* list : {&parts.dates, &parts.times}) {
     for (const Piece& piece : *list) {
       if (!standsAlone(piece)) continue;
@@ -296,8 +304,7 @@ bool TimestampParser::belongTogether(const Search& search, const Piece& time,
   const auto key = keyBefore(search.line, left.end, right.start);
   const auto between = search.line.substr(left.end, right.start - left.end);
   const auto beforeKey = between.substr(
-      0, key.empty() ? between.size()
-                     : static_cast<std::size_t>(key.data() - between.data()));
+      0, key.empty() ? between.size() : static_cast<std::size_t>(key.data() - between.data()));
   return std::ranges::none_of(beforeKey,
                               [](char c) { return isAsciiLetter(c) || isAsciiDigit(c); });
 }
@@ -337,7 +344,8 @@ std::optional<Timestamp> TimestampParser::taken(const Part& time, const Part& da
                span(date.start, date.end));
 }
 
-// The piece as the line's timestamp; remembers it. Nothing when it is too far from the stamp before.
+// The piece as the line's timestamp; remembers it. Nothing when it is too far from the stamp
+// before.
 std::optional<Timestamp> TimestampParser::taken(const Piece& piece, TimestampSpan date) {
   const Instant& instant = piece.instant;
   if (!isPlausible(piece.form, instant.time)) return std::nullopt;

@@ -19,12 +19,14 @@
 namespace sourcetype {
 
 // Built for one file or call; remembers what the lines before said. Of the settings it knows
-//   TIME_PREFIX                 an expression; the search starts behind its first match, and without
+//   TIME_PREFIX                 an expression; the search starts behind its first match, and
+//   without
 //                               a match there is no timestamp
 //   TIME_FORMAT                 the only format to look for (timestamp/time_format.h)
 //   MAX_TIMESTAMP_LOOKAHEAD     bytes that are searched, 200 when unset; negative, or more than
 //                               kMaxLookahead, is kMaxLookahead
-//   TZ                          where stamps without a zone come from: an offset or a name; UTC when
+//   TZ                          where stamps without a zone come from: an offset or a name; UTC
+//   when
 //                               unset
 //   MAX_DAYS_AGO, MAX_DAYS_HENCE             a stamp further from the reference is none
 //   MAX_DIFF_SECS_AGO, MAX_DIFF_SECS_HENCE   a stamp further from the one before is none, unless it
@@ -32,8 +34,8 @@ namespace sourcetype {
 // A TIME_PREFIX, TIME_FORMAT or TZ that cannot be used is logged once, with `name`, and ignored.
 //
 // Of several stamps in a line the choice is: date and time together, the first that stands by
-// itself; a time with a date that stands apart; a whole Unix time; a date; a time; at last, date and
-// time together inside a longer word, path or URL.
+// itself; a time with a date that stands apart; a whole Unix time; a date; a time; at last, date
+// and time together inside a longer word, path or URL.
 class TimestampParser {
  public:
   // Bytes of a line that are searched at most.
@@ -128,6 +130,8 @@ class TimestampParser {
   StampFields fields_;  // of the form matched last
   std::vector<StampPlace> partPlaces_;
   bool countedRefusal_ = false;
+  bool sawImpossibleDate_ = false;   // no time of day is taken without its date
+  std::size_t impossibleUntil_ = 0;  // end of a whole stamp that cannot be; nor can its parts
 };
 
 }  // namespace sourcetype

@@ -32,7 +32,9 @@ std::optional<sys_seconds> instantFromText(std::string_view text) {
       "(?'zone'Z|[+-][0-9]{2}:?[0-9]{2})?)?\\z");
   MatchResult match;
   if (!expression.match(text, match)) return std::nullopt;
-  const auto group = [&](const char* name) { return match.text(*expression.groupNumber(name), text); };
+  const auto group = [&](const char* name) {
+    return match.text(*expression.groupNumber(name), text);
+  };
   const auto number = [&](const char* name) {
     unsigned value = 0;
     for (const char digit : group(name)) value = value * 10 + static_cast<unsigned>(digit - '0');
@@ -44,7 +46,8 @@ std::optional<sys_seconds> instantFromText(std::string_view text) {
   if (!date.ok() || number("hour") > 23 || number("minute") > 59 || number("second") > 60) {
     return std::nullopt;
   }
-  const auto zone = group("zone").empty() ? std::optional(TimeZone()) : TimeZones().find(group("zone"));
+  const auto zone =
+      group("zone").empty() ? std::optional(TimeZone()) : TimeZones().find(group("zone"));
   if (!zone) return std::nullopt;
   return zone->toUtc(std::chrono::local_days(date) + std::chrono::hours(number("hour")) +
                      std::chrono::minutes(number("minute")) +

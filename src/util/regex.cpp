@@ -166,7 +166,8 @@ int runOnce(const pcre2_code& code, std::string_view subject, Window window, std
 // bounded and what it does not count is bounded by the subject.
 int executeMachineCodeAtStart(const pcre2_code& code, std::string_view subject) {
   Workspace& space = workspace();
-  pcre2_set_match_limit(space.context.get(), static_cast<std::uint32_t>(stepBudget(subject.size())));
+  pcre2_set_match_limit(space.context.get(),
+                        static_cast<std::uint32_t>(stepBudget(subject.size())));
   pcre2_set_offset_limit(space.context.get(), 0);
   return pcre2_jit_match(&code, bytes(subject), subject.size(), 0, 0, space.data.get(),
                          space.context.get());
