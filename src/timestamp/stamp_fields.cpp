@@ -1,7 +1,6 @@
 #include "timestamp/stamp_fields.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "timestamp/calendar_names.h"
 #include "util/text.h"
@@ -23,19 +22,20 @@ constexpr std::array<std::string_view, kStampFields> kFieldNames{
 
 constexpr std::size_t kNanosecondDigits = 9;
 
-// The most that a field can hold as a number.
-constexpr int kMostNumber = 9'999;
+// Digits of a field; more are no year, no day and no hour.
+constexpr std::size_t kMostFieldDigits = 4;
+// Any count of so many digits fits 64 bits. Nanoseconds since 1970 have 19, beginning with 1.
+constexpr std::size_t kMostEpochDigits = 19;
 
-// Digits, which blanks may pad. Nothing for any other text and for more than `most`.
+// Digits, which blanks may pad; nothing for any other text, and for more than `most` digits.
 template <class Number>
-std::optional<Number> parse(std::string_view digits, Number most) {
+std::optional<Number> parse(std::string_view digits, std::size_t most) {
   while (digits.starts_with(' ')) digits.remove_prefix(1);
-  if (digits.empty()) return std::nullopt;
+  if (digits.empty() || digits.size() > most) return std::nullopt;
   Number value = 0;
   for (const char digit : digits) {
-    const auto next = static_cast<Number>(digit - '0');
-    if (!isAsciiDigit(digit) || value > (most - next) / 10) return std::nullopt;
-    value = value * 10 + next;
+    if (!isAsciiDigit(digit)) return std::nullopt;
+    value = value * 10 + static_cast<Number>(digit - '0');
   }
   return value;
 }
@@ -50,10 +50,10 @@ std::int32_t nanosecondsOf(std::string_view digits) {
 }
 
 // A count of units of which `perSecond` are a second.
-bool readEpoch(std::string_view digits, std::int64_t perSecond, StampFields& fields) {
-  const auto count = parse(digits, std::numeric_limits<std::int64_t>::max());
+bool readEpoch(std::string_view digits, std::uint32_t perSecond, StampFields& fields) {
+  const auto count = parse<std::uint64_t>(digits, kMostEpochDigits);
   if (!count) return false;
-  fields.epoch = sys_seconds(seconds(*count / perSecond));
+  fields.epoch = sys_seconds(seconds(static_cast<std::int64_t>(*count / perSecond)));
   if (perSecond > 1) {
     fields.nanoseconds =
         static_cast<std::int32_t>(*count % perSecond * (1'000'000'000 / perSecond));
@@ -62,7 +62,7 @@ bool readEpoch(std::string_view digits, std::int64_t perSecond, StampFields& fie
 }
 
 bool readNumber(std::string_view digits, StampField field, StampFields& fields) {
-  const auto value = parse(digits, kMostNumber);
+  const auto value = parse<int>(digits, kMostFieldDigits);
   if (!value) return false;
   fields.set(field, *value);
   return true;
@@ -86,7 +86,7 @@ bool readField(std::string_view text, StampField field, const CalendarNames& nam
       fields.nanoseconds = nanosecondsOf(text);
       return true;
     case StampField::Millis: {
-      const auto value = parse(text, 999);
+      const auto value = parse<int>(text, 3);
       if (!value) return false;
       fields.nanoseconds = *value * 1'000'000;
       return true;
@@ -109,7 +109,7 @@ bool readField(std::string_view text, StampField field, const CalendarNames& nam
 std::optional<StampField> stampFieldNamed(std::string_view group) {
   const auto mark = group.find('_');
   const auto name = group.substr(0, mark);
-  if (mark != std::string_view::npos && !parse(group.substr(mark + 1), kMostNumber)) {
+  if (mark != std::string_view::npos && !parse<int>(group.substr(mark + 1), kMostFieldDigits)) {
     return std::nullopt;
   }
   const auto found = std::ranges::find(kFieldNames, name);
