@@ -137,7 +137,7 @@ std::optional<std::size_t> readFields(const MatchResult& match, std::string_view
                                       const std::vector<FieldGroup>& groups,
                                       const CalendarNames& names, const TimeZones& zones,
                                       StampFields& fields) {
-  fields = StampFields();
+  fields.clear();
   for (const auto& [group, field] : groups) {
     const auto text = match.text(group, subject);
     if (text.empty()) continue;

@@ -55,7 +55,15 @@ struct FieldGroup {
 // What a match says. A month's name is in Month.
 class StampFields {
  public:
-  StampFields() { numbers_.fill(kAbsent); }
+  StampFields() { clear(); }
+
+  void clear() {
+    numbers_.fill(kAbsent);
+    nanoseconds = 0;
+    epoch.reset();
+    zone.reset();
+    separator = 0;
+  }
 
   bool has(StampField field) const { return get(field) != kAbsent; }
   // -1 when absent.

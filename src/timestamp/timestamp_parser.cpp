@@ -72,7 +72,7 @@ bool isTimeKey(std::string_view key, const TimestampFormats::WordSet& timeKeys) 
 }  // namespace
 
 TimestampParser::TimestampParser(const TimestampFormats& formats, const PropertiesMap& settings,
-                                 std::string name, sys_seconds reference)
+                                 const std::string& name, sys_seconds reference)
     : formats_(formats),
       limits_(timeLimits(settings, reference)),
       dates_(limits_),
@@ -195,7 +195,9 @@ std::optional<TimestampParser::Piece> TimestampParser::matched(const Search& sea
       readFields(match_, subject, shape.groups, formats_.names(), formats_.zones(), fields_);
   if (!length) return std::nullopt;
   const std::size_t end = place.offset + *length;
-  if (end < search.line.size() && isAsciiDigit(search.line[end])) return std::nullopt;
+  // The search may end within a fraction, but not within a number that is the stamp.
+  const std::size_t limit = shape.kind == StampKind::Whole ? search.end : search.line.size();
+  if (end < limit && isAsciiDigit(search.line[end])) return std::nullopt;
   const auto instant = instantOf(fields_);
   if (!instant) {
     if (shape.kind == StampKind::Whole) impossibleUntil_ = std::max(impossibleUntil_, end);

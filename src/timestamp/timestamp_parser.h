@@ -42,8 +42,8 @@ class TimestampParser {
   static constexpr std::size_t kMaxLookahead = 10'000;
 
   // `formats` must outlive the object.
-  TimestampParser(const TimestampFormats& formats, const PropertiesMap& settings, std::string name,
-                  std::chrono::sys_seconds reference);
+  TimestampParser(const TimestampFormats& formats, const PropertiesMap& settings,
+                  const std::string& name, std::chrono::sys_seconds reference);
 
   // Nothing when the line has no timestamp.
   std::optional<Timestamp> parse(std::string_view line);

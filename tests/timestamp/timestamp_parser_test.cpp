@@ -92,6 +92,8 @@ TEST(TimestampParser, SearchesNoFurtherThanTold) {
   EXPECT_EQ(read({line}, {{"MAX_TIMESTAMP_LOOKAHEAD", "9223372036854775807"}}),
             Texts{"2024-05-06T10:00:00Z"});
   EXPECT_EQ(read({"2024-05-06"}, {{"MAX_TIMESTAMP_LOOKAHEAD", "0"}}), Texts{"-"});
+  EXPECT_EQ(read({"2024-05-06 10:00:00.125"}, {{"MAX_TIMESTAMP_LOOKAHEAD", "21"}}),
+            Texts{"2024-05-06T10:00:00.1Z"});
   // A number is not cut to fit.
   EXPECT_EQ(read({"17149932011"}, {{"MAX_TIMESTAMP_LOOKAHEAD", "10"}}), Texts{"-"});
 }
