@@ -29,11 +29,16 @@ Installation::Installation() {
 
 Finished Installation::run(const std::vector<std::string>& words, std::string_view input,
                            const std::string& home) const {
+  return runProgram(SOURCETYPE_EXECUTABLE, words, input, home);
+}
+
+Finished Installation::runProgram(std::string_view program, const std::vector<std::string>& words,
+                                  std::string_view input, const std::string& home) const {
   write(".in", input);
   std::string command = "cd " + shellWord(root().native()) + " && env -u TARNEL_HOME ";
   if (home != "-")
     command += "TARNEL_HOME=" + shellWord(home == "." ? root().native() : home) + " ";
-  command += shellWord(SOURCETYPE_EXECUTABLE);
+  command += shellWord(program);
   for (const auto& word : words) command += " " + shellWord(word);
   command += " < .in > .out 2> .err";
   const int status = std::system(command.c_str());

@@ -25,6 +25,9 @@ class Installation : public TempTree {
   // otherwise ("-" leaves it unset), and `input` on its standard input.
   Finished run(const std::vector<std::string>& words, std::string_view input = {},
                const std::string& home = ".") const;
+  // The same for another program of the build.
+  Finished runProgram(std::string_view program, const std::vector<std::string>& words,
+                      std::string_view input = {}, const std::string& home = ".") const;
 };
 
 }  // namespace sourcetype::testing
