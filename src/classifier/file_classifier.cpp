@@ -1,5 +1,7 @@
 #include "classifier/file_classifier.h"
 
+#include <chrono>
+
 #include "classifier/binary_test.h"
 #include "classifier/header_detector.h"
 #include "classifier/line_break_learner.h"
@@ -7,6 +9,8 @@
 #include "classifier/timestamp_learner.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
+#include "timestamp/timestamp_parser.h"
+#include "util/format.h"
 #include "util/text.h"
 
 namespace sourcetype {
@@ -169,7 +173,7 @@ void FileClassifier::createSourcetype() {
              flagText(singleLine_));
   result_.set(key::kShouldLinemerge, flagText(!singleLine_));
   result_.set(key::kIsValid, flagText(true));
-  learnTimestampSettings(sourcetype, *sample_, result_);
+  proposeTimestampSettings(sourcetype);
   madeSourcetype_ = store_.writeStanza(store_.getProps(), sourcetype, result_, false);
   store_.getExactStanza(store_.getProps(), result_, kDefaultStanza);
   result_.set(key::kSourcetype, sourcetype);
@@ -191,6 +195,20 @@ void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {
     logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_REGEX__%s", sourcetype);
     logDebug(kFlowLog, "%s", error.what());
   }
+}
+
+void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
+  std::optional<TimestampParser> parser;  // made for the first line, if any is looked at
+  learnTimestampSettings(sourcetype, *sample_, result_, [&](std::string_view line) {
+    if (!parser) {
+      PropertiesMap settings;
+      store_.getStanzaSettings(store_.getProps(), settings, sourcetype, PatternMatching::No);
+      const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+      parser.emplace(manager_.timestampFormats(), settings,
+                     formatText("FileClassifier %s", sourcetype), now);
+    }
+    return parser->parse(line);
+  });
 }
 
 void FileClassifier::markInvalid(InvalidCause cause) {

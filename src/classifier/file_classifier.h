@@ -39,6 +39,7 @@ class FileClassifier {
   bool matchModels();
   void createSourcetype();
   void proposeEventBreaking(const std::string& sourcetype);
+  void proposeTimestampSettings(const std::string& sourcetype);
   void markInvalid(InvalidCause cause);
 
   FileClassifierManager& manager_;

@@ -92,6 +92,12 @@ void FileClassifierManager::getSourcetypeSettings(PropertiesMap& result,
   }
 }
 
+const TimestampFormats& FileClassifierManager::timestampFormats() {
+  if (!timestampFormats_)
+    timestampFormats_ = TimestampFormats::load(store_.root() / "datetime.xml");
+  return *timestampFormats_;
+}
+
 void FileClassifierManager::markInvalid(PropertiesMap& result, const std::filesystem::path& path,
                                         InvalidCause cause) {
   result.set(key::kIsValid, flagText(false));

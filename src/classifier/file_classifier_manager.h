@@ -12,6 +12,7 @@
 #include "classifier/rules.h"
 #include "conf/conf_store.h"
 #include "conf/properties_map.h"
+#include "timestamp/timestamp_formats.h"
 
 namespace sourcetype {
 
@@ -64,12 +65,15 @@ class FileClassifierManager {
   ConfStore& store() { return store_; }
   Rules& rules() { return rules_; }
   ModelStore& models() { return models_; }
+  // Read when they are first asked for.
+  const TimestampFormats& timestampFormats();
 
  private:
   ConfStore& store_;
   ClassifierSettings settings_;
   Rules rules_;
   ModelStore models_;
+  std::optional<TimestampFormats> timestampFormats_;
 };
 
 // The list of stanzas for a file: its source stanza and, unless it is empty, its sourcetype's.

@@ -24,31 +24,31 @@ constexpr double kAgreeingShare = 0.9;
 
 // What the lines with a timestamp showed.
 struct Observations {
-  std::vector<std::int64_t> starts;  // byte offsets, in the order of the lines
-  std::vector<std::int64_t> ends;
+  std::vector<std::ptrdiff_t> starts;  // byte offsets, in the order of the lines
+  std::vector<std::ptrdiff_t> ends;
   std::map<std::string, std::size_t> prefixes;  // lines by the expression for the text before
 
   std::size_t count() const { return starts.size(); }
 };
 
 Observations observe(const Sample& sample, std::size_t lines, const TimestampFinder& find) {
-  constexpr std::int64_t kAbsentStart = 9999999;  // behind the end of every line
+  constexpr std::ptrdiff_t kAbsentStart = 9999999;  // behind the end of every line
   Observations seen;
   for (std::size_t i = 0; i < lines; ++i) {
     const std::string_view line = sample.line(i);
-    const auto place = find(line);
-    if (!place || place->main.start < 0 || place->main.end < 0) continue;
-    const auto secondStart = place->second.start < 0 ? kAbsentStart : place->second.start;
-    const auto start = std::min(place->main.start, secondStart);
+    const auto stamp = find(line);
+    if (!stamp || stamp->main.start < 0 || stamp->main.end < 0) continue;
+    const auto secondStart = stamp->second.start < 0 ? kAbsentStart : stamp->second.start;
+    const auto start = std::min(stamp->main.start, secondStart);
     seen.starts.push_back(start);
-    seen.ends.push_back(std::max(place->main.end, place->second.end));
+    seen.ends.push_back(std::max(stamp->main.end, stamp->second.end));
     ++seen.prefixes[makeTimePrefixRegex(line.substr(0, static_cast<std::size_t>(start)))];
   }
   return seen;
 }
 
-double meanOf(const std::vector<std::int64_t>& offsets) {
-  const auto sum = std::accumulate(offsets.begin(), offsets.end(), std::int64_t{0});
+double meanOf(const std::vector<std::ptrdiff_t>& offsets) {
+  const auto sum = std::accumulate(offsets.begin(), offsets.end(), std::ptrdiff_t{0});
   return static_cast<double>(sum) / static_cast<double>(offsets.size());
 }
 
@@ -69,19 +69,19 @@ std::string chooseTimePrefix(const Observations& seen, std::size_t needed) {
 
 // How many bytes of a line to look at, from its begin; nothing unless more than `needed` timestamps
 // end near one another.
-std::optional<std::int64_t> chooseLookahead(const Observations& seen, std::size_t needed) {
-  constexpr double kNear = 20.0;         // whole bytes from the mean end
-  constexpr std::int64_t kReserve = 20;  // for timestamps longer than the ones at hand
+std::optional<std::ptrdiff_t> chooseLookahead(const Observations& seen, std::size_t needed) {
+  constexpr double kNear = 20.0;           // whole bytes from the mean end
+  constexpr std::ptrdiff_t kReserve = 20;  // for timestamps longer than the ones at hand
   const double mean = meanOf(seen.ends);
   std::size_t count = 0;
-  std::int64_t sum = 0;
+  std::ptrdiff_t sum = 0;
   for (const auto end : seen.ends) {
     if (std::abs(std::trunc(mean - static_cast<double>(end))) >= kNear) continue;
     ++count;
     sum += end;
   }
   if (count <= needed) return std::nullopt;
-  return sum / static_cast<std::int64_t>(count) + kReserve;
+  return sum / static_cast<std::ptrdiff_t>(count) + kReserve;
 }
 
 std::string expressionFor(char anchor) {
@@ -117,9 +117,6 @@ void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
   }
   if (seen.count() < lines) settings.set(key::kShouldLinemerge, flagText(true));
 }
-
-void learnTimestampSettings(std::string_view /*sourcetype*/, const Sample& /*sample*/,
-                            PropertiesMap& /*settings*/) {}
 
 std::string makeTimePrefixRegex(std::string_view textBefore) {
   constexpr std::string_view kAnchors = "\t()[]{}*+^$!-\\?@#%=:<>,";

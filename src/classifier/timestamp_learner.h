@@ -1,7 +1,6 @@
 // Where the timestamps stand in the lines of a sample.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -9,35 +8,19 @@
 
 #include "classifier/sampling/sample.h"
 #include "conf/properties_map.h"
+#include "timestamp/timestamp.h"
 
 namespace sourcetype {
 
-// A piece of a timestamp: byte offsets from the begin of its line, -1 where there is none.
-struct TimestampPiece {
-  std::int64_t start = -1;
-  std::int64_t end = -1;
-};
-
-// Where a line's timestamp stands: the main piece and, for a date that stands apart from its time,
-// a second one.
-struct TimestampPlace {
-  TimestampPiece main;
-  TimestampPiece second;
-};
-
 // Finds the timestamp of a line; nothing in a line without one. Called for the lines in their
 // order.
-using TimestampFinder = std::function<std::optional<TimestampPlace>(std::string_view line)>;
+using TimestampFinder = std::function<std::optional<Timestamp>(std::string_view line)>;
 
 // Adds what it finds to the settings of a new sourcetype: TIME_PREFIX, MAX_TIMESTAMP_LOOKAHEAD and,
 // where timestamps stand on some lines only, SHOULD_LINEMERGE. Of the first two, one that is there
 // already stays; when both are, nothing is done and `find` not called. Few timestamps say nothing.
 void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
                             PropertiesMap& settings, const TimestampFinder& find);
-
-// The same for a program without a timestamp parser: finds none.
-void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
-                            PropertiesMap& settings);
 
 // An expression that skips the text before a timestamp: up to its last bracket, colon or other
 // character that text between fields rarely has. Empty when there is no such character.

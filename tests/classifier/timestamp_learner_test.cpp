@@ -36,13 +36,13 @@ std::string stamped(std::size_t before) {
 }
 
 // Finds "2026-01-02", and takes "[...]" for the second piece.
-std::optional<TimestampPlace> find(std::string_view line) {
+std::optional<Timestamp> find(std::string_view line) {
   const auto at = line.find("2026-01-02");
   if (at == std::string_view::npos) return std::nullopt;
-  const auto start = static_cast<std::int64_t>(at);
-  TimestampPlace place{.main = {start, start + 10}, .second = {}};
+  const auto start = static_cast<std::ptrdiff_t>(at);
+  Timestamp place{.main = {start, start + 10}, .second = {}};
   if (const auto open = line.find('['); open != std::string_view::npos) {
-    place.second = {static_cast<std::int64_t>(open), static_cast<std::int64_t>(line.find(']'))};
+    place.second = {static_cast<std::ptrdiff_t>(open), static_cast<std::ptrdiff_t>(line.find(']'))};
   }
   if (line.ends_with("nowhere")) place.main = {};
   return place;

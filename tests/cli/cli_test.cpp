@@ -143,8 +143,24 @@ TEST(Classification, GivesAnUnknownFileANewSourcetypeOnce) {
   EXPECT_EQ(printed(first, "sourcetype"), "weblogic");
   EXPECT_EQ(printed(first, "is_valid"), "True");
   EXPECT_EQ(printed(first, "SHOULD_LINEMERGE"), "False");
-  EXPECT_EQ(server.read("etc/system/local/props.conf"),
-            "[weblogic]\nSHOULD_LINEMERGE = False\nis_valid = True\n");
+  EXPECT_EQ(
+      server.read("etc/system/local/props.conf"),
+      "[weblogic]\nMAX_TIMESTAMP_LOOKAHEAD = 39\nSHOULD_LINEMERGE = False\nis_valid = True\n");
+}
+
+TEST(Classification, ProposesWhereTimestampsStand) {
+  const Installation server;
+  std::string text;
+  for (int i = 0; i < 150; ++i) {
+    text += "192.168.10." + std::to_string(i) +
+            " - - [10/Oct/2020:13:55:" + std::to_string(10 + i % 50) +
+            " +0200] \"GET /a HTTP/1.1\" 200 17\n";
+  }
+  server.write("hits.log", text);
+  const auto first = server.run({"hits.log"});
+  EXPECT_EQ(printed(first, "TIME_PREFIX"), R"(\[)");
+  EXPECT_EQ(printed(first, "MAX_TIMESTAMP_LOOKAHEAD"), "65");
+  EXPECT_EQ(printed(first, "SHOULD_LINEMERGE"), "False");
 }
 
 TEST(Classification, NumbersASecondSourcetypeOfTheSameName) {
