@@ -1,8 +1,17 @@
-# Every library that the product links, each used in one place of src/ (docs/architecture.md).
-find_package(PkgConfig REQUIRED)
-pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
-pkg_check_modules(LOG4CPP REQUIRED IMPORTED_TARGET log4cpp)
-pkg_check_modules(LIBXML2 REQUIRED IMPORTED_TARGET libxml-2.0)
-pkg_check_modules(LIBXSLT REQUIRED IMPORTED_TARGET libxslt)
+# Every library that the product links, each used in one place of src/ (docs/architecture.md). Found
+# as the system keeps them, and named alike: dependency::pcre2, ::log4cpp, ::libxml2 and ::libxslt.
+if(WIN32)
+  include(WindowsDependencies)
+else()
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-8)
+  pkg_check_modules(LOG4CPP REQUIRED IMPORTED_TARGET log4cpp)
+  pkg_check_modules(LIBXML2 REQUIRED IMPORTED_TARGET libxml-2.0)
+  pkg_check_modules(LIBXSLT REQUIRED IMPORTED_TARGET libxslt)
+  add_library(dependency::pcre2 ALIAS PkgConfig::PCRE2)
+  add_library(dependency::log4cpp ALIAS PkgConfig::LOG4CPP)
+  add_library(dependency::libxml2 ALIAS PkgConfig::LIBXML2)
+  add_library(dependency::libxslt ALIAS PkgConfig::LIBXSLT)
+endif()
 find_package(fmt REQUIRED)
 find_package(Iconv REQUIRED)

@@ -18,6 +18,7 @@
 #include "main/xml_libraries.h"
 #include "platform/entry_point.h"
 #include "platform/environment.h"
+#include "platform/path_form.h"
 #include "timestamp/timestamp_formats.h"
 #include "timestamp/timestamp_parser.h"
 #include "timestamp/timestamp_text.h"
@@ -137,15 +138,15 @@ int run(const Options& options) {
   const auto formats = TimestampFormats::load(store.root() / "datetime.xml");
   const bool fromStandardInput = !options.file || *options.file == "-";
   TimestampParser parser(formats, settingsOf(options, store),
-                         fromStandardInput ? "standard input" : options.file->string(),
+                         fromStandardInput ? "standard input" : pathToText(*options.file),
                          options.reference);
   if (fromStandardInput) {
     printStamps(std::cin, parser);
   } else {
     std::ifstream file(*options.file, std::ios::binary);
-    if (!file) throw std::system_error(errno, std::generic_category(), options.file->string());
+    if (!file) throw std::system_error(errno, std::generic_category(), pathToText(*options.file));
     printStamps(file, parser);
-    if (file.bad()) throw std::runtime_error(options.file->string() + ": cannot be read");
+    if (file.bad()) throw std::runtime_error(pathToText(*options.file) + ": cannot be read");
   }
   if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "stdout");
   return 0;

@@ -25,7 +25,7 @@ constexpr std::chrono::seconds kLockWait{10};
 
 // A root that is not there was mistyped: nothing is made below it.
 void requireDirectory(const std::filesystem::path& root) {
-  if (!std::filesystem::is_directory(root)) {
+  if (!isDirectory(root)) {
     throw std::runtime_error("there is no directory " + pathToText(root));
   }
 }

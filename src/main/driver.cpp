@@ -1,7 +1,5 @@
 #include "main/driver.h"
 
-#include <fmt/core.h>
-
 #include <array>
 #include <cstdio>
 #include <ctime>
@@ -10,6 +8,7 @@
 
 #include "classifier/file_classifier_manager.h"
 #include "classifier/properties.h"
+#include "main/print.h"
 #include "main/usage.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
@@ -23,7 +22,7 @@ constexpr std::uint64_t kQuickLookLines = 1000;
 constexpr const char* kTrainingFile = "./training.conf";
 
 void printProperties(const path& file, const PropertiesMap& properties) {
-  fmt::print("PROPERTIES OF {}\n{}", pathToText(file), properties.toString());
+  printText("PROPERTIES OF {}\n{}", pathToText(file), properties.toString());
 }
 
 void printTypeOf(FileClassifierManager& manager, const TypeRequest& request) {
@@ -34,7 +33,7 @@ void printTypeOf(FileClassifierManager& manager, const TypeRequest& request) {
 
 void learn(FileClassifierManager& manager, const Argument& file, const Argument& sourcetype) {
   manager.learnFile(file.path, sourcetype.text, Training::No);
-  fmt::print("Training on {} of type {}\n", pathToText(file.path), sourcetype.text);
+  printText("Training on {} of type {}\n", pathToText(file.path), sourcetype.text);
 }
 
 // --- Developer modes ---
@@ -42,7 +41,7 @@ void learn(FileClassifierManager& manager, const Argument& file, const Argument&
 void printSettings(FileClassifierManager& manager, std::string_view sourcetype) {
   PropertiesMap settings;
   manager.getSourcetypeSettings(settings, sourcetype);
-  fmt::print("{}", settings.toString());
+  printText("{}", settings.toString());
 }
 
 // Classifies the files named on standard input without learning.
@@ -51,14 +50,14 @@ void classifyManyFiles(FileClassifierManager& manager) {
   while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), stdin) != nullptr) {
     std::string_view name = buffer.data();
     if (name.ends_with('\n')) name.remove_suffix(1);
-    fmt::print("FILENAME: {}\n", name);
+    printText("FILENAME: {}\n", name);
     PropertiesMap result;
     manager.findTypeForFile(
         result,
         {.path = pathFromText(name), .learningAllowed = false, .maxLines = kQuickLookLines});
     auto verdict = result.tryGet(key::kSourcetype).value_or("unknown");
     if (auto cause = result.tryGet(key::kInvalidCause)) verdict = *cause;
-    fmt::print("Classified\t{}\t{}\n", name, verdict);
+    printText("Classified\t{}\t{}\n", name, verdict);
   }
 }
 
@@ -69,7 +68,7 @@ void loopForLeaks(ConfStore& store, const path& file) {
   for (long i = 0; i < kIterations; ++i) {
     PropertiesMap result;
     manager.findTypeForFile(result, {.path = file, .learningAllowed = false});
-    if (i % 100 == 0) fmt::print("count {} -- {}\n", i, result.get(key::kSourcetype));
+    if (i % 100 == 0) printText("count {} -- {}\n", i, result.get(key::kSourcetype));
   }
 }
 
@@ -80,7 +79,7 @@ void measureSpeed(ConfStore& store) {
   std::error_code error;
   const auto names = listDirectory(directory, error);
   if (error) {
-    fmt::print(stderr, "opendir: {}\n", error.message());
+    printText(stderr, "opendir: {}\n", error.message());
     return;
   }
   const std::time_t start = std::time(nullptr);
@@ -90,10 +89,10 @@ void measureSpeed(ConfStore& store) {
     const path file = directory / name;
     PropertiesMap result;
     manager.findTypeForFile(result, {.path = file, .learningAllowed = false});
-    fmt::print("FILE {} \t\t\t\t {}\n", pathToText(file), result.get(key::kSourcetype));
+    printText("FILE {} \t\t\t\t {}\n", pathToText(file), result.get(key::kSourcetype));
     ++count;
   }
-  fmt::print("TIME = {} NUM OF FILES = {}\n", std::time(nullptr) - start, count);
+  printText("TIME = {} NUM OF FILES = {}\n", std::time(nullptr) - start, count);
 }
 
 void trainFromWorkingDirectory(ConfStore& store) {
@@ -111,7 +110,7 @@ int testWithOptions(FileClassifierManager& manager, std::span<const Argument> ar
     const std::string_view option = argument.text;
     const auto equals = option.find('=');
     if (!option.starts_with("--") || equals == std::string_view::npos) {
-      fmt::print("Unrecognized option; {}\n", option);
+      printText("Unrecognized option; {}\n", option);
       return printUsage(arguments.front().text);
     }
     if (option.starts_with(kFileOption)) {
@@ -121,10 +120,10 @@ int testWithOptions(FileClassifierManager& manager, std::span<const Argument> ar
     const auto name = option.substr(2, equals - 2);
     const auto value = option.substr(equals + 1);
     properties.set(name, value);
-    fmt::print("adding input option: {}={}\n", name, value);
+    printText("adding input option: {}={}\n", name, value);
   }
   if (file.empty()) {
-    fmt::print("Missing required option {}\n", kFileOption);
+    printText("Missing required option {}\n", kFileOption);
     return printUsage(arguments.front().text);
   }
   manager.findTypeForFile(properties, {.path = file});

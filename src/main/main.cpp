@@ -1,7 +1,5 @@
 // Start, run and stop.
 
-#include <fmt/core.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <exception>
@@ -12,6 +10,7 @@
 #include "conf/conf_store.h"
 #include "main/driver.h"
 #include "main/environment.h"
+#include "main/print.h"
 #include "main/xml_libraries.h"
 #include "platform/entry_point.h"
 #include "platform/environment.h"
@@ -31,10 +30,10 @@ int programMain(std::span<const Argument> arguments) try {
   initEnvironment(store, variables);
   const XmlLibraries xmlLibraries(store.root());
   const int status = runDriver(store, arguments);
-  if (std::fflush(stdout) != 0) throw std::system_error(errno, std::system_category(), "stdout");
+  if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "stdout");
   return status;
 } catch (const std::exception& error) {
-  fmt::print(stderr, "sourcetype: {}\n", error.what());
+  printText(stderr, "sourcetype: {}\n", error.what());
   return kFailure;
 }
 

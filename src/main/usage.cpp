@@ -1,11 +1,11 @@
 #include "main/usage.h"
 
-#include <fmt/core.h>
+#include "main/print.h"
 
 namespace sourcetype {
 
 int printUsage(std::string_view programName) {
-  fmt::print(
+  printText(
       "Usage \n\n"
       "    To learn: \n"
       "        {0} <file> <sourcetype>\n"

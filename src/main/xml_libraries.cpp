@@ -60,13 +60,43 @@ std::string_view orEmpty(const char* text) {
   return text == nullptr ? "" : text;
 }
 
+// The file that a location names; nothing when it names something else, like a host.
+std::optional<fs::path> localFile(std::string_view location) {
+  constexpr std::string_view kScheme = "file:";
+  if (!location.starts_with(kScheme)) {
+    if (location.find("://") != std::string_view::npos) return std::nullopt;
+    return pathFromText(location);
+  }
+  location.remove_prefix(kScheme.size());
+  for (const std::string_view thisMachine : {"//localhost/", "///"}) {
+    if (location.starts_with(thisMachine)) location.remove_prefix(thisMachine.size() - 1);
+  }
+  if (!location.starts_with('/') || location.starts_with("//")) return std::nullopt;
+  // "/C:/x" names C:/x where a root can have a name.
+  const auto withDrive = pathFromText(location.substr(1));
+  return withDrive.has_root_name() ? withDrive : pathFromText(location);
+}
+
+std::string unescaped(const std::string& location) {
+  const std::unique_ptr<char, decltype(xmlFree)> text(
+      xmlURIUnescapeString(location.c_str(), 0, nullptr), xmlFree);
+  return text == nullptr ? location : text.get();
+}
+
+// How people write the file of a message, which the libraries may have made a URI of.
+std::string readableName(const std::string& location) {
+  if (!location.starts_with("file:")) return location;
+  auto file = localFile(unescaped(location));
+  return file ? pathToText(file->make_preferred()) : location;
+}
+
 void logXmlError(const xmlError& error) {
   const auto level = error.level == XML_ERR_WARNING ? LogLevel::Warn : LogLevel::Error;
   const auto message = withoutLineEnd(orEmpty(error.message));
   if (error.file == nullptr) {
     logAt(level, kXmlLog, "line %d: %s", error.line, message);
   } else {
-    logAt(level, kXmlLog, "%s:%d: %s", error.file, error.line, message);
+    logAt(level, kXmlLog, "%s:%d: %s", readableName(error.file), error.line, message);
   }
 }
 
@@ -86,26 +116,6 @@ void collectMessage(void* /*context*/, const char* format, ...) {
   if (const auto text = withoutLineEnd(complete); !text.empty()) logError(kXmlLog, "%s", text);
 }
 
-// The file that a location names; nothing when it names something else, like a host.
-std::optional<fs::path> localFile(std::string_view location) {
-  for (const std::string_view prefix : {"file://localhost/", "file:///"}) {
-    if (location.starts_with(prefix)) {
-      location.remove_prefix(prefix.size() - 1);
-      // "/C:/x" names C:/x where a root can have a name.
-      const auto withDrive = pathFromText(location.substr(1));
-      return withDrive.has_root_name() ? withDrive : pathFromText(location);
-    }
-  }
-  if (location.find("://") != std::string_view::npos) return std::nullopt;
-  return pathFromText(location);
-}
-
-std::string unescaped(const std::string& location) {
-  const std::unique_ptr<char, decltype(xmlFree)> text(
-      xmlURIUnescapeString(location.c_str(), 0, nullptr), xmlFree);
-  return text == nullptr ? location : text.get();
-}
-
 bool isBelow(const fs::path& root, const fs::path& file) {
   return !root.empty() && std::ranges::mismatch(root, file).in1 == root.end();
 }
@@ -122,7 +132,7 @@ Permission examineLocation(const std::string& location) {
   for (const auto& spelling : {location, unescaped(location)}) {
     const auto named = localFile(spelling);
     if (!named) return {.refusal = "it is not a local file"};
-    file = fs::canonical(*named, error);
+    file = canonicalPath(*named, error);
     if (!error) break;
   }
   if (error) return {.refusal = "there is no such file"};
@@ -171,7 +181,7 @@ void initXmlLibraries(const fs::path& configurationRoot) {
   auto& layer = xmlLayer();
   if (layer.initialised) return;
   std::error_code error;
-  layer.root = fs::canonical(configurationRoot, error);
+  layer.root = canonicalPath(configurationRoot, error);
   if (error) {
     logError(kXmlLog, "%s: %m", pathToText(configurationRoot), error);
     layer.root.clear();  // nothing is below it

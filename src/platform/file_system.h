@@ -21,6 +21,13 @@ enum class FileKind { CannotExamine, Regular, Other };
 // What stands at `path`, symbolic links followed.
 FileKind fileKind(const std::filesystem::path& path);
 
+// True for a directory, symbolic links followed; false also when that cannot be found out.
+bool isDirectory(const std::filesystem::path& path);
+
+// Where `path` leads, absolute and with every link followed; with `error` set when there is
+// nothing.
+std::filesystem::path canonicalPath(const std::filesystem::path& path, std::error_code& error);
+
 // A regular file opened for reading bytes. Anything else (a directory, a FIFO, a device) is refused
 // and never waited for. Moves, does not copy.
 class InputFile {
@@ -68,7 +75,7 @@ std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& di
                                                  std::error_code& error);
 
 // Where a write to `path` goes: symbolic links are followed, also one whose file does not exist
-// yet. Throws std::system_error for links in a circle.
+// yet (on Windows that throws). Throws std::system_error for links in a circle.
 std::filesystem::path writeTarget(std::filesystem::path path);
 
 // Replaces the content of `target` as one step: a reader sees the old bytes or the new ones, also

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "platform/path_form.h"
+#include "platform/system_error.h"
 
 namespace sourcetype {
 namespace {
@@ -23,12 +24,8 @@ constexpr std::chrono::milliseconds kLockPollInterval{10};
 
 constexpr mode_t kNewFileMode = 0644;  // configuration is for every account of the server
 
-std::error_code lastError() {
-  return {errno, std::system_category()};
-}
-
 [[noreturn]] void throwLastError(const std::string& what, const std::filesystem::path& path) {
-  throw std::system_error(lastError(), what + " " + pathToText(path));
+  throw std::system_error(lastSystemError(), what + " " + pathToText(path));
 }
 
 // A file descriptor that closes itself; -1 means closed.
@@ -125,12 +122,21 @@ FileKind fileKind(const std::filesystem::path& path) {
   return S_ISREG(status.st_mode) ? FileKind::Regular : FileKind::Other;
 }
 
+bool isDirectory(const std::filesystem::path& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::filesystem::path canonicalPath(const std::filesystem::path& path, std::error_code& error) {
+  return std::filesystem::canonical(path, error);
+}
+
 InputFile::InputFile(const std::filesystem::path& path)
     // Without O_NONBLOCK, opening a FIFO would wait for a writer.
     : handle_(openRetrying(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY)) {
   struct stat status {};
   if (handle_ < 0 || ::fstat(static_cast<int>(handle_), &status) != 0) {
-    error_ = lastError();
+    error_ = lastSystemError();
   } else if (!S_ISREG(status.st_mode)) {
     error_ = {S_ISDIR(status.st_mode) ? EISDIR : EINVAL, std::system_category()};
   } else {
@@ -161,28 +167,10 @@ std::size_t InputFile::read(std::span<char> buffer) {
     if (count > 0) {
       filled += static_cast<std::size_t>(count);
     } else if (errno != EINTR) {
-      error_ = lastError();
+      error_ = lastSystemError();
     }
   }
   return filled;
-}
-
-FileBytes readFile(const std::filesystem::path& path) {
-  FileBytes result;
-  InputFile file(path);
-  // One byte more than the size tells a file that grew from one that was read whole.
-  std::size_t capacity = static_cast<std::size_t>(file.size()) + 1;
-  while (!(result.error = file.error())) {
-    auto larger = std::make_unique_for_overwrite<char[]>(capacity);  // NOLINT: as the member
-    std::copy_n(result.bytes.get(), result.size, larger.get());
-    result.bytes = std::move(larger);
-    result.size += file.read({result.bytes.get() + result.size, capacity - result.size});
-    if (result.size < capacity && !file.error()) return result;
-    capacity *= 2;
-  }
-  result.bytes.reset();
-  result.size = 0;
-  return result;
 }
 
 bool isMissingFile(std::error_code error) {
@@ -257,7 +245,7 @@ void appendToFile(const std::filesystem::path& path, std::string_view content) {
 
 std::error_code removeFile(const std::filesystem::path& path) {
   if (::unlink(path.c_str()) == 0 || errno == ENOENT) return {};
-  return lastError();
+  return lastSystemError();
 }
 
 FileLock::FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds wait) {

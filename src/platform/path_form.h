@@ -20,10 +20,11 @@ inline constexpr PathForm kPosixPathForm{.separator = '/', .literalBackslash = f
 // The form of the machine this program runs on.
 PathForm nativePathForm();
 
-// The path as text. On POSIX these are the bytes of the name, whatever they are; on Windows, UTF-8.
+// The path as text. On POSIX these are the bytes of the name, whatever they are; on Windows, UTF-8
+// in which U+FFFD stands for what is no valid UTF-16.
 std::string pathToText(const std::filesystem::path& path);
 
-// The inverse of pathToText().
+// The inverse of pathToText(), wherever that kept everything.
 std::filesystem::path pathFromText(std::string_view text);
 
 }  // namespace sourcetype

@@ -46,7 +46,7 @@ std::string textOf(const FormatArgument& argument) {
 class Formatter {
  public:
   Formatter(std::string_view format, std::span<const FormatArgument> arguments, int systemError)
-      : rest_(format), error_(systemError, std::system_category()) {
+      : rest_(format), error_(systemError, std::generic_category()) {
     bool errorGiven = false;
     for (const auto& argument : arguments) {
       const auto* error = std::get_if<std::error_code>(&argument);

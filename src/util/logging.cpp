@@ -206,7 +206,11 @@ void checkPattern(const AppenderSettings& settings, std::string_view pattern) {
       pattern.remove_prefix(1);
     }
     if (pattern.starts_with("d{")) {
-      const std::string format(pattern.substr(2, pattern.find('}') - 2));
+      std::string format(pattern.substr(2, pattern.find('}') - 2));
+      // The back end's own conversion for milliseconds; C libraries differ in what they make of it.
+      if (const auto millis = format.find("%l"); millis != format.npos) {
+        format.replace(millis, 2, "999");
+      }
       std::array<char, kMaxTimeLength> buffer;
       const std::time_t now = std::time(nullptr);
       if (std::strftime(buffer.data(), buffer.size(), format.c_str(), std::localtime(&now)) == 0) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/path_form.h"
 #include "support/process.h"
 
 namespace sourcetype {
@@ -39,7 +40,7 @@ TEST_F(Timestamps, TakesSettingsFromASourcetypeAndFromOptions) {
                 .status,
             1);
   EXPECT_EQ(run({"--sourcetype", "t", "--set", "TZ=-01:00", "--reference", "2020-01-01", "--home",
-                 server_.root().native()},
+                 pathToText(server_.root())},
                 line, "-")
                 .out,
             "25\t39\t-1\t-1\t2019-05-06T11:00:00Z\n");

@@ -1,8 +1,8 @@
 #include "conf/conf_store.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include "platform/path_form.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -166,7 +166,7 @@ TEST(WriteStanza, FailsWithPathAndCauseWhereTheTreeCannotBeWritten) {
   ::testing::internal::CaptureStderr();
   EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", {{"k", "1"}}, false));
   const auto log = ::testing::internal::GetCapturedStderr();
-  EXPECT_NE(log.find(tree.path("system/local/props.conf").native()), std::string::npos) << log;
+  EXPECT_NE(log.find(pathToText(tree.path("system/local/props.conf"))), std::string::npos) << log;
   EXPECT_NE(log.find("Not a directory"), std::string::npos) << log;
 }
 

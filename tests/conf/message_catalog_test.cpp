@@ -4,6 +4,7 @@
 
 #include <fstream>
 
+#include "platform/path_form.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -37,7 +38,7 @@ TEST(LogMessage, PrintsTheArgumentsOfACodeWithoutText) {
   const LogCategory category("Catalog");
   const auto configuration =
       tree.write("x.cfg", "rootCategory=WARN,A\nappender.A=FileAppender\nappender.A.fileName=" +
-                              tree.path("log").string() + "\nappender.A.layout=PatternLayout\n");
+                              pathToText(tree.path("log")) + "\nappender.A.layout=PatternLayout\n");
   ASSERT_EQ(configureLogging(configuration, {}), "");
   logMessage(LogLevel::Warn, category, "TEST_CODE__%s_%d", "x", 7);
   logMessage(LogLevel::Info, category, "TEST_CODE__%s_%d", "not asked for", 8);

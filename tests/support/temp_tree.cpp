@@ -6,6 +6,8 @@
 #include <iterator>
 #include <random>
 
+#include "platform/path_form.h"
+
 namespace sourcetype::testing {
 
 TempTree::TempTree() {
@@ -17,6 +19,10 @@ TempTree::TempTree() {
 TempTree::~TempTree() {
   std::error_code ignored;
   std::filesystem::remove_all(root_, ignored);
+}
+
+std::filesystem::path TempTree::path(std::string_view relative) const {
+  return (root_ / pathFromText(relative)).make_preferred();
 }
 
 std::filesystem::path TempTree::write(std::string_view relative, std::string_view content) const {

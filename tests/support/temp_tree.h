@@ -15,7 +15,8 @@ class TempTree {
   ~TempTree();
 
   const std::filesystem::path& root() const { return root_; }
-  std::filesystem::path path(std::string_view relative) const { return root_ / relative; }
+  // With the system's own separators throughout.
+  std::filesystem::path path(std::string_view relative) const;
 
   // Writes a file, making its directories; gives its path.
   std::filesystem::path write(std::string_view relative, std::string_view content) const;

@@ -1,9 +1,8 @@
-#include "support/process.h"
-
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
+
+#include "support/process.h"
 
 namespace sourcetype::testing {
 namespace {
@@ -22,15 +21,6 @@ std::string shellWord(std::string_view word) {
 }
 
 }  // namespace
-
-Installation::Installation() {
-  std::filesystem::copy(SOURCETYPE_ETC_DIR, path("etc"), std::filesystem::copy_options::recursive);
-}
-
-Finished Installation::run(const std::vector<std::string>& words, std::string_view input,
-                           const std::string& home) const {
-  return runProgram(SOURCETYPE_EXECUTABLE, words, input, home);
-}
 
 Finished Installation::runProgram(std::string_view program, const std::vector<std::string>& words,
                                   std::string_view input, const std::string& home) const {

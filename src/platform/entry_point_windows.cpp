@@ -1,0 +1,54 @@
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/entry_point.h"
+#include "platform/path_form.h"
+#include "platform/windows_api.h"
+
+// The shell hands over the words as they are meant; a "*" in one is no request to list a directory.
+// NOLINTNEXTLINE(readability-identifier-naming): the run-time library's name
+extern "C" int _dowildcard;
+int _dowildcard = 0;  // NOLINT(readability-identifier-naming): see above
+
+namespace {
+
+// What the console had before; it is shared with whoever started this program.
+UINT consoleCodePage = 0;
+
+void restoreConsole() {
+  if (consoleCodePage != 0) SetConsoleOutputCP(consoleCodePage);
+}
+
+BOOL WINAPI restoreConsoleWhenInterrupted(DWORD /*event*/) {
+  restoreConsole();
+  return FALSE;  // go on to end the process
+}
+
+// All output is UTF-8 and ends its lines in LF, on a console as in a file.
+void prepareOutput() {
+  for (FILE* stream : {stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
+  _fmode = _O_BINARY;  // files that libraries open
+  consoleCodePage = GetConsoleOutputCP();
+  if (consoleCodePage == 0) return;  // there is no console
+  SetConsoleOutputCP(CP_UTF8);
+  std::atexit(restoreConsole);
+  SetConsoleCtrlHandler(restoreConsoleWhenInterrupted, TRUE);
+}
+
+}  // namespace
+
+extern "C" int wmain(int argc, wchar_t** argv) {
+  // A path on a drive without a disk fails; it does not open a dialogue and wait.
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+  prepareOutput();
+  std::vector<sourcetype::Argument> arguments;
+  for (const wchar_t* word : std::span(argv, static_cast<std::size_t>(argc))) {
+    const std::filesystem::path path(word);
+    arguments.push_back({.path = path, .text = sourcetype::pathToText(path)});
+  }
+  return sourcetype::programMain(arguments);
+}

@@ -1,0 +1,26 @@
+// What is the same on every system.
+#include "platform/file_system.h"
+
+#include <algorithm>
+
+namespace sourcetype {
+
+FileBytes readFile(const std::filesystem::path& path) {
+  FileBytes result;
+  InputFile file(path);
+  // One byte more than the size tells a file that grew from one that was read whole.
+  std::size_t capacity = static_cast<std::size_t>(file.size()) + 1;
+  while (!(result.error = file.error())) {
+    auto larger = std::make_unique_for_overwrite<char[]>(capacity);  // NOLINT: as the member
+    std::copy_n(result.bytes.get(), result.size, larger.get());
+    result.bytes = std::move(larger);
+    result.size += file.read({result.bytes.get() + result.size, capacity - result.size});
+    if (result.size < capacity && !file.error()) return result;
+    capacity *= 2;
+  }
+  result.bytes.reset();
+  result.size = 0;
+  return result;
+}
+
+}  // namespace sourcetype
