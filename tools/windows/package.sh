@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Makes a zip of the Windows executable and all that goes with it; prints its name.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+readonly here
+cd "$here/../.."
+
+version=$(sed -nE 's/^project\(sourcetype VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
+readonly name=sourcetype-$version-windows-x64
+prefix=$("$here/build_dependencies.sh" --where)
+readonly prefix
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+readonly top=$work/$name
+
+mkdir -p "$top/licences" "$top/source"
+cp build/windows/src/sourcetype.exe packaging/install.ps1 README.md CHANGELOG.md LICENSE "$top/"
+cp -R etc docs "$top/"
+cp packaging/licences.md "$top/licences/README.md"
+cp -R "$prefix/licences/." "$top/licences/"
+for package in gcc-mingw-w64-base mingw-w64-common; do # the compiler's own libraries
+  mkdir -p "$top/licences/$package"
+  cp "/usr/share/doc/$package/copyright" "$top/licences/$package/"
+done
+# What it takes to link the executable anew with changed copies of the LGPL libraries.
+cp "${prefix%/*}"/downloads/{log4cpp,iconv}[_-]* "$top/source/"
+git archive --format=tar.gz --prefix="sourcetype-$version/" -o "$top/source/sourcetype-$version.tar.gz" HEAD
+
+mkdir -p build
+rm -f "build/$name.zip"
+(cd "$work" && cmake -E tar cf "$name.zip" --format=zip "$name")
+mv "$work/$name.zip" build/
+printf 'build/%s.zip\n' "$name"
