@@ -142,8 +142,10 @@ std::optional<std::size_t> readFields(const MatchResult& match, std::string_view
     const auto text = match.text(group, subject);
     if (text.empty()) continue;
     if (field == StampField::Zone) {
-      fields.zone = zones.find(text);
-      if (fields.zone) continue;
+      if (const auto zone = zones.find(text)) {
+        if (!fields.zone) fields.zone = zone;  // a name may stand behind an offset
+        continue;
+      }
       const auto before = match.start(group);
       return before > 0 && subject[before - 1] == ' ' ? before - 1 : before;
     }
