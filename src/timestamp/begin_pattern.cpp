@@ -38,13 +38,19 @@ std::vector<PlaceLook> looksOf(std::string_view word) {
   if (word == "month") return {PlaceLook::ofMonth()};
 
   const auto digits = word.find_first_not_of('9');
-  if (digits == 0 || digits > PlaceLook::kMostDigits || word.size() > digits + 2) return {};
-  const auto further =
-      word.size() == digits + 2 ? meant(word.back()) : std::vector(kAny.begin(), kAny.end());
+  if (digits == 0 || digits > PlaceLook::kMostDigits) return {};
+  const auto behind = word.substr(digits);
+  if (behind.size() > 3 || (behind.size() == 3 && behind[1] != '9')) return {};
+  const auto meantAt = [&](std::size_t at) {
+    return at < behind.size() ? meant(behind[at]) : std::vector(kAny.begin(), kAny.end());
+  };
+  const auto beyondNumber = meantAt(2);
   std::vector<PlaceLook> looks;
-  for (const auto nextByte : meant(word[digits])) {
-    for (const auto furtherByte : further) {
-      looks.push_back(PlaceLook::ofNumber(digits, nextByte, furtherByte));
+  for (const auto next : meantAt(0)) {
+    for (const auto further : meantAt(1)) {
+      for (const auto beyond : further == Digit ? beyondNumber : std::vector{Other}) {
+        looks.push_back(PlaceLook::ofNumber(digits, {next, further, beyond}));
+      }
     }
   }
   return looks;

@@ -42,11 +42,12 @@ std::optional<Number> parse(std::string_view digits, std::size_t most) {
 
 // Digits behind a decimal sign; those behind the ninth say nothing.
 std::int32_t nanosecondsOf(std::string_view digits) {
+  constexpr std::array<std::int32_t, kNanosecondDigits + 1> kUnits{
+      1'000'000'000, 100'000'000, 10'000'000, 1'000'000, 100'000, 10'000, 1'000, 100, 10, 1};
+  digits = digits.substr(0, kNanosecondDigits);
   std::int32_t value = 0;
-  for (std::size_t i = 0; i < kNanosecondDigits; ++i) {
-    value = value * 10 + (i < digits.size() ? digits[i] - '0' : 0);
-  }
-  return value;
+  for (const char digit : digits) value = value * 10 + (digit - '0');
+  return value * kUnits[digits.size()];
 }
 
 // A count of units of which `perSecond` are a second.
@@ -62,6 +63,10 @@ bool readEpoch(std::string_view digits, std::uint32_t perSecond, StampFields& fi
 }
 
 bool readNumber(std::string_view digits, StampField field, StampFields& fields) {
+  if (digits.size() == 2 && isAsciiDigit(digits[0]) && isAsciiDigit(digits[1])) {
+    fields.set(field, (digits[0] - '0') * 10 + (digits[1] - '0'));
+    return true;
+  }
   const auto value = parse<int>(digits, kMostFieldDigits);
   if (!value) return false;
   fields.set(field, *value);
@@ -71,6 +76,7 @@ bool readNumber(std::string_view digits, StampField field, StampFields& fields) 
 // Every field but the zone; false when the text cannot be one.
 bool readField(std::string_view text, StampField field, const CalendarNames& names,
                StampFields& fields) {
+  if (field <= StampField::Second) return readNumber(text, field, fields);
   switch (field) {
     case StampField::MonthName: {
       const int month = names.meaningOf(text).month;
@@ -100,7 +106,7 @@ bool readField(std::string_view text, StampField field, const CalendarNames& nam
     case StampField::Nanosecs:
       return readEpoch(text, 1'000'000'000, fields);
     default:
-      return readNumber(text, field, fields);
+      return false;
   }
 }
 
@@ -139,7 +145,9 @@ std::optional<std::size_t> readFields(const MatchResult& match, std::string_view
                                       StampFields& fields) {
   fields.clear();
   for (const auto& [group, field] : groups) {
-    const auto text = match.text(group, subject);
+    if (!match.has(group)) continue;
+    const std::size_t start = match.start(group);
+    const std::string_view text(subject.data() + start, match.end(group) - start);
     if (text.empty()) continue;
     if (field == StampField::Zone) {
       if (const auto zone = zones.find(text)) {

@@ -48,7 +48,7 @@ constexpr std::size_t kStampFields = 23;
 std::optional<StampField> stampFieldNamed(std::string_view group);
 
 struct FieldGroup {
-  std::size_t group;
+  std::uint16_t group;
   StampField field;
 };
 

@@ -35,6 +35,15 @@ bool isNameByte(char c) {
   return kind >= ByteBehind::UpperT && kind <= ByteBehind::NonAscii;
 }
 
+BytesBehind bytesBehind(std::string_view text, std::size_t offset) {
+  BytesBehind behind{.next = byteBehind(text, offset), .further = byteBehind(text, offset + 1)};
+  if (behind.further == ByteBehind::Digit) {
+    behind.beyond = byteBehind(text, offset + 2);
+    if (behind.beyond == ByteBehind::Digit) behind.beyond = byteBehind(text, offset + 3);
+  }
+  return behind;
+}
+
 // A number of as many digits may be a year, and begins a stamp whatever stands before it.
 constexpr std::size_t kDigitsOfYear = 4;
 
@@ -69,11 +78,9 @@ std::optional<StampPlace> StampPlaces::next() {
       while (offset_ < size && kindOf(text_[offset_]) == ByteBehind::Digit) ++offset_;
       const std::size_t digits = offset_ - start;
       if (digits > PlaceLook::kMostDigits) continue;
-      const auto next = byteBehind(text_, offset_);
-      const auto further = byteBehind(text_, offset_ + 1);
       return StampPlace{.start = startOf(start),
                         .offset = start,
-                        .look = PlaceLook::ofNumber(digits, next, further),
+                        .look = PlaceLook::ofNumber(digits, bytesBehind(text_, offset_)),
                         .continuesNumber = digits < kDigitsOfYear && continuesNumber(start)};
     }
     if (!isNameByte(text_[start])) continue;

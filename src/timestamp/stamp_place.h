@@ -35,18 +35,31 @@ constexpr std::size_t kBytesBehind = 15;
 
 ByteBehind byteBehind(std::string_view text, std::size_t offset);
 
+// What follows a number: two bytes and, when the second is a digit, the byte behind that second
+// number, which is Digit for a number of three digits or more.
+struct BytesBehind {
+  ByteBehind next = ByteBehind::Other;
+  ByteBehind further = ByteBehind::Other;
+  ByteBehind beyond = ByteBehind::Other;
+};
+
 // What a place looks like, as a small number for tables.
 class PlaceLook {
  public:
   static constexpr std::size_t kMostDigits = 19;  // of a number that stamps begin with
-  static constexpr std::size_t kCount = 1 + kMostDigits * kBytesBehind * kBytesBehind;
+  // Another byte than a digit, or a number and what is behind it.
+  static constexpr std::size_t kWaysOn = kBytesBehind - 1 + kBytesBehind;
+  static constexpr std::size_t kCount = 1 + kMostDigits * kBytesBehind * kWaysOn;
 
   static PlaceLook ofMonth() { return PlaceLook(0); }
-  // A number of 1 to kMostDigits digits and the two bytes behind it.
-  static PlaceLook ofNumber(std::size_t digits, ByteBehind next, ByteBehind further) {
-    return PlaceLook(1 +
-                     ((digits - 1) * kBytesBehind + static_cast<std::size_t>(next)) * kBytesBehind +
-                     static_cast<std::size_t>(further));
+  // A number of 1 to kMostDigits digits.
+  static PlaceLook ofNumber(std::size_t digits, const BytesBehind& behind) {
+    const auto wayOn =
+        static_cast<std::size_t>(behind.further) +
+        (behind.further == ByteBehind::Digit ? static_cast<std::size_t>(behind.beyond) : 0);
+    return PlaceLook(
+        1 + ((digits - 1) * kBytesBehind + static_cast<std::size_t>(behind.next)) * kWaysOn +
+        wayOn);
   }
 
   std::size_t index() const { return index_; }

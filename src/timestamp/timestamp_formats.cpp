@@ -7,8 +7,10 @@
 #include <libxml/uri.h>
 
 #include <algorithm>
+#include <atomic>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -135,7 +137,55 @@ constexpr std::array<std::pair<std::string_view, WordSide>, 2> kSides{{
     {"after", WordSide::After},
 }};
 
+std::vector<FieldGroup> fieldGroups(const Regex& expression) {
+  std::vector<FieldGroup> groups;
+  for (const auto& [name, number] : expression.groupNumbers()) {
+    if (name.starts_with("same_")) continue;
+    const auto field = stampFieldNamed(name);
+    if (!field) throw FaultyEntry("has a group " + inQuotes(name) + ", which is no field");
+    groups.push_back({.group = static_cast<std::uint16_t>(number), .field = *field});
+  }
+  std::ranges::sort(groups, {}, &FieldGroup::group);
+  return groups;
+}
+
 }  // namespace
+
+struct LazyStampExpression::State {
+  std::string source;
+  std::string origin;
+  std::once_flag compiling;
+  std::atomic<bool> isCompiled = false;
+  std::optional<StampExpression> compiled;
+
+  void compile() {
+    try {
+      Regex regex("\\A(?:" + source + ")", kExpressionOptions, Regex::Study::Yes);
+      auto groups = fieldGroups(regex);
+      compiled = StampExpression{.regex = std::move(regex), .groups = std::move(groups)};
+    } catch (const std::runtime_error& error) {
+      logError(kLog, "%s %s.", origin, error.what());
+    }
+    isCompiled.store(true, std::memory_order_release);
+  }
+};
+
+LazyStampExpression::LazyStampExpression(std::string source, std::string origin)
+    : state_(std::make_unique<State>()) {
+  state_->source = std::move(source);
+  state_->origin = std::move(origin);
+}
+LazyStampExpression::LazyStampExpression(LazyStampExpression&&) noexcept = default;
+LazyStampExpression& LazyStampExpression::operator=(LazyStampExpression&&) noexcept = default;
+LazyStampExpression::~LazyStampExpression() = default;
+
+const StampExpression* LazyStampExpression::get() const {
+  State& state = *state_;
+  if (!state.isCompiled.load(std::memory_order_acquire)) {
+    std::call_once(state.compiling, &State::compile, &state);
+  }
+  return state.compiled ? &*state.compiled : nullptr;
+}
 
 class FormatsReader {
  public:
@@ -171,6 +221,12 @@ class FormatsReader {
     logError(kLog, "%s:%d: %s.", file_, line, what);
   }
 
+  // Where an entry stands, as messages begin.
+  std::string origin(const xmlNode& node) const {
+    return file_ + ":" + std::to_string(xmlGetLineNo(&node)) + ": <" +
+           std::string(view(node.name)) + ">";
+  }
+
   void readEntry(const xmlNode& node) {
     const auto name = view(node.name);
     try {
@@ -192,9 +248,7 @@ class FormatsReader {
         throw FaultyEntry("is unknown");
       }
     } catch (const FaultyEntry& fault) {
-      report(xmlGetLineNo(&node), "<" + std::string(name) + "> " + fault.what());
-    } catch (const RegexException& fault) {
-      report(xmlGetLineNo(&node), "<" + std::string(name) + "> " + fault.what());
+      logError(kLog, "%s %s.", origin(node), fault.what());
     }
   }
 
@@ -289,13 +343,10 @@ class FormatsReader {
     const auto alone = attribute(node, "alone").value_or("");
     if (!place.empty() && place != "first") throw FaultyEntry("has an unknown place");
     if (!alone.empty() && alone != "no") throw FaultyEntry("has an unknown value of alone");
-    Regex expression("\\A(?:" + expanded(content(node)) + ")", kExpressionOptions,
-                     Regex::Study::Yes);
-    auto groups = fieldGroups(expression);
+    auto expression = expanded(content(node));
     StampForm form{.name = required(node, "name"),
                    .kind = oneOf(kKinds, "kind", required(node, "kind")),
-                   .expression = std::move(expression),
-                   .groups = std::move(groups),
+                   .expression = {std::move(expression), origin(node)},
                    .behindLetters = attribute(node, "after").value_or(""),
                    .onlyFirst = !place.empty(),
                    .standsAlone = alone.empty()};
@@ -308,18 +359,6 @@ class FormatsReader {
     const auto index = static_cast<std::uint16_t>(formats_.forms_.size());
     auto& list = kind == StampKind::Whole ? looks_[look.index()].whole : looks_[look.index()].part;
     if (list.empty() || list.back() != index) list.push_back(index);
-  }
-
-  static std::vector<FieldGroup> fieldGroups(const Regex& expression) {
-    std::vector<FieldGroup> groups;
-    for (const auto& [name, number] : expression.groupNumbers()) {
-      if (name.starts_with("same_")) continue;
-      const auto field = stampFieldNamed(name);
-      if (!field) throw FaultyEntry("has a group " + inQuotes(name) + ", which is no field");
-      groups.push_back({.group = number, .field = *field});
-    }
-    std::ranges::sort(groups, {}, &FieldGroup::group);
-    return groups;
   }
 
   void readWords(const xmlNode& node) {

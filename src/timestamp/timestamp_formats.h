@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -22,12 +23,36 @@ namespace sourcetype {
 enum class StampKind : std::uint8_t { Whole, Epoch, Date, Time };
 constexpr std::size_t kStampKinds = 4;
 
+// A form's expression, which matches at the subject's start alone.
+struct StampExpression {
+  Regex regex;
+  std::vector<FieldGroup> groups;  // from left to right
+};
+
+// Compiles it when it is first tried: of all forms a file needs two or three.
+class LazyStampExpression {
+ public:
+  // `origin` says in a message where the expression stands.
+  LazyStampExpression(std::string source, std::string origin);
+  LazyStampExpression(LazyStampExpression&&) noexcept;
+  LazyStampExpression& operator=(LazyStampExpression&&) noexcept;
+  LazyStampExpression(const LazyStampExpression&) = delete;
+  LazyStampExpression& operator=(const LazyStampExpression&) = delete;
+  ~LazyStampExpression();
+
+  // Null when it is faulty, which is logged once. May be called from several threads.
+  const StampExpression* get() const;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
 // One form of stamp.
 struct StampForm {
   std::string name;
   StampKind kind;
-  Regex expression;  // matches at the subject's start alone
-  std::vector<FieldGroup> groups;
+  LazyStampExpression expression;
   std::string behindLetters;  // stands directly behind one of these, unless empty
   bool onlyFirst = false;     // nothing but punctuation may stand before it in the line
   bool standsAlone = true;    // otherwise it completes what stands apart from it
@@ -40,8 +65,9 @@ class TimestampFormats {
  public:
   using WordSet = std::unordered_set<std::string>;  // in lower case
 
-  // Never throws for the file's sake: a faulty entry is logged with file and line and left out, a
-  // missing or unreadable file is logged and gives formats that find nothing.
+  // Never throws for the file's sake: a faulty entry is logged with file and line and left out (a
+  // faulty expression when it is first tried), a missing or unreadable file is logged and gives
+  // formats that find nothing.
   static TimestampFormats load(const std::filesystem::path& file);
 
   const std::vector<StampForm>& forms() const { return forms_; }

@@ -101,7 +101,9 @@ void TimestampParser::readFormat(const PropertiesMap& settings, std::string_view
   try {
     format_.emplace(timeFormatExpression(*format), Regex::kCaseless);
     for (const auto& [group, number] : format_->groupNumbers()) {
-      if (const auto field = stampFieldNamed(group)) formatGroups_.push_back({number, *field});
+      if (const auto field = stampFieldNamed(group)) {
+        formatGroups_.push_back({static_cast<std::uint16_t>(number), *field});
+      }
     }
     std::ranges::sort(formatGroups_, {}, &FieldGroup::group);
   } catch (const std::runtime_error& error) {
@@ -188,11 +190,11 @@ std::optional<TimestampParser::Piece> TimestampParser::matched(const Search& sea
                                                                const StampPlace& place) {
   const StampForm& shape = formats_.forms()[form];
   const auto subject = search.from(place.offset);
-  if (!shape.expression.match(subject, match_) || !mayStandAt(search, form, place.offset)) {
-    return std::nullopt;
-  }
+  if (!mayStandAt(search, form, place.offset)) return std::nullopt;
+  const StampExpression* expression = shape.expression.get();
+  if (expression == nullptr || !expression->regex.match(subject, match_)) return std::nullopt;
   const auto length =
-      readFields(match_, subject, shape.groups, formats_.names(), formats_.zones(), fields_);
+      readFields(match_, subject, expression->groups, formats_.names(), formats_.zones(), fields_);
   if (!length) return std::nullopt;
   const std::size_t end = place.offset + *length;
   // The search may end within a fraction, but not within a number that is the stamp.
