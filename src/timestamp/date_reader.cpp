@@ -69,8 +69,12 @@ struct Reading {
 std::optional<sys_seconds> DateReader::dated(int year, int month, int day,
                                              const TimeInZone& time) const {
   if (year == kNoYear) return withoutYear(month, day, time);
-  const auto date = calendarDay(year, month, day);
-  return date ? withinLimits(time.on(*date)) : std::nullopt;
+  if (year != lastDay_.year || month != lastDay_.month || day != lastDay_.day) {
+    const auto date = calendarDay(year, month, day);
+    if (!date) return std::nullopt;
+    lastDay_ = {.year = year, .month = month, .day = day, .date = *date};
+  }
+  return withinLimits(time.on(lastDay_.date));
 }
 
 std::optional<sys_seconds> DateReader::withinLimits(sys_seconds time) const {

@@ -63,7 +63,16 @@ class DateReader {
   std::optional<std::chrono::sys_seconds> withinLimits(std::chrono::sys_seconds time) const;
   std::optional<Date> inSomeOrder(const StampFields& fields, const TimeInZone& time) const;
 
+  // The line before mostly has the same day.
+  struct KnownDay {
+    int year = 0;
+    int month = 0;  // none
+    int day = 0;
+    std::chrono::local_days date;
+  };
+
   TimeLimits limits_;
+  mutable KnownDay lastDay_;
   std::array<std::array<std::uint32_t, 3>, 3> evidence_{};  // by separator and order
 };
 

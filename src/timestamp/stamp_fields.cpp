@@ -144,22 +144,24 @@ std::optional<std::size_t> readFields(const MatchResult& match, std::string_view
                                       const CalendarNames& names, const TimeZones& zones,
                                       StampFields& fields) {
   fields.clear();
+  const auto offsets = match.offsets();
   for (const auto& [group, field] : groups) {
-    if (!match.has(group)) continue;
-    const std::size_t start = match.start(group);
-    const std::string_view text(subject.data() + start, match.end(group) - start);
-    if (text.empty()) continue;
+    const std::size_t at = std::size_t{2} * group;
+    if (at >= offsets.size()) break;
+    const std::size_t start = offsets[at];
+    const std::size_t end = offsets[at + 1];
+    if (start == end) continue;  // absent as well
+    const std::string_view text(subject.data() + start, end - start);
     if (field == StampField::Zone) {
       if (const auto zone = zones.find(text)) {
         if (!fields.zone) fields.zone = zone;  // a name may stand behind an offset
         continue;
       }
-      const auto before = match.start(group);
-      return before > 0 && subject[before - 1] == ' ' ? before - 1 : before;
+      return start > 0 && subject[start - 1] == ' ' ? start - 1 : start;
     }
     if (!readField(text, field, names, fields)) return std::nullopt;
-    if (field == StampField::First && match.end(group) < subject.size()) {
-      fields.separator = subject[match.end(group)];
+    if (field == StampField::First && end < subject.size()) {
+      fields.separator = subject[end];
     }
   }
   return match.end(0);

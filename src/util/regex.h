@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -30,6 +31,8 @@ class MatchResult {
   // Byte offsets in the subject; need has(group).
   std::size_t start(std::size_t group) const { return offsets_[2 * group]; }
   std::size_t end(std::size_t group) const { return offsets_[2 * group + 1]; }
+  // Start and end of each group in turn, equal where a group is absent.
+  std::span<const std::size_t> offsets() const { return offsets_; }
   // The group's text, empty when absent. `subject` is what was matched.
   std::string_view text(std::size_t group, std::string_view subject) const {
     return has(group) ? subject.substr(start(group), end(group) - start(group))
