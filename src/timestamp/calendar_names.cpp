@@ -25,7 +25,7 @@ bool CalendarNames::addWeekday(std::string_view name) {
 }
 
 CalendarNames::Meaning CalendarNames::meaningOf(std::string_view word) const {
-  if (word.size() < kLeastLength || !isBeginning_[hash(word)]) return {};
+  if (!mayBeName(word)) return {};
   const auto found = meanings_.find(toAsciiLower(word));
   return found == meanings_.end() ? Meaning() : found->second;
 }

@@ -25,7 +25,11 @@ class CalendarNames {
   bool addMonth(std::string_view name, int month);
   bool addWeekday(std::string_view name);
 
-  // Of a whole word. Cheap for words that do not begin like a name.
+  // False for most words that are no name, by how they begin.
+  bool mayBeName(std::string_view word) const {
+    return word.size() >= kLeastLength && isBeginning_[hash(word)];
+  }
+  // Of a whole word.
   Meaning meaningOf(std::string_view word) const;
 
  private:

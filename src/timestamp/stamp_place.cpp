@@ -78,14 +78,18 @@ std::optional<StampPlace> StampPlaces::next() {
       while (offset_ < size && kindOf(text_[offset_]) == ByteBehind::Digit) ++offset_;
       const std::size_t digits = offset_ - start;
       if (digits > PlaceLook::kMostDigits) continue;
+      const auto look = PlaceLook::ofNumber(digits, bytesBehind(text_, offset_));
+      if (!wanted_.test(look.index())) continue;
       return StampPlace{.start = startOf(start),
                         .offset = start,
-                        .look = PlaceLook::ofNumber(digits, bytesBehind(text_, offset_)),
+                        .look = look,
                         .continuesNumber = digits < kDigitsOfYear && continuesNumber(start)};
     }
     if (!isNameByte(text_[start])) continue;
     while (offset_ < size && isNameByte(text_[offset_])) ++offset_;
-    const auto meaning = names_.meaningOf(text_.substr(start, offset_ - start));
+    const std::string_view word(text_.data() + start, offset_ - start);
+    if (!names_.mayBeName(word)) continue;
+    const auto meaning = names_.meaningOf(word);
     const std::size_t stampStart = startOf(start);
     if (meaning.weekday) {
       weekday_ = start;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -76,12 +77,16 @@ struct StampPlace {
   bool continuesNumber = false;  // a number of few digits behind a digit and ".", ":", "-" or "/"
 };
 
-// The places of a text, from left to right.
+// Looks by their index.
+using LookSet = std::bitset<PlaceLook::kCount>;
+
+// The places of a text that have one of the looks wanted, from left to right.
 class StampPlaces {
  public:
-  // From `offset` on. The text and the names must outlive the object.
-  StampPlaces(std::string_view text, std::size_t offset, const CalendarNames& names)
-      : text_(text), names_(names), offset_(offset) {}
+  // From `offset` on. What is passed must outlive the object.
+  StampPlaces(std::string_view text, std::size_t offset, const CalendarNames& names,
+              const LookSet& wanted)
+      : text_(text), names_(names), wanted_(wanted), offset_(offset) {}
 
   std::optional<StampPlace> next();
   // What is left of `offset` yields no more places.
@@ -95,6 +100,7 @@ class StampPlaces {
 
   std::string_view text_;
   const CalendarNames& names_;
+  const LookSet& wanted_;
   std::size_t offset_;
   std::size_t weekday_ = 0;                                   // the last one's start
   std::size_t behindWeekday_ = static_cast<std::size_t>(-1);  // and where a date may follow

@@ -381,6 +381,7 @@ class FormatsReader {
     for (std::size_t i = 0; i < looks_.size(); ++i) {
       formats_.wholeGroups_[i] = groupOf(looks_[i].whole);
       formats_.partGroups_[i] = groupOf(looks_[i].part);
+      formats_.looks_.set(i, !looks_[i].whole.empty() || !looks_[i].part.empty());
     }
   }
 

@@ -80,6 +80,8 @@ class TimestampFormats {
   std::span<const std::uint16_t> partForms(PlaceLook look) const {
     return groups_[partGroups_[look.index()]];
   }
+  // Looks with any form to try.
+  const LookSet& looks() const { return looks_; }
 
   const CalendarNames& names() const { return names_; }
   const TimeZones& zones() const { return zones_; }
@@ -100,6 +102,7 @@ class TimestampFormats {
   std::vector<std::vector<std::uint16_t>> groups_ = {{}};  // of forms that are tried together
   GroupIndices wholeGroups_{};
   GroupIndices partGroups_{};
+  LookSet looks_;
   std::array<std::array<WordSet, 2>, kStampKinds> decoyWords_;
   WordSet timeKeys_;
 };

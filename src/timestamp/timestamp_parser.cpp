@@ -149,7 +149,8 @@ std::optional<Timestamp> TimestampParser::parseFormat(const Search& search) {
 }
 
 std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
-  StampPlaces places(search.line.substr(0, search.end), search.begin, formats_.names());
+  StampPlaces places(search.line.substr(0, search.end), search.begin, formats_.names(),
+                     formats_.looks());
   std::optional<Piece> insideWord;
   partPlaces_.clear();
   while (const auto place = places.next()) {
@@ -172,8 +173,9 @@ std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
 std::optional<TimestampParser::Piece> TimestampParser::wholeAt(const Search& search,
                                                                const StampPlace& place) {
   const auto forms = formats_.wholeForms(place.look);
+  if (forms.empty() || place.continuesNumber) return std::nullopt;
+  if (forms.size() == 1) return matched(search, forms.front(), place);
   std::optional<Piece> longest;
-  if (forms.empty() || place.continuesNumber) return longest;
   const auto tryForm = [&](FormIndex form) {
     const auto piece = matched(search, form, place);
     if (piece && (!longest || piece->end > longest->end)) longest = piece;
