@@ -1,13 +1,23 @@
 #include "timestamp/calendar_names.h"
 
+#include <algorithm>
+
 #include "util/text.h"
 
 namespace sourcetype {
 
 CalendarNames::Meaning* CalendarNames::entryFor(std::string_view name) {
   if (name.size() < kLeastLength) return nullptr;
-  isBeginning_[hash(name)] = true;
-  return &meanings_[toAsciiLower(name)];
+  std::uint16_t& group = groups_[hash(name)];
+  if (group == kNoGroup) {
+    group = static_cast<std::uint16_t>(names_.size());
+    names_.emplace_back();
+  }
+  auto& names = names_[group];
+  const auto known = std::ranges::find_if(
+      names, [&](const Name& other) { return equalsIgnoringCase(other.text, name); });
+  if (known != names.end()) return &known->meaning;
+  return &names.emplace_back(Name{.text = toAsciiLower(name), .meaning = {}}).meaning;
 }
 
 bool CalendarNames::addMonth(std::string_view name, int month) {
@@ -26,8 +36,10 @@ bool CalendarNames::addWeekday(std::string_view name) {
 
 CalendarNames::Meaning CalendarNames::meaningOf(std::string_view word) const {
   if (!mayBeName(word)) return {};
-  const auto found = meanings_.find(toAsciiLower(word));
-  return found == meanings_.end() ? Meaning() : found->second;
+  for (const Name& name : names_[groups_[hash(word)]]) {
+    if (equalsIgnoringCase(name.text, word)) return name.meaning;
+  }
+  return {};
 }
 
 }  // namespace sourcetype

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace sourcetype {
 
@@ -27,7 +27,7 @@ class CalendarNames {
 
   // False for most words that are no name, by how they begin.
   bool mayBeName(std::string_view word) const {
-    return word.size() >= kLeastLength && isBeginning_[hash(word)];
+    return word.size() >= kLeastLength && groups_[hash(word)] != kNoGroup;
   }
   // Of a whole word.
   Meaning meaningOf(std::string_view word) const;
@@ -38,10 +38,16 @@ class CalendarNames {
     return (static_cast<std::size_t>(word[0] & 31) << 10U) |
            (static_cast<std::size_t>(word[1] & 31) << 5U) | static_cast<std::size_t>(word[2] & 31);
   }
+  static constexpr std::uint16_t kNoGroup = 0;
+  struct Name {
+    std::string text;  // in lower case
+    Meaning meaning;
+  };
+
   Meaning* entryFor(std::string_view name);
 
-  std::unordered_map<std::string, Meaning> meanings_;  // by the name in lower case
-  std::array<bool, 32768> isBeginning_{};              // by the hash of a name
+  std::array<std::uint16_t, 32768> groups_{};  // by the hash of a name
+  std::vector<std::vector<Name>> names_{1};    // by group; those of a group begin alike
 };
 
 }  // namespace sourcetype
