@@ -191,7 +191,7 @@ TEST(Classification, ProposesWhereTimestampsStand) {
   for (int i = 0; i < 150; ++i) {
     text += "192.168.10." + std::to_string(i) +
             " - - [10/Oct/2020:13:55:" + std::to_string(10 + i % 50) +
-            " +0200] \"GET /a HTTP/1.1\" 200 17\n";
+            " +0200] \"GET /a HTTP/1.1\" took 17\n";
   }
   server.write("hits.log", text);
   const auto first = server.run({"hits.log"});
