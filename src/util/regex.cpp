@@ -97,8 +97,14 @@ struct CompileError {
 };
 
 CodePtr compile(std::string_view pattern, std::uint32_t options, CompileError& error) {
-  return CodePtr(pcre2_compile(bytes(pattern), pattern.size(), options | kAlwaysOn, &error.code,
-                               &error.offset, compileContext()));
+  return CodePtr(pcre2_compile(bytes(pattern), pattern.size(), options, &error.code, &error.offset,
+                               compileContext()));
+}
+
+bool isAscii(std::string_view text) {
+  unsigned char bits = 0;
+  for (const char c : text) bits |= static_cast<unsigned char>(c);
+  return bits < 0x80;
 }
 
 // Where the library has no machine code for this processor or pattern, the interpreter matches.
@@ -232,7 +238,7 @@ struct Regex::Program {
   Program(std::string_view pattern, std::uint32_t compileOptions, Study studyChoice)
       : source(pattern), options(compileOptions), wantsStudy(studyChoice == Study::Yes) {
     CompileError error;
-    main = compile(source, options, error);
+    main = compile(source, options | kAlwaysOn, error);
     if (!main) throw RegexException("Regex: " + error.text());
     if (wantsStudy) study(*main);
     readInfo();
@@ -243,10 +249,20 @@ struct Regex::Program {
   const pcre2_code* whole() const {
     std::call_once(wholeMade, [this] {
       CompileError ignored;
-      wholeCode = compile("(?:" + source + ")\\z", options | PCRE2_ANCHORED, ignored);
+      wholeCode = compile("(?:" + source + ")\\z", options | kAlwaysOn | PCRE2_ANCHORED, ignored);
       if (wholeCode && wantsStudy) study(*wholeCode);
     });
     return wholeCode.get();
+  }
+
+  // For subjects of ASCII alone, which need not be looked at for invalid sequences: in the
+  // interpreter that takes longer than to see that a line does not begin like the expression.
+  const pcre2_code* ascii() const {
+    std::call_once(asciiMade, [this] {
+      CompileError ignored;
+      asciiCode = compile(source, (options | kAlwaysOn) & ~PCRE2_MATCH_INVALID_UTF, ignored);
+    });
+    return asciiCode ? asciiCode.get() : main.get();
   }
 
   // The library's answer for the first match.
@@ -257,8 +273,11 @@ struct Regex::Program {
       const int answer = executeMachineCodeAtStart(*main, searched);
       if (answer != PCRE2_ERROR_JIT_STACKLIMIT) return answer;
     }
-    return anchored ? executeAtStart(*main, searched, runOptions)
-                    : executeSearch(*main, searched, runOptions);
+    const bool isPlain = !hasMachineCode && isAscii(searched);
+    const pcre2_code& code = *(isPlain ? ascii() : main.get());
+    if (isPlain) runOptions |= PCRE2_NO_UTF_CHECK;
+    return anchored ? executeAtStart(code, searched, runOptions)
+                    : executeSearch(code, searched, runOptions);
   }
 
   Outcome match(std::string_view subject, Mode mode) const {
@@ -316,6 +335,8 @@ struct Regex::Program {
   std::map<std::string, std::size_t, std::less<>> names;
   mutable std::once_flag wholeMade;
   mutable CodePtr wholeCode;
+  mutable std::once_flag asciiMade;
+  mutable CodePtr asciiCode;
 };
 
 Regex::Regex(std::string_view pattern, std::uint32_t options, Study study)
