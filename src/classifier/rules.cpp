@@ -38,6 +38,14 @@ std::optional<RuleTest> parseTestKey(const std::string& key) {
                   .percent = static_cast<int>(std::clamp(number, -kMost, kMost))};
 }
 
+constexpr std::size_t kCountAll = ~std::size_t{0};
+
+// The count of matches from which on a test has its other answer.
+std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
+  const int limit = std::clamp(comparer == '>' ? percent : percent + 1, 0, 101);
+  return (static_cast<std::size_t>(limit) * lines + 99) / 100;
+}
+
 }  // namespace
 
 std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleTiming timing) {
@@ -69,7 +77,10 @@ bool Rules::passesTests(const Sample& sample, const PropertiesMap& rule) {
 bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
                              int percent) {
   const std::size_t lines = std::min(sample.lineCount(), kMaxRuleLines);
-  const std::size_t matches = countMatches(sample, lines, pattern);
+  // The log shows the whole count; without it, counting ends where the answer is settled.
+  const std::size_t decisive =
+      kFlowLog.isEnabled(LogLevel::Debug) ? kCountAll : decisiveCount(lines, comparer, percent);
+  const std::size_t matches = countMatches(sample, lines, pattern, decisive);
   const int actual = lines == 0 ? 0 : static_cast<int>(matches * 100 / lines);
   const bool passes = comparer == '>' ? actual >= percent : actual <= percent;
   logDebug(kFlowLog, "MatchRulePattern. %s, Pattern: %s, Percent: %d, Comparer: %c, Actual: %d",
@@ -77,8 +88,8 @@ bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, c
   return passes;
 }
 
-std::size_t Rules::countMatches(const Sample& sample, std::size_t lines,
-                                const std::string& pattern) {
+std::size_t Rules::countMatches(const Sample& sample, std::size_t lines, const std::string& pattern,
+                                std::size_t decisive) {
   const auto [compiled, isNew] = compiled_.try_emplace(pattern);
   if (isNew) {
     try {
@@ -90,6 +101,8 @@ std::size_t Rules::countMatches(const Sample& sample, std::size_t lines,
   if (!compiled->second) return 0;
   std::size_t matches = 0;
   for (std::size_t i = 0; i < lines; ++i) {
+    const bool isSettled = matches >= decisive || matches + (lines - i) < decisive;
+    if (isSettled && decisive != kCountAll) break;
     if (compiled->second->match(sample.line(i))) ++matches;
   }
   return matches;

@@ -39,7 +39,9 @@ class Rules {
 
  private:
   bool passesTests(const Sample& sample, const PropertiesMap& rule);
-  std::size_t countMatches(const Sample& sample, std::size_t lines, const std::string& pattern);
+  // Stops where it is certain on which side of `decisive` the count will be.
+  std::size_t countMatches(const Sample& sample, std::size_t lines, const std::string& pattern,
+                           std::size_t decisive);
 
   ConfStore& store_;
   // Compiled once per text and run; empty for a text that does not compile.
