@@ -1,0 +1,138 @@
+// The bundled configuration on made-up logs of every format it knows, and on texts that are no log.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "support/process.h"
+
+namespace sourcetype {
+namespace {
+
+using sourcetype::testing::Installation;
+
+struct Made {
+  std::string name;
+  std::string sourcetype;
+  std::string end;  // the instant, "-" for a log whose lines do not say the date
+};
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+// Writes the logs of a file of templates into the directory "logs".
+std::vector<Made> makeLogs(const Installation& server, const std::string& templates) {
+  std::filesystem::create_directory(server.path("logs"));
+  const auto run = server.runProgram(SAMPLE_LOGS_EXECUTABLE,
+                                     {std::string(FORMATS_DIR) + "/" + templates, "logs"});
+  EXPECT_EQ(run.err, "");
+  std::vector<Made> logs;
+  for (const auto& line : linesOf(run.out)) {
+    std::istringstream stream(line);
+    Made& log = logs.emplace_back();
+    stream >> log.name >> log.sourcetype >> log.end;
+  }
+  return logs;
+}
+
+std::string logOf(const Made& log) {
+  return "logs/" + log.name + ".log";
+}
+
+// What a file is recognised as by an installation that has learned nothing.
+std::string recognisedAs(const Installation& server, const Made& log) {
+  const Installation fresh;
+  const std::string mark = "\tsourcetype -> ";
+  const auto out = fresh.run({server.path(logOf(log)).native()}).out;
+  const auto begin = out.find(mark);
+  if (begin == std::string::npos) return "(none)";
+  return out.substr(begin + mark.size(), out.find('\n', begin + 1) - begin - mark.size());
+}
+
+// The same for many files at once, but for delayed rules.
+std::map<std::string, std::string> recognisedAtOnce(const Installation& server,
+                                                    const std::vector<Made>& logs) {
+  std::string names;
+  for (const auto& log : logs) names += logOf(log) + "\n";
+  std::map<std::string, std::string> verdicts;
+  for (const auto& line : linesOf(server.run({"manyfiles"}, names).out)) {
+    std::string word;
+    std::string name;
+    std::istringstream stream(line);
+    stream >> word >> name;
+    if (word == "Classified") stream >> verdicts[name];
+  }
+  return verdicts;
+}
+
+bool isDelayed(const std::string& sourcetype) {
+  return sourcetype.starts_with("lines_") || sourcetype.starts_with("columns_");
+}
+
+TEST(Formats, AreEachRecognised) {
+  const Installation server;
+  const auto logs = makeLogs(server, "logs.txt");
+  EXPECT_GE(logs.size(), 90U);
+  auto verdicts = recognisedAtOnce(server, logs);
+  for (const auto& log : logs) {
+    auto& verdict = verdicts[logOf(log)];
+    if (isDelayed(log.sourcetype)) verdict = recognisedAs(server, log);
+    EXPECT_EQ(verdict, log.sourcetype) << log.name;
+  }
+}
+
+// Instants of a file of numbers, and of the program's "2024-03-05T10:00:00Z".
+std::size_t countAgreeing(const std::vector<std::string>& expected,
+                          const std::vector<std::string>& shown) {
+  EXPECT_EQ(expected.size(), shown.size());
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < std::min(expected.size(), shown.size()); ++i) {
+    std::tm fields{};
+    const auto tab = shown[i].rfind('\t');
+    if (tab == std::string::npos) continue;
+    if (strptime(shown[i].c_str() + tab + 1, "%Y-%m-%dT%H:%M:%S", &fields) == nullptr) continue;
+    if (std::to_string(timegm(&fields)) == expected[i]) ++count;
+  }
+  return count;
+}
+
+TEST(Formats, TellTheInstantsOfTheirEvents) {
+  const Installation server;
+  for (const auto& log : makeLogs(server, "logs.txt")) {
+    if (log.end == "-") continue;
+    std::time_t end = 0;
+    std::from_chars(log.end.data(), log.end.data() + log.end.size(), end);
+    std::array<char, 40> reference{};
+    std::tm fields{};
+    std::strftime(reference.data(), reference.size(), "%Y-%m-%dT%H:%M:%SZ",
+                  gmtime_r(&end, &fields));
+    const auto run = server.runProgram(
+        TIMESTAMPS_EXECUTABLE, {"--sourcetype", log.sourcetype, "--reference", reference.data(),
+                                "logs/" + log.name + ".events"});
+    EXPECT_EQ(run.err, "") << log.name;
+    const auto expected = linesOf(server.read("logs/" + log.name + ".times"));
+    EXPECT_GE(countAgreeing(expected, linesOf(run.out)) * 100, expected.size() * 95) << log.name;
+  }
+}
+
+TEST(Texts, ThatAreNoLogGetNoBundledSourcetype) {
+  const Installation server;
+  std::set<std::string> bundled;
+  for (const auto& log : makeLogs(server, "logs.txt")) bundled.insert(log.sourcetype);
+  const auto texts = makeLogs(server, "texts.txt");
+  EXPECT_GE(texts.size(), 20U);
+  for (const auto& text : texts) {
+    EXPECT_FALSE(bundled.contains(recognisedAs(server, text))) << text.name;
+  }
+}
+
+}  // namespace
+}  // namespace sourcetype
