@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 
 #include "support/process.h"
+#include "util/regex.h"
 
 namespace sourcetype {
 namespace {
@@ -47,14 +49,19 @@ std::string logOf(const Made& log) {
   return "logs/" + log.name + ".log";
 }
 
+// The value that a printed map gives a key.
+std::optional<std::string> printed(const std::string& out, const std::string& key) {
+  const auto begin = out.find("\t" + key + " -> ");
+  if (begin == std::string::npos) return std::nullopt;
+  const auto value = begin + key.size() + 5;
+  return out.substr(value, out.find('\n', value) - value);
+}
+
 // What a file is recognised as by an installation that has learned nothing.
 std::string recognisedAs(const Installation& server, const Made& log) {
   const Installation fresh;
-  const std::string mark = "\tsourcetype -> ";
   const auto out = fresh.run({server.path(logOf(log)).native()}).out;
-  const auto begin = out.find(mark);
-  if (begin == std::string::npos) return "(none)";
-  return out.substr(begin + mark.size(), out.find('\n', begin + 1) - begin - mark.size());
+  return printed(out, "sourcetype").value_or("(none)");
 }
 
 // The same for many files at once, but for delayed rules.
@@ -120,6 +127,24 @@ TEST(Formats, TellTheInstantsOfTheirEvents) {
     EXPECT_EQ(run.err, "") << log.name;
     const auto expected = linesOf(server.read("logs/" + log.name + ".times"));
     EXPECT_GE(countAgreeing(expected, linesOf(run.out)) * 100, expected.size() * 95) << log.name;
+  }
+}
+
+// One odd line in twenty may look like the begin of an event.
+TEST(Formats, SayWhereEventsOfSeveralLinesBegin) {
+  const Installation server;
+  for (const auto& log : makeLogs(server, "logs.txt")) {
+    const auto settings = server.run({"settings", log.sourcetype}).out;
+    const auto expression = printed(settings, "BREAK_ONLY_BEFORE");
+    EXPECT_EQ(printed(settings, "SHOULD_LINEMERGE"), expression ? "True" : "False") << log.name;
+    if (!expression) continue;
+    const Regex begin(*expression);
+    const auto matches = [&](const std::string& line) { return begin.match(line); };
+    const auto events = linesOf(server.read("logs/" + log.name + ".events"));
+    EXPECT_TRUE(std::ranges::all_of(events, matches)) << log.name;
+    const auto lines = linesOf(server.read(logOf(log)));
+    const auto begins = std::ranges::count_if(lines, matches);
+    EXPECT_LE(static_cast<std::size_t>(begins), events.size() * 11 / 10) << log.name;
   }
 }
 
