@@ -60,8 +60,11 @@ Escape readJavaEscape(std::string_view text) {
 
 std::size_t EscapeConverter::decode(std::string_view bytes, Input input, std::string& out) {
   std::size_t at = 0;
+  // Each search goes on where the last one ended, so that many of them take no more than one.
+  std::size_t backslash = 0;
   while (at < bytes.size()) {
-    const std::size_t plain = std::min(asciiRunLength(bytes.substr(at)), bytes.find('\\', at) - at);
+    if (backslash <= at) backslash = std::min(bytes.find('\\', at), bytes.size());
+    const std::size_t plain = asciiRunLength(bytes.substr(at, backslash - at));
     out.append(bytes, at, plain);
     at += plain;
     if (at == bytes.size()) break;
