@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "classifier/sampling/chosen_cells.h"
 #include "classifier/sampling/iconv_stream.h"
 #include "classifier/sampling/vendor_tables.h"
 #include "util/utf8.h"
@@ -27,6 +28,11 @@ std::optional<ByteTexts> askIconv(const std::string& charset) {
     std::string_view rest(&c, 1);
     stream->convert(rest, texts[byte]);
     stream->flush(texts[byte]);
+    for (const ChosenCells& cells : chosenCells(charset)) {
+      if (fittingLength(cells.units, {&c, 1}) == 0) continue;
+      texts[byte].clear();
+      if (const char32_t chosen = chosenCharacter(cells, {&c, 1})) appendUtf8(chosen, texts[byte]);
+    }
   }
   return texts;
 }

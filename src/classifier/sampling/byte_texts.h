@@ -12,7 +12,8 @@ namespace sourcetype {
 using ByteTexts = std::array<std::string, 256>;
 
 // As the system's iconv has the charset: byte by byte, so that it cannot join a letter and an
-// accent behind it (as glibc would in CP1255 and CP1258). Nothing when the system has no such set.
+// accent behind it (as glibc would in CP1255 and CP1258), with the cells of chosen_cells.h. Nothing
+// when the system has no such set.
 std::optional<ByteTexts> askIconv(const std::string& charset);
 
 // As its vendor published it; nothing for a name that vendor_tables.h does not hold.

@@ -60,7 +60,7 @@ struct CharsetRow {
 // (GB_2312-80, KS_C_5601-1987, KOREAN, JIS_X0208) mean the two-byte set alone. Without LE, UTF-16
 // and UTF-32 are big-endian. "internal" is the order of the machine, which is taken to be x86 on
 // every machine: little-endian; "swapped" is the other one. The iconv names are those that both
-// glibc and GNU libiconv know.
+// glibc and GNU libiconv know. Big5 is Microsoft's, as in glibc.
 constexpr std::array<CharsetRow, 275> kCharsets{{
     {"850", Family::SingleByte, "CP850"},
     {"862", Family::SingleByte, "CP862"},
@@ -71,15 +71,15 @@ constexpr std::array<CharsetRow, 275> kCharsets{{
     {"armscii8", Family::SingleByte, "ARMSCII-8"},
     {"ascii", Family::Utf8},
     {"asmo708", Family::SingleByte, "ISO-8859-6"},
-    {"big5", Family::MultiByte, "BIG5"},
+    {"big5", Family::MultiByte, "CP950"},
     {"big5hkscs", Family::MultiByte, "BIG5-HKSCS"},
     {"big5hkscs2001", Family::MultiByte, "BIG5-HKSCS"},
-    {"bigfive", Family::MultiByte, "BIG5"},
+    {"bigfive", Family::MultiByte, "CP950"},
     {"c99", Family::C99},
     {"cesu8", Family::Cesu8},
     {"chinese", Family::Gb2312},
     {"cn", Family::SingleByte, "ISO646-CN"},
-    {"cnbig5", Family::MultiByte, "BIG5"},
+    {"cnbig5", Family::MultiByte, "CP950"},
     {"cngb", Family::MultiByte, "EUC-CN"},
     {"cp1250", Family::SingleByte, "CP1250"},
     {"cp1251", Family::SingleByte, "CP1251"},
@@ -102,7 +102,7 @@ constexpr std::array<CharsetRow, 275> kCharsets{{
     {"cp949", Family::MultiByte, "CP949"},
     {"cp950", Family::MultiByte, "CP950"},
     {"csascii", Family::Utf8},
-    {"csbig5", Family::MultiByte, "BIG5"},
+    {"csbig5", Family::MultiByte, "CP950"},
     {"cseuckr", Family::MultiByte, "EUC-KR"},
     {"cseucpkdfmtjapanese", Family::MultiByte, "EUC-JP"},
     {"cseuctw", Family::MultiByte, "EUC-TW"},

@@ -4,16 +4,10 @@
 #include <array>
 #include <cstddef>
 
+#include "classifier/sampling/unit_form.h"
 #include "util/utf8.h"
 
 namespace sourcetype {
-
-struct ByteRange {
-  unsigned char first, last;
-};
-
-// The ranges that the bytes of a unit lie in, one after the other; a range 00-00 ends the unit.
-using UnitForm = std::array<ByteRange, 4>;
 
 struct MultiByteLayout {
   std::string_view charset;
@@ -22,15 +16,11 @@ struct MultiByteLayout {
 
 namespace {
 
-// No layout has longer units.
-constexpr std::size_t kLongestUnit = std::tuple_size_v<UnitForm>;
-
 constexpr ByteRange kGr{0xA1, 0xFE};  // a row or cell of a 94x94 set with the high bit set
 constexpr ByteRange kSs2{0x8E, 0x8E}, kSs3{0x8F, 0x8F};  // single shifts to the third, fourth set
 constexpr ByteRange kGbLead{0x81, 0xFE}, kDigit{0x30, 0x39};
 
 constexpr std::array kLayouts{
-    MultiByteLayout{"BIG5", {{{{{0x81, 0xFE}, {0x40, 0xFE}}}}}},
     MultiByteLayout{"BIG5-HKSCS", {{{{{0x81, 0xFE}, {0x40, 0xFE}}}}}},
     MultiByteLayout{"CP932", {{{{{0x81, 0x9F}, {0x40, 0xFC}}}, {{{0xE0, 0xFC}, {0x40, 0xFC}}}}}},
     MultiByteLayout{"CP936", {{{{kGbLead, {0x40, 0xFE}}}}}},
@@ -47,24 +37,13 @@ constexpr std::array kLayouts{
                     {{{{{0x81, 0x9F}, {0x40, 0xFC}}}, {{{0xE0, 0xFC}, {0x40, 0xFC}}}}}},
 };
 
-std::size_t lengthOf(const UnitForm& form) {
-  const auto* const end = std::ranges::find(form, 0, &ByteRange::first);
-  return static_cast<std::size_t>(end - form.begin());
-}
-
 // Bytes of the longest unit, or start of one, at the start of `bytes`; more than there are where
 // the unit may go on behind them.
 std::size_t unitLength(const MultiByteLayout& layout, std::string_view bytes) {
   std::size_t longest = 1;
   for (const UnitForm& form : layout.forms) {
-    const std::size_t whole = lengthOf(form);
-    std::size_t fitting = 0;
-    while (fitting < std::min(whole, bytes.size()) &&
-           byteAt(bytes, fitting) >= form[fitting].first &&
-           byteAt(bytes, fitting) <= form[fitting].last) {
-      ++fitting;
-    }
-    longest = std::max(longest, fitting == bytes.size() ? whole : fitting);
+    const std::size_t fitting = fittingLength(form, bytes);
+    longest = std::max(longest, fitting == bytes.size() ? lengthOf(form) : fitting);
   }
   return longest;
 }
@@ -76,6 +55,14 @@ std::unique_ptr<MultiByteConverter> MultiByteConverter::create(std::string_view 
   auto stream = IconvStream::open(std::string(charset));
   if (layout == kLayouts.end() || !stream) return nullptr;
   return std::unique_ptr<MultiByteConverter>(new MultiByteConverter(*std::move(stream), *layout));
+}
+
+MultiByteConverter::MultiByteConverter(IconvStream stream, const MultiByteLayout& layout)
+    : stream_(std::move(stream)), layout_(layout), chosen_(chosenCells(layout.charset)) {
+  for (const ChosenCells& cells : chosen_) {
+    const auto [first, last] = cells.units[0];
+    for (std::size_t lead = first; lead <= last; ++lead) startsChosen_.set(lead);
+  }
 }
 
 // NUL is part of no unit, so what stands before one does not go on.
@@ -91,6 +78,42 @@ std::size_t MultiByteConverter::decode(std::string_view bytes, Input input, std:
 }
 
 std::size_t MultiByteConverter::decodeRun(std::string_view bytes, Input input, std::string& out) {
+  std::size_t at = 0;
+  for (auto found = findChosen(bytes); found; found = findChosen(bytes.substr(at))) {
+    decodeByIconv(bytes.substr(at, found->at), Input::Ends, out);
+    const std::string_view unit = bytes.substr(at + found->at, found->length);
+    if (found->character == 0) {
+      appendInvalid(unit, out);
+    } else {
+      appendCharacter(found->character, out);
+    }
+    at += found->at + found->length;
+  }
+  return at + decodeByIconv(bytes.substr(at), input, out);
+}
+
+// The first unit that iconv must not see.
+std::optional<MultiByteConverter::ChosenUnit> MultiByteConverter::findChosen(
+    std::string_view bytes) const {
+  if (chosen_.empty()) return std::nullopt;
+  for (std::size_t at = asciiRunLength(bytes); at < bytes.size();) {
+    const std::size_t length = unitLength(layout_, bytes.substr(at));
+    if (length > bytes.size() - at) break;
+    const std::string_view unit = bytes.substr(at, length);
+    if (startsChosen_[byteAt(unit, 0)]) {
+      for (const ChosenCells& cells : chosen_) {
+        if (lengthOf(cells.units) == length && fittingLength(cells.units, unit) == length)
+          return ChosenUnit{at, length, chosenCharacter(cells, unit)};
+      }
+    }
+    at += length;
+    at += asciiRunLength(bytes.substr(at));
+  }
+  return std::nullopt;
+}
+
+std::size_t MultiByteConverter::decodeByIconv(std::string_view bytes, Input input,
+                                              std::string& out) {
   std::string_view rest = bytes;
   while (!rest.empty()) {
     const std::size_t start = bytes.size() - rest.size();

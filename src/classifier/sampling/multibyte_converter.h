@@ -1,11 +1,16 @@
-// Charsets of East Asia in which a character has a varying number of bytes, read by iconv.
+// Charsets of East Asia in which a character has a varying number of bytes, read by iconv where the
+// libraries agree.
 #pragma once
 
+#include <bitset>
+#include <cstddef>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 
+#include "classifier/sampling/chosen_cells.h"
 #include "classifier/sampling/iconv_stream.h"
 #include "classifier/sampling/piecewise_converter.h"
 
@@ -26,15 +31,25 @@ class MultiByteConverter final : public PiecewiseConverter {
   std::size_t decode(std::string_view bytes, Input input, std::string& out) override;
 
  private:
-  MultiByteConverter(IconvStream stream, const MultiByteLayout& layout)
-      : stream_(std::move(stream)), layout_(layout) {}
+  struct ChosenUnit {
+    std::size_t at, length;  // in bytes
+    char32_t character;      // 0 where it has none
+  };
+
+  MultiByteConverter(IconvStream stream, const MultiByteLayout& layout);
 
   std::size_t decodeRun(std::string_view bytes, Input input, std::string& out);
+
+  std::optional<ChosenUnit> findChosen(std::string_view bytes) const;
+
+  std::size_t decodeByIconv(std::string_view bytes, Input input, std::string& out);
 
   bool stepsOver(std::string_view pair, std::string& out);
 
   IconvStream stream_;
   const MultiByteLayout& layout_;
+  std::span<const ChosenCells> chosen_;
+  std::bitset<256> startsChosen_;  // by the first byte of a unit
 };
 
 }  // namespace sourcetype

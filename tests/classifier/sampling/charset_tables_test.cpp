@@ -21,7 +21,7 @@ struct ByteDigest {
 
 // All bytes from 00 to FF. Python has no VISCII, which is from perl's Encode; its TIS-620 has the
 // controls 80-9F, which are left out here. Of ARMSCII-8, the Georgian sets and ISO 646 neither has
-// a table. CP1255 is missing because GNU libiconv has a character at CA and glibc has none.
+// a table. CP1255 is left out since Python has nothing at CA.
 constexpr std::array kByteDigests{
     ByteDigest{"cp1250", 0xCB6A9FA5DD89422FU, 6},
     ByteDigest{"cp1251", 0x2990EEF89FA6E326U, 2},
@@ -91,11 +91,10 @@ struct PairDigest {
 // All pairs in these ranges that are one character outside the private use area, which every
 // library gives to users differently. The ranges leave out where Python's table is another one:
 // symbols of Big5, GB 18030 before 2005 (rows A6, A8, FE), the letters of Johab that stand alone,
-// the tilde of JIS X 0212, and what KS X 1001 got in 1998 and 2002; and row 81 of CP932, where GNU
-// libiconv and glibc differ.
+// the tilde of JIS X 0212, and what KS X 1001 got in 1998 and 2002.
 constexpr std::array kPairDigests{
     PairDigest{"shiftjis", {0x81, 0xFC}, {0x40, 0xFC}, 6879, 0xAB4999241605A6F7U},
-    PairDigest{"cp932", {0x82, 0xFC}, {0x40, 0xFC}, 7577, 0xB27B5A772190911BU},
+    PairDigest{"cp932", {0x81, 0xFC}, {0x40, 0xFC}, 7724, 0x992C8770C7DF5D75U},
     PairDigest{"eucjp", {0xA1, 0xFE}, {0xA1, 0xFE}, 6879, 0xAB4999241605A6F7U},
     PairDigest{"gb2312", {0xA1, 0xFE}, {0xA1, 0xFE}, 7445, 0x4B26B7BE84C37E50U},
     PairDigest{"gbk", {0x81, 0xFE}, {0x40, 0xFE}, 21791, 0xC16843CBCFEF3B50U},
