@@ -24,6 +24,7 @@
 //                     the text in a field of at least nine characters, at its right with "-9"
 //   $(tab)            a tab
 
+#include <fmt/chrono.h>
 #include <fmt/core.h>
 
 #include <algorithm>
@@ -270,9 +271,7 @@ class Writer {
   }
 
   std::string date(std::string_view format) const {
-    const std::time_t time = now_;
-    std::tm fields{};
-    gmtime_r(&time, &fields);
+    const std::tm fields = fmt::gmtime(static_cast<std::time_t>(now_));
     std::array<char, 200> buffer{};
     const auto size =
         std::strftime(buffer.data(), buffer.size(), std::string(format).c_str(), &fields);
