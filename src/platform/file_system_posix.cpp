@@ -238,7 +238,7 @@ void appendToFile(const std::filesystem::path& path, std::string_view content) {
     writeAll(file, content, path);
     if (::fsync(file.number()) != 0) throwLastError("cannot sync", path);
   } catch (const std::system_error&) {
-    static_cast<void>(::ftruncate(file.number(), status.st_size));
+    [[maybe_unused]] const int undone = ::ftruncate(file.number(), status.st_size);
     throw;
   }
 }
