@@ -33,7 +33,7 @@ class Rules {
 
   // Whether at least (comparer '>') or at most (any other) `percent` of the tested lines match. The
   // actual percentage is truncated, and 0 without lines. An expression that does not compile
-  // matches no line.
+  // matches no line, one that costs too much on several lines none behind them.
   bool MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
                         int percent);
 

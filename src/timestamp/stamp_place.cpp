@@ -17,7 +17,7 @@ constexpr ByteBehind kindOfByte(unsigned char byte) {
   return byte >= 0x80 ? ByteBehind::NonAscii : ByteBehind::Other;
 }
 
-constexpr auto kKinds = [] {
+constexpr auto kKinds = []() {
   std::array<ByteBehind, 256> kinds{};
   for (std::size_t i = 0; i < kinds.size(); ++i) {
     kinds[i] = kindOfByte(static_cast<unsigned char>(i));

@@ -362,6 +362,13 @@ bool Regex::match(std::string_view subject, MatchResult& result, Mode mode) cons
   return true;
 }
 
+Regex::Answer Regex::tryMatch(std::string_view subject) const {
+  const int answer = program_->search(subject, 0);
+  if (answer >= 0) return Answer::Match;
+  const bool isCostly = answer == PCRE2_ERROR_MATCHLIMIT || answer == PCRE2_ERROR_HEAPLIMIT;
+  return isCostly ? Answer::TooCostly : Answer::NoMatch;
+}
+
 bool Regex::consume(std::string_view& subject, MatchResult& result, Mode mode) const {
   if (!match(subject, result, mode)) return false;
   subject.remove_prefix(result.end(0));
