@@ -1,0 +1,163 @@
+# Completion of the command line of sourcetype in bash.
+#
+# Names of files and sourcetypes may hold any character. They are data throughout: nothing here is
+# evaluated, and what is offered is quoted here, since readline leaves "$" and "`" as they are.
+
+# Prints the sourcetypes of the configuration that begin with $1, a line each: the stanzas of
+# props.conf that are none of another kind, and what other stanzas name as "sourcetype". What has
+# control characters or several lines is left out.
+_sourcetype_names() (
+  home=${TARNEL_HOME-}
+  [[ -n $home ]] || exit 0
+  [[ $home == /* ]] || home=./$home # awk takes "a=b" for an assignment
+  set +f
+  shopt -u failglob
+  shopt -s nullglob
+  files=()
+  for file in "$home"/etc/{system,apps/*,users/*/*}/local/props.conf \
+    "$home"/etc/{apps/*,bundles,system}/default/props.conf; do
+    if [[ -f $file && -r $file ]]; then files+=("$file"); fi # reading a FIFO would wait
+  done
+  ((${#files[@]})) || exit 0
+  typed=$1 LC_ALL=C awk '
+    FNR == 1 { continued = 0; sub(/^\357\273\277/, "") }
+    { sub(/\r$/, "") }
+    continued { continued = /\\$/; next }
+    /^[ \t]*[;#]/ { next }
+    { continued = /\\$/ }
+    continued { next }
+    /^[ \t]*\[.*\]/ {
+      sub(/^[ \t]*\[/, "")
+      sub(/\][^\]]*$/, "")
+      if ($0 != "default") add($0)
+      next
+    }
+    /^[ \t]*sourcetype[ \t]*=/ {
+      sub(/^[ \t]*sourcetype[ \t]*=[ \t]*/, "")
+      sub(/[ \t]+$/, "")
+      add($0)
+    }
+    function add(name) {
+      if (name == "" || name ~ /::/ || name ~ /[\001-\037\177]/ || name in seen) return
+      seen[name]
+      if (substr(name, 1, length(ENVIRON["typed"])) == ENVIRON["typed"]) print name
+    }' "${files[@]}"
+)
+
+# Sets `plain` to the word $1 without its quotes; one that is not closed is what completion sees.
+_sourcetype_unquote() {
+  local rest=$1
+  plain=
+  if [[ $rest == \'* ]]; then
+    plain=${rest#\'}
+    return
+  fi
+  rest=${rest#\"}
+  while [[ $rest == *\\?* ]]; do
+    plain+=${rest%%\\*}
+    rest=${rest#*\\}
+    plain+=${rest:0:1}
+    rest=${rest:1}
+  done
+  plain+=${rest%\\} # where offers have a part in common, it may end within \x
+}
+
+# Sets `quoted` to $1 as it is written behind the quote that $2 begins with, if it does. Fails where
+# there is no way: "!" between double quotes may stand for a line of the history.
+_sourcetype_quote() {
+  quoted=$1
+  case $2 in
+    \'*) quoted=${1//\'/\'\\\'\'} ;;
+    \"*)
+      [[ $1 != *!* ]] || return 1
+      quoted=${quoted//\\/\\\\}
+      quoted=${quoted//\"/\\\"}
+      quoted=${quoted//\$/\\\$}
+      quoted=${quoted//\`/\\\`}
+      ;;
+    *) [[ -z $1 ]] || printf -v quoted %q "$1" ;;
+  esac
+}
+
+# What is typed here is no file's name. (Fails where nobody completes, as in a test.)
+_sourcetype_no_files() {
+  compopt +o default +o bashdefault 2>/dev/null || true
+}
+
+# Offers those of the words $1... that begin with `typed`, without `before`.
+_sourcetype_offer() {
+  local word quoted
+  for word; do
+    if [[ $word == "$typed"* ]] && _sourcetype_quote "${word#"$before"}" "$piece"; then
+      COMPREPLY+=("$quoted")
+    fi
+  done
+}
+
+# Offers the sourcetypes that begin with $1, each behind the option $2.
+_sourcetype_offer_names() {
+  local names
+  mapfile -t names < <(_sourcetype_names "$1")
+  _sourcetype_offer "${names[@]/#/$2}"
+  _sourcetype_no_files
+}
+
+# Offers the modes, and the files beside them.
+_sourcetype_offer_modes() {
+  local files i
+  _sourcetype_offer --test leaks manyfiles settings speed text train
+  ((${#COMPREPLY[@]})) || return 0 # readline knows best about files
+  mapfile -t files < <(compgen -f -- "$typed")
+  for i in "${!files[@]}"; do
+    if [[ -d ${files[i]} ]]; then files[i]+=/; fi
+  done
+  _sourcetype_offer "${files[@]}"
+}
+
+_sourcetype() {
+  COMPREPLY=()
+  # Readline cuts words apart at "=" and ":", which belong to ours.
+  local words=() piece plain typed before
+  for piece in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
+    if ((${#words[@]})) && [[ $piece == [=:]* || ${words[-1]} == *[=:] ]]; then
+      words[-1]+=$piece
+    else
+      words+=("$piece")
+    fi
+  done
+  ((${#words[@]})) || return 0
+  # `piece` is what readline will replace; `before` stands in front of it in the same word.
+  if [[ $piece == [=:]* ]]; then piece=; fi
+  _sourcetype_unquote "${words[-1]%"$piece"}"
+  before=$plain
+  _sourcetype_unquote "$piece"
+  typed=$before$plain
+
+  # Where nothing is offered, readline completes names of files.
+  case ${#words[@]},${words[0]} in
+    1,*) _sourcetype_offer_modes ;;
+    *,--test)
+      case $typed in
+        --file=*) ;;
+        --given_type=* | --sourcetype=*)
+          _sourcetype_offer_names "${typed#*=}" "${typed%%=*}="
+          ;;
+        --CHECK_FOR_HEADER=* | --LEARN_MODEL=*)
+          _sourcetype_offer "${typed%%=*}="{true,false}
+          ;;
+        *)
+          _sourcetype_offer --file= --given_type= --sourcetype= --CHECK_FOR_HEADER= \
+            --LEARN_MODEL= --MAX_TIMESTAMP_LOOKAHEAD= --TIME_PREFIX=
+          compopt -o nospace 2>/dev/null || true
+          ;;
+      esac
+      ;;
+    2,leaks | 2,text) ;;
+    2,train | 2,manyfiles | 2,speed) _sourcetype_no_files ;;
+    2,*) _sourcetype_offer_names "$typed" "" ;;
+    *) _sourcetype_no_files ;;
+  esac
+  return 0
+}
+
+complete -o bashdefault -o default -F _sourcetype sourcetype
