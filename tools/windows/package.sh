@@ -16,6 +16,7 @@ readonly top=$work/$name
 mkdir -p "$top/licences" "$top/source"
 cp build/windows/src/sourcetype.exe packaging/install.ps1 README.md CHANGELOG.md LICENSE "$top/"
 cp -R etc docs "$top/"
+rm "$top/docs/CMakeLists.txt"
 cp packaging/licences.md "$top/licences/README.md"
 cp -R "$prefix/licences/." "$top/licences/"
 for package in gcc-mingw-w64-base mingw-w64-common; do # the compiler's own libraries
