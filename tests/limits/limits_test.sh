@@ -1,0 +1,158 @@
+#!/usr/bin/env bash
+# Input at the limits and beyond: limits_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
+#
+# Each run has to end by itself with status 0 and say what is expected, in 256 MB of address space
+# (programs and libraries included) and within a time that only a run which has lost its bounds
+# comes near. Prints seconds and, where GNU time is installed, the peak of resident memory in MB.
+set -euo pipefail
+readonly source=$1 build=$2
+readonly address_space=262144 # KiB
+readonly patience=120         # seconds
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+# repeat COUNT TEXT: the text so many times.
+repeat() { perl -e 'print $ARGV[1] x $ARGV[0]' "$@"; }
+# each COUNT CODE: Perl's CODE for 1, 2 … COUNT in $_.
+each() { perl -e 'for (1 .. $ARGV[0]) { eval $ARGV[1] }' "$@"; }
+
+# tree: goes to a new server directory as bundled: the models of one case know nothing of the others.
+tree() {
+  rm -rf "$work/home"
+  mkdir -p "$work/home/etc/system/local"
+  cp -R "$source/etc" "$work/home/"
+  cd "$work/home"
+  props=etc/system/local/props.conf
+}
+
+# expect WHAT PATTERN WORD...: runs the tool with the words; a line of its output has to match.
+expect() {
+  local what=$1 pattern=$2 status=0 begin=$EPOCHREALTIME meter=()
+  shift 2
+  [ ! -x /usr/bin/time ] || meter=(/usr/bin/time -f %M -o "$work/peak")
+  (
+    ulimit -v $address_space
+    TARNEL_HOME=$work/home timeout $patience "${meter[@]}" "$build/src/sourcetype" "$@"
+  ) >"$work/out" 2>"$work/err" <"${input:-/dev/null}" || status=$?
+  printf '%-56s %6.2f s' "$what" "$(bc_minus "$EPOCHREALTIME" "$begin")"
+  [ ! -s "$work/peak" ] || printf '%6d MB' $(($(tail -n 1 "$work/peak") / 1024))
+  echo
+  if [ $status != 0 ] || ! grep -qE -- "$pattern" "$work/out"; then
+    echo "FAILED: status $status, expected /$pattern/"
+    head -c 2000 "$work/err" "$work/out"
+    failures=$((failures + 1))
+  fi
+}
+bc_minus() { perl -e 'print $ARGV[0] - $ARGV[1]' "$@"; }
+
+# --- Files ---
+
+tree
+truncate -s 1T sparse.log
+expect 'a sparse file of 1 TB' 'invalid_cause -> binary' sparse.log
+tree
+repeat 20000000 x >one_line.log
+expect 'one line of 20 MB' 'sourcetype -> one_line-too_small' one_line.log
+tree
+repeat 1000000 $'\n' >empty_lines.log
+expect 'a million empty lines' 'sourcetype -> ' empty_lines.log
+tree
+repeat 20000 $'x\n' >short_lines.log
+expect '20,000 lines of one byte' 'sourcetype -> short_lines' short_lines.log
+tree
+each 200000 'printf "%x,%d %s\n", $_ * 2654435761, $_, join " ", map { chr(97 + $_ * $_ % 26) x ($_ % 9) } $_ .. $_ + 9' >words.log
+expect '200,000 lines, each unlike the others' 'sourcetype -> words' words.log
+tree
+each 2000000 'print "c$_,"' >columns.csv
+repeat 200 $'\n1,2,3' >>columns.csv
+expect 'a header of two million columns' 'sourcetype -> csv' columns.csv
+tree
+perl -e 'print join(",", map {"c$_"} 1 .. 20000), "\n"; print join(",", 1 .. 20000), "\n" for 1 .. 150' >wide.csv
+expect '150 rows of 20,000 columns' 'sourcetype -> csv' wide.csv
+tree
+each 20000 'print "2026-01-02 03:04:05 " x 50, "\n"' >stamps.log
+expect '20,000 lines of 50 timestamps' 'sourcetype -> stamps' stamps.log
+tree
+each 20000 'print "1234567890" x 90, "\n"' >digits.log
+expect '20,000 lines of 900 digits' 'sourcetype -> digits' digits.log
+
+# Every charset on the same random bytes, in one process.
+tree
+perl -e 'srand 1; print pack "C*", map { int rand 256 } 1 .. 40000' >bytes
+cut -d ' ' -f 1 "$source/tests/classifier/sampling/charset_digests.txt" | grep -v '^#' | sort -u >charsets
+while read -r charset; do
+  ln -s bytes "bytes.$charset"
+  printf '[source::bytes.%s]\nCHARSET = %s\nNO_BINARY_CHECK = true\n' "$charset" "$charset"
+done <charsets >$props
+ls bytes.* >names
+input=names expect "random bytes as $(wc -l <names) charsets" 'Classified' manyfiles
+grep -c '^Classified' "$work/out" | cmp - <(wc -l <names)
+
+# --- Configuration ---
+
+lines=$(repeat 2000 $'2026-01-02 aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa!\n')
+tree
+echo "$lines" >doubled.log
+each 100000 'print "[source::/srv/*/app$_/....log]\nTZ = UTC\n"' >$props
+expect 'props.conf of 100,000 pattern stanzas' 'sourcetype -> doubled' doubled.log
+tree
+echo "$lines" >doubled.log
+printf '[rule::%s]\nsourcetype = never\nMORE_THAN_50 = %s\n' 1 '(a+)+$' 2 '(a|aa)+$' 3 '(.*a){20}$' 4 '^(\w+\s?)*$' \
+  5 '(?<n>a|b|ab)*(?=c)' 6 '(?R)?a(?R)?' >$props
+expect 'catastrophic patterns in rules' 'sourcetype -> doubled' doubled.log
+name=aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaadoubled.log
+tree
+echo "$lines" >$name
+printf '[source::%s]\nTZ = UTC\n' '(a+)+b' '...(a|aa)+...(a+)*x' '.........*...*...*...*...b' >$props
+expect 'catastrophic patterns in stanza names' 'sourcetype -> a+' $name
+tree
+echo "$lines" >doubled.log
+printf '[source::doubled.log]\nTIME_PREFIX = (a+)+$\n' >$props
+expect 'a catastrophic TIME_PREFIX' 'sourcetype -> doubled' doubled.log
+tree
+echo "$lines" >doubled.log
+printf '[source::doubled.log]\nTIME_PREFIX = (\\w|\\d|a)*#\nTIME_FORMAT = %%d%%d%%d%%d%%d%%d\n' >$props
+expect 'a catastrophic TIME_PREFIX with a format' 'sourcetype -> doubled' doubled.log
+
+tree
+repeat 20000000 x | sed 's/^/[s]\nk = /' >$props
+expect 'a value of 20 MB' 'k -> xxx' settings s
+each 300000 'print "[s$_]\nk = v\n"' >$props
+expect 'a props.conf of 300,000 stanzas' 'k -> v' settings s7
+each 200000 'print "[default]\nk$_ = v\n"' >$props
+expect '200,000 settings for everything' 'k7 -> v' settings s7
+each 100000 'print "k$_ = \\\n"' >$props
+expect 'continued lines without end' 'sourcetype -> s7' settings s7
+
+tree
+repeat 200 $'5/6/26 at 07:08:09 something happened\n' >stamped.log
+{ echo '<datetime>'; repeat 200000 '<a>'; repeat 200000 '</a>'; echo '</datetime>'; } >etc/datetime.xml
+expect 'datetime.xml nested 200,000 deep' 'sourcetype -> stamped' stamped.log
+tree
+repeat 200 $'5/6/26 at 07:08:09 something happened\n' >stamped.log
+{
+  echo '<!DOCTYPE d [<!ENTITY e0 "eeeeeeeeee">'
+  each 12 'print "<!ENTITY e$_ \"", "&e" . ($_ - 1) . ";" x 10, "\">\n"'
+  each 12 'my $b = $_ - 1; print "<!ENTITY f$_ \"", ("&f$b;") x 10, "\">\n"'
+  echo '<!ENTITY f0 "ffffffffff">]><datetime>&f12;&e12;</datetime>'
+} >etc/datetime.xml
+expect 'entities that grow to 10 TB' 'sourcetype -> stamped' stamped.log
+
+tree
+repeat 200 $'no model knows this\n' >unknown.log
+{ echo '[FILE_CLASSIFIER]'; printf 'INVALID_FILE__S_S = '; repeat 20000000 '%s'; echo; } >etc/system/local/literals.conf
+expect 'a message of ten million placeholders' 'invalid_cause -> failed_stat' missing.log
+printf '[FILE_CLASSIFIER]\nINVALID_FILE__S_S = %%999999999s %%.999999999f %%*d %%n %%2000000000$s\n' >etc/system/local/literals.conf
+expect 'a message of huge fields' 'invalid_cause -> failed_stat' missing.log
+
+tree
+repeat 200 $'no model knows this\n' >unknown.log
+mkdir -p etc/apps/learned/local
+each 3000 'print "[m$_]\n_sourcetype = s$_\n", map({ "w$_$_ = 0.$_\n" } 1 .. 100), "L-x$_ = 1e308\n"' \
+  >etc/apps/learned/local/sourcetypes.conf
+expect '3,000 models with weights without bound' 'sourcetype -> ' unknown.log
+printf '%s\n' 'log4cpp.rootCategory=DEBUG, A' 'a=${b}${b}' 'b=${a}${a}' 'appender.A=${a}' >etc/log-cmdline.cfg
+expect 'logging settings that name each other' 'sourcetype -> ' unknown.log
+
+[ $failures = 0 ] || { echo "$failures failed"; exit 1; }
