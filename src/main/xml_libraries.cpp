@@ -29,7 +29,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const LogCategory kXmlLog("XmlParser");
+constexpr LogCategory kXmlLog("XmlParser");
 
 // 2.7.8. Older ones lack the structured errors and limits that are relied on.
 constexpr long kOldestLibxml2 = 20708;
@@ -101,12 +101,12 @@ void logXmlError(const xmlError& error) {
 }
 
 // printf-style, and a message may come in pieces; a newline ends it. The formats are the
-// libraries'.
-void collectMessage(void* /*context*/, const char* format, ...) {
+// libraries', and so is the way to pass arguments.
+void collectMessage(void* /*context*/, const char* format, ...) {  // NOLINT(cert-dcl50-cpp)
   std::array<char, kMaxPiece> piece{};
   std::va_list arguments;  // NOLINT(cppcoreguidelines-pro-type-vararg): the libraries' interface
   va_start(arguments, format);
-  std::vsnprintf(piece.data(), piece.size(), format, arguments);
+  static_cast<void>(std::vsnprintf(piece.data(), piece.size(), format, arguments));
   va_end(arguments);
 
   auto& message = xmlLayer().message;

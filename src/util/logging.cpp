@@ -200,7 +200,8 @@ void checkPattern(const AppenderSettings& settings, std::string_view pattern) {
     if (percent == std::string_view::npos) return;
     pattern.remove_prefix(percent + 1);
     std::size_t digits = 0;
-    while (!pattern.empty() && std::string_view("-.0123456789").find(pattern[0]) != pattern.npos) {
+    while (!pattern.empty() &&
+           std::string_view("-.0123456789").find(pattern[0]) != std::string_view::npos) {
       digits = pattern[0] >= '0' ? digits + 1 : 0;
       if (digits > kMaxWidthDigits) settings.refuse(kKey, "field too wide");
       pattern.remove_prefix(1);
@@ -208,12 +209,13 @@ void checkPattern(const AppenderSettings& settings, std::string_view pattern) {
     if (pattern.starts_with("d{")) {
       std::string format(pattern.substr(2, pattern.find('}') - 2));
       // The back end's own conversion for milliseconds; C libraries differ in what they make of it.
-      if (const auto millis = format.find("%l"); millis != format.npos) {
+      if (const auto millis = format.find("%l"); millis != std::string::npos) {
         format.replace(millis, 2, "999");
       }
       std::array<char, kMaxTimeLength> buffer;
       const std::time_t now = std::time(nullptr);
-      if (std::strftime(buffer.data(), buffer.size(), format.c_str(), std::localtime(&now)) == 0) {
+      const std::tm* local = std::localtime(&now);  // NOLINT(concurrency-mt-unsafe): one thread
+      if (std::strftime(buffer.data(), buffer.size(), format.c_str(), local) == 0) {
         settings.refuse(kKey, "a time that is empty or too long: \"" + format + "\"");
       }
     }
