@@ -4,7 +4,8 @@ include(GNUInstallDirs)
 
 install(TARGETS sourcetype RUNTIME)
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
-install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+        FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
 
 # The configuration goes by the prefix of the installation, which is known only then.
 configure_file(cmake/install_configuration.cmake.in install_configuration.cmake @ONLY)
