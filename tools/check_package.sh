@@ -50,3 +50,11 @@ for library in $(dpkg-deb -f "$package" Depends | sed -E 's/\([^)]*\)//g; s/[,|]
     *) grep -qwF -- "$library" docs/packages.md || fail "docs/packages.md does not name $library" ;;
   esac
 done
+
+if command -v lintian >/dev/null; then
+  # Root may be the only account of a container.
+  lintian --allow-root --pedantic --fail-on error,warning,pedantic "$package" >&2 ||
+    fail 'lintian complains'
+else
+  printf 'check_package: lintian is not installed; skipped\n' >&2
+fi
