@@ -10,18 +10,11 @@
 #include "conf/conf_store.h"
 #include "main/driver.h"
 #include "main/environment.h"
-#include "main/print.h"
 #include "main/xml_libraries.h"
 #include "platform/entry_point.h"
 #include "platform/environment.h"
 
 namespace sourcetype {
-namespace {
-
-// A run that could not be completed, as against one whose options were refused (1).
-constexpr int kFailure = 2;
-
-}  // namespace
 
 int programMain(std::span<const Argument> arguments) try {
   const auto home = environmentPath("TARNEL_HOME");
@@ -33,8 +26,8 @@ int programMain(std::span<const Argument> arguments) try {
   if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "stdout");
   return status;
 } catch (const std::exception& error) {
-  printText(stderr, "sourcetype: {}\n", error.what());
-  return kFailure;
+  std::fprintf(stderr, "sourcetype: %s\n", error.what());  // whatever becomes of it: nothing throws
+  return kRunFailed;
 }
 
 }  // namespace sourcetype

@@ -7,6 +7,13 @@
 
 namespace sourcetype {
 
+// The exit status of a run that could not be completed, as against one whose options were refused.
+inline constexpr int kRunFailed = 2;
+
+// From here on a run that gets no more memory ends at once, with kRunFailed and a message, as if it
+// had been killed: half of what it knows would give an answer that is wrong. Called first of all.
+void endRunWhenMemoryRunsOut();
+
 // One word of the command line. A file is opened by `path`; `text` is for everything else.
 struct Argument {
   std::filesystem::path path;

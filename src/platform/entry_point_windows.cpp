@@ -42,6 +42,7 @@ void prepareOutput() {
 }  // namespace
 
 extern "C" int wmain(int argc, wchar_t** argv) {
+  sourcetype::endRunWhenMemoryRunsOut();
   // A path on a drive without a disk fails; it does not open a dialogue and wait.
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
   prepareOutput();

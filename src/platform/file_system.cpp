@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "platform/temporary_name.h"
+
 namespace sourcetype {
 
 FileBytes readFile(const std::filesystem::path& path) {
@@ -21,6 +23,16 @@ FileBytes readFile(const std::filesystem::path& path) {
   result.bytes.reset();
   result.size = 0;
   return result;
+}
+
+// What cannot be listed or deleted is harmless where it is.
+void removeLeftovers(const std::filesystem::path& target) {
+  const std::filesystem::path file = writeTarget(target);
+  const std::filesystem::path directory = file.has_parent_path() ? file.parent_path() : ".";
+  std::error_code error;
+  for (const auto& name : listDirectory(directory, error)) {
+    if (isTemporaryName(name, file.filename())) static_cast<void>(removeFile(directory / name));
+  }
 }
 
 }  // namespace sourcetype

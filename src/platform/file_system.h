@@ -80,9 +80,15 @@ std::filesystem::path writeTarget(std::filesystem::path path);
 
 // Replaces the content of `target` as one step: a reader sees the old bytes or the new ones, also
 // after a crash. The content goes to a temporary file in the same directory, is synced and renamed.
-// When `target` is a symbolic link the file it names is replaced. Permissions are kept; directories
-// that are missing are made. Throws std::system_error; the target is then unchanged.
+// When `target` is a symbolic link the file it names is replaced. Permissions are kept, those of a
+// new file are what the account gives its files; directories that are missing are made. Throws
+// std::system_error; the target is then unchanged.
 void replaceFile(const std::filesystem::path& target, std::string_view content);
+
+// Deletes the temporary files that calls of replaceFile() for `target` left when they were killed.
+// To be called, like replaceFile(), under the lock of `target`: whatever there is then is a
+// leftover.
+void removeLeftovers(const std::filesystem::path& target);
 
 // Tells whether a file is the one it was: its place on the disk, its size and when it was written.
 // Two different versions of a file never compare equal, unless somebody sets its times back.
@@ -108,6 +114,7 @@ std::error_code removeFile(const std::filesystem::path& path);
 
 // An exclusive lock between processes, held for the life of the object. It locks a file of its own
 // at `lockPath`, which is created and stays; the system frees the lock of a process that died.
+// Whoever may write to its directory may hold the lock, whichever account created the file.
 class FileLock {
  public:
   // Throws std::system_error when the lock is not to be had within `wait`.

@@ -13,6 +13,7 @@
 
 #include "platform/path_form.h"
 #include "platform/system_error.h"
+#include "platform/temporary_name.h"
 
 namespace sourcetype {
 namespace {
@@ -22,7 +23,9 @@ constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
 constexpr std::chrono::milliseconds kLockPollInterval{10};
 
-constexpr mode_t kNewFileMode = 0644;  // configuration is for every account of the server
+constexpr mode_t kOwnerOnly = 0600;
+constexpr mode_t kNewFileMode = 0666;  // less what the account's umask takes away
+constexpr mode_t kPermissionBits = 0777;
 
 [[noreturn]] void throwLastError(const std::string& what, const std::filesystem::path& path) {
   throw std::system_error(lastSystemError(), what + " " + pathToText(path));
@@ -47,12 +50,18 @@ class Descriptor {
   int number_;
 };
 
-int openRetrying(const char* path, int flags, mode_t mode = 0) {
-  int number = -1;
+// Calls again as long as a signal was what came between.
+template <class Call>
+int retrying(const Call& call) {
+  int result = -1;
   do {
-    number = ::open(path, flags | O_CLOEXEC, mode);
-  } while (number < 0 && errno == EINTR);
-  return number;
+    result = call();
+  } while (result < 0 && errno == EINTR);
+  return result;
+}
+
+int openRetrying(const char* path, int flags, mode_t mode = 0) {
+  return retrying([&] { return ::open(path, flags | O_CLOEXEC, mode); });
 }
 
 void writeAll(const Descriptor& file, std::string_view content, const std::filesystem::path& path) {
@@ -65,34 +74,57 @@ void writeAll(const Descriptor& file, std::string_view content, const std::files
   }
 }
 
-// Makes a rename in `directory` last through a crash. Some file systems cannot sync a directory;
-// the rename itself has happened by then, so that is not an error of the write.
+void sync(const Descriptor& file, const std::filesystem::path& path) {
+  if (retrying([&] { return ::fsync(file.number()); }) != 0) throwLastError("cannot sync", path);
+}
+
+std::filesystem::path directoryOf(const std::filesystem::path& path) {
+  return path.has_parent_path() ? path.parent_path() : ".";
+}
+
+// Makes a new name in `directory` last through a crash. Some file systems cannot sync a directory;
+// the name itself is there by then, so that is not an error of the write.
 void syncDirectory(const std::filesystem::path& directory) {
   const Descriptor handle(openRetrying(directory.c_str(), O_RDONLY | O_DIRECTORY));
   if (handle.isOpen()) ::fsync(handle.number());
 }
 
-// Gives the new file the owner and permissions of the one it is going to replace.
-void copyPermissions(const Descriptor& from, const Descriptor& to) {
-  struct stat status {};
-  if (!from.isOpen() || ::fstat(from.number(), &status) != 0) return;
+// Found out once: the system tells the umask only by setting another one for a moment.
+mode_t newFileMode() {
+  static const mode_t kMask = [] {
+    const mode_t mask = ::umask(static_cast<mode_t>(~kOwnerOnly) & kPermissionBits);
+    ::umask(mask);
+    return mask;
+  }();
+  return kNewFileMode & ~kMask;
+}
+
+// Gives a file the owner and permissions of the one it is going to replace, or those of a new one.
+void setPermissions(const Descriptor& file, const std::filesystem::path& target) {
+  struct stat old {};
+  if (::stat(target.c_str(), &old) != 0) {
+    if (errno != ENOENT) throwLastError("cannot examine", target);
+    ::fchmod(file.number(), newFileMode());  // some file systems have no permissions to set
+    return;
+  }
   // Only root may give files away. Where not even the group can be kept, its rights are not for
   // whatever group the file has instead.
   constexpr auto kSameOwner = static_cast<uid_t>(-1);
   constexpr mode_t kGroupRights = 070;
-  mode_t mode = status.st_mode & 0777U;
-  if (::fchown(to.number(), status.st_uid, status.st_gid) != 0 &&
-      ::fchown(to.number(), kSameOwner, status.st_gid) != 0) {
+  mode_t mode = old.st_mode & kPermissionBits;
+  if (::fchown(file.number(), old.st_uid, old.st_gid) != 0 &&
+      ::fchown(file.number(), kSameOwner, old.st_gid) != 0) {
     mode &= ~kGroupRights;
   }
-  ::fchmod(to.number(), mode);
+  if (::fchmod(file.number(), mode) != 0) throwLastError("cannot keep the permissions of", target);
 }
 
 // A uniquely named empty file that is deleted again unless it was renamed to its target.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::filesystem::path& target)
-      : name_(target.native() + ".XXXXXX.tmp"), file_(::mkostemps(name_.data(), 4, O_CLOEXEC)) {
+      : name_(temporaryName(target)),
+        file_(openRetrying(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kOwnerOnly)) {
     if (!file_.isOpen()) throwLastError("cannot create a temporary file for", target);
   }
   TemporaryFile(const TemporaryFile&) = delete;
@@ -109,10 +141,44 @@ class TemporaryFile {
   }
 
  private:
-  std::string name_;
+  std::filesystem::path name_;
   Descriptor file_;
   bool renamed_ = false;
 };
+
+// Whoever may write to the directory may lock the files in it: several administrators share a tree,
+// whatever their umasks. Others may not, or any reader could keep all writes waiting.
+mode_t lockFileMode(const struct stat& directory) {
+  constexpr mode_t kMayWrite = 0222;
+  const mode_t writers = directory.st_mode & kMayWrite;
+  return kOwnerOnly | writers | (writers << 1U);  // to read is one bit above to write
+}
+
+// Opens a lock file, which it makes where there is none.
+Descriptor openLockFile(const std::filesystem::path& path) {
+  struct stat directory {};
+  ::stat(directoryOf(path).c_str(), &directory);
+  const mode_t mode = lockFileMode(directory);
+  Descriptor file(openRetrying(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, mode));
+  if (!file.isOpen() && errno == EACCES) {  // another account made it, and reading is enough
+    return Descriptor(openRetrying(path.c_str(), O_RDONLY | O_NOFOLLOW));
+  }
+  struct stat status {};
+  if (file.isOpen() && ::fstat(file.number(), &status) == 0 && status.st_uid == ::geteuid() &&
+      (status.st_gid != directory.st_gid || (status.st_mode & kPermissionBits) != mode)) {
+    static_cast<void>(::fchown(file.number(), static_cast<uid_t>(-1), directory.st_gid));
+    ::fchmod(file.number(), mode);
+  }
+  return file;
+}
+
+// False when somebody deleted the file meanwhile: others lock a new one by that name.
+bool isStillAt(const Descriptor& file, const std::filesystem::path& path) {
+  struct stat opened {};
+  struct stat named {};
+  return ::fstat(file.number(), &opened) == 0 && ::lstat(path.c_str(), &named) == 0 &&
+         opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
 
 }  // namespace
 
@@ -204,19 +270,13 @@ std::filesystem::path writeTarget(std::filesystem::path path) {
 
 void replaceFile(const std::filesystem::path& target, std::string_view content) {
   const std::filesystem::path file = writeTarget(target);
-  const std::filesystem::path directory = file.parent_path();
-  if (!directory.empty()) std::filesystem::create_directories(directory);
+  std::filesystem::create_directories(directoryOf(file));
   TemporaryFile temporary(file);
-  const Descriptor old(openRetrying(file.c_str(), O_RDONLY | O_NONBLOCK));
-  if (old.isOpen()) {
-    copyPermissions(old, temporary.file());
-  } else {
-    ::fchmod(temporary.file().number(), kNewFileMode);
-  }
   writeAll(temporary.file(), content, file);
-  if (::fsync(temporary.file().number()) != 0) throwLastError("cannot sync", file);
+  setPermissions(temporary.file(), file);
+  sync(temporary.file(), file);
   temporary.renameTo(file);
-  syncDirectory(directory.empty() ? "." : directory);
+  syncDirectory(directoryOf(file));
 }
 
 FileIdentity fileIdentity(const std::filesystem::path& path) {
@@ -230,17 +290,18 @@ FileIdentity fileIdentity(const std::filesystem::path& path) {
 }
 
 void appendToFile(const std::filesystem::path& path, std::string_view content) {
-  if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path());
+  std::filesystem::create_directories(directoryOf(path));
   const Descriptor file(openRetrying(path.c_str(), O_WRONLY | O_APPEND | O_CREAT, kNewFileMode));
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.number(), &status) != 0) throwLastError("cannot open", path);
   try {
     writeAll(file, content, path);
-    if (::fsync(file.number()) != 0) throwLastError("cannot sync", path);
+    sync(file, path);
   } catch (const std::system_error&) {
-    [[maybe_unused]] const int undone = ::ftruncate(file.number(), status.st_size);
+    retrying([&] { return ::ftruncate(file.number(), status.st_size); });
     throw;
   }
+  if (status.st_size == 0) syncDirectory(directoryOf(path));  // it may be new
 }
 
 std::error_code removeFile(const std::filesystem::path& path) {
@@ -249,25 +310,24 @@ std::error_code removeFile(const std::filesystem::path& path) {
 }
 
 FileLock::FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds wait) {
-  std::filesystem::create_directories(lockPath.parent_path());
-  constexpr mode_t kLockFileMode = 0644;
-  int number = openRetrying(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, kLockFileMode);
-  if (number < 0 && errno == EACCES) {  // another account made it, and reading is enough
-    number = openRetrying(lockPath.c_str(), O_RDONLY | O_NOFOLLOW);
-  }
-  Descriptor file(number);
-  if (!file.isOpen()) throwLastError("cannot create the lock file", lockPath);
+  std::filesystem::create_directories(directoryOf(lockPath));
   const auto deadline = std::chrono::steady_clock::now() + wait;
-  while (::flock(file.number(), LOCK_EX | LOCK_NB) != 0) {
-    const bool mayWait = errno == EINTR || errno == EWOULDBLOCK;
+  while (true) {
+    Descriptor file = openLockFile(lockPath);
+    if (!file.isOpen()) throwLastError("cannot create the lock file", lockPath);
+    const bool isLocked = ::flock(file.number(), LOCK_EX | LOCK_NB) == 0;
+    const bool mayWait = isLocked || errno == EINTR || errno == EWOULDBLOCK;
     if (!mayWait) throwLastError("cannot lock", lockPath);
+    if (isLocked && isStillAt(file, lockPath)) {
+      handle_ = file.release();
+      return;
+    }
     if (std::chrono::steady_clock::now() >= deadline) {
       errno = ETIMEDOUT;
       throwLastError("another process holds the lock", lockPath);
     }
     std::this_thread::sleep_for(kLockPollInterval);
   }
-  handle_ = file.release();
 }
 
 FileLock::~FileLock() {

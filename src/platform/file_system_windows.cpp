@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -10,6 +9,7 @@
 #include "platform/extended_path.h"
 #include "platform/path_form.h"
 #include "platform/system_error.h"
+#include "platform/temporary_name.h"
 #include "platform/windows_api.h"
 
 namespace sourcetype {
@@ -182,7 +182,7 @@ void copyPermissions(const fs::path& from, const fs::path& to) {
 class TemporaryFile {
  public:
   explicit TemporaryFile(const fs::path& target)
-      : name_(unusedName(target)), file_(open(name_, GENERIC_WRITE, CREATE_NEW)) {
+      : name_(temporaryName(target)), file_(open(name_, GENERIC_WRITE, CREATE_NEW)) {
     if (!file_.isOpen()) throwLastError("cannot create a temporary file for", target);
   }
   TemporaryFile(const TemporaryFile&) = delete;
@@ -208,14 +208,6 @@ class TemporaryFile {
   }
 
  private:
-  // Of a process that runs now, and one name a call.
-  static fs::path unusedName(fs::path target) {
-    static std::atomic<unsigned> count;
-    target += "." + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++count);
-    target += "-" + std::to_string(GetTickCount64()) + ".tmp";
-    return target;
-  }
-
   fs::path name_;
   Handle file_;
   bool renamed_ = false;

@@ -1,0 +1,16 @@
+#include "platform/entry_point.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+namespace sourcetype {
+
+void endRunWhenMemoryRunsOut() {
+  std::set_new_handler([] {
+    std::fputs("Out of memory.  Stopping.\n", stderr);
+    std::_Exit(kRunFailed);
+  });
+}
+
+}  // namespace sourcetype
