@@ -155,29 +155,43 @@ void FileClassifier::finishTooSmall() {
     sourcetype = makeTypeName(fileName_, store_.pathForm()) + "-" + sourcetype;
   }
   if (!store_.stanzaExists(store_.getProps(), sourcetype)) {
-    result_.set(key::kShouldLinemerge, flagText(!singleLine_));
+    PropertiesMap settings = result_;
+    settings.set(key::kShouldLinemerge, flagText(!singleLine_));
     for (const auto& [key, entry] : smallProps.entries()) {
-      result_.insertIfAbsent(key, entry.value, entry.stanza);
+      settings.insertIfAbsent(key, entry.value, entry.stanza);
     }
-    result_.remove(key::kSourcetype);
-    madeSourcetype_ = store_.writeStanza(store_.getProps(), sourcetype, result_, false);
+    settings.remove(key::kSourcetype);
+    const auto outcome = store_.addStanza(store_.getProps(), sourcetype, settings, false);
+    madeSourcetype_ = outcome == WriteOutcome::Written;
+    // Where another process has made it meanwhile, what that one wrote holds.
+    if (outcome != WriteOutcome::Overtaken) result_ = settings;
   }
   finishWith(sourcetype);
 }
 
 // Nothing recognised the file: it becomes the first of a new sourcetype.
 void FileClassifier::createSourcetype() {
-  const std::string sourcetype = makeUniqueTypeName(fileName_, store_);
+  std::string sourcetype = makeUniqueTypeName(fileName_, store_);
   proposeEventBreaking(sourcetype);
   logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_NEW_KNOWN_TYPE__%s_%s", sourcetype,
              flagText(singleLine_));
   result_.set(key::kShouldLinemerge, flagText(!singleLine_));
   result_.set(key::kIsValid, flagText(true));
   proposeTimestampSettings(sourcetype);
-  madeSourcetype_ = store_.writeStanza(store_.getProps(), sourcetype, result_, false);
+  madeSourcetype_ = addUnderFreeName(sourcetype);
   store_.getExactStanza(store_.getProps(), result_, kDefaultStanza);
   result_.set(key::kSourcetype, sourcetype);
   manager_.models().trainModels(fileName_, *sample_, sourcetype);
+}
+
+// Writes the new sourcetype. When another process has taken its name meanwhile, the next free one
+// is as good.
+bool FileClassifier::addUnderFreeName(std::string& sourcetype) {
+  while (true) {
+    const auto outcome = store_.addStanza(store_.getProps(), sourcetype, result_, false);
+    if (outcome != WriteOutcome::Overtaken) return outcome == WriteOutcome::Written;
+    sourcetype = makeUniqueTypeName(fileName_, store_);
+  }
 }
 
 void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {

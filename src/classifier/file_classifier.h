@@ -38,6 +38,7 @@ class FileClassifier {
   void finishTooSmall();
   bool matchModels();
   void createSourcetype();
+  bool addUnderFreeName(std::string& sourcetype);
   void proposeEventBreaking(const std::string& sourcetype);
   void proposeTimestampSettings(const std::string& sourcetype);
   void markInvalid(InvalidCause cause);

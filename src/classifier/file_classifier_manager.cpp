@@ -69,8 +69,10 @@ void FileClassifierManager::learnFile(const std::filesystem::path& path,
 }
 
 void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingFile) {
-  models_.reset();
-  const IniFile training = IniFile::read(trainingFile);
+  std::error_code error;
+  const IniFile training = IniFile::read(trainingFile, error);
+  if (error && !isMissingFile(error)) return;  // who knows what it lists
+  models_.forget();
   for (const auto& [sourcetype, stanza] : training.stanzas()) {
     logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_TRAINING__%s", sourcetype);
     for (const auto& [key, setting] : stanza.settings) {
@@ -79,6 +81,7 @@ void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingF
       learnFile(pathFromText(setting.value), sourcetype, Training::Yes);
     }
   }
+  models_.dropForgotten();
   models_.adjustMaxDist();
 }
 

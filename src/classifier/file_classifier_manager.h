@@ -50,8 +50,10 @@ class FileClassifierManager {
   void learnFile(const std::filesystem::path& path, std::string_view sourcetype, Training training,
                  std::uint64_t maxLines = kDefaultMaxLines);
 
-  // Forgets all models, then learns the files of a training file: each stanza is a sourcetype, the
-  // value of each key that does not begin with "_" one of its files.
+  // Learns the files of a training file in the place of all that was learned before: each stanza is
+  // a sourcetype, the value of each key that does not begin with "_" one of its files. The old
+  // models go when the new ones are stored. A training file that is there but cannot be read
+  // changes nothing.
   void trainFromConf(const std::filesystem::path& trainingFile);
 
   // Adds the settings of a sourcetype's stanza; sets "sourcetype" and, unless it is there,

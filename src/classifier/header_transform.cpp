@@ -57,21 +57,38 @@ class HeaderLinker {
         store_(store),
         current_(result.get(key::kSourcetype)) {}
 
+  // Decides again when another process has changed meanwhile what the decision rested on.
   void run() {
-    const bool isShared = current_ == kTooSmallSourcetype;  // by all small files
-    if (current_.empty() || (isSpecialStanza(current_) && !isShared)) return;
-    const Names identical = findIdenticalTransforms();
-    if (useLinked(current_, identical)) return;
-    const bool isTaken = isShared || !linkedTransforms(settingsOf(current_)).empty();
-    for (const auto& relative : relatives(isTaken)) {
-      if (useLinked(relative, identical)) return;
+    while (tryToLink() == WriteOutcome::Overtaken) {
+      store_.reload(store_.getProps());
+      store_.reload(store_.getTransforms());
     }
-    const auto stanza = identical.empty() ? saveTransform() : reuse(identical.front());
-    if (!stanza) return;
-    link(isTaken ? makeNumberedName(current_, store_.getProps(), store_) : current_, *stanza);
   }
 
  private:
+  // Written also where nothing had to be.
+  WriteOutcome tryToLink() {
+    const bool isShared = current_ == kTooSmallSourcetype;  // by all small files
+    if (current_.empty() || (isSpecialStanza(current_) && !isShared)) return WriteOutcome::Written;
+    const Names identical = findIdenticalTransforms();
+    if (useLinked(current_, identical)) return WriteOutcome::Written;
+    const PropertiesMap own = settingsOf(current_);
+    const bool isTaken = isShared || !linkedTransforms(own).empty();
+    for (const auto& relative : relatives(isTaken)) {
+      if (useLinked(relative, identical)) return WriteOutcome::Written;
+    }
+    std::string stanza;
+    if (identical.empty()) {
+      if (const auto outcome = saveTransform(stanza); outcome != WriteOutcome::Written) {
+        return outcome;
+      }
+    } else {
+      stanza = identical.front();
+      logReuse(stanza);
+    }
+    return isTaken ? linkNew(own, stanza) : linkCurrent(own, stanza);
+  }
+
   // The stanzas of transforms.conf that extract the same columns, whatever else they say.
   Names findIdenticalTransforms() {
     Names names;
@@ -135,7 +152,7 @@ class HeaderLinker {
     const Names linked = linkedTransforms(settingsOf(sourcetype));
     const auto stanza = std::ranges::find_first_of(identical, linked);
     if (stanza == identical.end()) return false;
-    reuse(*stanza);
+    logReuse(*stanza);
     logInfo(kFlowLog,
             R"(AutoHeader: skipped saving. found exact transforms.conf entry, stanza_name="%s" )"
             R"(linked in props="%s", filename="%s")",
@@ -144,41 +161,47 @@ class HeaderLinker {
     return true;
   }
 
-  std::optional<std::string> reuse(const std::string& stanza) {
+  void logReuse(const std::string& stanza) {
     logInfo(kFlowLog,
             "AutoHeader: found identical transforms.conf stanza_name=%s, reusing it. "
             R"(filename="%s")",
             stanza, fileName_);
-    return stanza;
   }
 
   // Writes the values that [default] has as well: they are what the stanza is found by.
-  std::optional<std::string> saveTransform() {
+  WriteOutcome saveTransform(std::string& stanza) {
     Conf& transforms = store_.getTransforms();
-    std::string stanza = makeNumberedName(std::string(kTransformBase), transforms, store_);
-    if (!store_.writeStanza(transforms, stanza, transform_, true)) return std::nullopt;
-    return stanza;
+    stanza = makeNumberedName(std::string(kTransformBase), transforms, store_);
+    return store_.addStanza(transforms, stanza, transform_, true);
   }
 
-  // Writes the link into the sourcetype's stanza, a new one where that is not the file's so far.
-  void link(const std::string& sourcetype, const std::string& stanza) {
-    const bool isNew = sourcetype != current_;
-    PropertiesMap settings = isNew ? settingsToCopy() : PropertiesMap();
+  // Writes the link into the stanza of the file's sourcetype, which still has to say `own`.
+  WriteOutcome linkCurrent(const PropertiesMap& own, const std::string& stanza) {
+    const auto outcome = store_.writeStanzaIf(store_.getProps(), current_, withLink({}, stanza),
+                                              true, [&] { return settingsOf(current_) == own; });
+    if (outcome == WriteOutcome::Written) takeSettings(current_);
+    return outcome;
+  }
+
+  // Makes a sourcetype that says what the file's so far does, but links this transform.
+  WriteOutcome linkNew(const PropertiesMap& own, const std::string& stanza) {
+    const auto sourcetype = makeNumberedName(current_, store_.getProps(), store_);
+    const auto outcome = store_.addStanza(store_.getProps(), sourcetype,
+                                          withLink(withoutColumns(own), stanza), true);
+    if (outcome == WriteOutcome::Written) changeSourcetype(sourcetype);
+    return outcome;
+  }
+
+  static PropertiesMap withLink(PropertiesMap settings, const std::string& stanza) {
     settings.set(key::kReportHeader, stanza);
     settings.set(key::kKvMode, "none");
-    if (!store_.writeStanza(store_.getProps(), sourcetype, settings, true)) return;
-    if (isNew) {
-      changeSourcetype(sourcetype);
-    } else {
-      takeSettings(sourcetype);
-    }
+    return settings;
   }
 
-  // All that the file's sourcetype says, but for the columns that are not this file's.
-  PropertiesMap settingsToCopy() {
-    PropertiesMap settings = settingsOf(current_);
-    const PropertiesMap current = settings;
-    for (const auto& [name, entry] : current.entries()) {
+  // All that a sourcetype says but for columns, which are other files'.
+  PropertiesMap withoutColumns(PropertiesMap settings) {
+    const PropertiesMap all = settings;
+    for (const auto& [name, entry] : all.entries()) {
       if (!name.starts_with(key::kReportPrefix)) continue;
       const auto linked = splitLinks(entry.value);
       if (std::ranges::any_of(linked, [&](const auto& stanza) { return namesColumns(stanza); })) {

@@ -34,6 +34,18 @@ std::filesystem::path lockFileOf(const std::filesystem::path& target) {
   return writeTarget(target) += ".lock";
 }
 
+// The right to write to a file. No other process has it meanwhile.
+class WritingTurn {
+ public:
+  WritingTurn(const std::filesystem::path& root, const std::filesystem::path& target)
+      : lock_((requireDirectory(root), lockFileOf(target)), kLockWait) {
+    removeLeftovers(target);
+  }
+
+ private:
+  FileLock lock_;
+};
+
 FileBytes copyOf(std::string_view text) {
   FileBytes copy{.bytes = std::make_unique_for_overwrite<char[]>(text.size()),  // NOLINT
                  .size = text.size(),
@@ -310,7 +322,20 @@ const StanzaPattern* ConfStore::findPattern(std::string_view stanza) {
 
 bool ConfStore::writeStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                             bool overwriteAll) {
-  return write(conf, systemLocalDirectory(root_), stanza, settings, overwriteAll);
+  return writeStanzaIf(conf, stanza, settings, overwriteAll, [] { return true; }) ==
+         WriteOutcome::Written;
+}
+
+WriteOutcome ConfStore::writeStanzaIf(Conf& conf, std::string_view stanza,
+                                      const PropertiesMap& settings, bool overwriteAll,
+                                      const Condition& stillHolds) {
+  return write(conf, systemLocalDirectory(root_), stanza, settings, overwriteAll, stillHolds);
+}
+
+WriteOutcome ConfStore::addStanza(Conf& conf, std::string_view stanza,
+                                  const PropertiesMap& settings, bool overwriteAll) {
+  return writeStanzaIf(conf, stanza, settings, overwriteAll,
+                       [&] { return !stanzaExists(conf, stanza); });
 }
 
 bool ConfStore::writeLearnedStanza(Conf& conf, std::string_view stanza,
@@ -318,15 +343,55 @@ bool ConfStore::writeLearnedStanza(Conf& conf, std::string_view stanza,
   const std::scoped_lock lock(mutex_);
   const auto path = learnedFile(conf);
   try {
-    requireDirectory(root_);
-    const FileLock fileLock(lockFileOf(path), kLockWait);
+    const WritingTurn turn(root_, path);
     if (appendLearned(conf, path, stanza, settings)) return true;
   } catch (const std::exception& error) {
     logError(kStoreLog, "Cannot write stanza [%s] of %s: %s", stanza, pathToText(path),
              error.what());
     return false;
   }
-  return write(conf, path.parent_path(), stanza, settings, true);
+  return write(conf, path.parent_path(), stanza, settings, true, [] { return true; }) ==
+         WriteOutcome::Written;
+}
+
+std::optional<ConfStore::StanzaNames> ConfStore::learnedStanzas(Conf& conf) {
+  const std::scoped_lock lock(mutex_);
+  const auto path = learnedFile(conf);
+  try {
+    learnOfFile(conf, path);
+    return conf.learned_->stanzas;
+  } catch (const std::exception& error) {
+    logError(kStoreLog, "%s: %s", pathToText(path), error.what());
+    return std::nullopt;
+  }
+}
+
+void ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& names) {
+  const std::scoped_lock lock(mutex_);
+  const auto path = learnedFile(conf);
+  if (names.empty()) return;
+  try {
+    const WritingTurn turn(root_, path);
+    const FileBytes bytes = readFile(path);
+    if (bytes.error) throw std::system_error(bytes.error, "cannot read what it holds");
+    std::string kept;
+    bool isKept = false;
+    TextKeeper keeper;
+    LogicalLineReader reader(bytes.view(), path, keeper, Report::No);
+    for (LogicalLine line; reader.next(line);) {
+      if (line.kind == LineKind::Header) isKept = !names.contains(std::string(line.name));
+      if (isKept) kept += line.raw;
+    }
+    if (!kept.empty()) {
+      replaceFile(path, kept);
+    } else if (const auto error = removeFile(path)) {
+      throw std::system_error(error, "cannot delete it");
+    }
+    conf.learned_.reset();
+    reload(conf);
+  } catch (const std::exception& error) {
+    logError(kStoreLog, "Cannot take old stanzas out of %s: %s", pathToText(path), error.what());
+  }
 }
 
 // Makes what is known of the file true.
@@ -376,8 +441,9 @@ std::filesystem::path ConfStore::learnedFile(const Conf& conf) const {
   return appLocalDirectory(root_, kLearnedApp) / (conf.name() + ".conf");
 }
 
-bool ConfStore::write(Conf& conf, const std::filesystem::path& directory, std::string_view stanza,
-                      const PropertiesMap& settings, bool overwriteAll) {
+WriteOutcome ConfStore::write(Conf& conf, const std::filesystem::path& directory,
+                              std::string_view stanza, const PropertiesMap& settings,
+                              bool overwriteAll, const Condition& stillHolds) {
   const std::scoped_lock lock(mutex_);
   load(conf);
   const auto layer =
@@ -385,10 +451,10 @@ bool ConfStore::write(Conf& conf, const std::filesystem::path& directory, std::s
   const auto target = directory / (conf.name() + ".conf");
   const auto targetText = pathToText(target);
   try {
-    requireDirectory(root_);
-    const FileLock fileLock(lockFileOf(target), kLockWait);
+    const WritingTurn turn(root_, target);
     loadFile(conf, layer, Report::No);  // another process may have written meanwhile
     indexStanzas(conf);
+    if (!stillHolds()) return WriteOutcome::Overtaken;
 
     PropertiesMap existing;
     getExactStanza(conf, existing, stanza);
@@ -399,10 +465,10 @@ bool ConfStore::write(Conf& conf, const std::filesystem::path& directory, std::s
       edit(conf, layer, stanza, changes);
     }
     logSaved(target);
-    return true;
+    return WriteOutcome::Written;
   } catch (const std::exception& error) {
     logError(kStoreLog, "Cannot write stanza [%s] of %s: %s", stanza, targetText, error.what());
-    return false;
+    return WriteOutcome::Failed;
   }
 }
 

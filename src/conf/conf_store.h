@@ -56,6 +56,10 @@ class Conf {
 
 enum class PatternMatching { No, Yes };
 
+// What became of a write that was decided on by what other stanzas say. Overtaken: another process
+// has written meanwhile, so that nothing was written now; the configuration is read anew.
+enum class WriteOutcome { Written, Failed, Overtaken };
+
 class ConfStore {
  public:
   // `root` is the configuration tree, $TARNEL_HOME/etc. Reads nothing yet.
@@ -106,10 +110,29 @@ class ConfStore {
   bool writeStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                    bool overwriteAll);
 
-  // The same for a learned model: all settings go to the local layer of the app "learned". A stanza
-  // that its file does not have yet is appended, at a cost that the size of the file has no part
-  // in; a crash may leave a part of it at the end of the file.
+  // The same, if `stillHolds` says so while no other process can write. It may look up what it
+  // wants in the store, where `conf` is as it is now.
+  using Condition = std::function<bool()>;
+  WriteOutcome writeStanzaIf(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
+                             bool overwriteAll, const Condition& stillHolds);
+
+  // Writes a stanza that no layer has; Overtaken when one has it.
+  WriteOutcome addStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
+                         bool overwriteAll);
+
+  // The same as writeStanza() for a learned model: all settings go to the local layer of the app
+  // "learned". A stanza that its file does not have yet is appended, at a cost that the size of the
+  // file has no part in; a crash may leave a part of it at the end of the file.
   bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
+
+  // The stanzas of the file that writeLearnedStanza() writes to; nothing, with the reason logged,
+  // when it cannot be read.
+  using StanzaNames = std::unordered_set<std::string>;
+  std::optional<StanzaNames> learnedStanzas(Conf& conf);
+
+  // Takes these stanzas out of that file in one step, with them its lines before any header, and
+  // deletes it when nothing is left. What cannot be done is logged and leaves the file as it was.
+  void dropLearnedStanzas(Conf& conf, const StanzaNames& names);
 
   // Where writeLearnedStanza() writes.
   std::filesystem::path learnedFile(const Conf& conf) const;
@@ -130,8 +153,8 @@ class ConfStore {
   void learnOfFile(Conf& conf, const std::filesystem::path& path);
   bool appendLearned(Conf& conf, const std::filesystem::path& path, std::string_view stanza,
                      const PropertiesMap& settings);
-  bool write(Conf& conf, const std::filesystem::path& directory, std::string_view stanza,
-             const PropertiesMap& settings, bool overwriteAll);
+  WriteOutcome write(Conf& conf, const std::filesystem::path& directory, std::string_view stanza,
+                     const PropertiesMap& settings, bool overwriteAll, const Condition& stillHolds);
   void edit(Conf& conf, std::size_t layer, std::string_view stanza, const PropertiesMap& changes);
 
   std::filesystem::path root_;

@@ -19,9 +19,10 @@ std::string endedByItself(const LogicalLine& line) {
 
 }  // namespace
 
-IniFile IniFile::read(const std::filesystem::path& path) {
+IniFile IniFile::read(const std::filesystem::path& path, std::error_code& error) {
   const FileBytes bytes = readFile(path);
-  if (bytes.error) logError(kIniFileLog, "Cannot open ini file for parsing: %m", bytes.error);
+  error = bytes.error;
+  if (error) logError(kIniFileLog, "Cannot open ini file for parsing: %m", error);
   return parse(bytes.view(), path);
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "conf/logical_lines.h"
@@ -27,8 +28,8 @@ class IniFile {
   };
   using Stanzas = std::map<std::string, Stanza, std::less<>>;
 
-  // A file that cannot be opened is logged and gives an empty object.
-  static IniFile read(const std::filesystem::path& path);
+  // A file that cannot be read is logged and gives an empty object, with `error` set.
+  static IniFile read(const std::filesystem::path& path, std::error_code& error);
 
   // `path` is for messages.
   static IniFile parse(std::string_view bytes, const std::filesystem::path& path,

@@ -90,7 +90,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(IniFile, IsEmptyWhenTheFileCannotBeOpened) {
   const sourcetype::testing::TempTree tree;
   ::testing::internal::CaptureStderr();
-  EXPECT_TRUE(IniFile::read(tree.path("none.conf")).stanzas().empty());
+  std::error_code error;
+  EXPECT_TRUE(IniFile::read(tree.path("none.conf"), error).stanzas().empty());
+  EXPECT_TRUE(error);
   const std::string told = ::testing::internal::GetCapturedStderr();
   EXPECT_NE(told.find("Cannot open ini file for parsing: "), std::string::npos) << told;
   EXPECT_PRED1(sourcetype::testing::saysMissing, told);

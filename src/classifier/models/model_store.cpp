@@ -148,8 +148,13 @@ bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
   TextKeeper keeper;
   models().add(viewOf(model, sourcetype, inheritedMaxDist(), keeper));
   ++addedModels_;
-  store_.writeLearnedStanza(store_.getConf("sourcetypes"), makeStanzaName(fileName),
-                            saveModel(model, fileName, sourcetype));
+  const bool isWritten =
+      store_.writeLearnedStanza(store_.getConf("sourcetypes"), makeStanzaName(fileName),
+                                saveModel(model, fileName, sourcetype));
+  if (!isWritten && forgotten_) {
+    logWarn(kModelLog, "The models that were learned before are kept.");
+    forgotten_.reset();
+  }
   return true;
 }
 
@@ -166,15 +171,15 @@ std::size_t ModelStore::countModels(std::string_view sourcetype) {
   return models().countModels(sourcetype);
 }
 
-void ModelStore::reset() {
+void ModelStore::forget() {
   models_.emplace();
+  forgotten_ = store_.learnedStanzas(store_.getConf("sourcetypes"));
+}
+
+void ModelStore::dropForgotten() {
+  if (forgotten_) store_.dropLearnedStanzas(store_.getConf("sourcetypes"), *forgotten_);
+  forgotten_.reset();
   inheritedMaxDist_.reset();
-  Conf& conf = store_.getConf("sourcetypes");
-  const auto file = store_.learnedFile(conf);
-  if (const auto error = removeFile(file)) {
-    logError(kModelLog, "reset failed to unlink %s: %m", pathToText(file), error);
-  }
-  store_.reload(conf);
 }
 
 void ModelStore::adjustMaxDist() {

@@ -56,8 +56,13 @@ class ModelStore {
   // Models added in this run.
   std::size_t addedModels() const { return addedModels_; }
 
-  // Forgets every model and deletes the file they are stored in.
-  void reset();
+  // Forgets every model. Their file keeps them until dropForgotten(), so that a run that does not
+  // get that far loses none.
+  void forget();
+
+  // Takes the forgotten models out of their file, and deletes it when no other is left. Does
+  // nothing when a model that was added meanwhile could not be written.
+  void dropForgotten();
 
   // Raises "maxDist" of the stanza [default] of props.conf where there are thousands of
   // sourcetypes.
@@ -76,6 +81,7 @@ class ModelStore {
   std::optional<ModelIndex> models_;
   std::optional<std::string> inheritedMaxDist_;  // of the stanza [default] of sourcetypes.conf
   std::size_t addedModels_ = 0;
+  std::optional<ConfStore::StanzaNames> forgotten_;  // stanzas that the file still has
 };
 
 }  // namespace sourcetype

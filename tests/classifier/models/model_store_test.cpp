@@ -242,18 +242,32 @@ TEST(NewModel, HasTheLimitThatItWillInherit) {
   EXPECT_EQ(run.match(similar), "(none)");
 }
 
-TEST(Reset, ForgetsModelsAndDeletesTheirFile) {
+TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
   const TempTree tree;
   ProgramRun run(tree);
-  run.models.reset();  // nothing to delete is no error
   EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
-  run.models.reset();
-  EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
+  run.models.forget();
   EXPECT_EQ(run.models.countModels("fruit"), 0U);
   EXPECT_EQ(run.match(repeated(kApples, 100)), "(none)");
   EXPECT_TRUE(run.train(repeated(kPears, 100), "pears"));
-  EXPECT_EQ(ProgramRun(tree).match(repeated(kPears, 100)), "pears");
+  EXPECT_TRUE(ProgramRun(tree).train(repeated(kPlums, 100), "plums"));
+  EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "fruit");
+  run.models.dropForgotten();
+  EXPECT_EQ(tree.read(kLearned).find("[the_file.log_2"), 0U);
   EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "(none)");
+  EXPECT_EQ(ProgramRun(tree).match(repeated(kPears, 100)), "pears");
+  EXPECT_EQ(ProgramRun(tree).match(repeated(kPlums, 100)), "plums");
+}
+
+TEST(ForgottenModels, LeaveNoFileBehindWhenTheyWereAll) {
+  const TempTree tree;
+  ProgramRun run(tree);
+  run.models.forget();  // nothing to forget is no error
+  run.models.dropForgotten();
+  EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
+  run.models.forget();
+  run.models.dropForgotten();
+  EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
 }
 
 TEST(StoredStanza, IsReportedWithWhatInItIsNoNumber) {
