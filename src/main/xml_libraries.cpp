@@ -13,8 +13,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -169,6 +171,24 @@ xmlParserInputPtr openEntity(const char* url, const char* id, xmlParserCtxtPtr c
   return input;
 }
 
+// The libraries go on with half a document when they get no memory. So the run ends as it does for
+// everybody else.
+void* orEnd(void* memory) {
+  if (const auto endRun = std::get_new_handler(); memory == nullptr && endRun != nullptr) endRun();
+  return memory;
+}
+
+void setUpMemory() {
+  xmlMemSetup(
+      std::free, [](std::size_t size) { return orEnd(std::malloc(size)); },
+      [](void* old, std::size_t size) { return orEnd(std::realloc(old, size)); },
+      [](const char* text) {
+        const auto size = std::strlen(text) + 1;
+        auto* copy = orEnd(std::malloc(size));
+        return static_cast<char*>(copy == nullptr ? copy : std::memcpy(copy, text, size));
+      });
+}
+
 void checkVersion() {
   if (std::strtol(xmlParserVersion, nullptr, 10) >= kOldestLibxml2) return;
   logError(kXmlLog, "libxml2 %s is too old: version 2.7.8 (%d) or later is needed.",
@@ -187,6 +207,7 @@ void initXmlLibraries(const fs::path& configurationRoot) {
     layer.root.clear();  // nothing is below it
   }
 
+  setUpMemory();
   xmlInitParser();
   // Generic: the parameter's constness differs between versions of the library.
   xmlSetStructuredErrorFunc(nullptr, [](void* /*context*/, auto* xmlError) {

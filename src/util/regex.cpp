@@ -68,6 +68,15 @@ PcrePtr<T> owned(T* made) {
   return PcrePtr<T>(made);
 }
 
+// The library takes its memory from where everybody does, so that a lack of it ends the run in the
+// same way instead of making a faulty expression of a good one.
+pcre2_general_context* memoryContext() {
+  static pcre2_general_context* const kContext = pcre2_general_context_create(
+      [](PCRE2_SIZE size, void*) { return ::operator new(size, std::nothrow); },
+      [](void* memory, void*) { ::operator delete(memory); }, nullptr);
+  return kContext;
+}
+
 PCRE2_SPTR bytes(std::string_view text) {
   return reinterpret_cast<PCRE2_SPTR>(text.data() == nullptr ? "" : text.data());
 }
@@ -75,7 +84,7 @@ PCRE2_SPTR bytes(std::string_view text) {
 // Made at the first compilation and only read afterwards.
 pcre2_compile_context* compileContext() {
   static const auto kContext = [] {
-    auto made = owned(pcre2_compile_context_create(nullptr));
+    auto made = owned(pcre2_compile_context_create(memoryContext()));
     pcre2_set_newline(made.get(), PCRE2_NEWLINE_ANY);
     pcre2_set_bsr(made.get(), PCRE2_BSR_UNICODE);
     pcre2_set_max_pattern_length(made.get(), kMaxPatternBytes);
@@ -115,8 +124,8 @@ void study(pcre2_code& code) {
 // What matching writes to. One a thread: a match allocates nothing once these have grown, and a
 // compiled expression stays unchanged.
 struct Workspace {
-  PcrePtr<pcre2_match_data> data = owned(pcre2_match_data_create(kMaxGroups, nullptr));
-  PcrePtr<pcre2_match_context> context = owned(pcre2_match_context_create(nullptr));
+  PcrePtr<pcre2_match_data> data = owned(pcre2_match_data_create(kMaxGroups, memoryContext()));
+  PcrePtr<pcre2_match_context> context = owned(pcre2_match_context_create(memoryContext()));
   PcrePtr<pcre2_jit_stack> jitStack{pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr)};
 
   Workspace() {
