@@ -59,7 +59,10 @@ void FileClassifierManager::learnFile(const std::filesystem::path& path,
   const std::size_t modelsBefore = models_.addedModels();
   PropertiesMap props;
   store_.getStanzaSettings(store_.getProps(), props, sourceStanzas(path), PatternMatching::Yes);
-  if (const auto sample = readSample(path, props, maxLines)) {
+  const auto sample = readSample(path, props, maxLines);
+  const bool isRead = sample ? !sample->endedEarly() : fileKind(path) != FileKind::Regular;
+  if (training == Training::Yes && !isRead) models_.keepForgotten();
+  if (sample) {
     models_.trainModels(pathToText(path), *sample, sourcetype);
   } else {
     logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_CANNOT_OPEN__%s", pathToText(path));

@@ -62,6 +62,7 @@ class HeaderLinker {
     while (tryToLink() == WriteOutcome::Overtaken) {
       store_.reload(store_.getProps());
       store_.reload(store_.getTransforms());
+      takeSettings(current_);
     }
   }
 

@@ -85,6 +85,10 @@ class Tree : public TempTree {
   PropertiesMap detect(const std::string& text, const std::string& sourcetype,
                        HeaderLimits limits = {}) const {
     ConfStore store(root());
+    return detectIn(store, text, sourcetype, limits);
+  }
+  static PropertiesMap detectIn(ConfStore& store, const std::string& text,
+                                const std::string& sourcetype, HeaderLimits limits = {}) {
     PropertiesMap result{{"sourcetype", sourcetype}};
     store.getStanzaSettings(store.getProps(), result, std::span(&sourcetype, 1),
                             PatternMatching::No);
@@ -173,6 +177,21 @@ TEST(HeaderTransform, OfOtherColumnsGetsASourcetypeOfItsOwnOnce) {
   EXPECT_EQ(tree.detect("c,d\n3,4\n", "t").get("sourcetype"), "t-3");
   EXPECT_EQ(tree.detect("a,b\n3,4\n", "t"), other);
   EXPECT_EQ(tree.detect("c,d\n3,4\n", "t").get("REPORT-AutoHeader"), "AutoHeader-2");
+}
+
+TEST(HeaderTransform, IsDecidedAgainWhenAnotherProcessWasFaster) {
+  for (const char* text : {"a,b\n1,2\n", "c,d\n1,2\n"}) {
+    const Tree tree;
+    tree.write("system/local/props.conf", "[t]\n");
+    ConfStore early(tree.root());
+    EXPECT_FALSE(early.stanzaExists(early.getTransforms(), "AutoHeader-1"));
+    EXPECT_TRUE(early.stanzaExists(early.getProps(), "t"));
+    const auto first = tree.detect("a,b\n1,2\n", "t");
+    const auto second = Tree::detectIn(early, text, "t");
+    EXPECT_EQ(tree.detect("a,b\n1,2\n", "t"), first);
+    EXPECT_EQ(tree.detect(text, "t"), second);
+    EXPECT_EQ(second.get("sourcetype"), text[0] == 'a' ? "t" : "t-2");
+  }
 }
 
 TEST(HeaderTransform, LeavesColumnsOfOtherFilesOutOfTheCopy) {

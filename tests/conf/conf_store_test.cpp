@@ -170,6 +170,34 @@ TEST(WriteStanza, FailsWithPathAndCauseWhereTheTreeCannotBeWritten) {
   EXPECT_NE(log.find("Not a directory"), std::string::npos) << log;
 }
 
+TEST(AddStanza, LeavesAloneWhatAnotherProcessHasJustWritten) {
+  Tree tree;
+  tree.write("apps/a/default/props.conf", "[elsewhere]\nk = 1\n");
+  EXPECT_FALSE(tree.store.stanzaExists(tree.props, "s"));
+  tree.write("system/local/props.conf", "[s]\nk = theirs\n");
+  for (const char* taken : {"s", "elsewhere"}) {
+    EXPECT_EQ(tree.store.addStanza(tree.props, taken, {{"k", "2"}}, false),
+              WriteOutcome::Overtaken);
+  }
+  EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\nk = theirs\n");
+  EXPECT_TRUE(tree.store.stanzaExists(tree.props, "s"));
+  EXPECT_EQ(tree.store.addStanza(tree.props, "t", {{"k", "2"}}, false), WriteOutcome::Written);
+  EXPECT_EQ(tree.settings("t").get("k"), "2");
+}
+
+TEST(WriteStanzaIf, AsksWhenNoOtherProcessCanWrite) {
+  Tree tree;
+  EXPECT_EQ(tree.settings("s").get("k"), "");
+  tree.write("system/local/props.conf", "[s]\nk = theirs\n");
+  const auto write = [&](const std::string& expected) {
+    return tree.store.writeStanzaIf(tree.props, "s", {{"k", "mine"}}, true,
+                                    [&] { return tree.settings("s").get("k") == expected; });
+  };
+  EXPECT_EQ(write(""), WriteOutcome::Overtaken);
+  EXPECT_EQ(write("theirs"), WriteOutcome::Written);
+  EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\nk = mine\n");
+}
+
 TEST(WriteLearnedStanza, GoesToItsOwnAppAndIsFoundAgain) {
   Tree tree;
   Conf& models = tree.store.getConf("sourcetypes");

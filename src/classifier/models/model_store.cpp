@@ -151,10 +151,7 @@ bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
   const bool isWritten =
       store_.writeLearnedStanza(store_.getConf("sourcetypes"), makeStanzaName(fileName),
                                 saveModel(model, fileName, sourcetype));
-  if (!isWritten && forgotten_) {
-    logWarn(kModelLog, "The models that were learned before are kept.");
-    forgotten_.reset();
-  }
+  if (!isWritten) keepForgotten();
   return true;
 }
 
@@ -174,6 +171,11 @@ std::size_t ModelStore::countModels(std::string_view sourcetype) {
 void ModelStore::forget() {
   models_.emplace();
   forgotten_ = store_.learnedStanzas(store_.getConf("sourcetypes"));
+}
+
+void ModelStore::keepForgotten() {
+  if (forgotten_) logWarn(kModelLog, "The models that were learned before are kept.");
+  forgotten_.reset();
 }
 
 void ModelStore::dropForgotten() {

@@ -61,8 +61,9 @@ class ModelStore {
   void forget();
 
   // Takes the forgotten models out of their file, and deletes it when no other is left. Does
-  // nothing when a model that was added meanwhile could not be written.
+  // nothing after keepForgotten(), or when a model that was added meanwhile could not be written.
   void dropForgotten();
+  void keepForgotten();
 
   // Raises "maxDist" of the stanza [default] of props.conf where there are thousands of
   // sourcetypes.

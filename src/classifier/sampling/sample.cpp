@@ -48,6 +48,8 @@ class Sampler {
     if (keep_ == Keep::CountsOnly) dropEndedLines();
   }
 
+  void noteEarlyEnd() { sample_.endedEarly_ = true; }
+
   // `atEndOfFile`: a character that is unfinished by now stays so.
   Sample finish(bool atEndOfFile) {
     if (converter_) {
@@ -165,6 +167,7 @@ std::optional<Sample> readSample(const std::filesystem::path& path, const Proper
   }
   if (file.error()) {
     logWarn(kFlowLog, "Reading %s ended early: %m", fileName, file.error());
+    sampler.noteEarlyEnd();
   }
   return sampler.finish(true);
 }

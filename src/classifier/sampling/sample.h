@@ -31,6 +31,8 @@ class Sample {
   std::uint64_t invalidCount() const { return invalidCount_; }
   // The charset that a byte-order mark named; empty when there was none or nobody asked.
   const std::string& detectedCharset() const { return detectedCharset_; }
+  // True when reading failed before the end of the file.
+  bool endedEarly() const { return endedEarly_; }
 
  private:
   friend class Sampler;
@@ -45,6 +47,7 @@ class Sample {
   std::uint64_t bytesRead_ = 0;
   std::uint64_t invalidCount_ = 0;
   std::string detectedCharset_;
+  bool endedEarly_ = false;
 };
 
 // The charset to read a file in, and what a byte-order mark says of it.
