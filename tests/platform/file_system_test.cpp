@@ -58,6 +58,26 @@ TEST(ReplaceFile, ThrowsWithThePathWhenItCannotWrite) {
   }
 }
 
+TEST(RemoveLeftovers, DeletesTemporaryFilesOfTheTargetAlone) {
+  const TempTree tree;
+  const std::vector<std::string> others{"props.conf",
+                                        "props.conf.1-2.tmp~",
+                                        "props.conf.1.tmp",
+                                        "props.conf.1-.tmp",
+                                        "props.conf.1-2x.tmp",
+                                        "a.conf.1-2.tmp",
+                                        "props.conf.lock",
+                                        "props.conf.-2.tmp",
+                                        "1-2.tmp",
+                                        "props.conf.bak.1-2.tmp"};
+  for (const auto& name : others) tree.write(name, "");
+  tree.write("props.conf.77-1795301704009279376.tmp", "");
+  removeLeftovers(tree.path("props.conf"));
+  std::error_code error;
+  EXPECT_EQ(listDirectory(tree.root(), error).size(), others.size());
+  for (const auto& name : others) EXPECT_TRUE(exists(tree.path(name))) << name;
+}
+
 TEST(FileLock, IsRefusedWhileHeldAndFreeAfterwards) {
   const TempTree tree;
   const auto lockPath = tree.path("x.lock");

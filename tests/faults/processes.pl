@@ -1,0 +1,129 @@
+#!/usr/bin/env perl
+# Lets many processes learn unknown files into one tree at once, and compares with one that does it
+# alone: processes.pl PROGRAM INJECTOR DATETIME.XML [PROCESSES FILES]
+use strict;
+use warnings;
+use FindBin;
+use lib $FindBin::Bin;
+use Cwd qw(abs_path);
+use Fcntl qw(:flock);
+use POSIX qw(WUNTRACED);
+use Tree;
+
+my ($program, $injector, $datetime) = map { abs_path($_) } @ARGV[0 .. 2];
+my $processes = $ARGV[3] // 8;
+my $files     = $ARGV[4] // 200;
+my $errors    = 0;
+
+# Every fourth file is a table. Those of one number have the same columns in every process; a log
+# has words of its own, and they are all called app.log.
+sub is_table { return $_[0] % 4 == 3 }
+
+sub content_of {
+  my ($process, $number) = @_;
+  return "id,column$number,c\n" . join '', map {"$_,b,c\n"} 1 .. 5 if is_table($number);
+  my $word = join '', map { chr(97 + $_) x 2 } split //, sprintf '%02d%04d', $process, $number;
+  return Tree::log_text($word, 120);
+}
+
+sub name_of {
+  my ($process, $number) = @_;
+  return "$process/$number/" . (is_table($number) ? 'table.csv' : 'app.log');
+}
+
+# A tree with the files, after the processes have classified them.
+sub tree_after {
+  my ($at_once) = @_;
+  my $tree = Tree->new($datetime);
+  for my $process (1 .. $processes) {
+    $tree->put(name_of($process, $_), content_of($process, $_)) for 0 .. $files - 1;
+    $tree->put("$process/few.log", "one\n");
+  }
+  for my $process (1 .. $processes) {
+    my $pid = fork // die "fork: $!";
+    if (!$pid) {
+      chdir $tree->{root};
+      $ENV{TARNEL_HOME} = $tree->{root};
+      open STDOUT, '>', "out-$process" or die;
+      open STDERR, '>', "err-$process" or die;
+      system($program, $_) for "$process/few.log", map { name_of($process, $_) } 0 .. $files - 1;
+      POSIX::_exit(0);
+    }
+    waitpid $pid, 0 if !$at_once;
+  }
+  1 while wait != -1;
+  return $tree;
+}
+
+sub complain { ++$errors; print STDERR "$_[0]\n" }
+
+# Models but for the names of their sourcetypes, which depend on who came first.
+sub models_of {
+  my ($stanzas) = @_;
+  return join "\n\n", sort map {s/^_sourcetype = .*\n//mr} values %{$stanzas->{$Tree::files[2]}};
+}
+
+sub columns_of {
+  my ($stanzas) = @_;
+  return join "\n", sort map {/^FIELDS = (.*)/m} values %{$stanzas->{$Tree::files[1]}};
+}
+
+# Whether what each run said of its file is what the configuration says.
+sub check_answers {
+  my ($tree, $stanzas) = @_;
+  my ($props, $transforms, $models) = @{$stanzas}{@Tree::files};
+  my %source_of = map {/^_source = (.*)\n_sourcetype = (.*)/m ? ($2 => $1) : ()} values %$models;
+  my $answers   = 0;
+  for my $process (1 .. $processes) {
+    local $/;
+    open my $in, '<', "$tree->{root}/out-$process" or die;
+    for (split /^PROPERTIES OF /m, scalar <$in>) {
+      my ($file, $sourcetype) = /^([^\n]*)\n.*\tsourcetype -> (.*?)\n/s or next;
+      ++$answers;
+      my $stanza = $props->{"[$sourcetype]"};
+      if ($file =~ /app\.log/) {
+        my $source = $source_of{$sourcetype} // 'no model';
+        complain("$file: $sourcetype has $source") if !defined $stanza || $source ne $file;
+      } elsif (my ($number) = $file =~ m,/(\d+)/table\.csv,) {
+        my ($link)   = ($stanza // '') =~ /^REPORT-AutoHeader = (.*)/m;
+        my ($fields) = ($transforms->{'[' . ($link // '') . ']'} // '') =~ /^FIELDS = (.*)/m;
+        complain("$file: $sourcetype has the columns " . ($fields // 'of nobody')) if ($fields // '') !~ /"column$number"/;
+      }
+    }
+  }
+  complain("$answers answers") if $answers != $processes * ($files + 1);
+}
+
+my $serial   = tree_after(0)->stanzas;
+my $tree     = tree_after(1);
+my $parallel = $tree->stanzas;
+for my $stanzas ($serial, $parallel) {
+  for my $file (@Tree::files) {
+    complain("$file has [$_] twice") for grep { $stanzas->{$file}{$_} =~ /\(again\)/ } keys %{$stanzas->{$file}};
+  }
+}
+complain("the sourcetypes differ")
+  if join("\n", sort keys %{$serial->{$Tree::files[0]}}) ne join "\n", sort keys %{$parallel->{$Tree::files[0]}};
+complain('the models differ')  if models_of($serial) ne models_of($parallel);
+complain('the columns differ') if columns_of($serial) ne columns_of($parallel);
+check_answers($tree, $parallel);
+complain("temporary files: " . join ' ', $tree->temporaries) if $tree->temporaries;
+
+# A process that is stopped while it holds the lock, and then killed, is in nobody's way.
+{
+  local @ENV{qw(LD_PRELOAD FAULT_CALL FAULT_AT FAULT_AS FAULT_BELOW)} = ($injector, 'sync', 1, 'stop', $tree->{root});
+  $tree->put('stopped.log', Tree::log_text('stopped', 150));
+  my $pid = $tree->start($program, 'stopped.log');
+  waitpid $pid, WUNTRACED;
+  open my $lock, '<', "$tree->{root}/etc/system/local/props.conf.lock" or die;
+  complain('the stopped process holds no lock') if flock $lock, LOCK_EX | LOCK_NB;
+  kill KILL => $pid;
+  waitpid $pid, 0;
+}
+complain('it does not run') if $tree->run($program, 'stopped.log') != 0;
+complain('it is not written') if $tree->get('system/local/props.conf') !~ /^\[stopped\]$/m;
+complain("it leaves temporary files") if $tree->temporaries;
+
+printf "%d processes with %d files each: %d sourcetypes, %d models, %d transforms; %d errors\n", $processes, $files,
+  map({ scalar keys %{$parallel->{$_}} } @Tree::files[0, 2, 1]), $errors;
+exit($errors ? 1 : 0);
