@@ -1,6 +1,6 @@
 #!/usr/bin/env perl
 # Kills runs at random moments in a tree of 2,000 stanzas and looks at what is left:
-# kills.pl PROGRAM DATETIME.XML [RUNS]
+# kills.pl PROGRAM DATETIME.XML [KILLS]
 use strict;
 use warnings;
 use FindBin;
@@ -10,7 +10,7 @@ use Time::HiRes qw(sleep time);
 use Tree;
 
 my ($program, $datetime) = map { abs_path($_) } @ARGV[0, 1];
-my $runs     = $ARGV[2] // 1000;
+my $kills    = $ARGV[2] // 1000;
 my $stanzas  = 2000;
 my @commands = (['app.log'], ['app.log', 'mine'], ['few.log'], ['table.csv'], ['train']);
 
@@ -28,7 +28,7 @@ sub restore {
   $tree->put("etc/$_", $before{$_}) for @Tree::files;
 }
 
-# What a whole run takes, in seconds, and what it leaves.
+# What a whole run takes, in seconds, as the last one showed, and what it leaves.
 my (@seconds, @new);
 for my $command (@commands) {
   restore();
@@ -40,14 +40,16 @@ for my $command (@commands) {
 
 my ($errors, $killed, $written, $leftovers) = (0, 0, 0, 0);
 my $complain = sub { ++$errors; print STDERR "$_[0]\n", $tree->said =~ s/^/  /gmr };
-for my $i (0 .. $runs - 1) {
+# A run that ends before it is killed does not count.
+for (my $i = 0; $killed < $kills; ++$i) {
   my $which = $i % @commands;
   restore();
   my $pid = $tree->start($program, @{$commands[$which]});
   sleep rand $seconds[$which];
   kill KILL => $pid;
   waitpid $pid, 0;
-  ++$killed if $? == 9;
+  next if $? != 9;
+  ++$killed;
   my $now = $tree->stanzas;
   my $changed = 0;
   for my $file (@Tree::files) {
@@ -59,10 +61,11 @@ for my $i (0 .. $runs - 1) {
   }
   ++$written   if $changed;
   ++$leftovers if $tree->temporaries;
+  my $begin = time;
   $complain->("run $i: the next run ends with $?") if $tree->run($program, @{$commands[$which]}) != 0;
+  $seconds[$which] = time - $begin;
   $complain->("run $i: the next run warns") if grep { !/sourcetypes\.conf/ } split /^/, $tree->said;
   $complain->("run $i: the next run leaves " . join ' ', $tree->temporaries) if $tree->temporaries;
 }
-print "$runs runs: $killed killed before their end, $written of them all had written, $leftovers left a temporary file; "
-  . "$errors errors\n";
+print "$killed runs were killed: $written had written, $leftovers left a temporary file; $errors errors\n";
 exit($errors ? 1 : 0);
