@@ -139,6 +139,10 @@ Workspace& workspace() {
   return space;
 }
 
+// That of the main thread is made before main(): the C library aborts when it has no memory to note
+// that a thread's object has a destructor.
+[[maybe_unused]] const Workspace& mainWorkspace = workspace();
+
 // Steps of one run, all positions of its window together. A step takes some 10 ns in the
 // interpreter.
 std::size_t stepBudget(std::size_t subjectSize) {
