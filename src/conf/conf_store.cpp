@@ -366,14 +366,14 @@ std::optional<ConfStore::StanzaNames> ConfStore::learnedStanzas(Conf& conf) {
   }
 }
 
-void ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& names) {
+std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& names) {
   const std::scoped_lock lock(mutex_);
   const auto path = learnedFile(conf);
-  if (names.empty()) return;
+  if (names.empty()) return {};
   try {
     const WritingTurn turn(root_, path);
     const FileBytes bytes = readFile(path);
-    if (bytes.error) throw std::system_error(bytes.error, "cannot read what it holds");
+    if (bytes.error) return bytes.error;
     std::string kept;
     bool isKept = false;
     TextKeeper keeper;
@@ -385,12 +385,15 @@ void ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& names) {
     if (!kept.empty()) {
       replaceFile(path, kept);
     } else if (const auto error = removeFile(path)) {
-      throw std::system_error(error, "cannot delete it");
+      return error;
     }
     conf.learned_.reset();
     reload(conf);
-  } catch (const std::exception& error) {
-    logError(kStoreLog, "Cannot take old stanzas out of %s: %s", pathToText(path), error.what());
+    return {};
+  } catch (const std::system_error& error) {
+    return error.code();
+  } catch (const std::runtime_error&) {  // the tree is gone
+    return std::make_error_code(std::errc::no_such_file_or_directory);
   }
 }
 

@@ -131,8 +131,8 @@ class ConfStore {
   std::optional<StanzaNames> learnedStanzas(Conf& conf);
 
   // Takes these stanzas out of that file in one step, with them its lines before any header, and
-  // deletes it when nothing is left. What cannot be done is logged and leaves the file as it was.
-  void dropLearnedStanzas(Conf& conf, const StanzaNames& names);
+  // deletes it when nothing is left. Gives the reason when that fails, with the file as it was.
+  std::error_code dropLearnedStanzas(Conf& conf, const StanzaNames& names);
 
   // Where writeLearnedStanza() writes.
   std::filesystem::path learnedFile(const Conf& conf) const;

@@ -146,6 +146,14 @@ class TemporaryFile {
   bool renamed_ = false;
 };
 
+// Whether writes may go where a link at `path` leads: it is root's, this account's, or its
+// directory's owner's. Another account that may write to the directory could have planted it.
+bool mayRedirect(const struct stat& link, const std::filesystem::path& path) {
+  struct stat directory {};
+  if (::stat(directoryOf(path).c_str(), &directory) != 0) return false;
+  return link.st_uid == 0 || link.st_uid == ::geteuid() || link.st_uid == directory.st_uid;
+}
+
 // Whoever may write to the directory may lock the files in it: several administrators share a tree,
 // whatever their umasks. Others may not, or any reader could keep all writes waiting.
 mode_t lockFileMode(const struct stat& directory) {
@@ -257,11 +265,15 @@ std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& di
 
 std::filesystem::path writeTarget(std::filesystem::path path) {
   constexpr int kMaxLinks = 40;  // as many as the kernel follows
-  std::error_code error;
-  for (int followed = 0; std::filesystem::is_symlink(path, error); ++followed) {
+  struct stat link {};
+  for (int followed = 0; ::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode); ++followed) {
     if (followed == kMaxLinks) {
       errno = ELOOP;
       throwLastError("cannot follow", path);
+    }
+    if (!mayRedirect(link, path)) {
+      errno = EPERM;
+      throwLastError("will not follow somebody's link", path);
     }
     path = path.parent_path() / std::filesystem::read_symlink(path);
   }
@@ -289,9 +301,11 @@ FileIdentity fileIdentity(const std::filesystem::path& path) {
           .modified = status.st_mtim.tv_sec * kNanosecondsPerSecond + status.st_mtim.tv_nsec};
 }
 
-void appendToFile(const std::filesystem::path& path, std::string_view content) {
+void appendToFile(const std::filesystem::path& target, std::string_view content) {
+  const std::filesystem::path path = writeTarget(target);
   std::filesystem::create_directories(directoryOf(path));
-  const Descriptor file(openRetrying(path.c_str(), O_WRONLY | O_APPEND | O_CREAT, kNewFileMode));
+  const Descriptor file(
+      openRetrying(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW, kNewFileMode));
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.number(), &status) != 0) throwLastError("cannot open", path);
   try {

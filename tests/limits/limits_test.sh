@@ -141,7 +141,7 @@ expect 'entities that grow to 10 TB' 'sourcetype -> stamped' stamped.log
 
 tree
 repeat 200 $'no model knows this\n' >unknown.log
-{ echo '[FILE_CLASSIFIER]'; printf 'INVALID_FILE__S_S = '; repeat 20000000 '%s'; echo; } >etc/system/local/literals.conf
+{ echo '[FILE_CLASSIFIER]'; printf 'INVALID_FILE__S_S = '; repeat 10000000 '%s'; echo; } >etc/system/local/literals.conf
 expect 'a message of ten million placeholders' 'invalid_cause -> failed_stat' missing.log
 printf '[FILE_CLASSIFIER]\nINVALID_FILE__S_S = %%999999999s %%.999999999f %%*d %%n %%2000000000$s\n' >etc/system/local/literals.conf
 expect 'a message of huge fields' 'invalid_cause -> failed_stat' missing.log

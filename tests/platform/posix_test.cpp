@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "platform/file_system.h"
 #include "support/temp_tree.h"
@@ -47,6 +48,23 @@ TEST(LockFile, IsNoLink) {
   const auto other = tree.write("other", "");
   std::filesystem::create_symlink(other, tree.path("x.lock"));
   EXPECT_THROW(FileLock(tree.path("x.lock"), std::chrono::milliseconds(0)), std::system_error);
+}
+
+TEST(WriteTarget, FollowsNoLinkThatAnotherAccountPlanted) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can make somebody else's link";
+  const TempTree tree;
+  const auto other = tree.write("other", "theirs");
+  const auto link = tree.path("props.conf");
+  std::filesystem::create_symlink(other, link);
+  appendToFile(link, "+");
+  ASSERT_EQ(tree.read("other"), "theirs+");
+  constexpr uid_t kSomebody = 65534;
+  ASSERT_EQ(::lchown(link.c_str(), kSomebody, kSomebody), 0);
+  EXPECT_THROW(appendToFile(link, "mine"), std::system_error);
+  EXPECT_THROW(replaceFile(link, "mine"), std::system_error);
+  EXPECT_EQ(tree.read("other"), "theirs+");
+  ASSERT_EQ(::chown(tree.root().c_str(), kSomebody, kSomebody), 0);  // it is the owner's now
+  EXPECT_NO_THROW(replaceFile(link, "mine"));
 }
 
 }  // namespace

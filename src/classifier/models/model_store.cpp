@@ -179,7 +179,13 @@ void ModelStore::keepForgotten() {
 }
 
 void ModelStore::dropForgotten() {
-  if (forgotten_) store_.dropLearnedStanzas(store_.getConf("sourcetypes"), *forgotten_);
+  if (forgotten_) {
+    Conf& conf = store_.getConf("sourcetypes");
+    if (const auto error = store_.dropLearnedStanzas(conf, *forgotten_)) {
+      logError(kModelLog, "reset failed to unlink %s: %m", pathToText(store_.learnedFile(conf)),
+               error);
+    }
+  }
   forgotten_.reset();
   inheritedMaxDist_.reset();
 }
