@@ -79,10 +79,10 @@ std::optional<ZoneSeconds> parseOffset(std::string_view text) {
   text.remove_prefix(1);
   ZoneSeconds offset(0);
   if (const auto colon = text.find(':'); colon != std::string_view::npos || text.size() == 4) {
+    if (colon != std::string_view::npos && text.size() != colon + 3) return std::nullopt;
     const auto hourDigits = text.substr(0, colon == std::string_view::npos ? 2 : colon);
     const auto minuteDigits = text.substr(text.size() - 2);
     if (hourDigits.size() > 2) return std::nullopt;
-    if (colon != std::string_view::npos && text.size() != colon + 3) return std::nullopt;
     const auto hour = number(hourDigits);
     const auto minute = number(minuteDigits);
     if (!hour || !minute || *minute > 59) return std::nullopt;
