@@ -17,6 +17,18 @@ std::string endedByItself(const LogicalLine& line) {
   return std::string(raw) + ' ';
 }
 
+// Ends the line that `text` ends in, unless it has its end. Where a carriage return is all it has
+// only the line feed is missing.
+void endLastLine(std::string& text, std::string_view lineEnd) {
+  if (text.ends_with('\n')) return;
+  text += text.ends_with('\r') ? "\n" : lineEnd;
+}
+
+// As the first line ends, also when it is cut off behind its carriage return.
+std::string_view lineEndOf(std::string_view bytes) {
+  return bytes.substr(0, bytes.find('\n')).ends_with('\r') ? "\r\n" : "\n";
+}
+
 }  // namespace
 
 IniFile IniFile::read(const std::filesystem::path& path, std::error_code& error) {
@@ -28,9 +40,7 @@ IniFile IniFile::read(const std::filesystem::path& path, std::error_code& error)
 
 IniFile IniFile::parse(std::string_view bytes, const std::filesystem::path& path, Report report) {
   IniFile file;
-  if (const auto end = bytes.find('\n'); end != 0 && end != std::string_view::npos) {
-    if (bytes[end - 1] == '\r') file.lineEnd_ = "\r\n";
-  }
+  file.lineEnd_ = lineEndOf(bytes);
   TextKeeper keeper;
   LogicalLineReader reader(bytes, path, keeper, report);
   auto current = file.stanzas_.end();
@@ -70,7 +80,7 @@ IniFile IniFile::parse(std::string_view bytes, const std::filesystem::path& path
 }
 
 void IniFile::appendLine(std::string_view text) {
-  if (!pieces_.empty() && !pieces_.back().ends_with('\n')) pieces_.back() += lineEnd_;
+  if (!pieces_.empty()) endLastLine(pieces_.back(), lineEnd_);
   pieces_.push_back(std::string(text).append(lineEnd_));
 }
 
@@ -97,7 +107,7 @@ std::string IniFile::toText() const {
     text += pieces_[piece];
     const auto added = added_.find(piece);
     if (added == added_.end()) continue;
-    if (!text.ends_with('\n')) text += lineEnd_;
+    endLastLine(text, lineEnd_);
     for (const auto& [key, line] : added->second) text += line;
   }
   return text;

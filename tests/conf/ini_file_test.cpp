@@ -78,13 +78,15 @@ TEST_P(AddedStanza, LeavesWhatStandsBeforeIt) {
 
 INSTANTIATE_TEST_SUITE_P(
     Endings, AddedStanza,
-    ::testing::Values(EditCase{"EmptyFile", "", "[n]\nk = v\n"},
-                      EditCase{"NoNewlineAtTheEnd", "[a]\nx = 1", "[a]\nx = 1\n\n[n]\nk = v\n"},
-                      EditCase{"CrLf", "[a]\r\nx = 1\r\n", "[a]\r\nx = 1\r\n\r\n[n]\r\nk = v\r\n"},
-                      EditCase{"DanglingBackslash", "[a]\nx = 1\\",
-                               "[a]\nx = 1\\ \n\n[n]\nk = v\n"},
-                      EditCase{"DanglingHeader", "[a\\\n", "[a\\]\n\n[n]\nk = v\n"},
-                      EditCase{"HeaderWithoutSettings", "[n]", "[n]\nk = v\n"}),
+    ::testing::Values(
+        EditCase{"EmptyFile", "", "[n]\nk = v\n"},
+        EditCase{"NoNewlineAtTheEnd", "[a]\nx = 1", "[a]\nx = 1\n\n[n]\nk = v\n"},
+        EditCase{"CrLf", "[a]\r\nx = 1\r\n", "[a]\r\nx = 1\r\n\r\n[n]\r\nk = v\r\n"},
+        EditCase{"CrLfCutInHalf", "[a]\r\nx = 1\r", "[a]\r\nx = 1\r\n\r\n[n]\r\nk = v\r\n"},
+        EditCase{"LoneCr", "[a]\r", "[a]\r\n\r\n[n]\r\nk = v\r\n"},
+        EditCase{"DanglingBackslash", "[a]\nx = 1\\", "[a]\nx = 1\\ \n\n[n]\nk = v\n"},
+        EditCase{"DanglingHeader", "[a\\\n", "[a\\]\n\n[n]\nk = v\n"},
+        EditCase{"HeaderWithoutSettings", "[n]", "[n]\nk = v\n"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(IniFile, IsEmptyWhenTheFileCannotBeOpened) {
