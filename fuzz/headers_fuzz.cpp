@@ -1,0 +1,119 @@
+// Header lines, and the transforms they become. Input: the file's name, its sourcetype, props.conf,
+// transforms.conf and the lines.
+#include <algorithm>
+
+#include "classifier/header_detector.h"
+#include "classifier/header_fields.h"
+#include "classifier/type_name.h"
+#include "support.h"
+
+namespace sourcetype::fuzzing {
+namespace {
+
+using Stanzas = std::map<std::string, PropertiesMap>;
+
+Stanzas stanzasOf(const char* name) {
+  ConfStore store(tree().root());
+  Stanzas stanzas;
+  store.visitStanzas(store.getConf(name), [&](std::string_view stanza, auto settings) {
+    auto& map = stanzas[std::string(stanza)];
+    for (const auto& setting : settings) map.set(setting.key(), setting.value());
+  });
+  return stanzas;
+}
+
+void checkFields(const Sample& sample) {
+  for (std::size_t i = 0; i < sample.lineCount(); ++i) {
+    const auto line = sample.line(i);
+    for (const char delimiter : kDelimiters) {
+      const auto fields = splitFields(line, delimiter);
+      std::string together;
+      for (const auto field : fields) together.append(field) += delimiter;
+      together.pop_back();
+      require(together == line, "fields are all of a line");
+      const auto names = nameFields(fields);
+      require(names.size() == fields.size(), "every field has a name");
+      for (const auto& name : names) {
+        require(!name.empty() && name.find('"') == name.npos && name.find('\n') == name.npos &&
+                    !name.ends_with('\\'),
+                "a name fits between quotes");
+        require(std::ranges::count(names, name) == 1, "names differ");
+      }
+    }
+  }
+}
+
+PropertiesMap detect(std::string_view fileName, const Sample& sample, std::string_view sourcetype) {
+  ConfStore store(tree().root());
+  PropertiesMap result{{"sourcetype", sourcetype}};
+  detectHeader(fileName, sample, result, store);
+  return result;
+}
+
+// At most one stanza more, and none less or with less in it.
+std::vector<std::string> newStanzas(const Stanzas& before, const Stanzas& after) {
+  std::vector<std::string> added;
+  for (const auto& [name, settings] : after) {
+    if (!before.contains(name)) added.push_back(name);
+  }
+  for (const auto& [name, settings] : before) {
+    const auto found = after.find(name);
+    require(found != after.end(), "no stanza is lost");
+    for (const auto& [key, entry] : settings.entries()) {
+      const bool isLink = key == "REPORT-AutoHeader" || key == "KV_MODE";
+      require(isLink || found->second.get(key) == entry.value, "no setting is lost or changed");
+    }
+  }
+  require(added.size() <= 1, "one stanza is added at most");
+  return added;
+}
+
+}  // namespace
+
+std::vector<std::string> seeds() {
+  const std::string rows = "id,name,total\n1,a,2\n2,\"b,c\",3\n";
+  return {joined({"/x/orders.csv", "csv", "", "", rows}),
+          joined({"/x/orders.csv", "csv", "[csv]\nREPORT-AutoHeader = AutoHeader-1\n",
+                  "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"id\", \"name\", \"total\"\n", rows}),
+          joined({"a.tsv", "tsv-2", "[tsv-2]\nREPORT-x = t, u\nk = v\n[tsv-2-1]\n",
+                  "[t]\nFIELDS = a\n[default]\nDELIMS = \"\\t\"\n", "a\tb\ta\n1\t2\t3\n"}),
+          joined({"b.log", "too_small", "[too_small]\nx=1", "", "a;\"b\\\";]=[;\n;;;\n;;;\n"})};
+}
+
+void run(std::string_view input) {
+  Parts parts(input);
+  const auto fileName = parts.next();
+  const auto sourcetype = parts.next();
+  tree().clear();
+  tree().write("system/local/props.conf", parts.next());
+  tree().write("system/local/transforms.conf", parts.next());
+  const Sample sample = readSampleText(parts.rest(), {}, "text");
+  checkFields(sample);
+
+  const auto propsBefore = stanzasOf("props");
+  const auto transformsBefore = stanzasOf("transforms");
+  const auto result = detect(fileName, sample, sourcetype);
+  const auto props = stanzasOf("props");
+  const auto transforms = stanzasOf("transforms");
+  const auto& name = result.get("sourcetype");
+
+  for (const auto& added : newStanzas(transformsBefore, transforms)) {
+    require(added.starts_with("AutoHeader-"), "a new transform has a number");
+  }
+  for (const auto& added : newStanzas(propsBefore, props)) {
+    require(added == name, "a new sourcetype is the result's");
+    require(added == sourcetype || added.starts_with(std::string(sourcetype) + "-"),
+            "a new sourcetype is named after the file's");
+  }
+  if (props == propsBefore && transforms == transformsBefore) return;
+  const auto& stanza = props.at(name).get("REPORT-AutoHeader");
+  require(transforms.contains(stanza), "what is linked is there");
+  require(!transforms.at(stanza).get("DELIMS").empty(), "a transform says what separates columns");
+
+  const auto again = detect(fileName, sample, name);
+  require(stanzasOf("props") == props && stanzasOf("transforms") == transforms,
+          "a second file with these columns adds nothing");
+  require(again.get("sourcetype") == name, "a second file with these columns has the sourcetype");
+}
+
+}  // namespace sourcetype::fuzzing

@@ -1,0 +1,83 @@
+// What every fuzz target shares. A target defines seeds() and run(); support.cpp hands them to
+// libFuzzer.
+#pragma once
+
+#include <filesystem>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sourcetype::fuzzing {
+
+// --- What a target defines ---
+
+// Inputs to begin with, from what the repository holds and from what the code has special cases
+// for.
+std::vector<std::string> seeds();
+
+// Takes one input and checks with require() what holds for every one.
+void run(std::string_view input);
+
+// --- What it is made of ---
+
+// Ends the process as a finding when `holds` is false. `promise` says what should hold.
+void require(bool holds, std::string_view promise);
+
+// An input that consists of several texts, with a byte between them that texts have no use for.
+class Parts {
+ public:
+  static constexpr char kEnd = '\x1E';
+
+  explicit Parts(std::string_view input) : rest_(input) {}
+
+  // Up to the next kEnd; empty when nothing is left.
+  std::string_view next();
+  // All that is left.
+  std::string_view rest() const { return rest_; }
+  // What is left, cut at each kEnd.
+  std::vector<std::string_view> all();
+  // The next part as a number modulo `end`: its text need not be one.
+  std::size_t nextBelow(std::size_t end);
+
+ private:
+  std::string_view rest_;
+};
+
+std::string joined(std::initializer_list<std::string_view> parts);
+
+// One valid character of UTF-8 after the other, by the table of the Unicode standard and without
+// haste: how many bytes the character at the start of `text` has, 0 when none starts there.
+std::size_t characterLength(std::string_view text);
+// True for valid UTF-8 without a NUL.
+bool isCleanUtf8(std::string_view text);
+
+// Lines as they are cut everywhere: at LF and CR, without the empty ones.
+std::vector<std::string_view> linesOf(std::string_view text);
+
+// The directory that the process works in, made at the first call and emptied by clear().
+class Tree {
+ public:
+  Tree();
+  Tree(const Tree&) = delete;
+  Tree& operator=(const Tree&) = delete;
+  ~Tree();
+
+  const std::filesystem::path& root() const { return root_; }
+  void clear() const;
+  std::filesystem::path write(std::string_view relative, std::string_view content) const;
+  // Nothing when there is no such file.
+  std::optional<std::string> read(std::string_view relative) const;
+  // All regular files, relative to the root, in byte order.
+  std::vector<std::string> files() const;
+
+ private:
+  std::filesystem::path root_;
+};
+const Tree& tree();
+
+// A file of the repository, for seeds.
+std::string repositoryFile(std::string_view relative);
+
+}  // namespace sourcetype::fuzzing
