@@ -139,7 +139,7 @@ std::optional<Timestamp> TimestampParser::parseFormat(const Search& search) {
   if (!format_->match(window, match_)) return std::nullopt;
   const auto end =
       readFields(match_, window, formatGroups_, formats_.names(), formats_.zones(), fields_);
-  if (!end) return std::nullopt;
+  if (!end || *end == match_.start(0)) return std::nullopt;  // blanks alone fit everywhere
   const auto instant = instantOf(fields_);
   if (!instant) return std::nullopt;
   return taken(Piece{.form = static_cast<FormIndex>(formats_.forms().size()),

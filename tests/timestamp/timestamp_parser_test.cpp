@@ -128,6 +128,7 @@ TEST(TimestampParser, LooksForTimeFormatAlone) {
       FormatCase{"%H:%M", "at 10:05", "2024-06-15T10:05:00Z"},
       FormatCase{"[%F]+%T", "[2024-05-06]+10:00:00", "2024-05-06T10:00:00Z"},
       FormatCase{"%F", "2024-02-30", "-"},
+      FormatCase{" ", "2024-05-06 10:00:00", "-"},
       FormatCase{"%d.%m.%Y", "2024-05-06 10:00:00", "-"},
   };
   for (const auto& [format, line, instant] : kCases) {
