@@ -54,28 +54,21 @@ bool hasControlCharacter(std::string_view text) {
                              [](char c) { return (c >= 0 && c < ' ' && c != '\t') || c == 127; });
 }
 
-// Whether the format is one conversion with flags, width and precision that C defines for a letter
-// of `letters`, without a length, which goes by the type.
-bool isOneConversion(std::string_view format, std::string_view letters) {
-  constexpr std::string_view kDigits = "0123456789";
-  if (!format.starts_with('%') || format.size() > 9) return false;
-  format.remove_prefix(1);
-  const bool takesNoSign =
-      letters.find('d') == std::string_view::npos && letters.find('f') == std::string_view::npos;
-  const auto flags = std::min(format.find_first_not_of("-+ #0"), format.size());
-  if (takesNoSign && format.substr(0, flags).find_first_of("+ ") != format.npos) return false;
-  if (letters.find('d') != format.npos && format.substr(0, flags).find('#') != format.npos)
-    return false;
-  if (letters == "s" && format.substr(0, flags).find_first_of("#0") != format.npos) return false;
-  format.remove_prefix(flags);
-  const auto width = std::min(format.find_first_not_of(kDigits), format.size());
-  if (width > 3) return false;
-  format.remove_prefix(width);
+// Whether the format is one conversion to a letter of `letters`, with flags of `flags` only, width
+// and precision. The others mean nothing to C there, or leave room.
+bool isOneConversion(std::string_view format, std::string_view letters, std::string_view flags) {
+  constexpr std::size_t kMostDigits = 3;
+  const auto takeRun = [&](std::string_view characters) {
+    const auto length = std::min(format.find_first_not_of(characters), format.size());
+    format.remove_prefix(length);
+    return length;
+  };
+  if (takeRun("%") != 1) return false;
+  takeRun(flags);
+  if (format.starts_with('0') || takeRun("0123456789") > kMostDigits) return false;
   if (format.starts_with('.')) {
     format.remove_prefix(1);
-    const auto precision = std::min(format.find_first_not_of(kDigits), format.size());
-    if (precision > 3) return false;
-    format.remove_prefix(precision);
+    if (takeRun("0123456789") > kMostDigits) return false;
   }
   return format.size() == 1 && letters.find(format.front()) != std::string_view::npos;
 }
@@ -89,22 +82,23 @@ std::string printed(std::string format, std::string_view length, Value value) {
   return text;
 }
 
-// Against the C library, where a conversion fits its argument.
+// Against the C library, where a conversion fits its argument. C prints no digit of a 0 whose
+// precision is 0.
 void checkAgainstLibrary(std::string_view format, const FormatArgument& argument) {
   const std::string result = formatted(format, std::span(&argument, 1));
   const std::string plain(format);
   if (const auto* number = std::get_if<long long>(&argument)) {
-    if (!isOneConversion(format, "di")) return;
+    if (*number == 0 || !isOneConversion(format, "di", "-+ 0")) return;
     require(result == printed(plain, "ll", *number), "a signed number prints as in C");
   } else if (const auto* natural = std::get_if<unsigned long long>(&argument)) {
-    if (!isOneConversion(format, "uoxX")) return;
+    if (*natural == 0 || !isOneConversion(format, "uoxX", "-#0")) return;
     require(result == printed(plain, "ll", *natural), "an unsigned number prints as in C");
   } else if (const auto* real = std::get_if<double>(&argument)) {
-    if (!isOneConversion(format, "eEfFgG")) return;
+    if (!isOneConversion(format, "eEfFgG", "-+ 0")) return;
     require(result == printed(plain, "", *real), "a floating-point number prints as in C");
   } else if (const auto* text = std::get_if<std::string_view>(&argument)) {
     const bool isPlain = std::ranges::all_of(*text, [](char c) { return c >= ' ' && c < 127; });
-    if (!isOneConversion(format, "s") || !isPlain) return;
+    if (!isOneConversion(format, "s", "-") || !isPlain) return;
     require(result == printed(plain, "", std::string(*text).c_str()), "a text prints as in C");
   }
 }

@@ -11,7 +11,8 @@
 namespace sourcetype::fuzzing {
 namespace {
 
-constexpr std::size_t kLines = 1100;
+constexpr std::size_t kLinesForBreaks = 1100;
+constexpr std::size_t kLinesForTimestamps = 50;
 
 bool isAscii(std::string_view text) {
   return std::ranges::all_of(text, [](char c) { return c > 0; });
@@ -28,6 +29,14 @@ void checkCandidates(std::string_view line) {
     if (!isAscii(line)) continue;
     require(Regex(candidate).find(line) == 0U, "a candidate matches the line that proposed it");
   }
+}
+
+// At least so many lines; `text` has one.
+Sample repeated(std::string_view text, std::size_t lines) {
+  std::string log;
+  const auto linesOfText = linesOf(text).size();
+  for (std::size_t count = 0; count < lines; count += linesOfText) log.append(text) += '\n';
+  return readSampleText(log, {}, "text");
 }
 
 // A backslash is taken as it stands, so that an expression of one may be none.
@@ -81,13 +90,10 @@ void run(std::string_view input) {
     checkCandidates(line);
     checkPrefix(line);
   }
-  const auto lines = linesOf(input).size();
-  if (lines == 0) return;
-  std::string log;
-  for (std::size_t count = 0; count < kLines; count += lines) log.append(input) += '\n';
-  const Sample sample = readSampleText(log, {}, "text");
+  if (linesOf(input).empty()) return;
+  checkTimestampSettings(repeated(input, kLinesForTimestamps));
+  const Sample sample = repeated(input, kLinesForBreaks);
   isSingleLineSample(sample);
-  checkTimestampSettings(sample);
   try {
     const auto expression = learnBreakOnlyBeforeRegex(sample);
     require(!expression || !expression->empty(), "an expression is not empty");

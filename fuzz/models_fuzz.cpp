@@ -18,12 +18,6 @@ using testing::PlainModel;
 
 constexpr std::string_view kIgnored = "ignored";
 
-FileBytes bytesOf(std::string_view text) {
-  FileBytes bytes{.bytes = std::make_unique<char[]>(text.size()), .size = text.size(), .error = {}};
-  std::ranges::copy(text, bytes.bytes.get());
-  return bytes;
-}
-
 // Words and shapes by their definition.
 void checkFingerprint(const Fingerprint& model, const Sample& sample) {
   constexpr std::string_view kMarks = " ,;-#$%&+./:=?@'|*(){}<>[]^!";
@@ -75,7 +69,7 @@ void checkStoring(const Fingerprint& model, std::string_view source) {
   for (const auto& [key, entry] : settings.entries()) {
     text += renderSetting(key, entry.value) + "\n";
   }
-  const ConfFile file("sourcetypes.conf", bytesOf(text));
+  const ConfFile file("sourcetypes.conf", fileBytes(text));
   require(file.stanzas().size() == 1, "a model is one stanza");
   TextKeeper keeper;
   const auto loaded = loadModel("stanza", file.stanzas()[0].settings, "77", keeper);
@@ -88,6 +82,7 @@ void checkClosest(ModelIndex& index, const std::vector<PlainModel>& models,
                   const Fingerprint& fingerprint) {
   constexpr float kTolerance = 1e-5F;
   std::vector<float> distances;
+  distances.reserve(models.size());
   for (const auto& model : models) distances.push_back(plainDistance(model, file, models));
   const auto best = std::ranges::min_element(distances);
   const auto found = index.findClosestModel(fingerprint);
@@ -128,7 +123,7 @@ void run(std::string_view input) {
   checkFingerprint(fingerprint, sample);
   checkStoring(fingerprint, log);
 
-  const ConfFile file("sourcetypes.conf", bytesOf(conf));
+  const ConfFile file("sourcetypes.conf", fileBytes(conf));
   const auto* defaults = file.find(kDefaultStanza);
   const auto* limit = defaults == nullptr ? nullptr : defaults->find(kMaxDistKey);
   TextKeeper keeper;

@@ -1,6 +1,7 @@
 #include "support.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -66,10 +67,11 @@ std::size_t characterLength(std::string_view text) {
     unsigned char firstLow, firstHigh, secondLow, secondHigh;
     std::size_t length;
   };
-  constexpr Row kRows[] = {
-      {0x00, 0x7F, 0, 0, 1},       {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
-      {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
-      {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4}};
+  constexpr std::array kRows{Row{0x00, 0x7F, 0, 0, 1},       Row{0xC2, 0xDF, 0x80, 0xBF, 2},
+                             Row{0xE0, 0xE0, 0xA0, 0xBF, 3}, Row{0xE1, 0xEC, 0x80, 0xBF, 3},
+                             Row{0xED, 0xED, 0x80, 0x9F, 3}, Row{0xEE, 0xEF, 0x80, 0xBF, 3},
+                             Row{0xF0, 0xF0, 0x90, 0xBF, 4}, Row{0xF1, 0xF3, 0x80, 0xBF, 4},
+                             Row{0xF4, 0xF4, 0x80, 0x8F, 4}};
   const auto isIn = [&](std::size_t at, unsigned char low, unsigned char high) {
     const auto byte = static_cast<unsigned char>(text[at]);
     return low <= byte && byte <= high;
@@ -100,6 +102,14 @@ std::vector<std::string_view> linesOf(std::string_view text) {
     if (!line.empty()) lines.push_back(line);
   }
   return lines;
+}
+
+FileBytes fileBytes(std::string_view text) {
+  FileBytes bytes{.bytes = std::make_unique_for_overwrite<char[]>(text.size()),  // NOLINT
+                  .size = text.size(),
+                  .error = {}};
+  std::ranges::copy(text, bytes.bytes.get());
+  return bytes;
 }
 
 Tree::Tree()
@@ -151,11 +161,11 @@ std::string repositoryFile(std::string_view relative) {
 
 }  // namespace sourcetype::fuzzing
 
-extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);  // NOLINT: its own name
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 // "TARGET --seeds DIRECTORY" writes the seeds and does no more.
-extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {  // NOLINT
   if (*count == 3 && (*arguments)[1] == sourcetype::fuzzing::kSeedsOption) {
     sourcetype::fuzzing::writeSeeds((*arguments)[2]);
     std::exit(0);

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/file_system.h"
+
 namespace sourcetype::fuzzing {
 
 // --- What a target defines ---
@@ -55,6 +57,9 @@ bool isCleanUtf8(std::string_view text);
 
 // Lines as they are cut everywhere: at LF and CR, without the empty ones.
 std::vector<std::string_view> linesOf(std::string_view text);
+
+// The text as if it had been read from a file.
+FileBytes fileBytes(std::string_view text);
 
 // The directory that the process works in, made at the first call and emptied by clear().
 class Tree {

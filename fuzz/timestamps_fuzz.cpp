@@ -60,7 +60,8 @@ void checkStamp(const Timestamp& stamp, std::string_view line, const PropertiesM
 std::vector<std::string> seeds() {
   std::vector<std::string> inputs;
   std::string lines;
-  for (const auto line : linesOf(repositoryFile("tests/timestamp/lines.txt"))) {
+  const auto known = repositoryFile("tests/timestamp/lines.txt");
+  for (const auto line : linesOf(known)) {
     if (line.starts_with('#') || line.starts_with("= ")) continue;
     std::string plain(line);
     for (const std::string_view mark : {"\xC2\xAB", "\xC2\xBB"}) {
