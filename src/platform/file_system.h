@@ -75,8 +75,8 @@ std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& di
                                                  std::error_code& error);
 
 // Where a write to `path` goes: symbolic links are followed, also one whose file does not exist
-// yet (on Windows that throws). Throws std::system_error for links in a circle, and on POSIX for one
-// that is neither root's, nor this account's, nor its directory's owner's.
+// yet (on Windows that throws). Throws std::system_error for links in a circle, and on POSIX for a
+// link that is neither root's, nor this account's, nor its directory's owner's.
 std::filesystem::path writeTarget(std::filesystem::path path);
 
 // Replaces the content of `target` as one step: a reader sees the old bytes or the new ones, also
