@@ -26,7 +26,8 @@ int programMain(std::span<const Argument> arguments) try {
   if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "stdout");
   return status;
 } catch (const std::exception& error) {
-  std::fprintf(stderr, "sourcetype: %s\n", error.what());  // whatever becomes of it: nothing throws
+  // Whatever becomes of it: nothing throws.
+  static_cast<void>(std::fprintf(stderr, "sourcetype: %s\n", error.what()));
   return kRunFailed;
 }
 

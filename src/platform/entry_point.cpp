@@ -8,7 +8,7 @@ namespace sourcetype {
 
 void endRunWhenMemoryRunsOut() {
   std::set_new_handler([] {
-    std::fputs("Out of memory.  Stopping.\n", stderr);
+    static_cast<void>(std::fputs("Out of memory.  Stopping.\n", stderr));
     std::_Exit(kRunFailed);
   });
 }

@@ -301,21 +301,21 @@ FileIdentity fileIdentity(const std::filesystem::path& path) {
           .modified = status.st_mtim.tv_sec * kNanosecondsPerSecond + status.st_mtim.tv_nsec};
 }
 
-void appendToFile(const std::filesystem::path& target, std::string_view content) {
-  const std::filesystem::path path = writeTarget(target);
-  std::filesystem::create_directories(directoryOf(path));
+void appendToFile(const std::filesystem::path& path, std::string_view content) {
+  const std::filesystem::path target = writeTarget(path);
+  std::filesystem::create_directories(directoryOf(target));
   const Descriptor file(
-      openRetrying(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW, kNewFileMode));
+      openRetrying(target.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW, kNewFileMode));
   struct stat status {};
-  if (!file.isOpen() || ::fstat(file.number(), &status) != 0) throwLastError("cannot open", path);
+  if (!file.isOpen() || ::fstat(file.number(), &status) != 0) throwLastError("cannot open", target);
   try {
-    writeAll(file, content, path);
-    sync(file, path);
+    writeAll(file, content, target);
+    sync(file, target);
   } catch (const std::system_error&) {
     retrying([&] { return ::ftruncate(file.number(), status.st_size); });
     throw;
   }
-  if (status.st_size == 0) syncDirectory(directoryOf(path));  // it may be new
+  if (status.st_size == 0) syncDirectory(directoryOf(target));  // it may be new
 }
 
 std::error_code removeFile(const std::filesystem::path& path) {

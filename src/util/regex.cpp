@@ -140,8 +140,8 @@ Workspace& workspace() {
 }
 
 // That of the main thread is made before main(): the C library aborts when it has no memory to note
-// that a thread's object has a destructor.
-[[maybe_unused]] const Workspace& mainWorkspace = workspace();
+// that a thread's object has a destructor. A program that cannot even begin may end so.
+[[maybe_unused]] const Workspace& mainWorkspace = workspace();  // NOLINT(cert-err58-cpp)
 
 // Steps of one run, all positions of its window together. A step takes some 10 ns in the
 // interpreter.
