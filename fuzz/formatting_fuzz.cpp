@@ -58,6 +58,7 @@ bool hasControlCharacter(std::string_view text) {
 // and precision. The others mean nothing to C there, or leave room.
 bool isOneConversion(std::string_view format, std::string_view letters, std::string_view flags) {
   constexpr std::size_t kMostDigits = 3;
+  constexpr std::size_t kMostPrecisionDigits = 2;  // fmt ends a double after 767 digits, C goes on
   const auto takeRun = [&](std::string_view characters) {
     const auto length = std::min(format.find_first_not_of(characters), format.size());
     format.remove_prefix(length);
@@ -68,7 +69,7 @@ bool isOneConversion(std::string_view format, std::string_view letters, std::str
   if (format.starts_with('0') || takeRun("0123456789") > kMostDigits) return false;
   if (format.starts_with('.')) {
     format.remove_prefix(1);
-    if (takeRun("0123456789") > kMostDigits) return false;
+    if (takeRun("0123456789") > kMostPrecisionDigits) return false;
   }
   return format.size() == 1 && letters.find(format.front()) != std::string_view::npos;
 }

@@ -35,7 +35,7 @@ void prepareOutput() {
   consoleCodePage = GetConsoleOutputCP();
   if (consoleCodePage == 0) return;  // there is no console
   SetConsoleOutputCP(CP_UTF8);
-  std::atexit(restoreConsole);
+  static_cast<void>(std::atexit(restoreConsole));  // else the console keeps our code page
   SetConsoleCtrlHandler(restoreConsoleWhenInterrupted, TRUE);
 }
 

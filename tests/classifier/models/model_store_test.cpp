@@ -80,16 +80,19 @@ TEST(LearnedModel, MeasuresTheSameAfterLoadingWhateverItsShapes) {
   TextKeeper unescaped;
   ModelIndex inMemory;
   inMemory.add(loadModel("stanza", saved, {}, unescaped).value());
-  EXPECT_LT(inMemory.findClosestModel(file)->distance, 1e-3F);
+  EXPECT_LT(inMemory.findClosestModel(file).value().distance, 1e-3F);
 
   const TempTree tree;
   ConfStore store(tree.root());
   ASSERT_TRUE(store.writeLearnedStanza(store.getConf("sourcetypes"), "stanza", settings));
   auto loaded = storedModels(tree);
+  const auto distance = [](ModelIndex& index, const Fingerprint& of) {
+    const auto closest = index.findClosestModel(of);
+    return closest ? closest->distance : -1.0F;
+  };
   for (const auto& other : {text, std::string("word (x)\n=#;y\n"), std::string("third [x]=y\n")}) {
-    const auto closest = buildModel(sampleOf(other), 0, 200, {});
-    EXPECT_EQ(loaded.findClosestModel(closest)->distance,
-              inMemory.findClosestModel(closest)->distance);
+    const auto model = buildModel(sampleOf(other), 0, 200, {});
+    EXPECT_EQ(distance(loaded, model), distance(inMemory, model));
   }
 }
 
