@@ -174,7 +174,8 @@ Descriptor openLockFile(const std::filesystem::path& path) {
   struct stat status {};
   if (file.isOpen() && ::fstat(file.number(), &status) == 0 && status.st_uid == ::geteuid() &&
       (status.st_gid != directory.st_gid || (status.st_mode & kPermissionBits) != mode)) {
-    static_cast<void>(::fchown(file.number(), static_cast<uid_t>(-1), directory.st_gid));
+    [[maybe_unused]] const int kept =
+        ::fchown(file.number(), static_cast<uid_t>(-1), directory.st_gid);
     ::fchmod(file.number(), mode);
   }
   return file;
