@@ -79,7 +79,10 @@ class Formatter {
   std::string convert() {
     const auto position = acceptPosition();
     std::string field = "%";
-    while (nextIsOneOf("-+ #0")) field += take();
+    while (nextIsOneOf("-+ #0")) {
+      const char flag = take();
+      if (field.find(flag) == std::string::npos) field += flag;  // fmt takes many 0s for a number
+    }
     if (const int width = acceptSize(); width != 0) {
       field += std::to_string(width);
     }

@@ -38,6 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
            FormatCase{"Fields",
                       formatText("[%5d|%-5s|%05d|%+d|%.2f|%x]", 42, "ab", 42, 42, 2.675, 255),
                       "[   42|ab   |00042|+42|2.67|ff]"},
+           FormatCase{"FlagOftenRepeated", formatText("[%0000000000005d]", 42), "[00042]"},
            FormatCase{"FlagsWithoutMeaningForText", formatText("%+#s", "a"), "a"},
            FormatCase{"CutText", formatText("%.2s", "abc"), "ab"},
            FormatCase{"WidthFromArgument", formatText("[%*d|%-*d|%*d]", 4, 1, 4, 2, -4, 3),
