@@ -6,6 +6,7 @@
 #include "classifier/file_classifier_manager.h"
 #include "classifier/type_name.h"
 #include "main/xml_libraries.h"
+#include "stanzas.h"
 #include "support.h"
 #include "util/logging.h"
 
@@ -20,18 +21,6 @@ constexpr std::string_view kDatetime = R"(<datetime>
 
 // Every message is made, and none is written.
 constexpr std::string_view kLogging = "rootCategory=DEBUG\n";
-
-using Stanzas = std::map<std::string, PropertiesMap>;
-
-Stanzas stanzasOf(const char* name) {
-  ConfStore store(tree().root());
-  Stanzas stanzas;
-  store.visitStanzas(store.getConf(name), [&](std::string_view stanza, auto settings) {
-    auto& map = stanzas[std::string(stanza)];
-    for (const auto& setting : settings) map.set(setting.key(), setting.value());
-  });
-  return stanzas;
-}
 
 struct Configuration {
   Stanzas props = stanzasOf("props");
@@ -54,19 +43,7 @@ PropertiesMap classify(const std::filesystem::path& path) {
 }
 
 std::vector<std::string> addedTo(const Stanzas& before, const Stanzas& after) {
-  std::vector<std::string> added;
-  for (const auto& [name, settings] : after) {
-    if (!before.contains(name)) added.push_back(name);
-  }
-  for (const auto& [name, settings] : before) {
-    const auto found = after.find(name);
-    require(found != after.end(), "no stanza is lost");
-    for (const auto& [key, entry] : settings.entries()) {
-      const bool mayChange = key == "REPORT-AutoHeader" || key == "KV_MODE" || key == "maxDist";
-      require(mayChange || found->second.get(key) == entry.value, "no setting is lost or changed");
-    }
-  }
-  return added;
+  return addedStanzas(before, after, {"REPORT-AutoHeader", "KV_MODE", "maxDist"});
 }
 
 void checkWrites(const Configuration& before, const Configuration& after,

@@ -5,6 +5,7 @@
 
 #include "classifier/properties.h"
 #include "conf/message_catalog.h"
+#include "util/patience.h"
 
 namespace sourcetype {
 namespace {
@@ -37,10 +38,6 @@ std::optional<RuleTest> parseTestKey(const std::string& key) {
   return RuleTest{.comparer = isLess ? '<' : '>',
                   .percent = static_cast<int>(std::clamp(number, -kMost, kMost))};
 }
-
-// Lines of a file on which an expression may turn out too costly, at up to 0.1 s each, before it is
-// not tried on the others.
-constexpr int kMostCostlyLines = 8;
 
 constexpr std::size_t kCountAll = ~std::size_t{0};
 
@@ -104,17 +101,12 @@ std::size_t Rules::countMatches(const Sample& sample, std::size_t lines, const s
   }
   if (!compiled->second) return 0;
   std::size_t matches = 0;
-  int costlyLines = 0;
-  for (std::size_t i = 0; i < lines; ++i) {
+  Patience patience;
+  MatchResult groups;  // nobody reads them
+  for (std::size_t i = 0; i < lines && !patience.isOver(); ++i) {
     const bool isSettled = matches >= decisive || matches + (lines - i) < decisive;
     if (isSettled && decisive != kCountAll) break;
-    const auto answer = compiled->second->tryMatch(sample.line(i));
-    if (answer == Regex::Answer::Match) ++matches;
-    if (answer == Regex::Answer::TooCostly && ++costlyLines == kMostCostlyLines) {
-      logWarn(kFlowLog, "The expression %s costs too much; it is not tried beyond line %d", pattern,
-              static_cast<int>(i + 1));
-      break;
-    }
+    if (patience.match(*compiled->second, sample.line(i), groups)) ++matches;
   }
   return matches;
 }

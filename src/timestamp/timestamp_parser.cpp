@@ -124,7 +124,7 @@ void TimestampParser::readZone(const PropertiesMap& settings, std::string_view n
 std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
   Search search{.line = line, .begin = 0, .end = 0};
   if (prefix_) {
-    if (!prefix_->match(line, match_)) return std::nullopt;
+    if (!prefixPatience_.match(*prefix_, line, match_)) return std::nullopt;
     search.begin = match_.end(0);
   }
   search.end = search.begin + std::min(lookahead_, line.size() - search.begin);
@@ -136,7 +136,7 @@ std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
 
 std::optional<Timestamp> TimestampParser::parseFormat(const Search& search) {
   const auto window = search.from(search.begin);
-  if (!format_->match(window, match_)) return std::nullopt;
+  if (!formatPatience_.match(*format_, window, match_)) return std::nullopt;
   const auto end =
       readFields(match_, window, formatGroups_, formats_.names(), formats_.zones(), fields_);
   if (!end || *end == match_.start(0)) return std::nullopt;  // blanks alone fit everywhere

@@ -14,6 +14,7 @@
 #include "timestamp/date_reader.h"
 #include "timestamp/timestamp.h"
 #include "timestamp/timestamp_formats.h"
+#include "util/patience.h"
 #include "util/regex.h"
 
 namespace sourcetype {
@@ -117,6 +118,8 @@ class TimestampParser {
   std::chrono::seconds mostHence_;  // likewise
   std::optional<Regex> prefix_;
   std::optional<Regex> format_;
+  Patience prefixPatience_;
+  Patience formatPatience_;
   std::vector<FieldGroup> formatGroups_;
 
   // What the lines before said.

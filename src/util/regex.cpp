@@ -228,7 +228,7 @@ int executeSearch(const pcre2_code& code, std::string_view subject, std::uint32_
   return PCRE2_ERROR_MATCHLIMIT;
 }
 
-enum class Outcome { None, Complete, Partial };
+enum class Outcome { None, TooCostly, Complete, Partial };
 
 struct Extent {
   std::size_t start;
@@ -303,7 +303,9 @@ struct Regex::Program {
     // Soft: a complete match goes before a partial one, and has its groups.
     const int answer = search(subject, mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0);
     if (answer == PCRE2_ERROR_PARTIAL) return Outcome::Partial;
-    return answer >= 0 ? Outcome::Complete : Outcome::None;
+    if (answer >= 0) return Outcome::Complete;
+    const bool isCostly = answer == PCRE2_ERROR_MATCHLIMIT || answer == PCRE2_ERROR_HEAPLIMIT;
+    return isCostly ? Outcome::TooCostly : Outcome::None;
   }
 
   void readInfo() {
@@ -359,27 +361,26 @@ Regex& Regex::operator=(Regex&& other) noexcept = default;
 Regex::~Regex() = default;
 
 bool Regex::match(std::string_view subject, Mode mode) const {
-  return program_->match(subject, mode) != Outcome::None;
+  const Outcome outcome = program_->match(subject, mode);
+  return outcome == Outcome::Complete || outcome == Outcome::Partial;
 }
 
 bool Regex::match(std::string_view subject, MatchResult& result, Mode mode) const {
+  return tryMatch(subject, result, mode) == Answer::Match;
+}
+
+Regex::Answer Regex::tryMatch(std::string_view subject, MatchResult& result, Mode mode) const {
   const Outcome outcome = program_->match(subject, mode);
   result.offsets_.clear();
-  if (outcome == Outcome::None) return false;
+  if (outcome == Outcome::None) return Answer::NoMatch;
+  if (outcome == Outcome::TooCostly) return Answer::TooCostly;
   static_assert(MatchResult::kAbsent == PCRE2_UNSET);
   const std::size_t count = std::min<std::size_t>(program_->groups, kMaxGroups);
   const std::size_t known = outcome == Outcome::Partial ? 1 : count;
   const PCRE2_SIZE* offsets = pcre2_get_ovector_pointer(workspace().data.get());
   result.offsets_.assign(offsets, offsets + 2 * known);
   result.offsets_.resize(2 * count, MatchResult::kAbsent);
-  return true;
-}
-
-Regex::Answer Regex::tryMatch(std::string_view subject) const {
-  const int answer = program_->search(subject, 0);
-  if (answer >= 0) return Answer::Match;
-  const bool isCostly = answer == PCRE2_ERROR_MATCHLIMIT || answer == PCRE2_ERROR_HEAPLIMIT;
-  return isCostly ? Answer::TooCostly : Answer::NoMatch;
+  return Answer::Match;
 }
 
 bool Regex::consume(std::string_view& subject, MatchResult& result, Mode mode) const {

@@ -78,10 +78,10 @@ class Regex {
   bool match(std::string_view subject, Mode mode = Mode::Search) const;
   bool match(std::string_view subject, MatchResult& result, Mode mode = Mode::Search) const;
 
-  // A search that tells a subject without a match from one that was given up for its cost, which
+  // The same, and tells a subject without a match from one that was given up for its cost, which
   // may have taken some 0.1 s.
   enum class Answer { NoMatch, Match, TooCostly };
-  Answer tryMatch(std::string_view subject) const;
+  Answer tryMatch(std::string_view subject, MatchResult& result, Mode mode = Mode::Search) const;
 
   // The same as match(), and moves `subject` past the end of the match.
   bool consume(std::string_view& subject, MatchResult& result, Mode mode = Mode::Search) const;
