@@ -121,27 +121,65 @@ void study(pcre2_code& code) {
   pcre2_jit_compile(&code, PCRE2_JIT_COMPLETE);
 }
 
-// What matching writes to. One a thread: a match allocates nothing once these have grown, and a
-// compiled expression stays unchanged.
+// What matching writes to, which allocates nothing once it has grown.
 struct Workspace {
   PcrePtr<pcre2_match_data> data = owned(pcre2_match_data_create(kMaxGroups, memoryContext()));
   PcrePtr<pcre2_match_context> context = owned(pcre2_match_context_create(memoryContext()));
   PcrePtr<pcre2_jit_stack> jitStack{pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr)};
+  std::unique_ptr<Workspace> next;  // among the spare ones
 
   Workspace() {
     pcre2_set_heap_limit(context.get(), kHeapLimitKib);
     pcre2_jit_stack_assign(context.get(), nullptr, jitStack.get());
   }
+
+  // Start and end of the groups of the last match.
+  const PCRE2_SIZE* offsets() const { return pcre2_get_ovector_pointer(data.get()); }
 };
 
-Workspace& workspace() {
-  thread_local Workspace space;
-  return space;
-}
+// Workspaces that no match uses: as many as there were matches at a time.
+class SpareWorkspaces {
+ public:
+  std::unique_ptr<Workspace> take() {
+    const std::scoped_lock lock(mutex_);
+    auto taken = std::move(first_);
+    if (!taken) return std::make_unique<Workspace>();
+    first_ = std::move(taken->next);
+    return taken;
+  }
 
-// That of the main thread is made before main(): the C library aborts when it has no memory to note
-// that a thread's object has a destructor. A program that cannot even begin may end so.
-[[maybe_unused]] const Workspace& mainWorkspace = workspace();  // NOLINT(cert-err58-cpp)
+  void giveBack(std::unique_ptr<Workspace> space) noexcept {
+    const std::scoped_lock lock(mutex_);
+    space->next = std::move(first_);
+    first_ = std::move(space);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::unique_ptr<Workspace> first_;
+};
+
+// A workspace for the time of one match and of reading what it found. A thread_local one would do
+// without a lock, but those of mingw-w64 may have lost their memory when they are destroyed.
+class UsedWorkspace {
+ public:
+  UsedWorkspace() : space_(spare().take()) {}
+  UsedWorkspace(const UsedWorkspace&) = delete;
+  UsedWorkspace& operator=(const UsedWorkspace&) = delete;
+  ~UsedWorkspace() { spare().giveBack(std::move(space_)); }
+
+  Workspace& operator*() const { return *space_; }
+  Workspace* operator->() const { return space_.get(); }
+
+ private:
+  // Stays until the process ends: expressions may be matched in destructors of static objects.
+  static SpareWorkspaces& spare() {
+    static auto& all = *new SpareWorkspaces;
+    return all;
+  }
+
+  std::unique_ptr<Workspace> space_;
+};
 
 // Steps of one run, all positions of its window together. A step takes some 10 ns in the
 // interpreter.
@@ -166,10 +204,9 @@ struct Window {
   std::size_t positions() const { return last - first + 1; }
 };
 
-// One run of the library; its answer. Groups are in workspace().data, when there is a match.
-int runOnce(const pcre2_code& code, std::string_view subject, Window window, std::uint32_t options,
-            std::size_t stepsPerPosition) {
-  Workspace& space = workspace();
+// One run of the library; its answer. The groups of a match are in `space`.
+int runOnce(Workspace& space, const pcre2_code& code, std::string_view subject, Window window,
+            std::uint32_t options, std::size_t stepsPerPosition) {
   pcre2_set_match_limit(space.context.get(), static_cast<std::uint32_t>(stepsPerPosition));
   pcre2_set_offset_limit(space.context.get(), window.last);
   const auto run = [&](std::uint32_t more) {
@@ -183,8 +220,7 @@ int runOnce(const pcre2_code& code, std::string_view subject, Window window, std
 
 // Tries a match at offset 0 alone, by machine code, which needs no limits for that: its stack is
 // bounded and what it does not count is bounded by the subject.
-int executeMachineCodeAtStart(const pcre2_code& code, std::string_view subject) {
-  Workspace& space = workspace();
+int executeMachineCodeAtStart(Workspace& space, const pcre2_code& code, std::string_view subject) {
   pcre2_set_match_limit(space.context.get(),
                         static_cast<std::uint32_t>(stepBudget(subject.size())));
   pcre2_set_offset_limit(space.context.get(), 0);
@@ -193,8 +229,10 @@ int executeMachineCodeAtStart(const pcre2_code& code, std::string_view subject) 
 }
 
 // Tries a match at offset 0 alone.
-int executeAtStart(const pcre2_code& code, std::string_view subject, std::uint32_t options = 0) {
-  return runOnce(code, subject, {.first = 0, .last = 0}, options, stepBudget(subject.size()));
+int executeAtStart(Workspace& space, const pcre2_code& code, std::string_view subject,
+                   std::uint32_t options = 0) {
+  return runOnce(space, code, subject, {.first = 0, .last = 0}, options,
+                 stepBudget(subject.size()));
 }
 
 // The last byte of the character that `offset` stands in: a window must not end within one.
@@ -207,11 +245,12 @@ std::size_t endOfCharacter(std::string_view subject, std::size_t offset) {
 }
 
 // Tries every position in turn, within the limits told at the top.
-int executeSearch(const pcre2_code& code, std::string_view subject, std::uint32_t options) {
+int executeSearch(Workspace& space, const pcre2_code& code, std::string_view subject,
+                  std::uint32_t options) {
   const std::size_t budget = stepBudget(subject.size());
   Window window{.first = 0, .last = subject.size()};
   for (int runs = 0; runs < kMaxRuns; ++runs) {
-    const int answer = runOnce(code, subject, window, options,
+    const int answer = runOnce(space, code, subject, window, options,
                                std::max<std::size_t>(budget / window.positions(), 1));
     std::size_t next = 0;  // positions
     if (answer == PCRE2_ERROR_MATCHLIMIT && window.positions() > 1) {
@@ -237,10 +276,9 @@ struct Extent {
   bool spans(std::string_view subject) const { return start == 0 && end == subject.size(); }
 };
 
-// Where the last match of this thread stands.
-Extent lastMatch() {
-  const PCRE2_SIZE* offsets = pcre2_get_ovector_pointer(workspace().data.get());
-  return {.start = offsets[0], .end = offsets[1]};
+// The match that `space` holds.
+Extent lastMatch(const Workspace& space) {
+  return {.start = space.offsets()[0], .end = space.offsets()[1]};
 }
 
 }  // namespace
@@ -279,29 +317,29 @@ struct Regex::Program {
   }
 
   // The library's answer for the first match.
-  int search(std::string_view subject, std::uint32_t runOptions) const {
+  int search(Workspace& space, std::string_view subject, std::uint32_t runOptions) const {
     const auto searched = subject.substr(0, kMaxSearchedBytes);
     if (anchored && hasMachineCode && runOptions == 0) {
       // The interpreter's frames have more room.
-      const int answer = executeMachineCodeAtStart(*main, searched);
+      const int answer = executeMachineCodeAtStart(space, *main, searched);
       if (answer != PCRE2_ERROR_JIT_STACKLIMIT) return answer;
     }
     const bool isPlain = !hasMachineCode && isAscii(searched);
     const pcre2_code& code = *(isPlain ? ascii() : main.get());
     if (isPlain) runOptions |= PCRE2_NO_UTF_CHECK;
-    return anchored ? executeAtStart(code, searched, runOptions)
-                    : executeSearch(code, searched, runOptions);
+    return anchored ? executeAtStart(space, code, searched, runOptions)
+                    : executeSearch(space, code, searched, runOptions);
   }
 
-  Outcome match(std::string_view subject, Mode mode) const {
+  Outcome match(Workspace& space, std::string_view subject, Mode mode) const {
     if (mode == Mode::Whole) {
       const pcre2_code* variant = whole();
       const int answer =
-          variant != nullptr ? executeAtStart(*variant, subject) : search(subject, 0);
-      return answer >= 0 && lastMatch().spans(subject) ? Outcome::Complete : Outcome::None;
+          variant != nullptr ? executeAtStart(space, *variant, subject) : search(space, subject, 0);
+      return answer >= 0 && lastMatch(space).spans(subject) ? Outcome::Complete : Outcome::None;
     }
     // Soft: a complete match goes before a partial one, and has its groups.
-    const int answer = search(subject, mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0);
+    const int answer = search(space, subject, mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0);
     if (answer == PCRE2_ERROR_PARTIAL) return Outcome::Partial;
     if (answer >= 0) return Outcome::Complete;
     const bool isCostly = answer == PCRE2_ERROR_MATCHLIMIT || answer == PCRE2_ERROR_HEAPLIMIT;
@@ -361,7 +399,8 @@ Regex& Regex::operator=(Regex&& other) noexcept = default;
 Regex::~Regex() = default;
 
 bool Regex::match(std::string_view subject, Mode mode) const {
-  const Outcome outcome = program_->match(subject, mode);
+  const UsedWorkspace space;
+  const Outcome outcome = program_->match(*space, subject, mode);
   return outcome == Outcome::Complete || outcome == Outcome::Partial;
 }
 
@@ -370,14 +409,15 @@ bool Regex::match(std::string_view subject, MatchResult& result, Mode mode) cons
 }
 
 Regex::Answer Regex::tryMatch(std::string_view subject, MatchResult& result, Mode mode) const {
-  const Outcome outcome = program_->match(subject, mode);
+  const UsedWorkspace space;
+  const Outcome outcome = program_->match(*space, subject, mode);
   result.offsets_.clear();
   if (outcome == Outcome::None) return Answer::NoMatch;
   if (outcome == Outcome::TooCostly) return Answer::TooCostly;
   static_assert(MatchResult::kAbsent == PCRE2_UNSET);
   const std::size_t count = std::min<std::size_t>(program_->groups, kMaxGroups);
   const std::size_t known = outcome == Outcome::Partial ? 1 : count;
-  const PCRE2_SIZE* offsets = pcre2_get_ovector_pointer(workspace().data.get());
+  const PCRE2_SIZE* offsets = space->offsets();
   result.offsets_.assign(offsets, offsets + 2 * known);
   result.offsets_.resize(2 * count, MatchResult::kAbsent);
   return Answer::Match;
@@ -390,10 +430,11 @@ bool Regex::consume(std::string_view& subject, MatchResult& result, Mode mode) c
 }
 
 std::optional<std::size_t> Regex::find(std::string_view subject, FindOptions options) const {
-  const int answer = options.anchoredAtStart ? executeAtStart(*program_->main, subject)
-                                             : program_->search(subject, 0);
+  const UsedWorkspace space;
+  const int answer = options.anchoredAtStart ? executeAtStart(*space, *program_->main, subject)
+                                             : program_->search(*space, subject, 0);
   if (answer < 0) return std::nullopt;
-  const Extent found = lastMatch();
+  const Extent found = lastMatch(*space);
   if (options.requireWhole && found.end - found.start != subject.size()) return std::nullopt;
   return found.start;
 }
