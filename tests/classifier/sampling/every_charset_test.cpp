@@ -1,4 +1,4 @@
-// Every charset gives the same on every system: the digests in charset_digests.txt were made on
+// All names of charsets, which are those in charset_digests.txt. The digests there were made on
 // Linux, and are made anew by running this with SOURCETYPE_WRITE_DIGESTS set to anything.
 #include <gtest/gtest.h>
 
@@ -9,10 +9,12 @@
 #include <fstream>
 #include <initializer_list>
 #include <map>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "classifier/sampling/charset_registry.h"
 #include "support/converted.h"
 
 namespace sourcetype::testing {
@@ -28,12 +30,19 @@ struct CharsetDigest {
   std::uint64_t digest = 0, invalid = 0;
 };
 
-std::vector<CharsetDigest> readDigests(std::istream&& file) {
+std::vector<CharsetDigest> readDigests() {
+  std::ifstream file(SOURCETYPE_DIGESTS_FILE);
   std::vector<CharsetDigest> rows;
   CharsetDigest row;
   while (file >> row.name >> row.corpus >> std::hex >> row.digest >> std::dec >> row.invalid)
     rows.push_back(row);
   return rows;
+}
+
+std::vector<std::string> charsetNames() {
+  std::vector<std::string> names;
+  for (const CharsetDigest& row : readDigests()) names.push_back(row.name);
+  return names;
 }
 
 // All units with one byte of each range, with `before` and `behind` around each.
@@ -111,7 +120,7 @@ std::string makeCorpus(std::string_view kind) {
 }
 
 TEST(EveryCharset, GivesTheSameOnEverySystem) {
-  std::vector<CharsetDigest> rows = readDigests(std::ifstream(SOURCETYPE_DIGESTS_FILE));
+  std::vector<CharsetDigest> rows = readDigests();
   ASSERT_EQ(rows.size(), 275U);
   const bool isWriting = std::getenv("SOURCETYPE_WRITE_DIGESTS") != nullptr;
   std::map<std::string, std::string> corpora;
@@ -132,6 +141,69 @@ TEST(EveryCharset, GivesTheSameOnEverySystem) {
   for (const CharsetDigest& row : rows) {
     file << row.name << ' ' << row.corpus << ' ' << std::hex << row.digest << std::dec << ' '
          << row.invalid << '\n';
+  }
+}
+
+// Bytes with runs of everything: any value, high ones as in CJK text, ASCII with escapes, and NUL.
+std::string randomBytes(std::minstd_rand& random, std::size_t size) {
+  constexpr std::string_view kSyntax = "+-~{}\\uUd8D9c0E\n";
+  std::string bytes;
+  while (bytes.size() < size) {
+    const auto value = static_cast<unsigned>(random() >> 8);
+    const unsigned kind = value / 0x10000 % 4;
+    bytes += static_cast<char>(kind == 0   ? value
+                               : kind == 1 ? 0x80 | value
+                               : kind == 2 ? static_cast<unsigned>(kSyntax[value % kSyntax.size()])
+                                           : 0x21 + value % 94);
+  }
+  return bytes;
+}
+
+TEST(EveryCharset, MakesCleanTextOfRandomBytesHoweverTheyAreCut) {
+  for (const std::string& name : charsetNames()) {
+    SCOPED_TRACE(name);
+    std::minstd_rand random(20231121);
+    for (std::size_t round = 0; round < 8; ++round) {
+      const std::string bytes = randomBytes(random, 700);
+      const Converted whole = convertAll(name, bytes);
+      EXPECT_EQ(convertInPieces(name, bytes, 0, 1), whole);
+      EXPECT_EQ(convertInPieces(name, bytes, 1 + round, 7), whole);
+      EXPECT_EQ(convertAll("utf-8", whole.text), (Converted{whole.text, 0}));
+      std::size_t escapes = 0;
+      for (auto at = whole.text.find("\\x"); at != std::string::npos;
+           at = whole.text.find("\\x", at + 1)) {
+        ++escapes;
+      }
+      EXPECT_GE(escapes, whole.invalid);
+    }
+  }
+}
+
+TEST(EveryCharsetBasedOnAscii, KeepsTheLineBehindDamage) {
+  int based = 0;
+  for (const std::string& name : charsetNames()) {
+    if (convertAll(name, "\nEND\n").text != "\nEND\n") continue;
+    ++based;
+    std::minstd_rand random(1);
+    for (int round = 0; round < 100; ++round) {
+      const std::string text = convertAll(name, randomBytes(random, 20) + "\n\nEND\n").text;
+      EXPECT_TRUE(text.ends_with("\nEND\n")) << name << ": " << text;
+    }
+  }
+  EXPECT_GT(based, 200);
+}
+
+TEST(CharsetRegistry, HasNoOtherNames) {
+  for (const std::string name : {"", "utf", "utf88", "zzz", "0", "latin11", "Ünicode"}) {
+    EXPECT_EQ(findConverter(name), nullptr) << name;
+  }
+}
+
+TEST(CharsetRegistry, TakesANameInAnySpelling) {
+  EXPECT_EQ(normaliseCharsetName("ISO_8859-1:1987"), "iso885911987");
+  EXPECT_EQ(normaliseCharsetName("\xC3\x84 Utf-16LE\n"), "utf16le");
+  for (const char* name : {"UTF-8", "utf_8", " Utf8 ", "ISO_8859-1", "Shift_JIS"}) {
+    EXPECT_NE(findConverter(name), nullptr) << name;
   }
 }
 
