@@ -59,7 +59,7 @@ void checkPrefix(std::string_view textBefore) {
 }
 
 void checkTimestampSettings(const Sample& sample) {
-  // As many bytes in front as the first digit says.
+  // The first digit is the timestamp.
   const auto find = [](std::string_view line) -> std::optional<Timestamp> {
     const auto digit = line.find_first_of("0123456789");
     if (digit == std::string_view::npos) return std::nullopt;
