@@ -15,7 +15,7 @@ my @parts = (
 );
 my $apps = dirname(__FILE__) . '/../etc/apps';
 
-# The paragraphs of a props.conf that hold rules: title, sourcetype, settings, whether delayed.
+# The paragraphs of a props.conf that hold rules: title, sourcetype, settings, the rule's stanza.
 sub formats_of {
   my ($file) = @_;
   open my $in, '<', $file or die "$file: $!\n";
@@ -24,7 +24,8 @@ sub formats_of {
   while (my $paragraph = <$in>) {
     my ($sourcetype) = $paragraph =~ /^sourcetype = (\S+)$/m or next;
     my $format = {sourcetype => $sourcetype};
-    $format->{delayed} = $paragraph =~ /^\[delayedrule::/m;
+    ($format->{rule}) = $paragraph =~ /^\[((?:delayed)?rule::.+)\]$/m
+      or die "$file: $sourcetype has no rule\n";
     ($format->{title}) = $paragraph =~ /\A# (.+)$/m or die "$file: $sourcetype has no title\n";
     my ($stanza) = $paragraph =~ /^\[\Q$sourcetype\E\]\n(.*)/ms
       or die "$file: $sourcetype has no stanza\n";
@@ -59,13 +60,12 @@ sub page {
   my ($body, $count) = ('', 0);
   for my $part (@parts) {
     my ($app, $heading) = @$part;
-    $body .= "\n## $heading\n\n| sourcetype | format | events | timestamp |\n"
-      . "| --- | --- | --- | --- |\n";
+    $body .= "\n## $heading\n\n| sourcetype | format | events | timestamp | rule |\n"
+      . "| --- | --- | --- | --- | --- |\n";
     for my $format (formats_of("$apps/$app/default/props.conf")) {
-      my $title = $format->{title} . ($format->{delayed} ? ' (delayed)' : '');
-      $title =~ s/\|/\\|/g;
-      $body .= sprintf "| `%s` | %s | %s | %s |\n", $format->{sourcetype}, $title,
-        events($format->{settings}), timestamp($format->{settings});
+      (my $title = $format->{title}) =~ s/\|/\\|/g;
+      $body .= sprintf "| `%s` | %s | %s | %s | %s |\n", $format->{sourcetype}, $title,
+        events($format->{settings}), timestamp($format->{settings}), code($format->{rule});
       ++$count;
     }
   }
@@ -74,13 +74,17 @@ sub page {
 
 <!-- tools/make_formats_page.pl makes this page from etc/apps/*/default/props.conf. -->
 
-$count formats are recognised as installed, by rules that go by where the fields of a line stand. A delayed one is a form
-that many programs share: it is given to a file only when no rule and no learned model knows better.
+$count formats are recognised as installed, by rules that go by where the fields of a line stand. A `delayedrule::` is for
+a form that many programs share: a file gets its sourcetype only when no `rule::` and no learned model knows better.
 
 To change a setting of a sourcetype, write its stanza with that setting into `etc/system/local/props.conf`. To switch a
-rule off, write its stanza there with a test that nothing passes: `LESS_THAN_-1 = ^`.
+rule off, write the rule's stanza there with a test that nothing passes:
 
-"Events" says what makes an event of lines, "timestamp" where it stands and how it is read.
+    [rule::debian_dpkg]
+    LESS_THAN_-1 = ^
+
+"Events" says what makes an event of lines, "timestamp" where it stands and how it is read, "rule" the stanza that
+recognises the format.
 TXT
 }
 
