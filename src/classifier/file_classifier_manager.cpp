@@ -59,13 +59,15 @@ void FileClassifierManager::learnFile(const std::filesystem::path& path,
   const std::size_t modelsBefore = models_.addedModels();
   PropertiesMap props;
   store_.getStanzaSettings(store_.getProps(), props, sourceStanzas(path), PatternMatching::Yes);
-  const auto sample = readSample(path, props, maxLines);
-  const bool isRead = sample ? !sample->endedEarly() : fileKind(path) != FileKind::Regular;
-  if (training == Training::Yes && !isRead) models_.keepForgotten();
-  if (sample) {
-    models_.trainModels(pathToText(path), *sample, sourcetype);
-  } else {
+  std::error_code error;
+  const auto sample = readSample(path, props, maxLines, Keep::Lines, error);
+  if (!sample) {
     logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_CANNOT_OPEN__%s", pathToText(path));
+  }
+  if (training == Training::Yes && error && !isMissingFile(error)) {
+    models_.keepForgotten();
+  } else if (sample) {
+    models_.trainModels(pathToText(path), *sample, sourcetype);
   }
   const bool isLast = training == Training::No;
   if (isLast && models_.addedModels() > modelsBefore) models_.adjustMaxDist();

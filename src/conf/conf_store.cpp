@@ -354,18 +354,6 @@ bool ConfStore::writeLearnedStanza(Conf& conf, std::string_view stanza,
          WriteOutcome::Written;
 }
 
-std::optional<ConfStore::StanzaNames> ConfStore::learnedStanzas(Conf& conf) {
-  const std::scoped_lock lock(mutex_);
-  const auto path = learnedFile(conf);
-  try {
-    learnOfFile(conf, path);
-    return conf.learned_->stanzas;
-  } catch (const std::exception& error) {
-    logError(kStoreLog, "%s: %s", pathToText(path), error.what());
-    return std::nullopt;
-  }
-}
-
 std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& names) {
   const std::scoped_lock lock(mutex_);
   const auto path = learnedFile(conf);
@@ -375,7 +363,7 @@ std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& nam
     const FileBytes bytes = readFile(path);
     if (bytes.error) return bytes.error;
     std::string kept;
-    bool isKept = false;
+    bool isKept = true;
     TextKeeper keeper;
     LogicalLineReader reader(bytes.view(), path, keeper, Report::No);
     for (LogicalLine line; reader.next(line);) {

@@ -125,13 +125,9 @@ class ConfStore {
   // file has no part in; a crash may leave a part of it at the end of the file.
   bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
 
-  // The stanzas of the file that writeLearnedStanza() writes to; nothing, with the reason logged,
-  // when it cannot be read.
-  using StanzaNames = std::unordered_set<std::string>;
-  std::optional<StanzaNames> learnedStanzas(Conf& conf);
-
-  // Takes these stanzas out of that file in one step, with them its lines before any header, and
+  // Takes these stanzas out of the file that writeLearnedStanza() writes to, in one step, and
   // deletes it when nothing is left. Gives the reason when that fails, with the file as it was.
+  using StanzaNames = std::unordered_set<std::string>;
   std::error_code dropLearnedStanzas(Conf& conf, const StanzaNames& names);
 
   // Where writeLearnedStanza() writes.

@@ -416,6 +416,22 @@ TEST(Learning, FromATrainingFileForgetsWhatWasLearnedBefore) {
   EXPECT_EQ(printed(server.run({"b.log"}), "sourcetype"), "generic");
 }
 
+TEST(Learning, FromATrainingFileKeepsWhatAFileSaidThatCannotBeReadNow) {
+  const Installation server;
+  server.write("a.log", accessLog(0, 150));
+  server.write("b.log", repeated(kLine, 150));
+  server.write("training.conf", "[web]\n1 = a.log\n[units]\n1 = b.log\n");
+  server.run({"train"});
+  std::filesystem::remove(server.path("b.log"));
+  std::filesystem::create_directory(server.path("b.log"));
+  for (int i = 0; i < 3; ++i) {
+    const auto run = server.run({"train"});
+    EXPECT_TRUE(holds(run.err, "Models stay that were learned before")) << run.err;
+    EXPECT_EQ(storedModels(server), 2U);
+  }
+  EXPECT_EQ(printed(server.run({"text", "x", repeated(kLine, 150)}), "sourcetype"), "units");
+}
+
 TEST(Rule, ComesBeforeModelsAndADelayedOneAfterThem) {
   const Installation server;
   server.write("a.log", accessLog(0, 150));

@@ -15,7 +15,6 @@ namespace {
 
 constexpr LogCategory kModelLog{"FileClassifierManager"};
 
-constexpr std::string_view kSourceKey = "_source";
 constexpr std::string_view kSourcetypeKey = "_sourcetype";
 constexpr std::string_view kSizeKey = "_size";
 constexpr std::string_view kWeightFormat = "%f";

@@ -13,6 +13,9 @@
 
 namespace sourcetype {
 
+// The setting that names the file that a model was learned from.
+inline constexpr std::string_view kSourceKey = "_source";
+
 // The setting that limits how far apart the words of a model and a file may be.
 inline constexpr std::string_view kMaxDistKey = "maxDist";
 

@@ -13,6 +13,7 @@
 #include "platform/environment.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
+#include "util/text.h"
 
 namespace sourcetype {
 namespace {
@@ -151,7 +152,13 @@ bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
   const bool isWritten =
       store_.writeLearnedStanza(store_.getConf("sourcetypes"), makeStanzaName(fileName),
                                 saveModel(model, fileName, sourcetype));
-  if (!isWritten) keepForgotten();
+  const auto source = trimBlanks(fileName);
+  if (isWritten) {
+    learnedSources_.emplace(source);
+  } else {
+    forgotten_.erase(std::string(source));
+    keepForgotten();
+  }
   return true;
 }
 
@@ -170,24 +177,36 @@ std::size_t ModelStore::countModels(std::string_view sourcetype) {
 
 void ModelStore::forget() {
   models_.emplace();
-  forgotten_ = store_.learnedStanzas(store_.getConf("sourcetypes"));
+  Conf& conf = store_.getConf("sourcetypes");
+  if (fileIdentity(store_.learnedFile(conf)).size == 0) return;
+  // Bundled ones among them do no harm: the file has no stanzas of their names.
+  store_.visitStanzas(conf, [&](std::string_view stanza, auto settings) {
+    if (stanza == kDefaultStanza) return;
+    const auto source = std::ranges::find(settings, kSourceKey, &ConfFile::Setting::key);
+    forgotten_[source == settings.end() ? "" : std::string(source->value())].emplace(stanza);
+  });
+  store_.reload(conf);
 }
 
 void ModelStore::keepForgotten() {
-  if (forgotten_) logWarn(kModelLog, "The models that were learned before are kept.");
-  forgotten_.reset();
+  if (!keepsForgotten_ && !forgotten_.empty()) {
+    logWarn(kModelLog, "Models stay that were learned before and not again now.");
+  }
+  keepsForgotten_ = true;
 }
 
 void ModelStore::dropForgotten() {
-  if (forgotten_) {
-    Conf& conf = store_.getConf("sourcetypes");
-    if (const auto error = store_.dropLearnedStanzas(conf, *forgotten_)) {
-      logError(kModelLog, "reset failed to unlink %s: %m", pathToText(store_.learnedFile(conf)),
-               error);
-    }
+  ConfStore::StanzaNames names;
+  for (auto& [source, stanzas] : forgotten_) {
+    if (!keepsForgotten_ || learnedSources_.contains(source)) names.merge(stanzas);
   }
-  forgotten_.reset();
-  inheritedMaxDist_.reset();
+  forgotten_.clear();
+  Conf& conf = store_.getConf("sourcetypes");
+  if (const auto error = store_.dropLearnedStanzas(conf, names)) {
+    logError(kModelLog, "reset failed to unlink %s: %m", pathToText(store_.learnedFile(conf)),
+             error);
+  }
+  models_.reset();  // the file may hold more than this run has added
 }
 
 void ModelStore::adjustMaxDist() {

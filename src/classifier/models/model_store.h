@@ -3,8 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -60,10 +63,12 @@ class ModelStore {
   // get that far loses none.
   void forget();
 
-  // Takes the forgotten models out of their file, and deletes it when no other is left. Does
-  // nothing after keepForgotten(), or when a model that was added meanwhile could not be written.
-  void dropForgotten();
+  // Says that a file could not be learned again: of the forgotten models only those of files that
+  // were are dropped. So does a new model that cannot be written.
   void keepForgotten();
+
+  // Takes the forgotten models out of their file.
+  void dropForgotten();
 
   // Raises "maxDist" of the stanza [default] of props.conf where there are thousands of
   // sourcetypes.
@@ -82,7 +87,9 @@ class ModelStore {
   std::optional<ModelIndex> models_;
   std::optional<std::string> inheritedMaxDist_;  // of the stanza [default] of sourcetypes.conf
   std::size_t addedModels_ = 0;
-  std::optional<ConfStore::StanzaNames> forgotten_;  // stanzas that the file still has
+  std::map<std::string, ConfStore::StanzaNames, std::less<>> forgotten_;  // by "_source"
+  std::set<std::string, std::less<>> learnedSources_;                     // in this run
+  bool keepsForgotten_ = false;
 };
 
 }  // namespace sourcetype

@@ -48,8 +48,6 @@ class Sampler {
     if (keep_ == Keep::CountsOnly) dropEndedLines();
   }
 
-  void noteEarlyEnd() { sample_.endedEarly_ = true; }
-
   // `atEndOfFile`: a character that is unfinished by now stays so.
   Sample finish(bool atEndOfFile) {
     if (converter_) {
@@ -146,9 +144,16 @@ CharsetChoice chooseCharset(const PropertiesMap& props, std::string_view firstCh
 
 std::optional<Sample> readSample(const std::filesystem::path& path, const PropertiesMap& props,
                                  std::uint64_t maxLines, Keep keep) {
+  std::error_code ignored;
+  return readSample(path, props, maxLines, keep, ignored);
+}
+
+std::optional<Sample> readSample(const std::filesystem::path& path, const PropertiesMap& props,
+                                 std::uint64_t maxLines, Keep keep, std::error_code& error) {
   const std::string fileName = pathToText(path);
   InputFile file(path);
-  if (file.error()) {
+  error = file.error();
+  if (error) {
     logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_CANNOT_OPEN__%s", fileName);
     return std::nullopt;
   }
@@ -165,10 +170,8 @@ std::optional<Sample> readSample(const std::filesystem::path& path, const Proper
       rest.remove_prefix(chunk.size());
     }
   }
-  if (file.error()) {
-    logWarn(kFlowLog, "Reading %s ended early: %m", fileName, file.error());
-    sampler.noteEarlyEnd();
-  }
+  error = file.error();
+  if (error) logWarn(kFlowLog, "Reading %s ended early: %m", fileName, error);
   return sampler.finish(true);
 }
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "conf/properties_map.h"
@@ -31,8 +32,6 @@ class Sample {
   std::uint64_t invalidCount() const { return invalidCount_; }
   // The charset that a byte-order mark named; empty when there was none or nobody asked.
   const std::string& detectedCharset() const { return detectedCharset_; }
-  // True when reading failed before the end of the file.
-  bool endedEarly() const { return endedEarly_; }
 
  private:
   friend class Sampler;
@@ -47,7 +46,6 @@ class Sample {
   std::uint64_t bytesRead_ = 0;
   std::uint64_t invalidCount_ = 0;
   std::string detectedCharset_;
-  bool endedEarly_ = false;
 };
 
 // The charset to read a file in, and what a byte-order mark says of it.
@@ -71,6 +69,9 @@ enum class Keep { Lines, CountsOnly };
 // be opened.
 std::optional<Sample> readSample(const std::filesystem::path& path, const PropertiesMap& props,
                                  std::uint64_t maxLines, Keep keep = Keep::Lines);
+// The same with the reason, also for a sample that ends where reading failed.
+std::optional<Sample> readSample(const std::filesystem::path& path, const PropertiesMap& props,
+                                 std::uint64_t maxLines, Keep keep, std::error_code& error);
 
 // The same for text in memory, whole.
 Sample readSampleText(std::string_view text, const PropertiesMap& props, std::string_view fileName);

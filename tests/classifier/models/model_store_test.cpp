@@ -262,6 +262,16 @@ TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
   EXPECT_EQ(ProgramRun(tree).match(repeated(kPlums, 100)), "plums");
 }
 
+TEST(ForgottenModels, LeaveTheDefaultStanza) {
+  const TempTree tree;
+  const std::string defaults = "# limits\n[default]\nmaxDist = 5\n";
+  tree.write(kLearned, defaults + "[m]\n_sourcetype = t\nword = 1\n");
+  ProgramRun run(tree);
+  run.models.forget();
+  run.models.dropForgotten();
+  EXPECT_EQ(tree.read(kLearned), defaults);
+}
+
 TEST(ForgottenModels, LeaveNoFileBehindWhenTheyWereAll) {
   const TempTree tree;
   ProgramRun run(tree);
