@@ -49,7 +49,8 @@ std::vector<std::string> addedTo(const Stanzas& before, const Stanzas& after) {
 void checkWrites(const Configuration& before, const Configuration& after,
                  const std::string& sourcetype, const std::string& typeName) {
   for (const auto& name : addedTo(before.props, after.props)) {
-    if (name == "default") continue;  // "maxDist"
+    if (name == "default") continue;                          // "maxDist"
+    if (name == "too_small" && name == sourcetype) continue;  // without PREFIX_SOURCETYPE
     require(!isSpecialStanza(name), "a made-up name is never special");
     require(name == sourcetype || sourcetype.starts_with(name + "-") || name.starts_with(typeName),
             "a new stanza is the sourcetype's");

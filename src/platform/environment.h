@@ -1,6 +1,7 @@
-// The process environment.
+// The process, its environment and its time.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -12,5 +13,9 @@ std::optional<std::filesystem::path> environmentPath(const char* name);
 
 // The number of this process, unlike that of any other that runs now.
 std::uint32_t processId();
+
+// Time since some moment, in steps of 16 ms at most. Reading it takes a few nanoseconds, a fifth of
+// what a precise clock takes.
+std::chrono::nanoseconds coarseTime();
 
 }  // namespace sourcetype

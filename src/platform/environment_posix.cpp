@@ -1,5 +1,6 @@
 #include "platform/environment.h"
 
+#include <time.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -14,6 +15,17 @@ std::optional<std::filesystem::path> environmentPath(const char* name) {
 
 std::uint32_t processId() {
   return static_cast<std::uint32_t>(::getpid());
+}
+
+std::chrono::nanoseconds coarseTime() {
+#ifdef CLOCK_MONOTONIC_COARSE
+  constexpr clockid_t kClock = CLOCK_MONOTONIC_COARSE;
+#else
+  constexpr clockid_t kClock = CLOCK_MONOTONIC;
+#endif
+  timespec now{};
+  ::clock_gettime(kClock, &now);
+  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
 }  // namespace sourcetype

@@ -24,4 +24,8 @@ std::uint32_t processId() {
   return GetCurrentProcessId();
 }
 
+std::chrono::nanoseconds coarseTime() {
+  return std::chrono::milliseconds(GetTickCount64());
+}
+
 }  // namespace sourcetype

@@ -15,6 +15,7 @@
 #include <pcre2.h>
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -137,26 +138,31 @@ struct Workspace {
   const PCRE2_SIZE* offsets() const { return pcre2_get_ovector_pointer(data.get()); }
 };
 
-// Workspaces that no match uses: as many as there were matches at a time.
+// Workspaces that no match uses: as many as there were matches at a time. Where there is one at a
+// time, the first is all that is needed, without a lock.
 class SpareWorkspaces {
  public:
   std::unique_ptr<Workspace> take() {
+    if (auto* first = first_.exchange(nullptr)) return std::unique_ptr<Workspace>(first);
     const std::scoped_lock lock(mutex_);
-    auto taken = std::move(first_);
+    auto taken = std::move(others_);
     if (!taken) return std::make_unique<Workspace>();
-    first_ = std::move(taken->next);
+    others_ = std::move(taken->next);
     return taken;
   }
 
   void giveBack(std::unique_ptr<Workspace> space) noexcept {
+    std::unique_ptr<Workspace> replaced(first_.exchange(space.release()));
+    if (!replaced) return;
     const std::scoped_lock lock(mutex_);
-    space->next = std::move(first_);
-    first_ = std::move(space);
+    replaced->next = std::move(others_);
+    others_ = std::move(replaced);
   }
 
  private:
+  std::atomic<Workspace*> first_ = nullptr;
   std::mutex mutex_;
-  std::unique_ptr<Workspace> first_;
+  std::unique_ptr<Workspace> others_;
 };
 
 // A workspace for the time of one match and of reading what it found. A thread_local one would do
@@ -269,6 +275,13 @@ int executeSearch(Workspace& space, const pcre2_code& code, std::string_view sub
 
 enum class Outcome { None, TooCostly, Complete, Partial };
 
+Outcome outcomeOf(int answer) {
+  if (answer >= 0) return Outcome::Complete;
+  if (answer == PCRE2_ERROR_PARTIAL) return Outcome::Partial;
+  const bool isCostly = answer == PCRE2_ERROR_MATCHLIMIT || answer == PCRE2_ERROR_HEAPLIMIT;
+  return isCostly ? Outcome::TooCostly : Outcome::None;
+}
+
 struct Extent {
   std::size_t start;
   std::size_t end;
@@ -332,18 +345,15 @@ struct Regex::Program {
   }
 
   Outcome match(Workspace& space, std::string_view subject, Mode mode) const {
-    if (mode == Mode::Whole) {
-      const pcre2_code* variant = whole();
-      const int answer =
-          variant != nullptr ? executeAtStart(space, *variant, subject) : search(space, subject, 0);
-      return answer >= 0 && lastMatch(space).spans(subject) ? Outcome::Complete : Outcome::None;
+    if (mode != Mode::Whole) {
+      // Soft: a complete match goes before a partial one, and has its groups.
+      return outcomeOf(search(space, subject, mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0));
     }
-    // Soft: a complete match goes before a partial one, and has its groups.
-    const int answer = search(space, subject, mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0);
-    if (answer == PCRE2_ERROR_PARTIAL) return Outcome::Partial;
-    if (answer >= 0) return Outcome::Complete;
-    const bool isCostly = answer == PCRE2_ERROR_MATCHLIMIT || answer == PCRE2_ERROR_HEAPLIMIT;
-    return isCostly ? Outcome::TooCostly : Outcome::None;
+    const pcre2_code* variant = whole();
+    const Outcome outcome = outcomeOf(variant != nullptr ? executeAtStart(space, *variant, subject)
+                                                         : search(space, subject, 0));
+    const bool isPart = outcome == Outcome::Complete && !lastMatch(space).spans(subject);
+    return isPart ? Outcome::None : outcome;
   }
 
   void readInfo() {
