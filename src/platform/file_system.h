@@ -115,7 +115,8 @@ std::error_code removeFile(const std::filesystem::path& path);
 
 // An exclusive lock between processes, held for the life of the object. It locks a file of its own
 // at `lockPath`, which is created and stays; the system frees the lock of a process that died.
-// Whoever may write to its directory may hold the lock, whichever account created the file.
+// Whoever may write to its directory may hold the lock, whichever account created the file; nobody
+// else may, unless that account could not give the file to the directory's owner or group.
 class FileLock {
  public:
   // Throws std::system_error when the lock is not to be had within `wait`.

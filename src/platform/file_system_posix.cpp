@@ -26,6 +26,7 @@ constexpr std::chrono::milliseconds kLockPollInterval{10};
 constexpr mode_t kOwnerOnly = 0600;
 constexpr mode_t kNewFileMode = 0666;  // less what the account's umask takes away
 constexpr mode_t kPermissionBits = 0777;
+constexpr mode_t kGroupRights = 070;
 
 [[noreturn]] void throwLastError(const std::string& what, const std::filesystem::path& path) {
   throw std::system_error(lastSystemError(), what + " " + pathToText(path));
@@ -99,6 +100,14 @@ mode_t newFileMode() {
   return kNewFileMode & ~kMask;
 }
 
+// Gives a file the owner and group of another, or the group alone where this account may not give
+// it away; false when not even that is allowed.
+bool giveToOwnerOf(const struct stat& other, const Descriptor& file) {
+  constexpr auto kSameOwner = static_cast<uid_t>(-1);
+  return ::fchown(file.number(), other.st_uid, other.st_gid) == 0 ||
+         ::fchown(file.number(), kSameOwner, other.st_gid) == 0;
+}
+
 // Gives a file the owner and permissions of the one it is going to replace, or those of a new one.
 void setPermissions(const Descriptor& file, const std::filesystem::path& target) {
   struct stat old {};
@@ -107,15 +116,10 @@ void setPermissions(const Descriptor& file, const std::filesystem::path& target)
     ::fchmod(file.number(), newFileMode());  // some file systems have no permissions to set
     return;
   }
-  // Only root may give files away. Where not even the group can be kept, its rights are not for
-  // whatever group the file has instead.
-  constexpr auto kSameOwner = static_cast<uid_t>(-1);
-  constexpr mode_t kGroupRights = 070;
+  // Where not even the group can be kept, its rights are not for whatever group the file has
+  // instead.
   mode_t mode = old.st_mode & kPermissionBits;
-  if (::fchown(file.number(), old.st_uid, old.st_gid) != 0 &&
-      ::fchown(file.number(), kSameOwner, old.st_gid) != 0) {
-    mode &= ~kGroupRights;
-  }
+  if (!giveToOwnerOf(old, file)) mode &= ~kGroupRights;
   if (::fchmod(file.number(), mode) != 0) throwLastError("cannot keep the permissions of", target);
 }
 
@@ -162,22 +166,42 @@ mode_t lockFileMode(const struct stat& directory) {
   return kOwnerOnly | writers | (writers << 1U);  // to read is one bit above to write
 }
 
+// The same for a lock file that may have another owner or group than its directory. Where that
+// would keep out somebody who may write there, all may read it, which is enough to lock, and the
+// wrong group gets no more than that.
+mode_t lockFileMode(const struct stat& directory, const struct stat& file) {
+  constexpr mode_t kMayRead = 0444;
+  const bool groupWrites = (directory.st_mode & S_IWGRP) != 0;
+  const bool hasGroup = file.st_gid == directory.st_gid;
+  const bool letsOwnerIn = file.st_uid == directory.st_uid || (groupWrites && hasGroup);
+  const mode_t mode = lockFileMode(directory);
+  if (letsOwnerIn && (hasGroup || !groupWrites)) return mode;
+  return (mode & ~kGroupRights) | kMayRead;
+}
+
+// Makes a lock file of this account as much its directory's as this account may: root gives it to
+// the owner, a member of the group to the group.
+void shareLockFile(const Descriptor& file, const struct stat& directory) {
+  struct stat status {};
+  if (::fstat(file.number(), &status) != 0 || status.st_uid != ::geteuid()) return;
+  if (status.st_uid != directory.st_uid || status.st_gid != directory.st_gid) {
+    giveToOwnerOf(directory, file);
+    ::fstat(file.number(), &status);
+  }
+  const mode_t mode = lockFileMode(directory, status);
+  if ((status.st_mode & kPermissionBits) != mode) ::fchmod(file.number(), mode);
+}
+
 // Opens a lock file, which it makes where there is none.
 Descriptor openLockFile(const std::filesystem::path& path) {
   struct stat directory {};
   ::stat(directoryOf(path).c_str(), &directory);
-  const mode_t mode = lockFileMode(directory);
-  Descriptor file(openRetrying(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, mode));
+  Descriptor file(
+      openRetrying(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, lockFileMode(directory)));
   if (!file.isOpen() && errno == EACCES) {  // another account made it, and reading is enough
     return Descriptor(openRetrying(path.c_str(), O_RDONLY | O_NOFOLLOW));
   }
-  struct stat status {};
-  if (file.isOpen() && ::fstat(file.number(), &status) == 0 && status.st_uid == ::geteuid() &&
-      (status.st_gid != directory.st_gid || (status.st_mode & kPermissionBits) != mode)) {
-    [[maybe_unused]] const int kept =
-        ::fchown(file.number(), static_cast<uid_t>(-1), directory.st_gid);
-    ::fchmod(file.number(), mode);
-  }
+  if (file.isOpen()) shareLockFile(file, directory);
   return file;
 }
 

@@ -43,6 +43,54 @@ TEST(LockFile, IsForWhoeverMayWriteToItsDirectory) {
   }
 }
 
+struct Account {
+  uid_t user;
+  gid_t group;
+};
+constexpr Account kRoot{0, 0};
+constexpr Account kOwner{65534, 65534};
+constexpr gid_t kSharedGroup = 65533;  // the directory's, which its owner is not in
+constexpr Account kMember{65533, kSharedGroup};
+constexpr Account kOtherMember{65532, kSharedGroup};
+
+// Lets this process, which is root's, act as another account.
+class ActingAs {
+ public:
+  explicit ActingAs(Account account) {
+    EXPECT_EQ(::setegid(account.group), 0);
+    EXPECT_EQ(::seteuid(account.user), 0);
+  }
+  ActingAs(const ActingAs&) = delete;
+  ActingAs& operator=(const ActingAs&) = delete;
+  ~ActingAs() {
+    EXPECT_EQ(::seteuid(0), 0);
+    EXPECT_EQ(::setegid(0), 0);
+  }
+};
+
+TEST(LockFile, IsForThemAlsoWhenAnotherAccountMadeIt) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can act as others";
+  struct Row {
+    int directory;
+    Account first, next;
+    int lock;
+  };
+  for (const auto& [directory, first, next, lock] : {Row{0755, kRoot, kOwner, 0600},
+                                                     {0775, kRoot, kMember, 0660},
+                                                     {0775, kMember, kOtherMember, 0660},
+                                                     {0775, kOwner, kMember, 0644}}) {
+    SCOPED_TRACE(std::to_string(first.user) + " before " + std::to_string(next.user));
+    const TempTree tree;
+    ASSERT_EQ(::chown(tree.root().c_str(), kOwner.user, kSharedGroup), 0);
+    std::filesystem::permissions(tree.root(), perms(directory));
+    for (const auto& account : {first, next}) {
+      const ActingAs acting(account);
+      EXPECT_NO_THROW(FileLock(tree.path("x.lock"), std::chrono::milliseconds(0)));
+    }
+    EXPECT_EQ(permissionsOf(tree.path("x.lock")), perms(lock));
+  }
+}
+
 TEST(LockFile, IsNoLink) {
   const TempTree tree;
   const auto other = tree.write("other", "");
