@@ -199,7 +199,9 @@ Descriptor openLockFile(const std::filesystem::path& path) {
   Descriptor file(
       openRetrying(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, lockFileMode(directory)));
   if (!file.isOpen() && errno == EACCES) {  // another account made it, and reading is enough
-    return Descriptor(openRetrying(path.c_str(), O_RDONLY | O_NOFOLLOW));
+    Descriptor readable(openRetrying(path.c_str(), O_RDONLY | O_NOFOLLOW));
+    if (!readable.isOpen()) errno = EACCES;  // not that there is none: none could be made
+    return readable;
   }
   if (file.isOpen()) shareLockFile(file, directory);
   return file;

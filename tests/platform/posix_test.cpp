@@ -91,6 +91,18 @@ TEST(LockFile, IsForThemAlsoWhenAnotherAccountMadeIt) {
   }
 }
 
+TEST(LockFile, IsRefusedWithTheReasonWhereNoneCanBeMade) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can act as others";
+  const TempTree tree;
+  const ActingAs acting(kOwner);
+  try {
+    const FileLock held(tree.path("x.lock"), std::chrono::milliseconds(0));
+    FAIL() << "nothing thrown";
+  } catch (const std::system_error& error) {
+    EXPECT_EQ(error.code(), std::errc::permission_denied);
+  }
+}
+
 TEST(LockFile, IsNoLink) {
   const TempTree tree;
   const auto other = tree.write("other", "");
