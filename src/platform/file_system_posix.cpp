@@ -179,11 +179,15 @@ mode_t lockFileMode(const struct stat& directory, const struct stat& file) {
   return (mode & ~kGroupRights) | kMayRead;
 }
 
+// Whether this account made the file as a lock file. Whoever may write to the directory could have
+// linked or moved another file of the account's there, but a lock file has one name and no content.
+bool isOwnLockFile(const struct stat& file) {
+  return file.st_uid == ::geteuid() && file.st_nlink == 1 && file.st_size == 0;
+}
+
 // Makes a lock file of this account as much its directory's as this account may: root gives it to
 // the owner, a member of the group to the group.
-void shareLockFile(const Descriptor& file, const struct stat& directory) {
-  struct stat status {};
-  if (::fstat(file.number(), &status) != 0 || status.st_uid != ::geteuid()) return;
+void shareLockFile(const Descriptor& file, struct stat status, const struct stat& directory) {
   if (status.st_uid != directory.st_uid || status.st_gid != directory.st_gid) {
     giveToOwnerOf(directory, file);
     ::fstat(file.number(), &status);
@@ -192,18 +196,31 @@ void shareLockFile(const Descriptor& file, const struct stat& directory) {
   if ((status.st_mode & kPermissionBits) != mode) ::fchmod(file.number(), mode);
 }
 
-// Opens a lock file, which it makes where there is none.
-Descriptor openLockFile(const std::filesystem::path& path) {
+// Opens a lock file, which it makes where there is none; closed, with errno set, on failure.
+Descriptor openLockFile(const std::filesystem::path& path, mode_t mode) {
+  constexpr int kNeverWait = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;  // whatever has the name
+  Descriptor file(openRetrying(path.c_str(), O_RDWR | O_CREAT | kNeverWait, mode));
+  if (file.isOpen() || errno != EACCES) return file;
+  // Another account made it, and reading is enough.
+  Descriptor readable(openRetrying(path.c_str(), O_RDONLY | kNeverWait));
+  if (!readable.isOpen()) errno = EACCES;  // not that there is none: none could be made
+  return readable;
+}
+
+// The lock file at `path`, to be locked by whoever may write to its directory.
+Descriptor sharedLockFile(const std::filesystem::path& path) {
   struct stat directory {};
   ::stat(directoryOf(path).c_str(), &directory);
-  Descriptor file(
-      openRetrying(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW, lockFileMode(directory)));
-  if (!file.isOpen() && errno == EACCES) {  // another account made it, and reading is enough
-    Descriptor readable(openRetrying(path.c_str(), O_RDONLY | O_NOFOLLOW));
-    if (!readable.isOpen()) errno = EACCES;  // not that there is none: none could be made
-    return readable;
+  Descriptor file = openLockFile(path, lockFileMode(directory));
+  struct stat status {};
+  if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
+    throwLastError("cannot create the lock file", path);
   }
-  if (file.isOpen()) shareLockFile(file, directory);
+  if (!S_ISREG(status.st_mode)) {
+    errno = EINVAL;
+    throwLastError("will not lock what is no regular file", path);
+  }
+  if (isOwnLockFile(status)) shareLockFile(file, status, directory);
   return file;
 }
 
@@ -354,8 +371,7 @@ FileLock::FileLock(const std::filesystem::path& lockPath, std::chrono::milliseco
   std::filesystem::create_directories(directoryOf(lockPath));
   const auto deadline = std::chrono::steady_clock::now() + wait;
   while (true) {
-    Descriptor file = openLockFile(lockPath);
-    if (!file.isOpen()) throwLastError("cannot create the lock file", lockPath);
+    Descriptor file = sharedLockFile(lockPath);
     const bool isLocked = ::flock(file.number(), LOCK_EX | LOCK_NB) == 0;
     const bool mayWait = isLocked || errno == EINTR || errno == EWOULDBLOCK;
     if (!mayWait) throwLastError("cannot lock", lockPath);

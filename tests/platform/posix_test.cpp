@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <optional>
+
 #include "platform/file_system.h"
 #include "support/temp_tree.h"
 
@@ -103,11 +105,29 @@ TEST(LockFile, IsRefusedWithTheReasonWhereNoneCanBeMade) {
   }
 }
 
-TEST(LockFile, IsNoLink) {
+TEST(LockFile, IsNoLinkAndNothingToWaitFor) {
   const TempTree tree;
   const auto other = tree.write("other", "");
-  std::filesystem::create_symlink(other, tree.path("x.lock"));
-  EXPECT_THROW(FileLock(tree.path("x.lock"), std::chrono::milliseconds(0)), std::system_error);
+  std::filesystem::create_symlink(other, tree.path("link.lock"));
+  ASSERT_EQ(::mkfifo(tree.path("fifo.lock").c_str(), 0444), 0);
+  std::optional<ActingAs> acting;
+  if (::geteuid() == 0) acting.emplace(kOwner);  // who may only read the FIFO
+  for (const char* planted : {"link.lock", "fifo.lock"}) {
+    EXPECT_THROW(FileLock(tree.path(planted), std::chrono::milliseconds(0)), std::system_error);
+  }
+}
+
+TEST(LockFile, LeavesOtherFilesAsTheyAre) {
+  const TempTree tree;
+  std::filesystem::permissions(tree.root(), perms(0777));
+  const auto secret = tree.write("moved.lock", "secret");
+  const auto empty = tree.write("empty", "");
+  std::filesystem::create_hard_link(empty, tree.path("linked.lock"));
+  for (const auto& file : {secret, empty}) std::filesystem::permissions(file, perms(0600));
+  for (const char* planted : {"moved.lock", "linked.lock"}) {
+    const FileLock held(tree.path(planted), std::chrono::milliseconds(0));
+    EXPECT_EQ(permissionsOf(tree.path(planted)), perms(0600)) << planted;
+  }
 }
 
 TEST(WriteTarget, FollowsNoLinkThatAnotherAccountPlanted) {
