@@ -370,7 +370,8 @@ std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& nam
       if (line.kind == LineKind::Header) isKept = !names.contains(std::string(line.name));
       if (isKept) kept += line.raw;
     }
-    if (!kept.empty()) {
+    // A link is an administrator's: it stays, and the file that it leads to is emptied.
+    if (const bool isLink = writeTarget(path) != path; isLink || !kept.empty()) {
       replaceFile(path, kept);
     } else if (const auto error = removeFile(path)) {
       return error;

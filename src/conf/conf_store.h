@@ -126,7 +126,8 @@ class ConfStore {
   bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
 
   // Takes these stanzas out of the file that writeLearnedStanza() writes to, in one step, and
-  // deletes it when nothing is left. Gives the reason when that fails, with the file as it was.
+  // deletes it when nothing is left, or empties it where a link leads to it. Gives the reason when
+  // that fails, with the file as it was.
   using StanzaNames = std::unordered_set<std::string>;
   std::error_code dropLearnedStanzas(Conf& conf, const StanzaNames& names);
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/path_form.h"
+#include "support/system.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -205,6 +206,21 @@ TEST(WriteLearnedStanza, GoesToItsOwnAppAndIsFoundAgain) {
   EXPECT_TRUE(tree.store.writeLearnedStanza(models, "m", {{"_sourcetype", "t"}, {"word", "0.5"}}));
   EXPECT_EQ(tree.read("apps/learned/local/sourcetypes.conf"), "[m]\n_sourcetype = t\nword = 0.5\n");
   EXPECT_TRUE(tree.store.stanzaExists(models, "m"));
+}
+
+TEST(DropLearnedStanzas, LeavesNothingOfTheLastOneButALink) {
+  Tree tree;
+  Conf& models = tree.store.getConf("sourcetypes");
+  const auto file = tree.store.learnedFile(models);
+  ASSERT_TRUE(tree.store.writeLearnedStanza(models, "m", {{"_sourcetype", "t"}}));
+  EXPECT_FALSE(tree.store.dropLearnedStanzas(models, {"m"}));
+  EXPECT_FALSE(exists(file));
+
+  if (!testing::kHasSymbolicLinks) GTEST_SKIP();
+  std::filesystem::create_symlink(tree.write("shared.conf", "[m]\n_sourcetype = t\n"), file);
+  EXPECT_FALSE(tree.store.dropLearnedStanzas(models, {"m"}));
+  EXPECT_TRUE(std::filesystem::is_symlink(file));
+  EXPECT_EQ(tree.read("shared.conf"), "");
 }
 
 }  // namespace
