@@ -158,9 +158,8 @@ void ConfStore::load(Conf& conf) {
 
 void ConfStore::loadFile(Conf& conf, std::size_t layer, Report report) {
   const auto path = conf.layers_[layer] / (conf.name() + ".conf");
-  FileBytes bytes = readFile(path);
-  auto error = bytes.error;
-  if (bytes.size > ConfFile::kMaxBytes) error = std::make_error_code(std::errc::file_too_large);
+  FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
+  const auto error = bytes.error;
   conf.files_[layer].reset();
   if (!error) {
     conf.files_[layer] = std::make_unique<ConfFile>(path, std::move(bytes), report);
@@ -360,7 +359,7 @@ std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& nam
   if (names.empty()) return {};
   try {
     const WritingTurn turn(root_, path);
-    const FileBytes bytes = readFile(path);
+    const FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
     if (bytes.error) return bytes.error;
     std::string kept;
     bool isKept = true;
@@ -390,7 +389,7 @@ std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& nam
 void ConfStore::learnOfFile(Conf& conf, const std::filesystem::path& path) {
   const FileIdentity identity = fileIdentity(path);
   if (conf.learned_ && conf.learned_->identity == identity) return;
-  const FileBytes bytes = readFile(path);
+  const FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
   if (bytes.error && !isMissingFile(bytes.error)) {
     throw std::system_error(bytes.error, "cannot read what it holds");
   }
@@ -468,7 +467,7 @@ void ConfStore::edit(Conf& conf, std::size_t layer, std::string_view stanza,
                      const PropertiesMap& changes) {
   const auto target = conf.layers_[layer] / (conf.name() + ".conf");
   if (conf.files_[layer] == nullptr) {
-    if (const auto error = readFile(target).error; !isMissingFile(error)) {
+    if (const auto error = readFile(target, ConfFile::kMaxBytes).error; !isMissingFile(error)) {
       throw std::system_error(error, "cannot read what it holds");
     }
     conf.files_[layer] = std::make_unique<ConfFile>(target, FileBytes{}, Report::No);

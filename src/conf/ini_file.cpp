@@ -3,6 +3,7 @@
 #include <tuple>
 #include <utility>
 
+#include "conf/conf_file.h"
 #include "platform/file_system.h"
 
 namespace sourcetype {
@@ -32,7 +33,7 @@ std::string_view lineEndOf(std::string_view bytes) {
 }  // namespace
 
 IniFile IniFile::read(const std::filesystem::path& path, std::error_code& error) {
-  const FileBytes bytes = readFile(path);
+  const FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
   error = bytes.error;
   if (error) logError(kIniFileLog, "Cannot open ini file for parsing: %m", error);
   return parse(bytes.view(), path);

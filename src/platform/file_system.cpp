@@ -7,18 +7,26 @@
 
 namespace sourcetype {
 
-FileBytes readFile(const std::filesystem::path& path) {
+FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes) {
   FileBytes result;
   InputFile file(path);
+  const auto examine = [&](std::uint64_t size) {
+    result.error = file.error();
+    if (!result.error && size > mostBytes) {
+      result.error = std::make_error_code(std::errc::file_too_large);
+    }
+  };
+  examine(file.size());
   // One byte more than the size tells a file that grew from one that was read whole.
   std::size_t capacity = static_cast<std::size_t>(file.size()) + 1;
-  while (!(result.error = file.error())) {
+  while (!result.error) {
     auto larger = std::make_unique_for_overwrite<char[]>(capacity);  // NOLINT: as the member
     std::copy_n(result.bytes.get(), result.size, larger.get());
     result.bytes = std::move(larger);
     result.size += file.read({result.bytes.get() + result.size, capacity - result.size});
-    if (result.size < capacity && !file.error()) return result;
-    capacity *= 2;
+    examine(result.size);
+    if (result.size < capacity && !result.error) return result;
+    capacity = std::min(capacity * 2, mostBytes + 1);
   }
   result.bytes.reset();
   result.size = 0;

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <span>
 #include <string>
@@ -56,7 +57,9 @@ class InputFile {
   std::intptr_t handle_;
 };
 
-// The whole of a file, or why it cannot be had. `bytes` is empty on error.
+// The whole of a file, or why it cannot be had: std::errc::file_too_large where it has more than
+// `mostBytes`, none of which is then read where the system tells the size. `bytes` is empty on
+// error.
 struct FileBytes {
   std::unique_ptr<char[]> bytes;  // NOLINT(modernize-avoid-c-arrays): not zeroed before the read
   std::size_t size = 0;
@@ -64,7 +67,8 @@ struct FileBytes {
 
   std::string_view view() const { return {bytes.get(), size}; }
 };
-FileBytes readFile(const std::filesystem::path& path);
+constexpr std::size_t kAnySize = std::numeric_limits<std::ptrdiff_t>::max();
+FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes = kAnySize);
 
 // True when the error says that there is no such file, as against one that cannot be read.
 bool isMissingFile(std::error_code error);

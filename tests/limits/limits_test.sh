@@ -118,6 +118,12 @@ printf '[default]\nTIME_PREFIX = (\\w|a)*\\d!$\nTIME_FORMAT = %%d%%d%%d%%d%%d%%d
 expect 'a catastrophic TIME_PREFIX with a format' 'sourcetype -> doubled' doubled.log
 
 tree
+echo "$lines" >doubled.log
+truncate -s 1T $props
+expect 'a sparse props.conf of 1 TB' 'sourcetype -> doubled' doubled.log
+grep -q 'Failed to open: .*/local/props.conf: File too large' "$work/err"
+
+tree
 repeat 20000000 x | sed 's/^/[s]\nk = /' >$props
 expect 'a value of 20 MB' 'k -> xxx' settings s
 each 300000 'print "[s$_]\nk = v\n"' >$props

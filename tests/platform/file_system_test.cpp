@@ -17,6 +17,8 @@ TEST(ReadFile, GivesTheBytesOrTheReason) {
             std::string_view("a\0b", 3));
   EXPECT_TRUE(isMissingFile(readFile(tree.path("none")).error));
   EXPECT_EQ(readFile(tree.root()).error, std::errc::is_a_directory);
+  EXPECT_EQ(readFile(tree.path("f"), 3).size, 3U);
+  EXPECT_EQ(readFile(tree.path("f"), 2).error, std::errc::file_too_large);
 }
 
 TEST(InputFile, RefusesAFifoWithoutWaitingForAWriter) {

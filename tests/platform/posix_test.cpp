@@ -1,4 +1,4 @@
-// What only POSIX has: permissions of new files.
+// What only POSIX has: permissions of new files, and files of unknown size.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -17,6 +17,13 @@ using testing::TempTree;
 
 perms permissionsOf(const std::filesystem::path& path) {
   return std::filesystem::status(path).permissions();
+}
+
+TEST(ReadFile, KeepsToItsLimitWhereTheSizeIsToldWrongly) {
+  const char* const unsized = "/proc/self/status";  // is told to have no bytes
+  if (!std::filesystem::exists(unsized)) GTEST_SKIP();
+  EXPECT_GT(readFile(unsized).size, 100U);
+  EXPECT_EQ(readFile(unsized, 100).error, std::errc::file_too_large);
 }
 
 // In a process of its own: a program asks for its umask once.
