@@ -149,6 +149,7 @@ void ConfStore::load(Conf& conf) {
   conf.layers_ = layerDirectories(root_);
   conf.files_.clear();
   conf.files_.resize(conf.layers_.size());
+  conf.errors_.resize(conf.layers_.size());
   for (std::size_t layer = 0; layer < conf.layers_.size(); ++layer) {
     loadFile(conf, layer, Report::Yes);
   }
@@ -159,7 +160,7 @@ void ConfStore::load(Conf& conf) {
 void ConfStore::loadFile(Conf& conf, std::size_t layer, Report report) {
   const auto path = conf.layers_[layer] / (conf.name() + ".conf");
   FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
-  const auto error = bytes.error;
+  const auto error = conf.errors_[layer] = bytes.error;
   conf.files_[layer].reset();
   if (!error) {
     conf.files_[layer] = std::make_unique<ConfFile>(path, std::move(bytes), report);
@@ -467,7 +468,7 @@ void ConfStore::edit(Conf& conf, std::size_t layer, std::string_view stanza,
                      const PropertiesMap& changes) {
   const auto target = conf.layers_[layer] / (conf.name() + ".conf");
   if (conf.files_[layer] == nullptr) {
-    if (const auto error = readFile(target, ConfFile::kMaxBytes).error; !isMissingFile(error)) {
+    if (const auto error = conf.errors_[layer]; !isMissingFile(error)) {
       throw std::system_error(error, "cannot read what it holds");
     }
     conf.files_[layer] = std::make_unique<ConfFile>(target, FileBytes{}, Report::No);

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -41,6 +42,7 @@ class Conf {
   bool loaded_ = false;
   std::vector<std::filesystem::path> layers_;     // strongest first
   std::vector<std::unique_ptr<ConfFile>> files_;  // a slot a layer; empty where there is no file
+  std::vector<std::error_code> errors_;           // a slot a layer: why it has no file
   std::vector<Occurrence> stanzas_;               // in ascending byte order of the names
 
   // What is known of the learned file, so that a stanza can be added without reading it again.

@@ -161,6 +161,17 @@ TEST(WriteStanza, KeepsWhateverAMapHolds) {
   EXPECT_EQ(read, map);
 }
 
+TEST(WriteStanza, FailsWhereTheFileHoldsMoreThanIsRead) {
+  Tree tree;
+  const auto file = tree.write("system/local/props.conf", "");
+  std::filesystem::resize_file(file, ConfFile::kMaxBytes + 1);
+  ::testing::internal::CaptureStderr();
+  EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", {{"k", "1"}}, false));
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find("cannot read what it holds: File too"),
+            std::string::npos);
+  EXPECT_EQ(std::filesystem::file_size(file), ConfFile::kMaxBytes + 1);
+}
+
 TEST(WriteStanza, FailsWithPathAndCauseWhereTheTreeCannotBeWritten) {
   Tree tree;
   tree.write("system", "a file in the place of the directory");
