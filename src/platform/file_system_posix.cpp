@@ -6,8 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -90,12 +93,35 @@ void syncDirectory(const std::filesystem::path& directory) {
   if (handle.isOpen()) ::fsync(handle.number());
 }
 
-// Found out once: the system tells the umask only by setting another one for a moment.
+// What the account takes away from the permissions of new files, as Linux tells it.
+std::optional<mode_t> umaskOfStatus() {
+  constexpr std::string_view kKey = "\nUmask:\t";
+  constexpr int kOctal = 8;
+  std::array<char, 4096> buffer{};  // it stands in the second line
+  const std::string_view status(buffer.data(), InputFile("/proc/self/status").read(buffer));
+  const auto key = status.find(kKey);
+  if (key == std::string_view::npos) return std::nullopt;
+  const auto value = status.substr(key + kKey.size());
+  mode_t mask = 0;
+  if (std::from_chars(value.data(), value.data() + value.size(), mask, kOctal).ec != std::errc()) {
+    return std::nullopt;
+  }
+  return mask;
+}
+
+// Other systems tell it only by setting another one for a moment, in which a file that another
+// thread makes is its owner's alone.
+mode_t umaskBySetting() {
+  const mode_t mask = ::umask(static_cast<mode_t>(~kOwnerOnly) & kPermissionBits);
+  ::umask(mask);
+  return mask;
+}
+
+// Found out once.
 mode_t newFileMode() {
   static const mode_t kMask = [] {
-    const mode_t mask = ::umask(static_cast<mode_t>(~kOwnerOnly) & kPermissionBits);
-    ::umask(mask);
-    return mask;
+    const auto told = umaskOfStatus();
+    return told ? *told : umaskBySetting();
   }();
   return kNewFileMode & ~kMask;
 }
