@@ -1,7 +1,6 @@
 #include "classifier/header_transform.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "classifier/header_fields.h"
 #include "classifier/properties.h"

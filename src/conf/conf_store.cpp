@@ -23,14 +23,13 @@ constexpr std::int64_t kPatternPriority = 0;
 // hangs.
 constexpr std::chrono::seconds kLockWait{10};
 
-// A root that is not there was mistyped: nothing is made below it.
-void requireDirectory(const std::filesystem::path& root) {
+// The lock file of a file in the tree at `root`. A root that is not there was mistyped: nothing is
+// made below it.
+std::filesystem::path lockFileBelow(const std::filesystem::path& root,
+                                    const std::filesystem::path& target) {
   if (!isDirectory(root)) {
     throw std::runtime_error("there is no directory " + pathToText(root));
   }
-}
-
-std::filesystem::path lockFileOf(const std::filesystem::path& target) {
   return writeTarget(target) += ".lock";
 }
 
@@ -38,7 +37,7 @@ std::filesystem::path lockFileOf(const std::filesystem::path& target) {
 class WritingTurn {
  public:
   WritingTurn(const std::filesystem::path& root, const std::filesystem::path& target)
-      : lock_((requireDirectory(root), lockFileOf(target)), kLockWait) {
+      : lock_(lockFileBelow(root, target), kLockWait) {
     removeLeftovers(target);
   }
 

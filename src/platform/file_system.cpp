@@ -33,10 +33,14 @@ FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes) {
   return result;
 }
 
+std::filesystem::path directoryOf(const std::filesystem::path& path) {
+  return path.has_parent_path() ? path.parent_path() : ".";
+}
+
 // What cannot be listed or deleted is harmless where it is.
 void removeLeftovers(const std::filesystem::path& target) {
   const std::filesystem::path file = writeTarget(target);
-  const std::filesystem::path directory = file.has_parent_path() ? file.parent_path() : ".";
+  const std::filesystem::path directory = directoryOf(file);
   std::error_code error;
   for (const auto& name : listDirectory(directory, error)) {
     if (isTemporaryName(name, file.filename())) static_cast<void>(removeFile(directory / name));

@@ -73,6 +73,9 @@ FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes = kA
 // True when the error says that there is no such file, as against one that cannot be read.
 bool isMissingFile(std::error_code error);
 
+// Where the last name of the path stands; "." where it has no other.
+std::filesystem::path directoryOf(const std::filesystem::path& path);
+
 // Names of the entries of a directory without "." and "..", in ascending byte order; empty with
 // `error` set when it cannot be read.
 std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& directory,

@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -80,10 +79,6 @@ void writeAll(const Descriptor& file, std::string_view content, const std::files
 
 void sync(const Descriptor& file, const std::filesystem::path& path) {
   if (retrying([&] { return ::fsync(file.number()); }) != 0) throwLastError("cannot sync", path);
-}
-
-std::filesystem::path directoryOf(const std::filesystem::path& path) {
-  return path.has_parent_path() ? path.parent_path() : ".";
 }
 
 // Makes a new name in `directory` last through a crash. Some file systems cannot sync a directory;
