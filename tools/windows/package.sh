@@ -15,7 +15,9 @@ readonly top=$work/$name
 
 mkdir -p "$top/licences" "$top/source"
 cp build/windows/src/sourcetype.exe packaging/install.ps1 README.md CHANGELOG.md LICENSE "$top/"
-cp -R etc docs "$top/"
+cp -R docs "$top/"
+# A run with the source tree as its TARNEL_HOME leaves its own there.
+tar --exclude=local --exclude=learned --exclude=log-cmdline-local.cfg -cf - etc | tar -C "$top" -xf -
 rm "$top/docs/CMakeLists.txt"
 cp packaging/licences.md "$top/licences/README.md"
 cp -R "$prefix/licences/." "$top/licences/"
