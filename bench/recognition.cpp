@@ -15,6 +15,7 @@
 #include "classifier/classifier_settings.h"
 #include "classifier/models/model_store.h"
 #include "classifier/sampling/sample.h"
+#include "conf/conf_file.h"
 #include "conf/conf_store.h"
 #include "corpus.h"
 #include "platform/file_system.h"
@@ -29,7 +30,7 @@ struct Halves {
 };
 
 Halves halvesOf(const std::filesystem::path& file) {
-  const FileBytes bytes = readFile(file);
+  const FileBytes bytes = readFile(file, ConfFile::kMaxBytes);
   const auto text = bytes.view();
   const auto lines = std::ranges::count(text, '\n');
   std::size_t middle = 0;

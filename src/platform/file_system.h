@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <limits>
 #include <memory>
 #include <span>
 #include <string>
@@ -67,8 +66,7 @@ struct FileBytes {
 
   std::string_view view() const { return {bytes.get(), size}; }
 };
-constexpr std::size_t kAnySize = std::numeric_limits<std::ptrdiff_t>::max();
-FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes = kAnySize);
+FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes);
 
 // True when the error says that there is no such file, as against one that cannot be read.
 bool isMissingFile(std::error_code error);

@@ -399,11 +399,11 @@ class FormatsReader {
 TimestampFormats TimestampFormats::load(const std::filesystem::path& file) {
   TimestampFormats formats;
   const auto name = pathToText(file);
-  const FileBytes bytes = readFile(file);
-  if (bytes.error) {
-    logError(kLog, "%s: %m; no timestamp will be found.", name, bytes.error);
-  } else if (bytes.size > kMaxFileBytes) {
+  const FileBytes bytes = readFile(file, kMaxFileBytes);
+  if (bytes.error == std::errc::file_too_large) {
     logError(kLog, "%s: longer than %u bytes; no timestamp will be found.", name, kMaxFileBytes);
+  } else if (bytes.error) {
+    logError(kLog, "%s: %m; no timestamp will be found.", name, bytes.error);
   } else {
     FormatsReader(name, formats).read(bytes.view());
   }

@@ -12,6 +12,7 @@ use Errno;
 use Tree;
 
 my ($program, $injector, $datetime, @wanted) = ((map { abs_path($_) } @ARGV[0 .. 2]), @ARGV[3 .. $#ARGV]);
+die "there is no $injector\n" if !-e $injector;
 my $all_allocations = $ENV{FAULTS_ALL};
 my $allocations     = 60;                 # that fail in each run otherwise
 

@@ -5,7 +5,8 @@
 # (programs and libraries included) and within a time that only a run which has lost its bounds
 # comes near. Prints seconds and, where GNU time is installed, the peak of resident memory in MB.
 set -euo pipefail
-readonly source=$1 build=$2
+source=$(realpath "$1") build=$(realpath "$2")
+readonly source build
 readonly address_space=262144 # KiB
 readonly patience=120         # seconds
 work=$(mktemp -d)
@@ -117,11 +118,23 @@ echo "$lines" >doubled.log
 printf '[default]\nTIME_PREFIX = (\\w|a)*\\d!$\nTIME_FORMAT = %%d%%d%%d%%d%%d%%d\n' >$props
 expect 'a catastrophic TIME_PREFIX with a format' 'sourcetype -> doubled' doubled.log
 
+# Stays below the limits of a search on each line, as nothing counts what "\w+" runs over.
+tree
+each 1000 'print "a" x 16384, "\n"' >letters.log
+printf '[rule::1]\nsourcetype = never\nMORE_THAN_50 = \\w+[!?]\n' >$props
+expect 'a quadratic rule on lines of 16 kB' 'sourcetype -> letters' letters.log
+grep -q 'costs too much' "$work/err"
+
 tree
 echo "$lines" >doubled.log
 truncate -s 1T $props
 expect 'a sparse props.conf of 1 TB' 'sourcetype -> doubled' doubled.log
 grep -q 'Failed to open: .*/local/props.conf: File too large' "$work/err"
+tree
+echo "$lines" >doubled.log
+truncate -s 1T etc/datetime.xml
+expect 'a sparse datetime.xml of 1 TB' 'sourcetype -> doubled' doubled.log
+grep -q 'longer than 1048576 bytes' "$work/err"
 
 tree
 repeat 20000000 x | sed 's/^/[s]\nk = /' >$props

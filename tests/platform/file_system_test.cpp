@@ -13,10 +13,10 @@ using testing::TempTree;
 
 TEST(ReadFile, GivesTheBytesOrTheReason) {
   const TempTree tree;
-  EXPECT_EQ(readFile(tree.write("f", std::string_view("a\0b", 3))).view(),
+  EXPECT_EQ(readFile(tree.write("f", std::string_view("a\0b", 3)), 9).view(),
             std::string_view("a\0b", 3));
-  EXPECT_TRUE(isMissingFile(readFile(tree.path("none")).error));
-  EXPECT_EQ(readFile(tree.root()).error, std::errc::is_a_directory);
+  EXPECT_TRUE(isMissingFile(readFile(tree.path("none"), 9).error));
+  EXPECT_EQ(readFile(tree.root(), 9).error, std::errc::is_a_directory);
   EXPECT_EQ(readFile(tree.path("f"), 3).size, 3U);
   EXPECT_EQ(readFile(tree.path("f"), 2).error, std::errc::file_too_large);
 }

@@ -22,7 +22,7 @@ perms permissionsOf(const std::filesystem::path& path) {
 TEST(ReadFile, KeepsToItsLimitWhereTheSizeIsToldWrongly) {
   const char* const unsized = "/proc/self/status";  // is told to have no bytes
   if (!std::filesystem::exists(unsized)) GTEST_SKIP();
-  EXPECT_GT(readFile(unsized).size, 100U);
+  EXPECT_GT(readFile(unsized, 1'000'000).size, 100U);
   EXPECT_EQ(readFile(unsized, 100).error, std::errc::file_too_large);
 }
 

@@ -47,7 +47,7 @@ TEST(LongPath, IsReadWrittenListedLockedAndDeleted) {
   replaceFile(file, "old");
   replaceFile(file, "new");
   appendToFile(file, "er");
-  EXPECT_EQ(readFile(file).view(), "newer");
+  EXPECT_EQ(readFile(file, 9).view(), "newer");
   EXPECT_EQ(fileKind(file), FileKind::Regular);
   EXPECT_TRUE(isDirectory(directory));
   EXPECT_NE(fileIdentity(file), FileIdentity());
@@ -55,7 +55,7 @@ TEST(LongPath, IsReadWrittenListedLockedAndDeleted) {
   std::error_code error;
   EXPECT_EQ(listDirectory(directory, error), (std::vector<fs::path>{"x.conf", "x.lock"}));
   EXPECT_FALSE(removeFile(file));
-  EXPECT_TRUE(isMissingFile(readFile(file).error));
+  EXPECT_TRUE(isMissingFile(readFile(file, 9).error));
 }
 
 TEST(RelativePath, MayGoByTheWorkingDirectoryOfADrive) {
@@ -63,7 +63,7 @@ TEST(RelativePath, MayGoByTheWorkingDirectoryOfADrive) {
   tree.write("a.log", "text");
   const fs::path before = fs::current_path();
   fs::current_path(tree.root());
-  EXPECT_EQ(readFile(fs::path(tree.root().root_name()) += "a.log").view(), "text");
+  EXPECT_EQ(readFile(fs::path(tree.root().root_name()) += "a.log", 9).view(), "text");
   fs::current_path(before);
 }
 
