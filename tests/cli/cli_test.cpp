@@ -426,7 +426,7 @@ TEST(Learning, FromATrainingFileKeepsWhatAFileSaidThatCannotBeReadNow) {
   std::filesystem::create_directory(server.path("b.log"));
   for (int i = 0; i < 3; ++i) {
     const auto run = server.run({"train"});
-    EXPECT_TRUE(holds(run.err, "Models stay that were learned before")) << run.err;
+    EXPECT_TRUE(holds(run.err, "What was learned of b.log before is kept.")) << run.err;
     EXPECT_EQ(storedModels(server), 2U);
   }
   EXPECT_EQ(printed(server.run({"text", "x", repeated(kLine, 150)}), "sourcetype"), "units");

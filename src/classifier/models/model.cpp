@@ -180,7 +180,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
     } else if (key == kSizeKey) {
       std::from_chars(value.data(), value.data() + value.size(), declaredSize);
     } else {
-      return key == kSourceKey;  // for people
+      return key == kSourceKey;  // says nothing of the text
     }
     return true;
   };

@@ -54,6 +54,10 @@ bool namesSourcetype(std::string_view stanza) {
          });
 }
 
+void logKept(std::string_view source) {
+  logWarn(kModelLog, "What was learned of %s before is kept.", source);
+}
+
 }  // namespace
 
 std::uint32_t StanzaNumbers::next() {
@@ -156,7 +160,7 @@ bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
   if (isWritten) {
     learnedSources_.emplace(source);
   } else {
-    forgotten_.erase(std::string(source));
+    if (forgotten_.erase(std::string(source)) > 0) logKept(source);
     keepForgotten();
   }
   return true;
@@ -178,27 +182,24 @@ std::size_t ModelStore::countModels(std::string_view sourcetype) {
 void ModelStore::forget() {
   models_.emplace();
   Conf& conf = store_.getConf("sourcetypes");
-  if (fileIdentity(store_.learnedFile(conf)).size == 0) return;
-  // Bundled ones among them do no harm: the file has no stanzas of their names.
+  const auto file = store_.learnedFile(conf);
   store_.visitStanzas(conf, [&](std::string_view stanza, auto settings) {
-    if (stanza == kDefaultStanza) return;
+    if (stanza == kDefaultStanza || settings.empty()) return;
+    if (store_.settingFile(conf, stanza, settings.front().key()) != file) return;  // a bundled one
     const auto source = std::ranges::find(settings, kSourceKey, &ConfFile::Setting::key);
     forgotten_[source == settings.end() ? "" : std::string(source->value())].emplace(stanza);
   });
   store_.reload(conf);
 }
 
-void ModelStore::keepForgotten() {
-  if (!keepsForgotten_ && !forgotten_.empty()) {
-    logWarn(kModelLog, "Models stay that were learned before and not again now.");
-  }
-  keepsForgotten_ = true;
-}
-
 void ModelStore::dropForgotten() {
   ConfStore::StanzaNames names;
   for (auto& [source, stanzas] : forgotten_) {
-    if (!keepsForgotten_ || learnedSources_.contains(source)) names.merge(stanzas);
+    if (!keepsForgotten_ || learnedSources_.contains(source)) {
+      names.merge(stanzas);
+    } else {
+      logKept(source);
+    }
   }
   forgotten_.clear();
   Conf& conf = store_.getConf("sourcetypes");

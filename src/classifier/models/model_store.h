@@ -65,7 +65,7 @@ class ModelStore {
 
   // Says that a file could not be learned again: of the forgotten models only those of files that
   // were are dropped. So does a new model that cannot be written.
-  void keepForgotten();
+  void keepForgotten() { keepsForgotten_ = true; }
 
   // Takes the forgotten models out of their file.
   void dropForgotten();
