@@ -25,6 +25,9 @@ constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
 constexpr std::chrono::milliseconds kLockPollInterval{10};
 
+// Longer than an account takes to share a lock file that it has made.
+constexpr int kTriesToOpenLock = 10;
+
 constexpr mode_t kOwnerOnly = 0600;
 constexpr mode_t kNewFileMode = 0666;  // less what the account's umask takes away
 constexpr mode_t kPermissionBits = 0777;
@@ -222,10 +225,15 @@ Descriptor openLockFile(const std::filesystem::path& path, mode_t mode) {
   constexpr int kNeverWait = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;  // whatever has the name
   Descriptor file(openRetrying(path.c_str(), O_RDWR | O_CREAT | kNeverWait, mode));
   if (file.isOpen() || errno != EACCES) return file;
-  // Another account made it, and reading is enough.
-  Descriptor readable(openRetrying(path.c_str(), O_RDONLY | kNeverWait));
-  if (!readable.isOpen()) errno = EACCES;  // not that there is none: none could be made
-  return readable;
+  // Another account made it, and reading is enough. Who makes it shares it a moment later.
+  for (int tries = 0; tries < kTriesToOpenLock; ++tries) {
+    if (tries > 0) std::this_thread::sleep_for(kLockPollInterval);
+    Descriptor readable(openRetrying(path.c_str(), O_RDONLY | kNeverWait));
+    if (readable.isOpen()) return readable;
+    if (errno != EACCES) break;  // there is none
+  }
+  errno = EACCES;  // none could be made
+  return file;
 }
 
 // The lock file at `path`, to be locked by whoever may write to its directory.
