@@ -1,11 +1,20 @@
 #include "platform/environment.h"
 
-#include <time.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <ctime>
 
 namespace sourcetype {
+namespace {
+
+std::chrono::nanoseconds timeOf(clockid_t clock) {
+  timespec now{};
+  ::clock_gettime(clock, &now);
+  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+}  // namespace
 
 std::optional<std::filesystem::path> environmentPath(const char* name) {
   const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing sets variables
@@ -23,9 +32,11 @@ std::chrono::nanoseconds coarseTime() {
 #else
   constexpr clockid_t kClock = CLOCK_MONOTONIC;
 #endif
-  timespec now{};
-  ::clock_gettime(kClock, &now);
-  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+  return timeOf(kClock);
+}
+
+std::chrono::nanoseconds threadTime() {
+  return timeOf(CLOCK_THREAD_CPUTIME_ID);
 }
 
 }  // namespace sourcetype

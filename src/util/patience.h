@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <string_view>
 
 #include "util/regex.h"
@@ -12,22 +13,21 @@ namespace sourcetype {
 class Patience {
  public:
   // As regex.match(line, result); false without a try once the expression was given up, which is
-  // logged.
+  // logged: when it reached its limits on several lines, at up to some 0.1 s each, or took far more
+  // time than a useful one does. Nothing counts the characters that a repeat runs over, so that
+  // "\w+[!?]" takes 0.1 s for 10,000 letters and stays within its limits.
   bool match(const Regex& regex, std::string_view line, MatchResult& result);
 
-  bool isOver() const { return costlyLines_ >= kMostCostlyLines || spent_ >= kMostTime; }
+  bool isOver() const { return isOver_; }
 
  private:
-  // Lines on which the expression reached its limits, at up to some 0.1 s each.
-  static constexpr int kMostCostlyLines = 8;
-
-  // For what stays within its limits line by line, as "\w+[!?]" does in 0.1 s for 10,000 letters,
-  // since nothing counts the characters that a repeat runs over. A useful expression takes a
-  // thousandth of this. An anchored one is not timed: its single try takes 3 ms at most.
-  static constexpr std::chrono::nanoseconds kMostTime = std::chrono::seconds(1);
+  bool isTimeOver() const;
 
   int costlyLines_ = 0;
-  std::chrono::nanoseconds spent_{0};
+  std::uint64_t bytes_ = 0;
+  std::chrono::nanoseconds begin_{0};  // of the first try, in the time of the thread
+  std::chrono::nanoseconds spent_{0};  // in tries, by the clock on the wall
+  bool isOver_ = false;
 };
 
 }  // namespace sourcetype

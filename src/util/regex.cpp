@@ -3,8 +3,8 @@
 // - PCRE2 counts steps anew for each position it tries a match from; n positions of n steps each
 //   are minutes in a line of a megabyte. So a search first gives every position a small share of
 //   one budget. When a position wants more, the search goes on from the beginning in windows of
-//   fewer positions with a larger share each, and gives up after kMaxRuns runs: its cost is linear
-//   in the subject, while one position alone may still take a whole budget.
+//   fewer positions with a larger share each, and gives up after kMaxRuns runs or kMostTime: its
+//   cost is linear in the subject, while one position alone may still take a whole budget.
 // - The interpreter's backtracking frames and the stack of machine code are bounded in bytes, and
 //   so is the length of a pattern.
 // A pattern can lower these limits by its own leading items such as (*LIMIT_MATCH=), never raise
@@ -16,10 +16,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <new>
 #include <utility>
 
+#include "platform/environment.h"
 #include "util/logging.h"
 
 namespace sourcetype {
@@ -199,6 +201,11 @@ std::size_t stepBudget(std::size_t subjectSize) {
 // Found by trial: with these, a line of which every position costs a thousandth of a budget is
 // still searched to its end, and one hopeless position ends the search after a handful of runs.
 constexpr int kMaxRuns = 64;
+
+// For those runs together. They take a fifth of it unless each step runs over many characters, as
+// "(?=\w*+)" does, which nothing counts.
+constexpr std::chrono::milliseconds kMostTime{500};
+
 constexpr std::size_t kShrink = 4;  // a window in which a position wanted more
 constexpr std::size_t kGrow = 2;    // the window after one that was searched through
 
@@ -255,7 +262,10 @@ int executeSearch(Workspace& space, const pcre2_code& code, std::string_view sub
                   std::uint32_t options) {
   const std::size_t budget = stepBudget(subject.size());
   Window window{.first = 0, .last = subject.size()};
+  std::chrono::nanoseconds begin{0};  // of the second run
   for (int runs = 0; runs < kMaxRuns; ++runs) {
+    if (runs == 1) begin = threadTime();
+    if (runs > 1 && threadTime() - begin > kMostTime) break;
     const int answer = runOnce(space, code, subject, window, options,
                                std::max<std::size_t>(budget / window.positions(), 1));
     std::size_t next = 0;  // positions
