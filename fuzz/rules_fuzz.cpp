@@ -6,24 +6,20 @@
 #include <map>
 
 #include "support.h"
+#include "util/patience.h"
 
 namespace sourcetype::fuzzing {
 namespace {
-
-// An expression is given up on the line that is the eighth to cost too much.
-constexpr int kMostCostlyLines = 8;
 
 // Matches among the tested lines.
 std::size_t countSlowly(const Sample& sample, std::size_t lines, const std::string& pattern) {
   try {
     const Regex regex(pattern);
+    Patience patience;
     MatchResult groups;
     std::size_t count = 0;
-    int costly = 0;
-    for (std::size_t i = 0; i < lines && costly < kMostCostlyLines; ++i) {
-      const auto answer = regex.tryMatch(sample.line(i), groups);
-      count += answer == Regex::Answer::Match ? 1 : 0;
-      costly += answer == Regex::Answer::TooCostly ? 1 : 0;
+    for (std::size_t i = 0; i < lines; ++i) {
+      count += patience.match(regex, sample.line(i), groups) ? 1 : 0;
     }
     return count;
   } catch (const RegexException&) {

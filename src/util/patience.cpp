@@ -11,8 +11,8 @@ constexpr LogCategory kLog("Regex");
 // Lines on which an expression may reach its limits.
 constexpr int kMostCostlyLines = 8;
 
-// What useful expressions take for a byte is a fifth of this and less: some 100 ns where they run
-// over each word again from each of its letters, 10 ns mostly.
+// Useful expressions take a quarter of this for a byte at most, where they run over each word again
+// from each of its letters, and mostly some 10 ns.
 constexpr std::chrono::nanoseconds kMostTime = std::chrono::seconds(1);
 constexpr std::chrono::nanoseconds kMostTimePerByte{500};
 
