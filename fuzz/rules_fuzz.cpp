@@ -6,7 +6,6 @@
 #include <map>
 
 #include "support.h"
-#include "util/patience.h"
 
 namespace sourcetype::fuzzing {
 namespace {
@@ -15,11 +14,13 @@ namespace {
 std::size_t countSlowly(const Sample& sample, std::size_t lines, const std::string& pattern) {
   try {
     const Regex regex(pattern);
-    Patience patience;
+    MatchBudget budget(kMaxRuleCost);
     MatchResult groups;
     std::size_t count = 0;
     for (std::size_t i = 0; i < lines; ++i) {
-      count += patience.match(regex, sample.line(i), groups) ? 1 : 0;
+      const auto answer = regex.tryMatch(sample.line(i), groups, budget);
+      if (answer == Regex::Answer::TooCostly) break;
+      count += answer == Regex::Answer::Match ? 1 : 0;
     }
     return count;
   } catch (const RegexException&) {
@@ -81,10 +82,11 @@ void run(std::string_view input) {
   tree().write("system/local/props.conf", props);
   ConfStore store(tree().root());
   Rules rules(store);
-  require(rules.findRuleSourcetype(sample, RuleTiming::BeforeModels) ==
+  MatchBudget budget(kMaxRuleCost);
+  require(rules.findRuleSourcetype(sample, RuleTiming::BeforeModels, budget) ==
               findSlowly(store, sample, "rule::"),
           "the first rule whose tests all pass is taken");
-  require(rules.findRuleSourcetype(sample, RuleTiming::AfterModels) ==
+  require(rules.findRuleSourcetype(sample, RuleTiming::AfterModels, budget) ==
               findSlowly(store, sample, "delayedrule::"),
           "the first delayed rule whose tests all pass is taken");
 }

@@ -48,13 +48,9 @@ void FileClassifier::runFlow() {
   if (!sourcetype_.empty()) return finishWith(sourcetype_);
   singleLine_ = isSingleLineSample(*sample_);
   if (sample_->lineCount() < kMinModelLines) return finishTooSmall();
-  if (const auto found = manager_.rules().findRuleSourcetype(*sample_, RuleTiming::BeforeModels)) {
-    return finishWithRule(*found);
-  }
+  if (const auto found = findRule(RuleTiming::BeforeModels)) return finishWithRule(*found);
   if (matchModels() || !learningAllowed_) return;
-  if (const auto found = manager_.rules().findRuleSourcetype(*sample_, RuleTiming::AfterModels)) {
-    return finishWith(*found);
-  }
+  if (const auto found = findRule(RuleTiming::AfterModels)) return finishWith(*found);
   createSourcetype();
 }
 
@@ -129,6 +125,10 @@ bool FileClassifier::isBinarySample() const {
 
 void FileClassifier::finishWith(std::string_view sourcetype) {
   manager_.getSourcetypeSettings(result_, sourcetype);
+}
+
+std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
+  return manager_.rules().findRuleSourcetype(*sample_, timing, ruleBudget_);
 }
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {

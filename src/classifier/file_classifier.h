@@ -33,6 +33,7 @@ class FileClassifier {
   bool areLinesNeeded() const;
   bool takeSample(Keep keep);
   bool isBinarySample() const;
+  std::optional<std::string> findRule(RuleTiming timing);
   void finishWith(std::string_view sourcetype);
   void finishWithRule(std::string_view sourcetype);
   void finishTooSmall();
@@ -55,6 +56,7 @@ class FileClassifier {
   bool headerWanted_ = false;
   bool noBinaryCheck_ = false;
   std::optional<Sample> sample_;
+  MatchBudget ruleBudget_{kMaxRuleCost};
   bool madeSourcetype_ = false;
   bool singleLine_ = true;  // each line of the sample is an event
 };

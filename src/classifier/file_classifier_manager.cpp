@@ -94,6 +94,7 @@ void FileClassifierManager::getSourcetypeSettings(PropertiesMap& result,
                                                   std::string_view sourcetype) {
   const std::string name(sourcetype);
   store_.getStanzaSettings(store_.getProps(), result, std::span(&name, 1), PatternMatching::No);
+  expressionCheck_.check(result);
   result.set(key::kSourcetype, sourcetype);
   if (!result.tryGet(key::kIsValid)) {
     result.set(key::kIsValid, flagText(!result.tryGet(key::kInvalidCause)));

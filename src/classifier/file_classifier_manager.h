@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "classifier/classifier_settings.h"
+#include "classifier/expression_check.h"
 #include "classifier/models/model_store.h"
 #include "classifier/rules.h"
 #include "conf/conf_store.h"
@@ -75,6 +76,7 @@ class FileClassifierManager {
   ConfStore& store_;
   ClassifierSettings settings_;
   Rules rules_;
+  ExpressionCheck expressionCheck_;
   ModelStore models_;
   std::optional<TimestampFormats> timestampFormats_;
 };

@@ -198,7 +198,8 @@ std::string chooseLineStart(const LineStarts::Stats& candidates, std::size_t lin
     // infinite score; the first in byte order keeps its place.
     const double spread = std::min(stats.spread(), kMostSpread);
     const double score = stats.count * std::log(static_cast<double>(expression.size())) / spread;
-    if (score > best) {
+    // An expression may have been cut within a character.
+    if (score > best && compiles(expression)) {
       best = score;
       bestCount = stats.count;
       chosen = expression;
@@ -226,7 +227,6 @@ std::optional<std::string> learnBreakOnlyBeforeRegex(const Sample& sample) {
   for (std::size_t i = 0; i < sample.lineCount(); ++i) starts.add(sample.line(i), i + 1);
   std::string chosen = chooseLineStart(starts.stats(), sample.lineCount());
   if (chosen.empty()) return std::nullopt;
-  const Regex compiles(chosen);
   return chosen;
 }
 

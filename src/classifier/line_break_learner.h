@@ -22,8 +22,7 @@ inline constexpr std::size_t kMaxExaminedLines = 1000;
 bool isSingleLineSample(const Sample& sample);
 
 // An expression that matches the first line of every event; nothing when the sample has fewer than
-// 1000 lines, when timestamps break its events, or when no good one is found. Throws RegexException
-// when the best one does not compile: a line may be cut within a character.
+// 1000 lines, when timestamps break its events, or when no good one is found.
 std::optional<std::string> learnBreakOnlyBeforeRegex(const Sample& sample);
 
 // --- The parts of it ---

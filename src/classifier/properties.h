@@ -30,6 +30,7 @@ inline constexpr std::string_view kPrefixSourcetype = "PREFIX_SOURCETYPE";
 inline constexpr std::string_view kShouldLinemerge = "SHOULD_LINEMERGE";
 inline constexpr std::string_view kBreakOnlyBefore = "BREAK_ONLY_BEFORE";
 inline constexpr std::string_view kTimePrefix = "TIME_PREFIX";
+inline constexpr std::string_view kTimeFormat = "TIME_FORMAT";
 inline constexpr std::string_view kMaxTimestampLookahead = "MAX_TIMESTAMP_LOOKAHEAD";
 
 // Field extraction: "REPORT-<any>" of a sourcetype names transforms, with commas between them.

@@ -5,41 +5,23 @@
 
 #include "classifier/properties.h"
 #include "conf/message_catalog.h"
-#include "util/patience.h"
+#include "util/text.h"
 
 namespace sourcetype {
 namespace {
 
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
+// Steps that one test may spend, so that one hopeless expression leaves enough for other rules.
+constexpr std::uint64_t kMaxTestCost = kMaxRuleCost / 4;
+
+// Steps for compiling an expression, some 10 us and 0.2 us a byte.
+constexpr std::uint64_t kCompileCost = 10'000;
+constexpr std::uint64_t kCompileCostPerByte = 200;
+
 constexpr std::string_view stanzaPrefix(RuleTiming timing) {
   return timing == RuleTiming::BeforeModels ? "rule::" : "delayedrule::";
 }
-
-struct RuleTest {
-  char comparer;
-  int percent;
-};
-
-// The test that a key stands for, nothing for any other key. Between the prefix and the underscore
-// may stand any text, so that a stanza can have several tests of a kind.
-std::optional<RuleTest> parseTestKey(const std::string& key) {
-  constexpr std::string_view kLessThan = "LESS_THAN";
-  constexpr std::string_view kMoreThan = "MORE_THAN";
-  constexpr std::size_t kShortestKey = kMoreThan.size() + 2;
-  static_assert(kLessThan.size() == kMoreThan.size());
-  const bool isLess = key.starts_with(kLessThan);
-  if (key.size() < kShortestKey || (!isLess && !key.starts_with(kMoreThan))) return std::nullopt;
-  const auto underscore = key.find('_', kMoreThan.size());
-  if (underscore == std::string::npos) return std::nullopt;
-  // As atoi() reads it, but a number that is too large is as large as can be.
-  const long number = std::strtol(key.c_str() + underscore + 1, nullptr, 10);
-  constexpr long kMost = 1'000'000'000;
-  return RuleTest{.comparer = isLess ? '<' : '>',
-                  .percent = static_cast<int>(std::clamp(number, -kMost, kMost))};
-}
-
-constexpr std::size_t kCountAll = ~std::size_t{0};
 
 // The count of matches from which on a test has its other answer.
 std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
@@ -49,7 +31,35 @@ std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
 
 }  // namespace
 
-std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleTiming timing) {
+struct Rules::Test {
+  char comparer;
+  int percent;
+  bool hasNumber;  // else `percent` is 0
+};
+
+// The test that a key stands for, nothing for any other key. Any text may stand between the prefix
+// and the underscore, so that a stanza can have several tests of a kind.
+std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
+  constexpr std::string_view kLessThan = "LESS_THAN";
+  constexpr std::string_view kMoreThan = "MORE_THAN";
+  constexpr std::size_t kMinKey = kMoreThan.size() + 2;
+  static_assert(kLessThan.size() == kMoreThan.size());
+  const bool isLess = key.starts_with(kLessThan);
+  if (key.size() < kMinKey || (!isLess && !key.starts_with(kMoreThan))) return std::nullopt;
+  const auto underscore = key.find('_', kMoreThan.size());
+  if (underscore == std::string::npos) return std::nullopt;
+  // As atoi() reads it, but a number that is too large is as large as can be.
+  const char* const start = key.c_str() + underscore + 1;
+  char* end = nullptr;
+  const long number = std::strtol(start, &end, 10);
+  constexpr long kMax = 1'000'000'000;
+  return Test{.comparer = isLess ? '<' : '>',
+              .percent = static_cast<int>(std::clamp(number, -kMax, kMax)),
+              .hasNumber = end != start};
+}
+
+std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleTiming timing,
+                                                     MatchBudget& budget) {
   Conf& props = store_.getProps();
   for (const auto& stanza : store_.stanzaNames(props, stanzaPrefix(timing))) {
     PropertiesMap rule;
@@ -57,31 +67,62 @@ std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleT
     auto sourcetype = rule.tryGet(key::kSourcetype);
     if (!sourcetype) {
       logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_NO_SOURCETYPE_FOUND__%s", stanza);
-    } else if (passesTests(sample, rule)) {
-      return sourcetype;
+      continue;
     }
+    const bool passes = passesTests(sample, stanza, rule, budget);
+    if (budget.isSpent()) {
+      logWarn(kFlowLog, "The rules cost too much: [%s] and those after it are not tried.", stanza);
+      return std::nullopt;
+    }
+    if (passes) return sourcetype;
   }
   return std::nullopt;
 }
 
-bool Rules::passesTests(const Sample& sample, const PropertiesMap& rule) {
+bool Rules::passesTests(const Sample& sample, const std::string& stanza, const PropertiesMap& rule,
+                        MatchBudget& budget) {
   bool hasTest = false;
   for (const auto& [key, entry] : rule.entries()) {
     const auto test = parseTestKey(key);
     if (!test) continue;
     hasTest = true;
-    if (!MatchRulePattern(sample, entry.value, test->comparer, test->percent)) return false;
+    reportFaults(stanza, key, *test, entry.value);
+    if (!MatchRulePattern(sample, entry.value, test->comparer, test->percent, budget)) return false;
   }
   return hasTest;
 }
 
+// Tells of a test that cannot mean what it says, once a run.
+void Rules::reportFaults(const std::string& stanza, const std::string& key, const Test& test,
+                         const std::string& pattern) {
+  const auto* error = std::get_if<std::string>(&compiled(pattern));
+  if ((error == nullptr && test.hasNumber) || !reported_.emplace(stanza, key).second) return;
+  if (error != nullptr) reportInvalidRegex(kFlowLog, pattern, *error, stanza, key);
+  if (!test.hasNumber) {
+    logWarn(kFlowLog, "The percentage of %s in [%s] has no digits and is taken as 0.", key, stanza);
+  }
+}
+
+const Rules::Compiled& Rules::compiled(const std::string& pattern) {
+  const auto known = compiled_.find(pattern);
+  if (known != compiled_.end()) return known->second;
+  try {
+    return compiled_.emplace(pattern, Regex(pattern)).first->second;
+  } catch (const RegexException& error) {
+    return compiled_.emplace(pattern, error.what()).first->second;
+  }
+}
+
 bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
-                             int percent) {
+                             int percent, MatchBudget& budget) {
   const std::size_t lines = std::min(sample.lineCount(), kMaxRuleLines);
-  // The log shows the whole count; without it, counting ends where the answer is settled.
-  const std::size_t decisive =
-      kFlowLog.isEnabled(LogLevel::Debug) ? kCountAll : decisiveCount(lines, comparer, percent);
-  const std::size_t matches = countMatches(sample, lines, pattern, decisive);
+  std::size_t matches = 0;
+  // Counted for each file, also where the run has compiled it before: what is said of a file does
+  // not depend on the files before it.
+  budget.spend(kCompileCost + kCompileCostPerByte * pattern.size());
+  if (const auto* regex = std::get_if<Regex>(&compiled(pattern))) {
+    matches = countMatches(sample, lines, *regex, decisiveCount(lines, comparer, percent), budget);
+  }
   const int actual = lines == 0 ? 0 : static_cast<int>(matches * 100 / lines);
   const bool passes = comparer == '>' ? actual >= percent : actual <= percent;
   logDebug(kFlowLog, "MatchRulePattern. %s, Pattern: %s, Percent: %d, Comparer: %c, Actual: %d",
@@ -89,25 +130,30 @@ bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, c
   return passes;
 }
 
-std::size_t Rules::countMatches(const Sample& sample, std::size_t lines, const std::string& pattern,
-                                std::size_t decisive) {
-  const auto [compiled, isNew] = compiled_.try_emplace(pattern);
-  if (isNew) {
-    try {
-      compiled->second.emplace(pattern);
-    } catch (const RegexException& error) {
-      logDebug(kFlowLog, "Invalid regex %s -- %s", pattern, error.what());
+std::size_t Rules::countMatches(const Sample& sample, std::size_t lines, const Regex& regex,
+                                std::size_t decisive, MatchBudget& budget) {
+  const bool countsAll = kFlowLog.isEnabled(LogLevel::Debug);  // the log shows the whole count
+  const std::uint64_t allowed = std::min(budget.left(), kMaxTestCost);
+  MatchBudget share(allowed);
+  bool isSettled = false;
+  std::size_t matches = 0;
+  MatchResult groups;  // nobody reads them
+  for (std::size_t i = 0; i < lines; ++i) {
+    if (!isSettled && (matches >= decisive || matches + (lines - i) < decisive)) {
+      isSettled = true;
+      // What is counted for the log alone changes no answer.
+      budget.spend(allowed - share.left());
+      if (!countsAll) return matches;
+    }
+    const auto answer = regex.tryMatch(sample.line(i), groups, share);
+    if (answer == Regex::Answer::Match) ++matches;
+    if (answer == Regex::Answer::TooCostly) {
+      logWarn(kFlowLog, "The expression %s costs too much on line %lu; no more lines are counted.",
+              regex.pattern(), i + 1);
+      break;
     }
   }
-  if (!compiled->second) return 0;
-  std::size_t matches = 0;
-  Patience patience;
-  MatchResult groups;  // nobody reads them
-  for (std::size_t i = 0; i < lines && !patience.isOver(); ++i) {
-    const bool isSettled = matches >= decisive || matches + (lines - i) < decisive;
-    if (isSettled && decisive != kCountAll) break;
-    if (patience.match(*compiled->second, sample.line(i), groups)) ++matches;
-  }
+  if (!isSettled) budget.spend(allowed - share.left());
   return matches;
 }
 

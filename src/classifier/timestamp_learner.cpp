@@ -10,6 +10,7 @@
 #include "classifier/properties.h"
 #include "conf/message_catalog.h"
 #include "util/format.h"
+#include "util/regex.h"
 
 namespace sourcetype {
 namespace {
@@ -53,14 +54,15 @@ double meanOf(const std::vector<std::ptrdiff_t>& offsets) {
 }
 
 // The expression that most lines have, the last in byte order of several; empty when fewer than
-// `needed` lines agree, and when timestamps stand so near the begin that there is no need.
+// `needed` lines agree, and when timestamps stand so near the start that there is no need.
 std::string chooseTimePrefix(const Observations& seen, std::size_t needed) {
   constexpr double kNearBegin = 10.0;  // mean start in bytes
   if (meanOf(seen.starts) <= kNearBegin) return {};
   std::string chosen;
   std::size_t most = needed;
   for (const auto& [expression, lines] : seen.prefixes) {
-    if (lines < most) continue;
+    // A backslash as the last character does not compile.
+    if (lines < most || !compiles(expression)) continue;
     most = lines;
     chosen = expression;
   }

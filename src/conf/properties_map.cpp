@@ -56,6 +56,11 @@ std::optional<std::string> PropertiesMap::tryGet(std::string_view key) const {
   return value;
 }
 
+std::string_view PropertiesMap::stanzaOf(std::string_view key) const {
+  const auto found = entries_.find(key);
+  return found == entries_.end() ? std::string_view() : found->second.stanza;
+}
+
 void PropertiesMap::set(std::string_view key, std::string_view value) {
   const auto found = entries_.lower_bound(key);
   if (found != entries_.end() && found->first == key) {

@@ -29,6 +29,9 @@ class PropertiesMap {
   // The value, nothing when the key is missing or its value empty.
   std::optional<std::string> tryGet(std::string_view key) const;
 
+  // The stanza that the value came from; empty when the key is missing or was set directly.
+  std::string_view stanzaOf(std::string_view key) const;
+
   void set(std::string_view key, std::string_view value);
 
   // Adds a setting of the stanza `stanza` unless the key is there already, whatever its value.

@@ -108,7 +108,7 @@ std::optional<Regex> compilePattern(std::string_view name, PathForm form) {
   try {
     return Regex(*expression);
   } catch (const RegexException& error) {
-    logError(kLog, "Invalid regex %s -- %s", *expression, error.what());
+    reportInvalidRegex(kLog, *expression, error.what(), name, {});
     return std::nullopt;
   }
 }

@@ -27,8 +27,8 @@ std::optional<std::string> expandStanzaPattern(std::string_view stanzaName,
                                                PathForm form = nativePathForm());
 
 // One pattern stanza. Cheap to make: the expression is compiled when a name first gets past the
-// literal text at the ends of the pattern. An expression that does not compile is logged then, at
-// ERROR, and matches nothing. matches() may be called from several threads.
+// literal text at the ends of the pattern. An expression that does not compile is logged then and
+// matches nothing. matches() may be called from several threads.
 class StanzaPattern {
  public:
   // A name that is no pattern gives an object that matches nothing.

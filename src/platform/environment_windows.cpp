@@ -24,20 +24,4 @@ std::uint32_t processId() {
   return GetCurrentProcessId();
 }
 
-std::chrono::nanoseconds coarseTime() {
-  return std::chrono::milliseconds(GetTickCount64());
-}
-
-std::chrono::nanoseconds threadTime() {
-  FILETIME created{};
-  FILETIME exited{};
-  FILETIME kernel{};
-  FILETIME user{};
-  GetThreadTimes(GetCurrentThread(), &created, &exited, &kernel, &user);
-  const auto ticks = [](const FILETIME& time) {
-    return (std::int64_t{time.dwHighDateTime} << 32U) | std::int64_t{time.dwLowDateTime};
-  };
-  return std::chrono::nanoseconds(100 * (ticks(kernel) + ticks(user)));  // ticks of 100 ns
-}
-
 }  // namespace sourcetype

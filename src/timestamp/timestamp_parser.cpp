@@ -23,6 +23,12 @@ using std::chrono::sys_seconds;
 constexpr LogCategory kLog("TimestampParser");
 
 constexpr std::int64_t kDefaultLookahead = 200;  // bytes
+
+// Steps for the searches of TIME_PREFIX and TIME_FORMAT. Useful ones take a few for a byte, so that
+// what the lines add is enough for them, however many lines there are.
+constexpr std::uint64_t kStartingBudget = 200'000'000;
+constexpr std::uint64_t kCostPerLine = 10'000;
+constexpr std::uint64_t kCostPerByte = 64;
 constexpr std::int64_t kDefaultDaysAgo = 36500;
 constexpr std::int64_t kDefaultDaysHence = 7;
 constexpr std::int64_t kDefaultSecondsAgo = std::int64_t{24} * 3600;
@@ -79,24 +85,27 @@ TimestampParser::TimestampParser(const TimestampFormats& formats, const Properti
       lookahead_(lookaheadOf(settings)),
       mostAgo_(limit(settings, "MAX_DIFF_SECS_AGO", kDefaultSecondsAgo, kMostSeconds)),
       mostHence_(limit(settings, "MAX_DIFF_SECS_HENCE", kDefaultSecondsHence, kMostSeconds)),
+      budget_(kStartingBudget),
       timesSeen_(formats.forms().size() + 1) {
-  readPrefix(settings, name);
-  readFormat(settings, name);
+  readPrefix(settings);
+  readFormat(settings);
   readZone(settings, name);
 }
 
-void TimestampParser::readPrefix(const PropertiesMap& settings, std::string_view name) {
-  const auto prefix = settings.tryGet("TIME_PREFIX");
+void TimestampParser::readPrefix(const PropertiesMap& settings) {
+  constexpr const char* kKey = "TIME_PREFIX";
+  const auto prefix = settings.tryGet(kKey);
   if (!prefix) return;
   try {
     prefix_.emplace(*prefix);
   } catch (const RegexException& error) {
-    logWarn(kLog, R"(%s: TIME_PREFIX "%s" is ignored: %s.)", name, *prefix, error.what());
+    reportInvalidRegex(kLog, *prefix, error.what(), settings.stanzaOf(kKey), kKey);
   }
 }
 
-void TimestampParser::readFormat(const PropertiesMap& settings, std::string_view name) {
-  const auto format = settings.tryGet("TIME_FORMAT");
+void TimestampParser::readFormat(const PropertiesMap& settings) {
+  constexpr const char* kKey = "TIME_FORMAT";
+  const auto format = settings.tryGet(kKey);
   if (!format) return;
   try {
     format_.emplace(timeFormatExpression(*format), Regex::kCaseless);
@@ -107,7 +116,7 @@ void TimestampParser::readFormat(const PropertiesMap& settings, std::string_view
     }
     std::ranges::sort(formatGroups_, {}, &FieldGroup::group);
   } catch (const std::runtime_error& error) {
-    logWarn(kLog, R"(%s: TIME_FORMAT "%s" is ignored: it %s.)", name, *format, error.what());
+    reportInvalidRegex(kLog, *format, error.what(), settings.stanzaOf(kKey), kKey);
   }
 }
 
@@ -124,7 +133,7 @@ void TimestampParser::readZone(const PropertiesMap& settings, std::string_view n
 std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
   Search search{.line = line, .begin = 0, .end = 0};
   if (prefix_) {
-    if (!prefixPatience_.match(*prefix_, line, match_)) return std::nullopt;
+    if (!match(*prefix_, line)) return std::nullopt;
     search.begin = match_.end(0);
   }
   search.end = search.begin + std::min(lookahead_, line.size() - search.begin);
@@ -134,9 +143,21 @@ std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
   return format_ ? parseFormat(search) : findStamp(search);
 }
 
+// A match of an expression from configuration, in match_.
+bool TimestampParser::match(const Regex& regex, std::string_view text) {
+  if (budget_.isSpent()) return false;
+  budget_.add(kCostPerLine + kCostPerByte * text.size());
+  const bool found = regex.tryMatch(text, match_, budget_) == Regex::Answer::Match;
+  if (budget_.isSpent()) {
+    logWarn(kLog, "The expression %s costs too much; it is not tried on more lines.",
+            regex.pattern());
+  }
+  return found;
+}
+
 std::optional<Timestamp> TimestampParser::parseFormat(const Search& search) {
   const auto window = search.from(search.begin);
-  if (!formatPatience_.match(*format_, window, match_)) return std::nullopt;
+  if (!match(*format_, window)) return std::nullopt;
   const auto end =
       readFields(match_, window, formatGroups_, formats_.names(), formats_.zones(), fields_);
   if (!end || *end == match_.start(0)) return std::nullopt;  // blanks alone fit everywhere

@@ -14,25 +14,23 @@
 #include "timestamp/date_reader.h"
 #include "timestamp/timestamp.h"
 #include "timestamp/timestamp_formats.h"
-#include "util/patience.h"
+#include "util/match_budget.h"
 #include "util/regex.h"
 
 namespace sourcetype {
 
 // Built for one file or call; remembers what the lines before said. Of the settings it knows
-//   TIME_PREFIX                 an expression; the search starts behind its first match, and
-//   without
-//                               a match there is no timestamp
-//   TIME_FORMAT                 the only format to look for (timestamp/time_format.h)
-//   MAX_TIMESTAMP_LOOKAHEAD     bytes that are searched, 200 when unset; negative, or more than
-//                               kMaxLookahead, is kMaxLookahead
-//   TZ                          where stamps without a zone come from: an offset or a name; UTC
-//   when
-//                               unset
-//   MAX_DAYS_AGO, MAX_DAYS_HENCE             a stamp further from the reference is none
-//   MAX_DIFF_SECS_AGO, MAX_DIFF_SECS_HENCE   a stamp further from the one before is none, unless it
-//                               has the form that was seen most often
-// A TIME_PREFIX, TIME_FORMAT or TZ that cannot be used is logged once, with `name`, and ignored.
+//   TIME_PREFIX              an expression: the search starts after its first match, and a line
+//                            without a match has no timestamp
+//   TIME_FORMAT              the only format to look for (timestamp/time_format.h)
+//   MAX_TIMESTAMP_LOOKAHEAD  bytes that are searched, 200 when unset; a negative number and one
+//                            above kMaxLookahead mean kMaxLookahead
+//   TZ                       where stamps without a zone come from, an offset or a name; default
+//   UTC MAX_DAYS_AGO, MAX_DAYS_HENCE            a stamp further from the reference is none
+//   MAX_DIFF_SECS_AGO, MAX_DIFF_SECS_HENCE  a stamp further from the one before is none, unless it
+//                                           has the form that was seen most often
+// A TIME_PREFIX, TIME_FORMAT or TZ that cannot be used is logged once and ignored. One that costs
+// too much on a line finds nothing there.
 //
 // Of several stamps in a line the choice is: date and time together, the first that stands by
 // itself; a time with a date that stands apart; a whole Unix time; a date; a time; at last, date
@@ -84,6 +82,7 @@ class TimestampParser {
     std::vector<Part> times;
   };
 
+  bool match(const Regex& regex, std::string_view text);
   std::optional<Timestamp> parseFormat(const Search& search);
   std::optional<Timestamp> findStamp(const Search& search);
   std::optional<Timestamp> findApart(const Search& search);
@@ -105,8 +104,8 @@ class TimestampParser {
   bool isPlausible(FormIndex form, std::chrono::sys_seconds time);
   void countForm(FormIndex form);
 
-  void readPrefix(const PropertiesMap& settings, std::string_view name);
-  void readFormat(const PropertiesMap& settings, std::string_view name);
+  void readPrefix(const PropertiesMap& settings);
+  void readFormat(const PropertiesMap& settings);
   void readZone(const PropertiesMap& settings, std::string_view name);
 
   const TimestampFormats& formats_;
@@ -118,8 +117,7 @@ class TimestampParser {
   std::chrono::seconds mostHence_;  // likewise
   std::optional<Regex> prefix_;
   std::optional<Regex> format_;
-  Patience prefixPatience_;
-  Patience formatPatience_;
+  MatchBudget budget_;  // of both
   std::vector<FieldGroup> formatGroups_;
 
   // What the lines before said.

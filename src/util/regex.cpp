@@ -1,28 +1,26 @@
-// Every match of the interpreter runs under limits, so that no pattern and no line holds the
-// program up (machine code does not count what repeats of a single character do: see Regex::Study):
-// - PCRE2 counts steps anew for each position it tries a match from; n positions of n steps each
-//   are minutes in a line of a megabyte. So a search first gives every position a small share of
-//   one budget. When a position wants more, the search goes on from the beginning in windows of
-//   fewer positions with a larger share each, and gives up after kMaxRuns runs or kMostTime: its
-//   cost is linear in the subject, while one position alone may still take a whole budget.
+// How a search is bounded:
+// - An expression from configuration is interpreted, and its searches are metered: each draws on a
+//   limit of its own and on the caller's budget (see search_meter.h). A search that reaches either
+//   is no match. The subject is never cut.
+// - Metering costs about half as much again. An expression that can only match at the start of a
+//   short line is tried without it first, with so few steps that it cannot cost much; most lines
+//   fail or match within them.
+// - An expression of the program's own may be compiled to machine code, which counts little.
 // - The interpreter's backtracking frames and the stack of machine code are bounded in bytes, and
 //   so is the length of a pattern.
-// A pattern can lower these limits by its own leading items such as (*LIMIT_MATCH=), never raise
-// them.
 #include "util/regex.h"
 
-#define PCRE2_CODE_UNIT_WIDTH 8
-#include <pcre2.h>
-
 #include <algorithm>
+#include <array>
 #include <atomic>
-#include <chrono>
+#include <limits>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <utility>
 
-#include "platform/environment.h"
 #include "util/logging.h"
+#include "util/search_meter.h"
 
 namespace sourcetype {
 namespace {
@@ -32,11 +30,6 @@ constexpr LogCategory kLog("Regex");
 // \C could cut a character; the offset limit is what bounds a window.
 constexpr std::uint32_t kAlwaysOn =
     PCRE2_UTF | PCRE2_MATCH_INVALID_UTF | PCRE2_NEVER_BACKSLASH_C | PCRE2_USE_OFFSET_LIMIT;
-
-// Bytes of a subject that are searched. No limit counts the characters that "\w+" runs over, and a
-// search runs over them again from every position: 50 ms in a word of this length, minutes in one
-// of a megabyte.
-constexpr std::size_t kMaxSearchedBytes = std::size_t{16} * 1024;
 
 // Bytes of a pattern. What the library can hold at most is about as long when compiled.
 constexpr std::size_t kMaxPatternBytes = std::size_t{64} * 1024;
@@ -49,6 +42,10 @@ constexpr std::uint32_t kMaxGroups = 341;
 
 // KiB of backtracking frames in the interpreter: some 10^5 repetitions of a group.
 constexpr std::uint32_t kHeapLimitKib = 32 * 1024;
+
+// Steps back that the library may take from one start position. The interpreter's searches reach
+// their own limit first; machine code has no other.
+constexpr std::uint32_t kMatchLimit = 1'000'000;
 
 // Bytes of stack for machine code: address space, of which pages come in as they are touched.
 constexpr std::size_t kJitStackStart = std::size_t{32} * 1024;
@@ -71,8 +68,8 @@ PcrePtr<T> owned(T* made) {
   return PcrePtr<T>(made);
 }
 
-// The library takes its memory from where everybody does, so that a lack of it ends the run in the
-// same way instead of making a faulty expression of a good one.
+// Allocates through operator new, so that running out of memory ends the run in the usual way and a
+// good expression is not taken for a faulty one.
 pcre2_general_context* memoryContext() {
   static pcre2_general_context* const kContext = pcre2_general_context_create(
       [](PCRE2_SIZE size, void*) { return ::operator new(size, std::nothrow); },
@@ -120,7 +117,7 @@ bool isAscii(std::string_view text) {
 }
 
 // Where the library has no machine code for this processor or pattern, the interpreter matches.
-void study(pcre2_code& code) {
+void compileToMachineCode(pcre2_code& code) {
   pcre2_jit_compile(&code, PCRE2_JIT_COMPLETE);
 }
 
@@ -133,6 +130,7 @@ struct Workspace {
 
   Workspace() {
     pcre2_set_heap_limit(context.get(), kHeapLimitKib);
+    pcre2_set_match_limit(context.get(), kMatchLimit);
     pcre2_jit_stack_assign(context.get(), nullptr, jitStack.get());
   }
 
@@ -189,98 +187,43 @@ class UsedWorkspace {
   std::unique_ptr<Workspace> space_;
 };
 
-// Steps of one run, all positions of its window together. A step takes some 10 ns in the
-// interpreter.
-std::size_t stepBudget(std::size_t subjectSize) {
-  constexpr std::size_t kLeast = 250'000;
-  constexpr std::size_t kPerByte = 32;  // in a long line, too, a position may try a few ways
-  constexpr std::size_t kMost = 1'000'000'000;  // fits the library's counter
-  return std::clamp(kPerByte * subjectSize, kLeast, kMost);
+// Steps that one search may take: some 5 ms, and 0.1 us a byte. A search that needs more runs over
+// the same text again and again, as "\\w+[!?]" does from each of ten thousand letters in a row.
+constexpr std::uint64_t kMaxSearchCost = 4'000'000;
+constexpr std::uint64_t kMaxSearchCostPerByte = 64;
+
+// Steps for starting the matcher, and the bytes that it checks and skips in one step.
+constexpr std::uint64_t kStartCost = 64;
+constexpr std::size_t kSkippedBytesPerStep = 8;
+
+// A light search: the steps back that it may take and the length of its subject. Between two steps
+// back the matcher runs over the subject once at most.
+constexpr std::uint32_t kLightMatchLimit = 64;
+constexpr std::size_t kMaxLightSubject = 512;
+
+// What it is charged: an eighth of the most that it can cost. Most take much less.
+constexpr std::uint64_t lightCost(std::size_t subjectSize) {
+  return kStartCost + kLightMatchLimit * subjectSize / 8;
 }
 
-// Found by trial: with these, a line of which every position costs a thousandth of a budget is
-// still searched to its end, and one hopeless position ends the search after a handful of runs.
-constexpr int kMaxRuns = 64;
-
-// For those runs together. They take a fifth of it unless each step runs over many characters, as
-// "(?=\w*+)" does, which nothing counts.
-constexpr std::chrono::milliseconds kMostTime{500};
-
-constexpr std::size_t kShrink = 4;  // a window in which a position wanted more
-constexpr std::size_t kGrow = 2;    // the window after one that was searched through
-
-// Positions a match may begin at: `first` to `last`, both included.
-struct Window {
-  std::size_t first;
-  std::size_t last;
-
-  std::size_t positions() const { return last - first + 1; }
-};
-
-// One run of the library; its answer. The groups of a match are in `space`.
-int runOnce(Workspace& space, const pcre2_code& code, std::string_view subject, Window window,
-            std::uint32_t options, std::size_t stepsPerPosition) {
-  pcre2_set_match_limit(space.context.get(), static_cast<std::uint32_t>(stepsPerPosition));
-  pcre2_set_offset_limit(space.context.get(), window.last);
+// One search; the library's answer. Its groups are in `space`.
+int execute(Workspace& space, const pcre2_code& code, std::string_view subject,
+            std::uint32_t options, std::size_t lastStart) {
+  pcre2_set_offset_limit(space.context.get(), lastStart);
   const auto run = [&](std::uint32_t more) {
-    return pcre2_match(&code, bytes(subject), subject.size(), window.first, options | more,
-                       space.data.get(), space.context.get());
+    return pcre2_match(&code, bytes(subject), subject.size(), 0, options | more, space.data.get(),
+                       space.context.get());
   };
   const int answer = run(0);
   // The interpreter's frames have more room.
   return answer == PCRE2_ERROR_JIT_STACKLIMIT ? run(PCRE2_NO_JIT) : answer;
 }
 
-// Tries a match at offset 0 alone, by machine code, which needs no limits for that: its stack is
-// bounded and what it does not count is bounded by the subject.
+// The same for a match at offset 0 alone, by machine code: without the checks of arguments.
 int executeMachineCodeAtStart(Workspace& space, const pcre2_code& code, std::string_view subject) {
-  pcre2_set_match_limit(space.context.get(),
-                        static_cast<std::uint32_t>(stepBudget(subject.size())));
   pcre2_set_offset_limit(space.context.get(), 0);
   return pcre2_jit_match(&code, bytes(subject), subject.size(), 0, 0, space.data.get(),
                          space.context.get());
-}
-
-// Tries a match at offset 0 alone.
-int executeAtStart(Workspace& space, const pcre2_code& code, std::string_view subject,
-                   std::uint32_t options = 0) {
-  return runOnce(space, code, subject, {.first = 0, .last = 0}, options,
-                 stepBudget(subject.size()));
-}
-
-// The last byte of the character that `offset` stands in: a window must not end within one.
-std::size_t endOfCharacter(std::string_view subject, std::size_t offset) {
-  const auto isContinuation = [&](std::size_t at) {
-    return at < subject.size() && (static_cast<unsigned char>(subject[at]) & 0xC0U) == 0x80U;
-  };
-  while (isContinuation(offset + 1)) ++offset;
-  return offset;
-}
-
-// Tries every position in turn, within the limits told at the top.
-int executeSearch(Workspace& space, const pcre2_code& code, std::string_view subject,
-                  std::uint32_t options) {
-  const std::size_t budget = stepBudget(subject.size());
-  Window window{.first = 0, .last = subject.size()};
-  std::chrono::nanoseconds begin{0};  // of the second run
-  for (int runs = 0; runs < kMaxRuns; ++runs) {
-    if (runs == 1) begin = threadTime();
-    if (runs > 1 && threadTime() - begin > kMostTime) break;
-    const int answer = runOnce(space, code, subject, window, options,
-                               std::max<std::size_t>(budget / window.positions(), 1));
-    std::size_t next = 0;  // positions
-    if (answer == PCRE2_ERROR_MATCHLIMIT && window.positions() > 1) {
-      next = window.positions() / kShrink;
-    } else if (answer == PCRE2_ERROR_NOMATCH && window.last < subject.size()) {
-      next = window.positions() * kGrow;
-      window.first = window.last + 1;
-    } else {
-      return answer;
-    }
-    const std::size_t last = window.first + std::max<std::size_t>(next, 1) - 1;
-    window.last = std::min(endOfCharacter(subject, last), subject.size());
-  }
-  return PCRE2_ERROR_MATCHLIMIT;
 }
 
 enum class Outcome { None, TooCostly, Complete, Partial };
@@ -304,66 +247,132 @@ Extent lastMatch(const Workspace& space) {
   return {.start = space.offsets()[0], .end = space.offsets()[1]};
 }
 
+// Only the limit of each search counts.
+constexpr MatchBudget kUnlimited(std::numeric_limits<std::uint64_t>::max());
+
 }  // namespace
+
+void reportInvalidRegex(const LogCategory& category, std::string_view pattern,
+                        std::string_view error, std::string_view stanza, std::string_view key) {
+  logWarn(category, "Invalid regex %s -- %s (in [%s]%s%s)", pattern, error, stanza,
+          key.empty() ? "" : " ", key);
+}
 
 const std::uint32_t Regex::kCaseless = PCRE2_CASELESS;
 
 struct Regex::Program {
-  Program(std::string_view pattern, std::uint32_t compileOptions, Study studyChoice)
-      : source(pattern), options(compileOptions), wantsStudy(studyChoice == Study::Yes) {
+  Program(std::string_view pattern, std::uint32_t compileOptions, Study study)
+      : source(pattern), options(compileOptions | kAlwaysOn), isMetered(study == Study::No) {
     CompileError error;
-    main = compile(source, options | kAlwaysOn, error);
+    main = compile(source, options, error);
     if (!main) throw RegexException("Regex: " + error.text());
-    if (wantsStudy) study(*main);
+    if (!isMetered) compileToMachineCode(*main);
     readInfo();
   }
 
-  // The source between "(?:" and ")\z", anchored; null when that does not compile, as behind a
-  // comment without end. Made when first asked for: most expressions are only searched with.
-  const pcre2_code* whole() const {
-    std::call_once(wholeMade, [this] {
-      CompileError ignored;
-      wholeCode = compile("(?:" + source + ")\\z", options | kAlwaysOn | PCRE2_ANCHORED, ignored);
-      if (wholeCode && wantsStudy) study(*wholeCode);
+  // The source in another form, compiled when first asked for; null when it does not compile so.
+  struct Form {
+    CodePtr code;
+    ItemCosts costs;
+    std::once_flag made;
+  };
+
+  // Options of forms beside `options`. Subjects of ASCII alone need not be looked at for invalid
+  // sequences: that takes longer than to see that a line does not begin like the expression.
+  enum class Metering { No, Yes };
+  enum class Subject { Any, Ascii };
+
+  const Form& form(Metering metering, Subject subject) const {
+    const bool isAsciiForm = subject == Subject::Ascii;
+    const bool isMeteredForm = metering == Metering::Yes;
+    Form& wanted = forms[(isAsciiForm ? 2U : 0U) + (isMeteredForm ? 1U : 0U)];
+    std::call_once(wanted.made, [&] {
+      std::uint32_t formOptions = options;
+      if (isAsciiForm) formOptions &= ~PCRE2_MATCH_INVALID_UTF;
+      make(wanted, source, formOptions, metering);
     });
-    return wholeCode.get();
+    return wanted;
   }
 
-  // For subjects of ASCII alone, which need not be looked at for invalid sequences: in the
-  // interpreter that takes longer than to see that a line does not begin like the expression.
-  const pcre2_code* ascii() const {
-    std::call_once(asciiMade, [this] {
-      CompileError ignored;
-      asciiCode = compile(source, (options | kAlwaysOn) & ~PCRE2_MATCH_INVALID_UTF, ignored);
+  // The source between "(?:" and ")\z", anchored; null when that does not compile, as after a
+  // comment without an end.
+  const Form& whole() const {
+    std::call_once(wholeForm.made, [this] {
+      make(wholeForm, std::string(kWholePrefix) + source + ")\\z", options | PCRE2_ANCHORED,
+           isMetered ? Metering::Yes : Metering::No);
+      if (wholeForm.code && !isMetered) compileToMachineCode(*wholeForm.code);
     });
-    return asciiCode ? asciiCode.get() : main.get();
+    return wholeForm;
   }
 
-  // The library's answer for the first match.
-  int search(Workspace& space, std::string_view subject, std::uint32_t runOptions) const {
-    const auto searched = subject.substr(0, kMaxSearchedBytes);
-    if (anchored && hasMachineCode && runOptions == 0) {
-      // The interpreter's frames have more room.
-      const int answer = executeMachineCodeAtStart(space, *main, searched);
-      if (answer != PCRE2_ERROR_JIT_STACKLIMIT) return answer;
+  static void make(Form& form, std::string_view text, std::uint32_t formOptions,
+                   Metering metering) {
+    CompileError ignored;
+    const bool isMeteredForm = metering == Metering::Yes;
+    form.code = compile(text, formOptions | (isMeteredForm ? PCRE2_AUTO_CALLOUT : 0), ignored);
+    if (form.code && isMeteredForm) form.costs = ItemCosts(*form.code, text);
+  }
+
+  // The library's answer for the first match that begins at one of the bytes up to `lastStart`.
+  int search(Workspace& space, std::string_view subject, std::uint32_t runOptions,
+             std::size_t lastStart, MatchBudget& budget) const {
+    if (!isMetered) {
+      // Where machine code has no room, the interpreter's frames may have.
+      if (anchored && hasMachineCode && runOptions == 0) {
+        const int answer = executeMachineCodeAtStart(space, *main, subject);
+        if (answer != PCRE2_ERROR_JIT_STACKLIMIT) return answer;
+      }
+      return execute(space, *main, subject, runOptions, lastStart);
     }
-    const bool isPlain = !hasMachineCode && isAscii(searched);
-    const pcre2_code& code = *(isPlain ? ascii() : main.get());
-    if (isPlain) runOptions |= PCRE2_NO_UTF_CHECK;
-    return anchored ? executeAtStart(space, code, searched, runOptions)
-                    : executeSearch(space, code, searched, runOptions);
+    const Subject kind = isAscii(subject) ? Subject::Ascii : Subject::Any;
+    if (kind == Subject::Ascii) runOptions |= PCRE2_NO_UTF_CHECK;
+    if (anchored && kind == Subject::Ascii && subject.size() <= kMaxLightSubject) {
+      if (const auto answer = searchLightly(space, subject, runOptions, budget)) return *answer;
+    }
+    return searchMetered(space, form(Metering::Yes, kind), subject, runOptions, lastStart, budget);
   }
 
-  Outcome match(Workspace& space, std::string_view subject, Mode mode) const {
+  // Nothing when the search needs more than its few steps.
+  std::optional<int> searchLightly(Workspace& space, std::string_view subject,
+                                   std::uint32_t runOptions, MatchBudget& budget) const {
+    const Form& plain = form(Metering::No, Subject::Ascii);
+    if (!plain.code) return std::nullopt;
+    budget.spend(lightCost(subject.size()));
+    pcre2_set_match_limit(space.context.get(), kLightMatchLimit);
+    const int answer = execute(space, *plain.code, subject, runOptions, 0);
+    pcre2_set_match_limit(space.context.get(), kMatchLimit);
+    if (answer == PCRE2_ERROR_MATCHLIMIT) return std::nullopt;
+    return answer;
+  }
+
+  static int searchMetered(Workspace& space, const Form& metered, std::string_view subject,
+                           std::uint32_t runOptions, std::size_t lastStart, MatchBudget& budget) {
+    if (!metered.code || budget.isSpent()) return PCRE2_ERROR_MATCHLIMIT;
+    const std::uint64_t limit = kMaxSearchCost + kMaxSearchCostPerByte * subject.size();
+    SearchMeter meter(metered.costs, std::min(limit, budget.left()));
+    meter.add(kStartCost + subject.size() / kSkippedBytesPerStep);
+    meter.attach(*space.context);
+    const int answer = execute(space, *metered.code, subject, runOptions, lastStart);
+    budget.spend(meter.spent());
+    return answer;
+  }
+
+  Outcome match(Workspace& space, std::string_view subject, Mode mode, MatchBudget& budget) const {
     if (mode != Mode::Whole) {
       // Soft: a complete match goes before a partial one, and has its groups.
-      return outcomeOf(search(space, subject, mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0));
+      const std::uint32_t partial = mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0;
+      return outcomeOf(search(space, subject, partial, kAnywhere, budget));
     }
-    const pcre2_code* variant = whole();
-    const Outcome outcome = outcomeOf(variant != nullptr ? executeAtStart(space, *variant, subject)
-                                                         : search(space, subject, 0));
+    const Outcome outcome = outcomeOf(matchWhole(space, subject, budget));
     const bool isPart = outcome == Outcome::Complete && !lastMatch(space).spans(subject);
     return isPart ? Outcome::None : outcome;
+  }
+
+  int matchWhole(Workspace& space, std::string_view subject, MatchBudget& budget) const {
+    const Form& variant = whole();
+    if (!variant.code) return search(space, subject, 0, kAnywhere, budget);
+    return isMetered ? searchMetered(space, variant, subject, 0, 0, budget)
+                     : execute(space, *variant.code, subject, 0, 0);
   }
 
   void readInfo() {
@@ -398,18 +407,19 @@ struct Regex::Program {
     }
   }
 
+  static constexpr std::size_t kAnywhere = PCRE2_UNSET;
+  static constexpr std::string_view kWholePrefix = "(?:";
+
   std::string source;
   std::uint32_t options;
-  bool wantsStudy;
+  bool isMetered;
   CodePtr main;
   std::size_t groups = 0;  // group 0 included
   bool anchored = false;
   bool hasMachineCode = false;
   std::map<std::string, std::size_t, std::less<>> names;
-  mutable std::once_flag wholeMade;
-  mutable CodePtr wholeCode;
-  mutable std::once_flag asciiMade;
-  mutable CodePtr asciiCode;
+  mutable std::array<Form, 4> forms;
+  mutable Form wholeForm;
 };
 
 Regex::Regex(std::string_view pattern, std::uint32_t options, Study study)
@@ -420,17 +430,20 @@ Regex::~Regex() = default;
 
 bool Regex::match(std::string_view subject, Mode mode) const {
   const UsedWorkspace space;
-  const Outcome outcome = program_->match(*space, subject, mode);
+  MatchBudget unlimited = kUnlimited;
+  const Outcome outcome = program_->match(*space, subject, mode, unlimited);
   return outcome == Outcome::Complete || outcome == Outcome::Partial;
 }
 
 bool Regex::match(std::string_view subject, MatchResult& result, Mode mode) const {
-  return tryMatch(subject, result, mode) == Answer::Match;
+  MatchBudget unlimited = kUnlimited;
+  return tryMatch(subject, result, unlimited, mode) == Answer::Match;
 }
 
-Regex::Answer Regex::tryMatch(std::string_view subject, MatchResult& result, Mode mode) const {
+Regex::Answer Regex::tryMatch(std::string_view subject, MatchResult& result, MatchBudget& budget,
+                              Mode mode) const {
   const UsedWorkspace space;
-  const Outcome outcome = program_->match(*space, subject, mode);
+  const Outcome outcome = program_->match(*space, subject, mode, budget);
   result.offsets_.clear();
   if (outcome == Outcome::None) return Answer::NoMatch;
   if (outcome == Outcome::TooCostly) return Answer::TooCostly;
@@ -451,8 +464,9 @@ bool Regex::consume(std::string_view& subject, MatchResult& result, Mode mode) c
 
 std::optional<std::size_t> Regex::find(std::string_view subject, FindOptions options) const {
   const UsedWorkspace space;
-  const int answer = options.anchoredAtStart ? executeAtStart(*space, *program_->main, subject)
-                                             : program_->search(*space, subject, 0);
+  MatchBudget unlimited = kUnlimited;
+  const std::size_t lastStart = options.anchoredAtStart ? 0 : Program::kAnywhere;
+  const int answer = program_->search(*space, subject, 0, lastStart, unlimited);
   if (answer < 0) return std::nullopt;
   const Extent found = lastMatch(*space);
   if (options.requireWhole && found.end - found.start != subject.size()) return std::nullopt;
@@ -479,6 +493,11 @@ bool Regex::isAnchored() const {
 
 const std::string& Regex::pattern() const {
   return program_->source;
+}
+
+bool compiles(std::string_view pattern) {
+  CompileError ignored;
+  return compile(pattern, kAlwaysOn, ignored) != nullptr;
 }
 
 }  // namespace sourcetype

@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "util/match_budget.h"
+
 namespace sourcetype {
 
 // A pattern that does not compile. The text is "Regex: " and the library's reason.
@@ -20,6 +22,13 @@ class RegexException : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+class LogCategory;
+
+// Tells at WARN that an expression from configuration does not compile. `error`: the text of its
+// RegexException; `stanza` and `key`: where it stands, the key empty for the name of a stanza.
+void reportInvalidRegex(const LogCategory& category, std::string_view pattern,
+                        std::string_view error, std::string_view stanza, std::string_view key);
 
 // Where the groups of one match stand in its subject: group 0 is the whole match.
 class MatchResult {
@@ -48,13 +57,18 @@ class MatchResult {
 
 // A compiled expression. Immutable: one object may be matched from several threads. Subjects may be
 // any bytes; an invalid UTF-8 sequence matches nothing. Every Unicode newline ends a line for "^",
-// "$" and ".", and "\R" matches each. A match that would cost too much (see the limits in
-// regex.cpp) counts as no match, and of a subject longer than 16 KiB only so much is searched, as
-// if it ended there. Moving moves a pointer; an object that was moved from can only be assigned to.
+// "$" and ".", and "\R" matches each. Moving moves a pointer; an object that was moved from can
+// only be assigned to.
+//
+//   const Regex regex(pattern);                      // throws RegexException
+//   if (MatchResult found; regex.match(line, found)) use(found.text(1, line));
+//
+// A search that costs more than its limit (4 million steps and 64 a byte, see MatchBudget) is no
+// match. The steps do not depend on the machine, and the subject is always searched as a whole.
 class Regex {
  public:
-  // Whether to compile to machine code, some three times as fast. It keeps no count of the steps
-  // that repeats such as ".*.*.*x" take, so this is for expressions of the program's own.
+  // Whether to compile to machine code, some three times as fast. Machine code is not metered, so
+  // this is for expressions of the program's own alone.
   enum class Study { No, Yes };
   enum class Mode { Search = 0, Whole = 1, Partial = 2 };
 
@@ -73,15 +87,15 @@ class Regex {
 
   // Search finds a match anywhere. Whole demands that the expression spans the subject, trying
   // every alternative. Partial also takes a subject that ends inside a possible match, when there
-  // is no complete one: then only group 0 is there, from the begin of that match to the subject's
+  // is no complete one: then only group 0 is there, from the start of that match to the subject's
   // end.
   bool match(std::string_view subject, Mode mode = Mode::Search) const;
   bool match(std::string_view subject, MatchResult& result, Mode mode = Mode::Search) const;
 
-  // The same, and tells a subject without a match from one that was given up for its cost, which
-  // may have taken some 0.1 s.
+  // The same at the cost of `budget`. TooCostly: the search reached its limit or the budget's end.
   enum class Answer { NoMatch, Match, TooCostly };
-  Answer tryMatch(std::string_view subject, MatchResult& result, Mode mode = Mode::Search) const;
+  Answer tryMatch(std::string_view subject, MatchResult& result, MatchBudget& budget,
+                  Mode mode = Mode::Search) const;
 
   // The same as match(), and moves `subject` past the end of the match.
   bool consume(std::string_view& subject, MatchResult& result, Mode mode = Mode::Search) const;
@@ -109,5 +123,8 @@ class Regex {
   struct Program;
   std::unique_ptr<const Program> program_;
 };
+
+// Whether Regex(pattern) does not throw.
+bool compiles(std::string_view pattern);
 
 }  // namespace sourcetype

@@ -16,8 +16,9 @@ std::string found(const std::string& props, const std::string& text,
   const TempTree tree;
   tree.write("system/local/props.conf", props);
   ConfStore store(tree.root());
+  MatchBudget budget(kMaxRuleCost);
   return Rules(store)
-      .findRuleSourcetype(readSampleText(text, {}, "text"), timing)
+      .findRuleSourcetype(readSampleText(text, {}, "text"), timing, budget)
       .value_or("(none)");
 }
 
@@ -70,6 +71,25 @@ TEST(Rules, LookAtTheFirstThousandLinesAlone) {
   EXPECT_EQ(found("[rule::r]\nsourcetype=t\nMORE_THAN_100=hit\n", text), "t");
 }
 
+TEST(Rules, StopCountingAtALineThatCostsTooMuch) {
+  const auto text = repeated("a!\n", 6) + repeated("a", 9990) + "\n" + repeated("a!\n", 3);
+  const std::string rule = "[rule::r]\nsourcetype=t\n";
+  EXPECT_EQ(found(rule + "MORE_THAN_60 = \\w+[!?]\n", text), "t");
+  EXPECT_EQ(found(rule + "MORE_THAN_61 = \\w+[!?]\n", text), "(none)");
+  EXPECT_EQ(found(rule + "LESS_THAN_60 = \\w+[!?]\n", text), "t");
+}
+
+TEST(Rules, AreNotTriedAnyMoreWhenTheirBudgetIsSpent) {
+  const TempTree tree;
+  tree.write("system/local/props.conf",
+             "[rule::1]\nsourcetype=a\nMORE_THAN_1=x\n[rule::2]\nsourcetype=b\nLESS_THAN_0=!\n");
+  ConfStore store(tree.root());
+  MatchBudget budget(10'300);  // for compiling the first
+  EXPECT_EQ(Rules(store).findRuleSourcetype(readSampleText(repeated("y\n", 1000), {}, "text"),
+                                            RuleTiming::BeforeModels, budget),
+            std::nullopt);
+}
+
 TEST(Rules, FindNothingInAnEmptySample) {
   EXPECT_EQ(found("[rule::r]\nsourcetype=t\nMORE_THAN_1=^\n", ""), "(none)");
   EXPECT_EQ(found("[rule::r]\nsourcetype=t\nLESS_THAN_0=^\nMORE_THAN_0=^\n", ""), "t");
@@ -81,6 +101,27 @@ TEST(Rules, AreTriedInTheOrderOfTheirNames) {
       "[rule::Never]\nsourcetype=N\nMORE_THAN_1=y\n[delayedrule::a]\nsourcetype=D\nMORE_THAN_1=x\n";
   EXPECT_EQ(found(props, "x\n"), "A");
   EXPECT_EQ(found(props, "x\n", RuleTiming::AfterModels), "D");
+}
+
+TEST(Rules, WithFaultsAreReportedOnce) {
+  const TempTree tree;
+  tree.write("system/local/props.conf",
+             "[rule::a]\nsourcetype=a\nMORE_THAN_5 = status (installed\n"
+             "[rule::b]\nsourcetype=b\nMORE_THAN_a_80 = ^x\n");
+  ConfStore store(tree.root());
+  Rules rules(store);
+  ::testing::internal::CaptureStderr();
+  for (int i = 0; i < 2; ++i) {
+    MatchBudget budget(kMaxRuleCost);
+    rules.findRuleSourcetype(readSampleText("x\n", {}, "text"), RuleTiming::BeforeModels, budget);
+  }
+  const auto log = ::testing::internal::GetCapturedStderr();
+  const std::string invalid =
+      "Invalid regex status (installed -- Regex: missing closing parenthesis (in [rule::a] "
+      "MORE_THAN_5)";
+  EXPECT_NE(log.find(invalid), std::string::npos) << log;
+  EXPECT_EQ(log.find(invalid), log.rfind(invalid)) << log;
+  EXPECT_NE(log.find("MORE_THAN_a_80 in [rule::b] has no digits"), std::string::npos) << log;
 }
 
 TEST(Rules, WithoutASourcetypeAreReportedAndSkipped) {

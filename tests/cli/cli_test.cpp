@@ -312,13 +312,12 @@ TEST(NewSourcetype, OfLongEventsGetsTheExpressionTheyBeginWith) {
   EXPECT_TRUE(holds(server.read("etc/system/local/props.conf"), "\nBREAK_ONLY_BEFORE = ^<"));
 }
 
-TEST(NewSourcetype, GoesWithoutAnExpressionThatDoesNotCompile) {
+TEST(NewSourcetype, GetsNoExpressionThatDoesNotCompile) {
   const Installation server;
-  server.write("orders.log", repeated(std::string(29, '#') + "\xC3\xA9\n  item\n", 500));
-  const auto run = server.run({"orders.log"});
-  EXPECT_EQ(printed(run, "sourcetype"), "orders");
-  EXPECT_EQ(printed(run, "BREAK_ONLY_BEFORE"), "(absent)");
-  EXPECT_TRUE(holds(run.err, "An error ended the search")) << run.err;
+  server.write("users.log", repeated("SRV-123456789\\web user0 2026-01-02 03:04:05 a\n", 150));
+  const auto run = server.run({"users.log"});
+  EXPECT_EQ(printed(run, "TIME_PREFIX"), "(absent)");
+  EXPECT_NE(printed(run, "MAX_TIMESTAMP_LOOKAHEAD"), "(absent)");
 }
 
 // Rows under a header; the numbers are other ones for each `seed`.
@@ -518,6 +517,19 @@ TEST(BrokenConfiguration, IsReportedAndSkipped) {
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(printed(run, "k"), "v");
   EXPECT_TRUE(holds(run.err, "line 1: Stanza header is missing terminator: [unclosed")) << run.err;
+}
+
+TEST(BrokenConfiguration, OfExpressionsIsReported) {
+  const Installation server;
+  server.write("etc/system/local/props.conf",
+               "[source::...orders(*]\nk = v\n[mine]\nBREAK_ONLY_BEFORE = *\nTIME_PREFIX = [\n"
+               "TIME_FORMAT = %H:%!\n");
+  server.write("orders.log", repeated(kLine, 150));
+  const auto run = server.run({"--test", "--file=orders.log", "--given_type=mine"});
+  for (const auto* where : {"(in [source::...orders(*])", "(in [mine] BREAK_ONLY_BEFORE)",
+                            "(in [mine] TIME_PREFIX)", "(in [mine] TIME_FORMAT)"}) {
+    EXPECT_TRUE(holds(run.err, where)) << where << '\n' << run.err;
+  }
 }
 
 }  // namespace

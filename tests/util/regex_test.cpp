@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "support/temp_tree.h"
+#include "util/format.h"
 
 namespace sourcetype {
 namespace {
@@ -13,6 +14,16 @@ namespace {
 using testing::repeated;
 using Mode = Regex::Mode;
 using Study = Regex::Study;
+
+const std::string kLong = repeated("a", 20000) + "b";
+
+// Ranges of characters beyond ASCII for a class, none of them U+A002.
+std::string farRanges(int count) {
+  std::string ranges;
+  for (int i = 0; i < count; ++i)
+    ranges += formatText("\\x{%x}-\\x{%x}", 0xA000 + 4 * i, 0xA001 + 4 * i);
+  return ranges;
+}
 
 struct MatchCase {
   std::string pattern;
@@ -22,6 +33,10 @@ struct MatchCase {
   std::size_t start = 0;
   std::size_t end = 0;
 };
+
+void PrintTo(const MatchCase& row, std::ostream* out) {
+  *out << row.pattern << " on " << row.subject.substr(0, 40);
+}
 
 // Every row goes through the interpreter and through machine code.
 class Match : public ::testing::TestWithParam<MatchCase> {};
@@ -73,9 +88,30 @@ INSTANTIATE_TEST_SUITE_P(
                       MatchCase{"z$", "\xffz", Mode::Search, true, 1, 2},
                       MatchCase{"z", "\xffz", Mode::Whole, false},
                       MatchCase{"a\\x00b", std::string("a\0b", 3), Mode::Whole, true, 0, 3}));
-// What costs too much is no match.
+// A search sees the whole subject, however long it is.
+INSTANTIATE_TEST_SUITE_P(LongSubjects, Match,
+                         ::testing::Values(MatchCase{"a$", kLong, Mode::Search, false},
+                                           MatchCase{"^(?!.*b)", kLong, Mode::Search, false},
+                                           MatchCase{"b", kLong, Mode::Search, true, 20000, 20001},
+                                           MatchCase{"^a+b$", kLong, Mode::Search, true, 0, 20001},
+                                           MatchCase{"a+b", kLong, Mode::Whole, true, 0, 20001},
+                                           MatchCase{"x\\w+!$",
+                                                     repeated("x" + kLong + " ", 20) + "xa!",
+                                                     Mode::Search, true, 400060, 400063}));
+
+// Machine code has no such limits: it is for expressions of the program's own.
+class CostlyMatch : public ::testing::TestWithParam<MatchCase> {};
+TEST_P(CostlyMatch, HasALimit) {
+  const auto& [pattern, subject, mode, matches, start, end] = GetParam();
+  MatchResult result;
+  ASSERT_EQ(Regex(pattern).match(subject, result, mode), matches);
+  if (!matches) return;
+  EXPECT_EQ(result.start(0), start);
+  EXPECT_EQ(result.end(0), end);
+}
+const std::string kLine = repeated("user=42 GET /index.html 200 ok; ", 3000);
 INSTANTIATE_TEST_SUITE_P(
-    Catastrophic, Match,
+    Hopeless, CostlyMatch,
     ::testing::Values(MatchCase{"(a+)+$", repeated("a", 10000) + "b", Mode::Search, false},
                       MatchCase{"(a|aa)+$", repeated("a", 10000) + "b", Mode::Search, false},
                       MatchCase{"(.*)*x", repeated("a", 10000), Mode::Whole, false},
@@ -83,25 +119,50 @@ INSTANTIATE_TEST_SUITE_P(
                       MatchCase{"((a*)*)*[xy]", repeated("a", 10000), Mode::Search, false},
                       MatchCase{"(?:a|b)*[xy]", repeated("ab", 5000), Mode::Search, false},
                       MatchCase{"(?:a|(?R)(?R))*[xy]", repeated("a", 10000), Mode::Search, false},
-                      MatchCase{"a(?R)?b", repeated("a", 200000), Mode::Search, false}));
-// Machine code would take minutes for the first of these.
-TEST(Regex, KeepsCountOfRepeatsOfSingleCharacters) {
-  const std::string line = repeated("user=42 GET /index.html 200 ok; ", 3000);
-  for (const char* pattern : {"\\d+.*\\d+.*fail", ".*=.*=.*=x", "\\w+\\d+\\w+!"}) {
-    EXPECT_FALSE(Regex(pattern).match(line)) << pattern;
-  }
-}
-
-// Positions that cost more than their first share, in front of the match.
+                      MatchCase{"a(?R)?b", repeated("a", 200000), Mode::Search, false},
+                      MatchCase{"\\d+.*\\d+.*fail", kLine, Mode::Search, false},
+                      MatchCase{".*=.*=.*=x", kLine, Mode::Search, false},
+                      MatchCase{"\\w+\\d+\\w+!", kLine, Mode::Search, false}));
 INSTANTIATE_TEST_SUITE_P(
-    BehindExpensivePositions, Match,
-    ::testing::Values(MatchCase{"(?:a|b)*[xy]", repeated("a", 800) + "-" + repeated("b", 800) + "x",
-                                Mode::Search, true, 801, 1602},
+    BehindCostlyPositions, CostlyMatch,
+    ::testing::Values(MatchCase{"(?:a|b)*[xy]", repeated("a", 200) + "-" + repeated("b", 200) + "x",
+                                Mode::Search, true, 201, 402},
                       MatchCase{"(?:\u00e9|b)*[xy]",
-                                repeated("\u00e9", 800) + "-" + repeated("\u00e9", 800) + "x",
-                                Mode::Search, true, 1601, 3202},
+                                repeated("\u00e9", 200) + "-" + repeated("\u00e9", 200) + "x",
+                                Mode::Search, true, 401, 802},
                       MatchCase{"(a|aa)+$", repeated("a", 14) + "b" + repeated("a", 9),
                                 Mode::Search, true, 15, 24}));
+
+// Each of these spends its steps where the library reports none.
+TEST(Regex, CountsTheStepsThatTheLibraryDoesNotReport) {
+  struct {
+    const char* what;
+    std::string pattern;
+    std::string subject;
+    std::uint64_t minSteps;
+  } const kCases[] = {
+      {"a repeat that gives nothing back", "\\w+[!?]", repeated("a", 1000), 500'000},
+      {"a look ahead", "(?=\\w*+)[!?]", repeated("a", 1000), 500'000},
+      {"a required number of repeats", "[a-y]{900}[!?]",
+       repeated("a", 899) + "z" + repeated("a", 899), 400'000},
+      {"a reference", "(a*)\\1[xy]", repeated("a", 100), 200'000},
+      {"a look behind", "(?<=a{900})a[!?]", repeated("a", 1800), 900'000},
+      {"a class of many ranges", "[" + farRanges(1000) + "][!?]", repeated("\uA002", 500), 50'000},
+  };
+  for (const auto& row : kCases) {
+    MatchBudget budget(1'000'000'000);
+    MatchResult result;
+    const Regex regex(row.pattern);
+    EXPECT_NE(regex.tryMatch(row.subject, result, budget), Regex::Answer::Match) << row.what;
+    const std::uint64_t steps = 1'000'000'000 - budget.left();
+    EXPECT_GE(steps, row.minSteps) << row.what;
+    MatchBudget same(steps + 1);
+    EXPECT_EQ(regex.tryMatch(row.subject, result, same), Regex::Answer::NoMatch) << row.what;
+    MatchBudget half(steps / 2);
+    EXPECT_EQ(regex.tryMatch(row.subject, result, half), Regex::Answer::TooCostly) << row.what;
+    EXPECT_TRUE(half.isSpent()) << row.what;
+  }
+}
 
 TEST(Regex, RefusesAPatternThatDoesNotCompile) {
   for (const auto& pattern :
