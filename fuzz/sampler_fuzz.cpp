@@ -74,12 +74,16 @@ SlowSample sampleSlowly(const CharsetChoice& choice, std::string_view bytes) {
     line.clear();
   };
   const auto converter = findConverter(choice.charset);
-  bool mayBeMarked = !choice.detected.empty();
+  bool isAtStart = true;
+  const auto dropMark = [&](std::string& text) {
+    if (!isAtStart || text.empty()) return;
+    isAtStart = false;
+    if (text.starts_with(kMark)) text.erase(0, kMark.size());
+  };
   for (; !bytes.empty(); bytes.remove_prefix(std::min(kChunkBytes, bytes.size()))) {
     std::string text;
     converter->convert(bytes.substr(0, kChunkBytes), text);
-    if (mayBeMarked && text.starts_with(kMark)) text.erase(0, kMark.size());
-    mayBeMarked = false;
+    dropMark(text);
     if (text.find_first_of("\r\n") == std::string::npos) line.clear();
     for (const char c : text) {
       if (c == '\r' || c == '\n') {
@@ -90,6 +94,7 @@ SlowSample sampleSlowly(const CharsetChoice& choice, std::string_view bytes) {
     }
   }
   converter->finish(line);
+  dropMark(line);
   endLine();
   sample.invalid = converter->invalidCount();
   return sample;

@@ -352,6 +352,17 @@ TEST(DelimitedFiles, OfEqualColumnsShareASourcetypeAndOthersGetTheirOwn) {
   }
 }
 
+TEST(DelimitedFiles, WithAByteOrderMarkAreTheSameWhoeverNamesTheCharset) {
+  const Installation server;
+  server.write("people.csv", "\uFEFF" + table("id,name,town", 150, 0));
+  EXPECT_EQ(printed(server.run({"people.csv"}), "sourcetype"), "csv");
+  // Its stanza now has CHARSET = UTF-8.
+  const auto again = server.run({"--test", "--file=people.csv", "--given_type=csv"});
+  EXPECT_EQ(printed(again, "sourcetype"), "csv");
+  EXPECT_EQ(server.read("etc/system/local/transforms.conf"),
+            "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"id\", \"name\", \"town\"\n");
+}
+
 TEST(DelimitedFiles, AreLookedAtWhereConfigurationSaysSo) {
   const Installation server;
   server.write("a.txt", table("id,name,town", 50, 0));

@@ -20,4 +20,12 @@ char32_t readUnit(std::string_view bytes, ByteOrder order) {
   return unit;
 }
 
+// The order in which the first unit of `bytes` is a byte-order mark; big-endian without one.
+template <std::size_t kSize>
+ByteOrder orderByMark(std::string_view bytes) {
+  constexpr char32_t kMark = 0xFEFF;
+  const bool isLittle = bytes.size() >= kSize && readUnit<kSize>(bytes, ByteOrder::Little) == kMark;
+  return isLittle ? ByteOrder::Little : ByteOrder::Big;
+}
+
 }  // namespace sourcetype

@@ -30,8 +30,10 @@ namespace {
 
 enum class Family : std::uint8_t {
   Utf8,
+  Utf16,  // in the byte order that the byte-order mark says
   Utf16Be,
   Utf16Le,
+  Utf32,  // likewise
   Utf32Be,
   Utf32Le,
   Utf7,
@@ -57,10 +59,11 @@ struct CharsetRow {
 };
 
 // The aliases of the common iconv libraries, so "gb2312" is EUC-CN, while the names of the standard
-// (GB_2312-80, KS_C_5601-1987, KOREAN, JIS_X0208) mean the two-byte set alone. Without LE, UTF-16
-// and UTF-32 are big-endian. "internal" is the order of the machine, which is taken to be x86 on
-// every machine: little-endian; "swapped" is the other one. The iconv names are those that both
-// glibc and GNU libiconv know. Big5 is Microsoft's, as in glibc.
+// (GB_2312-80, KS_C_5601-1987, KOREAN, JIS_X0208) mean the two-byte set alone. Names of UTF-16 and
+// UTF-32 that say no byte order take it from the byte-order mark. "internal" is the order of the
+// machine, which is taken to be x86 on every machine: little-endian; "swapped" is the other one.
+// The iconv names are those that both glibc and GNU libiconv know. Big5 is Microsoft's, as in
+// glibc.
 constexpr std::array<CharsetRow, 275> kCharsets{{
     {"850", Family::SingleByte, "CP850"},
     {"862", Family::SingleByte, "CP862"},
@@ -131,9 +134,9 @@ constexpr std::array<CharsetRow, 275> kCharsets{{
     {"cspc850multilingual", Family::SingleByte, "CP850"},
     {"cspc862latinhebrew", Family::SingleByte, "CP862"},
     {"csshiftjis", Family::MultiByte, "SHIFT_JIS"},
-    {"csucs4", Family::Utf32Be},
-    {"csunicode", Family::Utf16Be},
-    {"csunicode11", Family::Utf16Be},
+    {"csucs4", Family::Utf32},
+    {"csunicode", Family::Utf16},
+    {"csunicode11", Family::Utf16},
     {"csunicode11utf7", Family::Utf7},
     {"csviscii", Family::SingleByte, "VISCII"},
     {"cyrillic", Family::SingleByte, "ISO-8859-5"},
@@ -163,8 +166,8 @@ constexpr std::array<CharsetRow, 275> kCharsets{{
     {"ibm850", Family::SingleByte, "CP850"},
     {"ibm862", Family::SingleByte, "CP862"},
     {"ibm866", Family::SingleByte, "CP866"},
-    {"iso10646ucs2", Family::Utf16Be},
-    {"iso10646ucs4", Family::Utf32Be},
+    {"iso10646ucs2", Family::Utf16},
+    {"iso10646ucs4", Family::Utf32},
     {"iso646cn", Family::SingleByte, "ISO646-CN"},
     {"iso646irv1991", Family::Utf8},
     {"iso646jp", Family::SingleByte, "ISO646-JP"},
@@ -294,27 +297,27 @@ constexpr std::array<CharsetRow, 275> kCharsets{{
     {"tis62025291", Family::SingleByte, "TIS-620"},
     {"tis62025330", Family::SingleByte, "TIS-620"},
     {"tis62025331", Family::SingleByte, "TIS-620"},
-    {"ucs2", Family::Utf16Be},
+    {"ucs2", Family::Utf16},
     {"ucs2be", Family::Utf16Be},
     {"ucs2internal", Family::Utf16Le},
     {"ucs2le", Family::Utf16Le},
     {"ucs2swapped", Family::Utf16Be},
-    {"ucs4", Family::Utf32Be},
+    {"ucs4", Family::Utf32},
     {"ucs4be", Family::Utf32Be},
     {"ucs4internal", Family::Utf32Le},
     {"ucs4le", Family::Utf32Le},
     {"ucs4swapped", Family::Utf32Be},
     {"uhc", Family::MultiByte, "CP949"},
-    {"unicode11", Family::Utf16Be},
+    {"unicode11", Family::Utf16},
     {"unicode11utf7", Family::Utf7},
     {"unicodebig", Family::Utf16Be},
     {"unicodelittle", Family::Utf16Le},
     {"us", Family::Utf8},
     {"usascii", Family::Utf8},
-    {"utf16", Family::Utf16Be},
+    {"utf16", Family::Utf16},
     {"utf16be", Family::Utf16Be},
     {"utf16le", Family::Utf16Le},
-    {"utf32", Family::Utf32Be},
+    {"utf32", Family::Utf32},
     {"utf32be", Family::Utf32Be},
     {"utf32le", Family::Utf32Le},
     {"utf7", Family::Utf7},
@@ -381,10 +384,14 @@ std::unique_ptr<CharsetConverter> makeConverter(const CharsetRow& row) {
   switch (row.family) {
     case Family::Utf8:
       return std::make_unique<Utf8Converter>();
+    case Family::Utf16:
+      return std::make_unique<Utf16Converter>(std::nullopt);
     case Family::Utf16Be:
       return std::make_unique<Utf16Converter>(ByteOrder::Big);
     case Family::Utf16Le:
       return std::make_unique<Utf16Converter>(ByteOrder::Little);
+    case Family::Utf32:
+      return std::make_unique<Utf32Converter>(std::nullopt);
     case Family::Utf32Be:
       return std::make_unique<Utf32Converter>(ByteOrder::Big);
     case Family::Utf32Le:

@@ -40,7 +40,7 @@ class Sampler {
     const std::size_t begin = sample_.text_.size();
     if (converter_) {
       converter_->convert(chunk, sample_.text_);
-      if (isFirst && !sample_.detectedCharset_.empty()) dropByteOrderMark();
+      dropByteOrderMark();
     } else {
       sample_.text_ += chunk.substr(0, chunk.find('\0'));
     }
@@ -52,6 +52,7 @@ class Sampler {
   Sample finish(bool atEndOfFile) {
     if (converter_) {
       if (atEndOfFile) converter_->finish(sample_.text_);
+      dropByteOrderMark();
       sample_.invalidCount_ = converter_->invalidCount();
     }
     endLine(sample_.text_.size());
@@ -73,10 +74,12 @@ class Sampler {
     sample_.detectedCharset_ = std::move(choice.detected);
   }
 
-  // The mark is the character U+FEFF in whatever charset, and no text. Only behind the conversion
-  // can it be told from what follows: in UTF-7 it ends within a byte.
+  // A mark is the character U+FEFF at the start, in every charset. It can only be separated from
+  // the text after the conversion: in UTF-7 it ends within a byte.
   void dropByteOrderMark() {
     constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    if (!isAtStart_ || sample_.text_.empty()) return;
+    isAtStart_ = false;
     if (sample_.text_.starts_with(kMark)) sample_.text_.erase(0, kMark.size());
   }
 
@@ -124,6 +127,7 @@ class Sampler {
   Keep keep_;
   Sample sample_;
   std::unique_ptr<CharsetConverter> converter_;
+  bool isAtStart_ = true;        // nothing has been converted yet
   std::size_t lineBegin_ = 0;    // of the line that is not ended yet
   std::uint64_t lineCount_ = 0;  // ended and not empty, kept or not
 };

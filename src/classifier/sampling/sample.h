@@ -64,9 +64,9 @@ CharsetChoice chooseCharset(const PropertiesMap& props, std::string_view firstCh
 enum class Keep { Lines, CountsOnly };
 
 // Samples `path` in the charset that `props` asks for, until `maxLines` lines or kBytesPerLine
-// times as many bytes are in. An unknown charset is logged and leaves the bytes as they are. Of a
-// line longer than 10000 bytes the end is kept. Empty, with the reason logged, when the file cannot
-// be opened.
+// times as many bytes are in. A byte-order mark is not part of the text, whether or not it chose
+// the charset. An unknown charset is logged and leaves the bytes as they are. Of a line longer than
+// 10000 bytes the end is kept. Empty, with the reason logged, when the file cannot be opened.
 std::optional<Sample> readSample(const std::filesystem::path& path, const PropertiesMap& props,
                                  std::uint64_t maxLines, Keep keep = Keep::Lines);
 // The same with the reason, also for a sample that ends where reading failed.

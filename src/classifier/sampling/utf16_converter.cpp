@@ -3,16 +3,20 @@
 namespace sourcetype {
 
 std::size_t Utf16Converter::decode(std::string_view bytes, Input input, std::string& out) {
+  if (!order_) {
+    if (bytes.size() < 2 && input == Input::MayGoOn) return 0;
+    order_ = orderByMark<2>(bytes);
+  }
   std::size_t at = 0;
   for (; bytes.size() - at >= 2; at += 2) {
-    const char32_t unit = readUnit<2>(bytes.substr(at), order_);
+    const char32_t unit = readUnit<2>(bytes.substr(at), *order_);
     if (isScalarValue(unit)) {
       appendCharacter(unit, out);
       continue;
     }
     const bool hasNext = bytes.size() - at >= 4;
     if (!hasNext && input == Input::MayGoOn) return at;
-    const char32_t next = hasNext ? readUnit<2>(bytes.substr(at + 2), order_) : 0;
+    const char32_t next = hasNext ? readUnit<2>(bytes.substr(at + 2), *order_) : 0;
     if (isHighSurrogate(unit) && isLowSurrogate(next)) {
       appendCharacter(joinSurrogates(unit, next), out);
       at += 2;

@@ -69,6 +69,8 @@ INSTANTIATE_TEST_SUITE_P(
         ConverterCase{"BigEndian", "UTF-16", "\0a\x20\xAC\xD8\x3D\xDE\0"sv, "a€\U0001F600", 0},
         ConverterCase{"LittleEndian", "UTF-16LE", "a\0\xAC\x20\x3D\xD8\0\xDE"sv, "a€\U0001F600", 0},
         ConverterCase{"MarkIsACharacter", "ucs-2", "\xFE\xFF\0a"sv, "\uFEFFa", 0},
+        ConverterCase{"OrderByMark", "csUnicode", "\xFF\xFE\x61\0"sv, "\uFEFFa", 0},
+        ConverterCase{"NamedOrderHolds", "utf-16be", "\xFF\xFE\0a"sv, "\uFFFEa", 0},
         ConverterCase{"HighAlone", "utf16", "\xD8\x3D\0a\xD8\x3D"sv, R"(\xD8\x3Da\xD8\x3D)", 2},
         ConverterCase{"HighBeforePair", "utf16", "\xD8\x3D\xD8\x3D\xDE\0"sv, "\\xD8\\x3D\U0001F600",
                       1},
@@ -84,6 +86,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         ConverterCase{"BigEndian", "UCS-4", "\0\0\0a\0\x01\xF6\0"sv, "a\U0001F600", 0},
         ConverterCase{"LittleEndian", "UTF-32LE", "a\0\0\0\0\xF6\x01\0"sv, "a\U0001F600", 0},
+        ConverterCase{"OrderByMark", "utf32", "\xFF\xFE\0\0a\0\0\0"sv, "\uFEFFa", 0},
         ConverterCase{"Surrogate", "utf32", "\0\0\xD8\0"sv, R"(\x00\x00\xD8\x00)", 1},
         ConverterCase{"PastUnicode", "utf32", "\0\x11\0\0"sv, R"(\x00\x11\x00\x00)", 1},
         ConverterCase{"Nul", "utf32le", "\0\0\0\0"sv, R"(\x00)", 1},

@@ -113,6 +113,7 @@ TEST(SampleText, IsConvertedAndSplitInOnePass) {
 
 struct MarkCase {
   const char* name;
+  const char* charset;  // as CHARSET; empty: without one
   std::string_view bytes;
   const char* detected;
   const char* line;
@@ -120,32 +121,39 @@ struct MarkCase {
 
 class ByteOrderMarks : public ::testing::TestWithParam<MarkCase> {};
 
-TEST_P(ByteOrderMarks, ChooseTheCharsetAndAreNoText) {
-  const auto sample = readSampleText(GetParam().bytes, {{"CHARSET", "auto"}}, "name");
+TEST_P(ByteOrderMarks, AreNoText) {
+  const auto sample = readSampleText(GetParam().bytes, {{"CHARSET", GetParam().charset}}, "name");
   EXPECT_EQ(sample.detectedCharset(), GetParam().detected);
   EXPECT_EQ(linesOf(sample), Lines{GetParam().line});
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Auto, ByteOrderMarks,
-    ::testing::Values(MarkCase{"Utf8",
-                               "\xEF\xBB\xBF"
-                               "A",
-                               "UTF-8", "A"},
-                      MarkCase{"Utf16Be", "\xFE\xFF\0A"sv, "UTF-16BE", "A"},
-                      MarkCase{"Utf16Le",
-                               "\xFF\xFE"
-                               "A\0"sv,
-                               "UTF-16LE", "A"},
-                      MarkCase{"Utf16LeNul", "\xFF\xFE\0\1"sv, "UTF-16LE", "\xC4\x80"},
-                      MarkCase{"Utf32Le", "\xFF\xFE\0\0A\0\0\0"sv, "UTF-32LE", "A"},
-                      MarkCase{"Utf32Be", "\0\0\xFE\xFF\0\0\0A"sv, "UTF-32BE", "A"},
-                      MarkCase{"UtfEbcdic", "\xDD\x73\x66\x73\xC1", "UTF-EBCDIC", "A"},
-                      MarkCase{"Utf7", "+/v8-A", "UTF-7", "A"},
-                      MarkCase{"Utf7InARun", "+/v8A5A-b", "UTF-7",
-                               "\xC3\xA4"
-                               "b"},
-                      MarkCase{"OneByte", "\xFF", "", "\\xFF"}, MarkCase{"None", "A", "", "A"}),
+    ::testing::Values(MarkCase{"Utf8", "auto", "\uFEFFA", "UTF-8", "A"},
+                      MarkCase{"Utf16Be", "auto", "\xFE\xFF\0A"sv, "UTF-16BE", "A"},
+                      MarkCase{"Utf16Le", "auto", "\xFF\xFE\x41\0"sv, "UTF-16LE", "A"},
+                      MarkCase{"Utf16LeNul", "auto", "\xFF\xFE\0\1"sv, "UTF-16LE", "\xC4\x80"},
+                      MarkCase{"Utf32Le", "auto", "\xFF\xFE\0\0A\0\0\0"sv, "UTF-32LE", "A"},
+                      MarkCase{"Utf32Be", "auto", "\0\0\xFE\xFF\0\0\0A"sv, "UTF-32BE", "A"},
+                      MarkCase{"UtfEbcdic", "auto", "\xDD\x73\x66\x73\xC1", "UTF-EBCDIC", "A"},
+                      MarkCase{"Utf7", "auto", "+/v8-A", "UTF-7", "A"},
+                      MarkCase{"Utf7InARun", "auto", "+/v8A5A-b", "UTF-7", "\u00E4b"},
+                      MarkCase{"OneByte", "auto", "\xFF", "", "\\xFF"},
+                      MarkCase{"None", "auto", "A", "", "A"}),
+    [](const auto& test) { return test.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    Named, ByteOrderMarks,
+    ::testing::Values(MarkCase{"NoCharset", "", "\uFEFFA", "", "A"},
+                      MarkCase{"Utf8", "UTF-8", "\uFEFFA", "", "A"},
+                      MarkCase{"OnlyTheFirst", "UTF-8", "\uFEFF\uFEFFA", "", "\uFEFFA"},
+                      MarkCase{"Utf16", "UTF-16", "\xFF\xFE\x41\0"sv, "", "A"},
+                      MarkCase{"Ucs2", "UCS-2", "\xFE\xFF\0A"sv, "", "A"},
+                      MarkCase{"Utf16WithoutMark", "UTF-16", "\0A"sv, "", "A"},
+                      MarkCase{"Utf16Le", "UTF-16LE", "\xFF\xFE\x41\0"sv, "", "A"},
+                      MarkCase{"Ucs4", "UCS-4", "\xFF\xFE\0\0A\0\0\0"sv, "", "A"},
+                      MarkCase{"Gb18030", "GB18030", "\x84\x31\x95\x33\x41", "", "A"},
+                      MarkCase{"OfAnotherCharset", "latin1", "\xEF\xBB\xBF\x41", "", "ï»¿A"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(ChooseCharset, TakesTheConfiguredNameOverAMark) {
