@@ -47,11 +47,29 @@ std::string withContinuations(std::string_view text) {
 
 LogicalLineReader::LogicalLineReader(std::string_view bytes, std::filesystem::path path,
                                      TextKeeper& keeper, Report report)
-    : rest_(bytes), path_(std::move(path)), keeper_(keeper), report_(report) {}
+    : rest_(bytes), path_(std::move(path)), keeper_(keeper), report_(report) {
+  if (report == Report::Yes) reportLoneCarriageReturn();
+}
 
 void LogicalLineReader::report(std::string_view problem, std::string_view text) const {
   if (report_ == Report::No) return;
   logWarn(kIniFileLog, "%s, line %lu: %s: %s", pathToText(path_), lineCount_, problem, text);
+}
+
+// Once a file: a file with such line ends has as many of them as lines.
+void LogicalLineReader::reportLoneCarriageReturn() const {
+  for (auto found = rest_.find('\r'); found != std::string_view::npos;
+       found = rest_.find('\r', found + 1)) {
+    const bool endsLine = found + 1 == rest_.size() || rest_[found + 1] == '\n';
+    if (endsLine) continue;
+    const auto line = 1 + std::ranges::count(rest_.substr(0, found), '\n');
+    logWarn(
+        kIniFileLog,
+        "%s, line %lu: A carriage return without a line feed does not end a line. Save the file "
+        "with line feeds.",
+        pathToText(path_), line);
+    return;
+  }
 }
 
 std::string_view LogicalLineReader::takePhysicalLine() {
@@ -131,23 +149,23 @@ void LogicalLineReader::parseSetting(LogicalLine& line) const {
     if (path_.extension() != ".spec") report("Cannot parse into key-value pair", text);
     return;
   }
-  std::string_view key = text.substr(0, keyEnd);
-  std::string_view value = text.substr(keyEnd + 1);
-  if (escaped) {  // both in one text, as in a line that is read as it stands
-    const std::string plainKey = unescaped(key);
-    const std::string_view kept = keeper_.keep(plainKey + std::string(value));
-    key = kept.substr(0, plainKey.size());
-    value = kept.substr(plainKey.size());
-  }
-  line.name = trimBlanks(key);
-  line.value = trimBlanks(value);
-  const auto gap =
-      static_cast<std::size_t>(line.value.data() - line.name.data()) - line.name.size();
-  if (line.name.size() > kMaxKeyBytes || gap > kMaxKeyBytes) {
-    report("Key is too long", line.name.substr(0, 100));
+  const std::string plainKey = escaped ? unescaped(text.substr(0, keyEnd)) : std::string();
+  const std::string_view key = trimBlanks(escaped ? plainKey : text.substr(0, keyEnd));
+  const std::string_view value = trimBlanks(text.substr(keyEnd + 1));
+  if (key.size() > kMaxKeyBytes) {
+    report("Key is too long", key.substr(0, 100));
     return;
   }
   line.kind = LineKind::Setting;
+  line.name = key;
+  line.value = value;
+  if (!escaped &&
+      static_cast<std::size_t>(value.data() - key.data()) - key.size() <= kMaxGapBytes) {
+    return;
+  }
+  const std::string_view kept = keeper_.keep(std::string(key).append(value));
+  line.name = kept.substr(0, key.size());
+  line.value = kept.substr(key.size());
 }
 
 std::string renderHeader(std::string_view name) {

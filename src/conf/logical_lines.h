@@ -35,15 +35,17 @@ enum class LineKind { Blank, Comment, Header, Setting, Malformed };
 
 struct LogicalLine {
   LineKind kind = LineKind::Blank;
-  std::string_view raw;     // its bytes in the file, line terminators included
-  std::string_view text;    // of a header or setting: its lines joined, without the last terminator
-  std::string_view name;    // of the stanza as it stands, or the setting's key, trimmed
-  std::string_view value;   // of a setting, trimmed of blanks and tabs; behind its key in one text
+  std::string_view raw;    // its bytes in the file, line terminators included
+  std::string_view text;   // of a header or setting: its lines joined, without the last terminator
+  std::string_view name;   // of the stanza as it stands, or the setting's key, trimmed
+  std::string_view value;  // of a setting, trimmed; at most kMaxGapBytes behind its key in one text
   bool unfinished = false;  // ends in a backslash where the file ends: nothing continues it
 };
 
-// Bytes of a key, and of the blanks around its "=".
+// Bytes of a key. Settings are kept with sizes of 16 bits.
 inline constexpr std::size_t kMaxKeyBytes = 0xFFFF;
+// Bytes between a key and its value.
+inline constexpr std::size_t kMaxGapBytes = 0xFFFF;
 
 // Whether lines that cannot be read are logged (at WARN, with path and line number) while they are
 // skipped. A file that is read again for a write has been reported on before.
@@ -67,6 +69,7 @@ class LogicalLineReader {
   void report(std::string_view problem, std::string_view text) const;
 
  private:
+  void reportLoneCarriageReturn() const;
   std::string_view takePhysicalLine();
   std::string_view takeContinued(std::string_view first, bool& unfinished);
   void parseHeader(LogicalLine& line) const;

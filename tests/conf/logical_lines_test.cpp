@@ -85,6 +85,36 @@ TEST(LogicalLines, CountPhysicalLinesAndReportTheirNumber) {
       << log;
 }
 
+TEST(LogicalLines, LimitKeysButNotTheBlanksBehindThem) {
+  TextKeeper keeper;
+  const std::string blanks(70000, ' ');
+  const std::string longKey(kMaxKeyBytes + 1, 'k');
+  ::testing::internal::CaptureStderr();
+  const auto lines = linesOf("k" + blanks + "=" + blanks + "v\n" + longKey + "=v\n", keeper);
+  const std::string log = ::testing::internal::GetCapturedStderr();
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_EQ(lines[0].name, "k");
+  EXPECT_EQ(lines[0].value, "v");
+  EXPECT_EQ(lines[0].value.data(), lines[0].name.data() + 1) << "as near as a setting keeps them";
+  EXPECT_EQ(lines[1].kind, LineKind::Malformed);
+  EXPECT_NE(log.find("line 2: Key is too long: kkk"), std::string::npos) << log;
+  EXPECT_EQ(log.find("line 1"), std::string::npos) << log;
+}
+
+TEST(LogicalLines, ReportCarriageReturnsThatEndNoLine) {
+  for (const auto& [bytes, line] :
+       {std::pair{"[a]\rk = v\r", "line 1"}, std::pair{"# c\r\n[a]\n\rk = v\r\n", "line 3"},
+        std::pair{"[a]\r\nk = v\r", ""}}) {
+    TextKeeper keeper;
+    ::testing::internal::CaptureStderr();
+    linesOf(bytes, keeper, "/x/props.conf");
+    const std::string log = ::testing::internal::GetCapturedStderr();
+    const std::string location = std::string("/x/props.conf, ") + line + ": A carriage return";
+    EXPECT_EQ(log.find(location) != log.npos, *line != '\0') << log;
+    EXPECT_EQ(log.empty(), *line == '\0') << log;
+  }
+}
+
 TEST(LogicalLines, SpecFilesMayHoldLinesThatAreNoSettings) {
   TextKeeper keeper;
   ::testing::internal::CaptureStderr();
