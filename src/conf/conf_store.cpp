@@ -102,13 +102,13 @@ bool isExactEdit(const ConfFile& before, const ConfFile& after, std::string_view
 }
 
 void logSaving(const std::string& target, bool overwriteAll, const PropertiesMap& existing,
-               const PropertiesMap& desired, const PropertiesMap& changes) {
+               const PropertiesMap& desired) {
   if (!kStoreLog.isEnabled(LogLevel::Debug)) return;
   logDebug(kStoreLog, "writing with overwriteAll == %s: %s", overwriteAll ? "true" : "false",
            target);
   logDebug(kStoreLog, "Saving settings: %s\nExisting:\n%sDesired:\n%sDiff:\n%s", target,
            MultiLineText{existing.toString()}, MultiLineText{desired.toString()},
-           MultiLineText{changes.toString()});
+           MultiLineText{PropertiesMap::diff(desired, existing).toString()});
 }
 
 void logSaved(const std::filesystem::path& target) {
@@ -416,7 +416,10 @@ bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
   if (!isExactEdit(before, ConfFile(path, copyOf(text), Report::No), stanza, settings)) {
     throw std::runtime_error("a key or value would not read back the same");
   }
-  logSaving(pathToText(path), true, {}, settings, settings);
+  // For the record alone: reading all layers for each model would take ever longer.
+  if (kStoreLog.isEnabled(LogLevel::Debug)) {
+    logSaving(pathToText(path), true, existingSettings(conf, stanza), settings);
+  }
   if (conf.learned_->identity.size > 0) text.insert(0, "\n");
   if (!conf.learned_->endsInNewline) text.insert(0, "\n");
   appendToFile(path, text);
@@ -430,6 +433,13 @@ bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
 
 std::filesystem::path ConfStore::learnedFile(const Conf& conf) const {
   return appLocalDirectory(root_, kLearnedApp) / (conf.name() + ".conf");
+}
+
+PropertiesMap ConfStore::existingSettings(Conf& conf, std::string_view stanza) {
+  PropertiesMap existing;
+  getExactStanza(conf, existing, stanza);
+  getExactStanza(conf, existing, kDefaultStanza);
+  return existing;
 }
 
 WriteOutcome ConfStore::write(Conf& conf, const std::filesystem::path& directory,
@@ -447,11 +457,9 @@ WriteOutcome ConfStore::write(Conf& conf, const std::filesystem::path& directory
     indexStanzas(conf);
     if (!stillHolds()) return WriteOutcome::Overtaken;
 
-    PropertiesMap existing;
-    getExactStanza(conf, existing, stanza);
-    getExactStanza(conf, existing, kDefaultStanza);
+    const PropertiesMap existing = existingSettings(conf, stanza);
     const PropertiesMap changes = overwriteAll ? settings : PropertiesMap::diff(settings, existing);
-    logSaving(targetText, overwriteAll, existing, settings, changes);
+    logSaving(targetText, overwriteAll, existing, settings);
     if (!changes.entries().empty() || occurrences(conf, stanza).empty()) {
       edit(conf, layer, stanza, changes);
     }

@@ -149,6 +149,7 @@ class ConfStore {
   const std::vector<const StanzaPattern*>& patterns(Conf& conf);
   const StanzaPattern* findPattern(std::string_view stanza);
   std::vector<Candidate> candidates(Conf& conf, const std::string& name, PatternMatching matching);
+  PropertiesMap existingSettings(Conf& conf, std::string_view stanza);
   void learnOfFile(Conf& conf, const std::filesystem::path& path);
   bool appendLearned(Conf& conf, const std::filesystem::path& path, std::string_view stanza,
                      const PropertiesMap& settings);

@@ -412,6 +412,15 @@ TEST(Learning, OneHalfRecognisesTheOther) {
   EXPECT_EQ(printed(server.run({"renamed.txt"}), "sourcetype"), "orders");
 }
 
+TEST(Learning, RecordsTheSettingsThatExist) {
+  const Installation server;
+  server.write("etc/log-cmdline-local.cfg", "category.ConfObjectManagerDB = DEBUG\n");
+  server.write("etc/apps/a/local/sourcetypes.conf", "[default]\nmaxDist = 7\n");
+  server.write("orders.log", repeated(kLine, 150));
+  const auto run = server.run({"orders.log", "orders"});
+  EXPECT_TRUE(holds(run.err, "\nExisting:\nPropertiesMap: {\n\tmaxDist -> 7\n}\n")) << run.err;
+}
+
 TEST(Learning, FromATrainingFileForgetsWhatWasLearnedBefore) {
   const Installation server;
   server.write("a.log", accessLog(0, 150));
