@@ -101,6 +101,7 @@ void run(std::string_view input) {
   Parts parts(input);
   const std::string name = fileNameFrom(parts.next());
   const std::string props(parts.next());
+  if (findEncodingError(props)) return;  // a new sourcetype is then not written
   tree().write("datetime.xml", kDatetime);
   tree().write("system/local/props.conf", props);
   tree().write("apps/learned/local/sourcetypes.conf", parts.next());

@@ -1,5 +1,7 @@
 // Writes of the store, on disk. Input: props.conf of the local layer, of an app, of the defaults;
 // then a stanza, and keys and values in turn.
+#include <algorithm>
+
 #include "conf/conf_store.h"
 #include "support.h"
 #include "util/text.h"
@@ -64,6 +66,9 @@ std::vector<std::string> seeds() {
 }
 
 void run(std::string_view input) {
+  // A layer in UTF-16 is not written to, nor are values that would make it one, which takes four
+  // NULs.
+  if (findEncodingError(input) || std::ranges::count(input, '\0') > 3) return;
   Parts parts(input);
   tree().clear();
   tree().write("system/local/props.conf", parts.next());

@@ -62,8 +62,12 @@ void run(std::string_view input) {
   const auto fileName = parts.next();
   const auto sourcetype = parts.next();
   tree().clear();
-  tree().write("system/local/props.conf", parts.next());
-  tree().write("system/local/transforms.conf", parts.next());
+  const auto propsText = parts.next();
+  const auto transformsText = parts.next();
+  // Neither is written to where it is in UTF-16.
+  if (findEncodingError(propsText) || findEncodingError(transformsText)) return;
+  tree().write("system/local/props.conf", propsText);
+  tree().write("system/local/transforms.conf", transformsText);
   const Sample sample = readSampleText(parts.rest(), {}, "text");
   checkFields(sample);
 

@@ -17,9 +17,10 @@ namespace {
 // From the strongest layer on.
 constexpr std::array kLayers{"system/local", "apps/a/local", "apps/b/default", "system/default"};
 
-// One layer, from its lines; the last value of a key counts.
+// One layer, from its lines; the last value of a key counts. A file in UTF-16 is left out.
 std::map<std::string, PropertiesMap> readSlowly(std::string_view text) {
   std::map<std::string, PropertiesMap> stanzas;
+  if (findEncodingError(text)) return stanzas;
   TextKeeper keeper;
   LogicalLineReader reader(text, "props.conf", keeper, Report::No);
   std::optional<std::string> current;
@@ -57,7 +58,8 @@ std::vector<std::string> seeds() {
                   "[source::.../a.*]\nk=2\nl=3\npriority=200\n", "[source::...]\nm=1\nl=4\n",
                   "[default]\nk=0\nn=5\n[source::/var/*/*.log]\npriority=-1\nn=6"}),
           joined({"a", "[a]\nk=1\n[a]\nk=2\nl\\==3", "[b]\n[a]\nx=\\\ny", "k=v", "[host::a]\nz=1"}),
-          joined({"host::Web1", "[host::web*]\nk=1\n[host::WEB1]\nk=2", "", "", ""})};
+          joined({"host::Web1", "[host::web*]\nk=1\n[host::WEB1]\nk=2", "",
+                  "\xFF\xFE[default]\nk=3\n", ""})};
 }
 
 void run(std::string_view input) {

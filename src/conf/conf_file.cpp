@@ -8,6 +8,7 @@
 namespace sourcetype {
 namespace {
 
+using std::string_view_literals::operator""sv;
 using Setting = ConfFile::Setting;
 
 // The settings below one header.
@@ -33,7 +34,62 @@ std::span<Setting> keepLastOfEachKey(std::span<Setting> settings) {
   return {settings.begin(), kept};
 }
 
+class EncodingErrors : public std::error_category {
+ public:
+  const char* name() const noexcept override { return "encoding"; }
+
+  std::string message(int encoding) const override {
+    const bool isUtf16 = static_cast<ConfEncoding>(encoding) == ConfEncoding::Utf16;
+    return std::string("it is text in ") + (isUtf16 ? "UTF-16" : "UTF-32") + "; save it as UTF-8";
+  }
+};
+
+const std::error_category& encodingErrors() {
+  static const EncodingErrors kErrors;
+  return kErrors;
+}
+
+// A run of ASCII in UTF-16: every second byte is NUL. It may stand anywhere, as UTF-16 may have
+// been appended to other text. Shorter runs may be damage, which costs a line and not the file.
+bool holdsUtf16(std::string_view bytes) {
+  constexpr std::size_t kMinRun = 7;  // from NUL to NUL
+  for (auto nul = bytes.find('\0'); nul != std::string_view::npos;
+       nul = bytes.find('\0', nul + 1)) {
+    if (bytes.size() - nul < kMinRun) return false;
+    std::size_t length = 1;
+    while (length < kMinRun && (bytes[nul + length] == '\0') == (length % 2 == 0)) ++length;
+    if (length == kMinRun) return true;
+  }
+  return false;
+}
+
 }  // namespace
+
+std::error_code make_error_code(ConfEncoding encoding) {
+  return {static_cast<int>(encoding), encodingErrors()};
+}
+
+std::error_code findEncodingError(std::string_view bytes) {
+  if (bytes.starts_with("\xFF\xFE\0\0"sv) || bytes.starts_with("\0\0\xFE\xFF"sv)) {
+    return ConfEncoding::Utf32;
+  }
+  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF") || holdsUtf16(bytes)) {
+    return ConfEncoding::Utf16;
+  }
+  return {};
+}
+
+bool isEncodingError(std::error_code error) {
+  return error.category() == encodingErrors();
+}
+
+FileBytes readConfFile(const std::filesystem::path& path) {
+  FileBytes file = readFile(path, ConfFile::kMaxBytes);
+  if (const auto error = findEncodingError(file.view())) {
+    file = {.bytes = nullptr, .size = 0, .error = error};
+  }
+  return file;
+}
 
 const ConfFile::Setting* ConfFile::Stanza::find(std::string_view key) const {
   const auto found = std::ranges::lower_bound(settings, key, {}, &Setting::key);

@@ -7,12 +7,25 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "conf/logical_lines.h"
 #include "platform/file_system.h"
 
 namespace sourcetype {
+
+// Encodings that a .conf file may have and that are not read, as error codes. Their message() says
+// what the file is and what to do.
+enum class ConfEncoding { Utf16 = 1, Utf32 };
+std::error_code make_error_code(ConfEncoding encoding);
+
+// Set when `bytes` are text in such an encoding: they begin with its byte-order mark, or some of
+// them have the form that ASCII characters have in UTF-16.
+std::error_code findEncodingError(std::string_view bytes);
+
+// True for the errors of findEncodingError().
+bool isEncodingError(std::error_code error);
 
 // A parsed file: its bytes and views into them. Within one file a header that occurs again adds to
 // its stanza, and the last value of a key is the one that counts. Moves, does not copy.
@@ -68,4 +81,11 @@ class ConfFile {
   std::vector<Stanza> stanzas_;
 };
 
+// The bytes of a .conf file, or why they cannot be had: what readFile() says of more than
+// ConfFile::kMaxBytes, or findEncodingError() of the content.
+FileBytes readConfFile(const std::filesystem::path& path);
+
 }  // namespace sourcetype
+
+template <>
+struct std::is_error_code_enum<sourcetype::ConfEncoding> : std::true_type {};

@@ -76,9 +76,11 @@ bool sameSettings(const ConfFile::Stanza& a, const ConfFile::Stanza& b) {
   });
 }
 
-// True when `after` is `before` with `changes` in one stanza and nothing else new, lost or changed.
+// True when `after` is `before` with `changes` in one stanza and nothing else new, lost or changed,
+// and would be read as what it is.
 bool isExactEdit(const ConfFile& before, const ConfFile& after, std::string_view stanza,
                  const PropertiesMap& changes) {
+  if (findEncodingError(after.bytes())) return false;
   PropertiesMap expected = changes;
   if (before.find(stanza) != nullptr) {
     for (const auto& old : before.find(stanza)->settings) {
@@ -158,11 +160,13 @@ void ConfStore::load(Conf& conf) {
 
 void ConfStore::loadFile(Conf& conf, std::size_t layer, Report report) {
   const auto path = conf.layers_[layer] / (conf.name() + ".conf");
-  FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
+  FileBytes bytes = readConfFile(path);
   const auto error = conf.errors_[layer] = bytes.error;
   conf.files_[layer].reset();
   if (!error) {
     conf.files_[layer] = std::make_unique<ConfFile>(path, std::move(bytes), report);
+  } else if (isEncodingError(error)) {
+    if (report == Report::Yes) logError(kStoreLog, "Cannot use %s: %m", pathToText(path), error);
   } else if (!isMissingFile(error)) {
     logWarn(kStoreLog, "Failed to open: %s: %m", pathToText(path), error);
   }
@@ -359,7 +363,7 @@ std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& nam
   if (names.empty()) return {};
   try {
     const WritingTurn turn(root_, path);
-    const FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
+    const FileBytes bytes = readConfFile(path);
     if (bytes.error) return bytes.error;
     std::string kept;
     bool isKept = true;
@@ -389,7 +393,7 @@ std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& nam
 void ConfStore::learnOfFile(Conf& conf, const std::filesystem::path& path) {
   const FileIdentity identity = fileIdentity(path);
   if (conf.learned_ && conf.learned_->identity == identity) return;
-  const FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
+  const FileBytes bytes = readConfFile(path);
   if (bytes.error && !isMissingFile(bytes.error)) {
     throw std::system_error(bytes.error, "cannot read what it holds");
   }

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "conf/conf_file.h"
-#include "platform/file_system.h"
+#include "platform/path_form.h"
 
 namespace sourcetype {
 namespace {
@@ -33,9 +33,13 @@ std::string_view lineEndOf(std::string_view bytes) {
 }  // namespace
 
 IniFile IniFile::read(const std::filesystem::path& path, std::error_code& error) {
-  const FileBytes bytes = readFile(path, ConfFile::kMaxBytes);
+  const FileBytes bytes = readConfFile(path);
   error = bytes.error;
-  if (error) logError(kIniFileLog, "Cannot open ini file for parsing: %m", error);
+  if (isEncodingError(error)) {
+    logError(kIniFileLog, "Cannot use %s: %m", pathToText(path), error);
+  } else if (error) {
+    logError(kIniFileLog, "Cannot open ini file for parsing: %m", error);
+  }
   return parse(bytes.view(), path);
 }
 

@@ -28,8 +28,7 @@ class IniFile {
   };
   using Stanzas = std::map<std::string, Stanza, std::less<>>;
 
-  // A file that cannot be read, or is larger than a ConfFile may be, is logged and gives an empty
-  // object, with `error` set.
+  // A file that readConfFile() cannot have is logged and gives an empty object, with `error` set.
   static IniFile read(const std::filesystem::path& path, std::error_code& error);
 
   // `path` is for messages.

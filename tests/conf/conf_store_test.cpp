@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "conf/ini_file.h"
 #include "platform/path_form.h"
 #include "support/system.h"
 #include "support/temp_tree.h"
@@ -9,6 +10,7 @@
 namespace sourcetype {
 namespace {
 
+using std::string_literals::operator""s;
 using sourcetype::testing::TempTree;
 
 // A configuration tree and a store on it.
@@ -136,8 +138,9 @@ TEST(WriteStanza, SeesWhatAnotherProcessWroteMeanwhile) {
 TEST(WriteStanza, RefusesWhatWouldNotReadBackTheSame) {
   Tree tree;
   tree.write("system/local/props.conf", "[s]\nk = 1\n");
-  for (const PropertiesMap& map : {PropertiesMap{{"k", " padded"}}, PropertiesMap{{"k", "a\t"}},
-                                   PropertiesMap{{" k", "v"}}, PropertiesMap{{"k", " "}}}) {
+  for (const PropertiesMap& map :
+       {PropertiesMap{{"k", " padded"}}, PropertiesMap{{"k", "a\t"}}, PropertiesMap{{" k", "v"}},
+        PropertiesMap{{"k", " "}}, PropertiesMap{{"k", "a\0b\0c\0d\0"s}}}) {
     ::testing::internal::CaptureStderr();
     EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", map, false)) << map.toString();
     EXPECT_NE(::testing::internal::GetCapturedStderr().find("would not read back"),
@@ -170,6 +173,45 @@ TEST(WriteStanza, FailsWhereTheFileHoldsMoreThanIsRead) {
   EXPECT_NE(::testing::internal::GetCapturedStderr().find("cannot read what it holds: File too"),
             std::string::npos);
   EXPECT_EQ(std::filesystem::file_size(file), ConfFile::kMaxBytes + 1);
+}
+
+// Of one line "[s]", one "k = 1", and nothing that a read without their encoding would find.
+TEST(ForeignEncoding, LeavesALayerOutAndUnwritten) {
+  const std::string ascii = "[s]\r\nk = 1\r\n";
+  std::string bigEndian, littleEndian;
+  for (const char c : ascii) {
+    bigEndian += {'\0', c};
+    littleEndian += {c, '\0'};
+  }
+  for (const auto& [bytes, encoding] :
+       {std::pair{"\xFF\xFE" + littleEndian, "UTF-16"}, std::pair{littleEndian, "UTF-16"},
+        std::pair{"\xFE\xFF" + bigEndian, "UTF-16"}, std::pair{bigEndian, "UTF-16"},
+        std::pair{"[t]\n" + littleEndian, "UTF-16"}, std::pair{"\xFF\xFE\0\0"s, "UTF-32"}}) {
+    SCOPED_TRACE(::testing::PrintToString(bytes));
+    Tree tree;
+    tree.write("system/default/props.conf", "[s]\nk = default\n");
+    const auto file = tree.write("system/local/props.conf", bytes);
+    const auto learned = tree.write("apps/learned/local/sourcetypes.conf", bytes);
+    Conf& models = tree.store.getConf("sourcetypes");
+
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(tree.settings("s").get("k"), "default");
+    EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", {{"k", "2"}}, false));
+    EXPECT_FALSE(tree.store.writeLearnedStanza(models, "m", {{"_sourcetype", "t"}}));
+    EXPECT_TRUE(tree.store.dropLearnedStanzas(models, {"s"}));
+    const auto log = ::testing::internal::GetCapturedStderr();
+    const auto advice = std::string("it is text in ") + encoding + "; save it as UTF-8";
+    EXPECT_NE(log.find("Cannot use " + pathToText(file) + ": " + advice), log.npos) << log;
+    EXPECT_NE(log.find("cannot read what it holds: " + advice), log.npos) << log;
+    EXPECT_EQ(tree.read("system/local/props.conf"), bytes);
+    EXPECT_EQ(tree.read("apps/learned/local/sourcetypes.conf"), bytes);
+
+    ::testing::internal::CaptureStderr();
+    std::error_code error;
+    EXPECT_TRUE(IniFile::read(learned, error).stanzas().empty());
+    EXPECT_TRUE(isEncodingError(error));
+    EXPECT_NE(::testing::internal::GetCapturedStderr().find(pathToText(learned)), log.npos);
+  }
 }
 
 TEST(WriteStanza, FailsWithPathAndCauseWhereTheTreeCannotBeWritten) {
