@@ -37,16 +37,24 @@ void prepareOnce() {
   require(kPrepared, "the working directory is the target's own");
 }
 
-std::optional<LogProperties> readProperties(const char* file, const Variables& variables) {
-  try {
-    return readLogProperties(file, variables);
-  } catch (const LogConfigurationError&) {
-    return std::nullopt;
+using Values = std::map<std::string, std::string, std::less<>>;
+
+struct Read {
+  Values values;
+  bool isFaultless;
+};
+
+Read readValues(const char* file, const Variables& variables) {
+  LogComplaints complaints;
+  Values values;
+  for (const auto& [key, setting] : readLogProperties(file, variables, complaints)) {
+    values.emplace(key, setting.value);
   }
+  return {.values = std::move(values), .isFaultless = complaints.empty()};
 }
 
 // Whether any appender made of these values writes below the working directory or not at all.
-bool staysHere(const LogProperties& properties) {
+bool staysHere(const Values& properties) {
   return std::ranges::all_of(properties, [](const auto& property) {
     const std::string& value = property.second;
     const auto isIn = [&](std::string_view text) { return value.find(text) != value.npos; };
@@ -55,7 +63,7 @@ bool staysHere(const LogProperties& properties) {
 }
 
 // The back end keeps every category that was ever named.
-bool namesFewCategories(const LogProperties& properties) {
+bool namesFewCategories(const Values& properties) {
   constexpr std::size_t kMost = 50'000;
   static std::set<std::string, std::less<>> seen;
   for (const auto& [key, value] : properties) {
@@ -106,22 +114,25 @@ void run(std::string_view input) {
   tree().write("general.cfg", general);
   tree().write("local.cfg", local);
 
-  const auto properties = readProperties("log.cfg", variables);
-  const auto alone = readProperties("general.cfg", variables);
-  auto expected = readProperties("local.cfg", variables);
-  if (alone && expected) {
-    expected->insert(alone->begin(), alone->end());
-    require(properties == expected, "local settings are laid over the others");
+  const auto [values, isFaultless] = readValues("log.cfg", variables);
+  const auto alone = readValues("general.cfg", variables);
+  auto expected = readValues("local.cfg", variables);
+  if (alone.isFaultless && expected.isFaultless) {
+    expected.values.insert(alone.values.begin(), alone.values.end());
+    require(values == expected.values, "local settings are laid over the others");
   }
-  if (properties && !(staysHere(*properties) && namesFewCategories(*properties))) return;
+  if (!staysHere(values) || !namesFewCategories(values)) return;
 
   console().str({});
-  const auto problem = configureLogging("log.cfg", variables);
-  require(properties.has_value() || !problem.empty(), "what cannot be read is said");
-  require(problem.find('\n') == problem.npos, "what is wrong is said in one line");
+  const auto problems = configureLogging("log.cfg", variables);
+  require(isFaultless || !problems.empty(), "what cannot be read is said");
+  for (const auto problem : linesOf(problems)) {
+    require(problem.starts_with("log.cfg: ") || problem.starts_with("log-local.cfg: "),
+            "what is wrong is said in a line that names the file");
+  }
   logAll(record);
-  if (problem.empty()) return;
   const auto text = console().str();
+  if (!values.empty()) return;
   require(text.find(" WARN ") != text.npos && text.find(" ERROR ") != text.npos &&
               std::ranges::count(text, '\n') == 2,
           "without a usable configuration warnings and errors go to the console, a line each");

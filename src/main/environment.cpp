@@ -6,7 +6,6 @@
 #include "conf/message_catalog.h"
 #include "platform/environment.h"
 #include "platform/path_form.h"
-#include "util/format.h"
 #include "util/logging.h"
 
 namespace sourcetype {
@@ -28,12 +27,9 @@ void initEnvironment(ConfStore& store, std::map<std::string, std::string>& varia
 
   const auto configuration = *root / "etc" / loggingConfigurationName;
   if (quiet == Quiet::No) {
-    std::cerr << formatText("Using logging configuration at %s", pathToText(configuration))
-              << ".\n";
+    std::cerr << "Using logging configuration at " << pathToText(configuration) << ".\n";
   }
-  if (const auto complaint = configureLogging(configuration, variables); !complaint.empty()) {
-    std::cerr << complaint << '\n';
-  }
+  std::cerr << configureLogging(configuration, variables) << std::flush;
   messageCatalog(store);
 }
 

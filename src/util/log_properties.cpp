@@ -1,10 +1,11 @@
 #include "util/log_properties.h"
 
 #include <algorithm>
-#include <string_view>
+#include <utility>
 
 #include "platform/file_system.h"
 #include "platform/path_form.h"
+#include "util/format.h"
 
 namespace sourcetype {
 namespace {
@@ -37,32 +38,26 @@ std::string_view withoutComment(std::string_view value) {
   return value;
 }
 
-// The caller knows the directory.
-std::string name(const std::filesystem::path& path) {
-  return pathToText(path.filename());
-}
-
-std::string readText(const std::filesystem::path& path, WhenMissing whenMissing) {
-  if (fileKind(path) == FileKind::Other) {
-    throw LogConfigurationError(name(path) + ": not a regular file");
-  }
+std::string readText(const std::filesystem::path& path, WhenMissing whenMissing,
+                     LogComplaints& complaints) {
+  const auto refuse = [&](std::string_view reason) {
+    complaints.add(path, reason);
+    return std::string();
+  };
+  if (fileKind(path) == FileKind::Other) return refuse("not a regular file");
   InputFile file(path);
   std::string text(kMaxFileSize + 1, '\0');
   text.resize(file.read(text));
   if (whenMissing == WhenMissing::Skip && isMissingFile(file.error())) return {};
-  if (file.error()) throw LogConfigurationError(name(path) + ": " + file.error().message());
-  if (text.size() > kMaxFileSize) {
-    throw LogConfigurationError(name(path) + ": too large for a configuration");
-  }
-  if (text.find('\0') != std::string::npos) {
-    throw LogConfigurationError(name(path) + ": not a text file");
-  }
+  if (file.error()) return refuse(file.error().message());
+  if (text.size() > kMaxFileSize) return refuse("too large for a configuration");
+  if (text.find('\0') != std::string::npos) return refuse("not a text file");
   return text;
 }
 
 void addSettings(LogProperties& settings, const std::filesystem::path& path,
-                 WhenMissing whenMissing) {
-  const std::string text = readText(path, whenMissing);
+                 WhenMissing whenMissing, LogComplaints& complaints) {
+  const std::string text = readText(path, whenMissing, complaints);
   std::string_view rest = text;
   if (constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
       rest.starts_with(kByteOrderMark)) {
@@ -76,16 +71,21 @@ void addSettings(LogProperties& settings, const std::filesystem::path& path,
     const auto equals = line.find('=');
     const auto key = withoutPrefix(trimmed(line.substr(0, equals)));
     if (equals == std::string_view::npos || key.empty()) {
-      throw LogConfigurationError(name(path) + ": line " + std::to_string(number) +
-                                  " is not of the form key = value");
+      complaints.add(path, "line " + std::to_string(number) + " is not of the form key = value");
+      continue;
     }
     const auto value = trimmed(withoutComment(line.substr(equals + 1)));
-    settings.insert_or_assign(std::string(key), std::string(value));
+    settings.insert_or_assign(std::string(key),
+                              LogSetting{.value = std::string(value), .file = path});
   }
 }
 
-std::string substituted(std::string_view key, std::string_view value,
-                        const std::map<std::string, std::string>& variables) {
+struct Substitution {
+  std::string text{};
+  std::string unknownVariable{};  // empty when all are known
+};
+Substitution substituted(std::string_view value,
+                         const std::map<std::string, std::string>& variables) {
   std::string result;
   for (auto open = value.find("${"); open != std::string_view::npos; open = value.find("${")) {
     result += value.substr(0, open);
@@ -93,27 +93,41 @@ std::string substituted(std::string_view key, std::string_view value,
     const auto close = std::min(value.find('}'), value.size());
     const auto variable = variables.find(std::string(value.substr(2, close - 2)));
     if (close == value.size() || variable == variables.end()) {
-      throw LogConfigurationError(std::string(key) + ": unknown variable " +
-                                  std::string(value.substr(0, close + 1)));
+      return {.unknownVariable = std::string(value.substr(0, close + 1))};
     }
     result += variable->second;
     value.remove_prefix(close + 1);
   }
-  return result.append(value);
+  return {.text = result.append(value)};
 }
 
 }  // namespace
 
+void LogComplaints::add(const std::filesystem::path& file, std::string_view reason) {
+  text_ += formatText("%s: %s.\n", MultiLineText{pathToText(file)}, reason);
+}
+
 LogProperties readLogProperties(const std::filesystem::path& file,
-                                const std::map<std::string, std::string>& variables) {
+                                const std::map<std::string, std::string>& variables,
+                                LogComplaints& complaints) {
   auto local = file;
   local.replace_filename(file.stem() += "-local");
   local += file.extension();
 
   LogProperties settings;
-  addSettings(settings, file, WhenMissing::Fail);
-  addSettings(settings, local, WhenMissing::Skip);
-  for (auto& [key, value] : settings) value = substituted(key, value, variables);
+  addSettings(settings, file, WhenMissing::Fail, complaints);
+  addSettings(settings, local, WhenMissing::Skip, complaints);
+  for (auto entry = settings.begin(); entry != settings.end();) {
+    auto& [key, setting] = *entry;
+    auto [text, unknownVariable] = substituted(setting.value, variables);
+    if (unknownVariable.empty()) {
+      setting.value = std::move(text);
+      ++entry;
+    } else {
+      complaints.add(setting.file, formatText("%s: unknown variable %s", key, unknownVariable));
+      entry = settings.erase(entry);
+    }
+  }
   return settings;
 }
 

@@ -10,23 +10,36 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace sourcetype {
 
-using LogProperties = std::map<std::string, std::string, std::less<>>;
+struct LogSetting {
+  std::string value;
+  std::filesystem::path file;  // that it stands in
+};
 
-// A logging configuration that cannot be used. The text says where and why.
-class LogConfigurationError : public std::runtime_error {
+using LogProperties = std::map<std::string, LogSetting, std::less<>>;
+
+// What is wrong with a logging configuration.
+class LogComplaints {
  public:
-  using std::runtime_error::runtime_error;
+  void add(const std::filesystem::path& file, std::string_view reason);
+  bool empty() const { return text_.empty(); }
+  // "FILE: REASON." for each fault, with a newline after it. Reasons are one line each.
+  const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
 };
 
 // The settings of `file`, with those of its "-local" sibling ("a.cfg": "a-local.cfg") laid over
-// them key by key where there is one. Throws LogConfigurationError when a file cannot be read, is
-// larger than any configuration, holds a line of another form or names an unknown variable.
+// them key by key where there is one. A file that cannot be read, or is larger than any
+// configuration, has no settings; lines of another form are skipped, and so are values that name an
+// unknown variable. All of these are complained of.
 LogProperties readLogProperties(const std::filesystem::path& file,
-                                const std::map<std::string, std::string>& variables);
+                                const std::map<std::string, std::string>& variables,
+                                LogComplaints& complaints);
 
 }  // namespace sourcetype

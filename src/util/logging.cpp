@@ -19,6 +19,7 @@
 #include <ctime>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/file_system.h"
@@ -31,15 +32,7 @@ namespace {
 
 using log4cpp::Priority;
 
-// What is in force until a configuration says otherwise, and when none can be used.
-const LogProperties& defaultProperties() {
-  static const LogProperties kProperties{{"rootCategory", "WARN,console"},
-                                         {"appender.console", "ConsoleAppender"},
-                                         {"appender.console.target", "stderr"}};
-  return kProperties;
-}
-
-// The layout of an appender that names none.
+// The layout of an appender that names none, or one that cannot be used.
 constexpr const char* kDefaultPattern = "%d{%Y-%m-%d %H:%M:%S.%l} %-5p %c - %m%n";
 
 // Bytes. The back end walks up a category's name recursively, one call for each dot.
@@ -59,14 +52,28 @@ constexpr unsigned kMaxDays = 36500;
 constexpr unsigned kDefaultDays = 30;
 constexpr unsigned kSyslogPort = 514;
 
-Priority::Value parseLevel(const std::string& key, std::string_view name) {
+// The appender that is made when a configuration has none. No other one has a comma in its name.
+constexpr const char* kStandardError = "standard error,";
+
+std::string inQuotes(std::string_view text) {
+  return "\"" + std::string(text) + "\"";
+}
+
+std::optional<unsigned> parseNumber(std::string_view text, unsigned least, unsigned most) {
+  const char* end = text.data() + text.size();
+  unsigned result = 0;
+  const auto parsed = std::from_chars(text.data(), end, result);
+  const bool isNumber = parsed.ec == std::errc() && parsed.ptr == end;
+  return isNumber && result >= least && result <= most ? std::optional(result) : std::nullopt;
+}
+
+// By its name, or by its number in the back end's scale (0 for EMERG, 800 for NOTSET).
+std::optional<Priority::Value> parseLevel(std::string_view text) {
   constexpr std::array<std::string_view, 10> kNames{"EMERG", "FATAL",  "ALERT", "CRIT",  "ERROR",
                                                     "WARN",  "NOTICE", "INFO",  "DEBUG", "NOTSET"};
-  const auto upper = toAsciiUpper(name);
-  if (std::ranges::find(kNames, upper) == kNames.end()) {
-    throw LogConfigurationError(key + ": unknown level \"" + std::string(name) + "\"");
-  }
-  return Priority::getPriorityValue(upper);
+  const auto upper = toAsciiUpper(text);
+  if (std::ranges::find(kNames, upper) != kNames.end()) return Priority::getPriorityValue(upper);
+  return parseNumber(text, Priority::EMERG, Priority::NOTSET);
 }
 
 // "org.x.FileAppender" and "FileAppender" are the same type.
@@ -87,83 +94,98 @@ std::vector<std::string> splitAtCommas(std::string_view text) {
   }
 }
 
-bool parseFlag(const std::string& key, const std::string& value) {
-  const auto upper = toAsciiUpper(value);
-  if (upper != "TRUE" && upper != "FALSE") {
-    throw LogConfigurationError(key + ": neither true nor false: \"" + value + "\"");
-  }
-  return upper == "TRUE";
+std::optional<bool> parseFlag(std::string_view text) {
+  const auto upper = toAsciiUpper(text);
+  if (upper == "TRUE") return true;
+  if (upper == "FALSE") return false;
+  return std::nullopt;
 }
 
-// The settings of one appender; every complaint names the full key.
+// The settings of one appender. A value that cannot be used is complained of, by its full key, and
+// counts as not set.
 class AppenderSettings {
  public:
-  AppenderSettings(const LogProperties& properties, const std::string& name)
-      : properties_(properties), name_(name), prefix_("appender." + name) {}
+  AppenderSettings(const LogProperties& properties, const std::string& name,
+                   LogComplaints& complaints)
+      : properties_(properties),
+        name_(name),
+        prefix_("appender." + name),
+        complaints_(complaints) {}
 
   const std::string& name() const { return name_; }
 
   // `key` begins with a dot; empty is the key of the appender itself.
   std::string text(std::string_view key, std::string_view fallback = {}) const {
     const auto found = properties_.find(prefix_ + std::string(key));
-    return found == properties_.end() ? std::string(fallback) : found->second;
+    return found == properties_.end() ? std::string(fallback) : found->second.value;
   }
 
   bool flag(std::string_view key, bool fallback) const {
-    return parseFlag(prefix_ + std::string(key), text(key, fallback ? "true" : "false"));
+    const auto value = text(key, fallback ? "true" : "false");
+    const auto result = parseFlag(value);
+    if (!result) complain(key, "neither true nor false: " + inQuotes(value));
+    return result.value_or(fallback);
   }
 
   unsigned number(std::string_view key, unsigned fallback, unsigned least, unsigned most) const {
     const std::string value = text(key, std::to_string(fallback));
-    const char* end = value.data() + value.size();
-    unsigned result = 0;
-    const auto parsed = std::from_chars(value.data(), end, result);
-    if (parsed.ec != std::errc() || parsed.ptr != end || result < least || result > most) {
-      refuse(key, "no number from " + std::to_string(least) + " to " + std::to_string(most) +
-                      ": \"" + value + "\"");
+    const auto result = parseNumber(value, least, most);
+    if (!result) {
+      complain(key, "no number from " + std::to_string(least) + " to " + std::to_string(most) +
+                        ": " + inQuotes(value));
     }
-    return result;
+    return result.value_or(fallback);
   }
 
-  [[noreturn]] void refuse(std::string_view key, const std::string& reason) const {
-    throw LogConfigurationError(prefix_ + std::string(key) + ": " + reason);
+  // A key that is missing is told with the file that the appender's type stands in.
+  void complain(std::string_view key, std::string_view reason) const {
+    const auto fullKey = prefix_ + std::string(key);
+    auto place = properties_.find(fullKey);
+    if (place == properties_.end()) place = properties_.find(prefix_);
+    complaints_.add(place->second.file, fullKey + ": " + std::string(reason));
   }
 
  private:
   const LogProperties& properties_;
   const std::string& name_;
   std::string prefix_;
+  LogComplaints& complaints_;
 };
 
 using AppenderPtr = std::unique_ptr<log4cpp::Appender>;
 
 AppenderPtr makeConsoleAppender(const AppenderSettings& settings) {
   const auto target = toAsciiUpper(settings.text(".target", "stdout"));
-  if (target != "STDOUT" && target != "STDERR") {
-    settings.refuse(".target", "neither stdout nor stderr: \"" + target + "\"");
-  }
+  const bool isKnown = target == "STDOUT" || target == "STDERR";
+  if (!isKnown) settings.complain(".target", "neither stdout nor stderr: " + inQuotes(target));
+  // In doubt not between the results.
   return std::make_unique<log4cpp::OstreamAppender>(settings.name(),
-                                                    target == "STDERR" ? &std::cerr : &std::cout);
+                                                    target == "STDOUT" ? &std::cout : &std::cerr);
 }
 
 // `Appender` takes its name, the file's name, then `arguments`. It opens the file when it is made
-// and keeps silent about a failure, so that is asked for afterwards.
+// and keeps silent about a failure, so that is asked for afterwards. Null when it cannot be opened.
 template <class Appender, class... Arguments>
 AppenderPtr makeFileAppender(const AppenderSettings& settings, Arguments... arguments) {
   const std::string file = settings.text(".fileName");
-  if (file.empty()) settings.refuse(".fileName", "missing");
+  const auto refuse = [&](std::string_view reason) {
+    settings.complain(".fileName", reason);
+    return nullptr;
+  };
+  if (file.empty()) return refuse("missing");
   // Opening a FIFO would wait for its reader.
   if (fileKind(pathFromText(file)) == FileKind::Other) {
-    settings.refuse(".fileName", file + " is not a regular file");
+    return refuse(file + " is not a regular file");
   }
   auto appender = std::make_unique<Appender>(settings.name(), file, arguments...);
   if (!appender->reopen()) {
     const std::error_code error(errno, std::generic_category());
-    settings.refuse(".fileName", file + ": " + error.message());
+    return refuse(file + ": " + error.message());
   }
   return appender;
 }
 
+// Null when it cannot be used.
 AppenderPtr makeAppender(const AppenderSettings& settings) {
   const std::string value = settings.text("");
   const auto type = typeName(value);
@@ -188,22 +210,22 @@ AppenderPtr makeAppender(const AppenderSettings& settings) {
         settings.text(".syslogHost", "localhost"), LOG_USER,
         static_cast<int>(settings.number(".portNumber", kSyslogPort, 1, 65535)));
   }
-  if (type.empty()) settings.refuse("", "a category names this appender, but it has no type");
-  settings.refuse("", "unknown appender type \"" + std::string(type) + "\"");
+  settings.complain("", "unknown appender type " + inQuotes(type));
+  return nullptr;
 }
 
-// Refuses what the back end takes and cannot handle: huge fields, times that overflow its buffer.
-void checkPattern(const AppenderSettings& settings, std::string_view pattern) {
-  constexpr std::string_view kKey = ".layout.ConversionPattern";
+// What the back end takes and cannot handle: huge fields, times that overflow its buffer. Empty
+// when there is nothing of that.
+std::string faultOf(std::string_view pattern) {
   while (true) {
     const auto percent = pattern.find('%');
-    if (percent == std::string_view::npos) return;
+    if (percent == std::string_view::npos) return {};
     pattern.remove_prefix(percent + 1);
     std::size_t digits = 0;
     while (!pattern.empty() &&
            std::string_view("-.0123456789").find(pattern[0]) != std::string_view::npos) {
       digits = pattern[0] >= '0' ? digits + 1 : 0;
-      if (digits > kMaxWidthDigits) settings.refuse(kKey, "field too wide");
+      if (digits > kMaxWidthDigits) return "field too wide";
       pattern.remove_prefix(1);
     }
     if (pattern.starts_with("d{")) {
@@ -216,7 +238,7 @@ void checkPattern(const AppenderSettings& settings, std::string_view pattern) {
       const std::time_t now = std::time(nullptr);
       const std::tm* local = std::localtime(&now);  // NOLINT(concurrency-mt-unsafe): one thread
       if (std::strftime(buffer.data(), buffer.size(), format.c_str(), local) == 0) {
-        settings.refuse(kKey, "a time that is empty or too long: \"" + format + "\"");
+        return "a time that is empty or too long: " + inQuotes(format);
       }
     }
     pattern.remove_prefix(std::min<std::size_t>(pattern.size(), 1));
@@ -225,12 +247,16 @@ void checkPattern(const AppenderSettings& settings, std::string_view pattern) {
 
 std::unique_ptr<log4cpp::Layout> makePatternLayout(const AppenderSettings& settings,
                                                    const std::string& pattern) {
-  checkPattern(settings, pattern);
   auto layout = std::make_unique<log4cpp::PatternLayout>();
+  std::string fault = faultOf(pattern);
   try {
-    layout->setConversionPattern(pattern);
+    if (fault.empty()) layout->setConversionPattern(pattern);
   } catch (const log4cpp::ConfigureFailure& error) {
-    settings.refuse(".layout.ConversionPattern", error.what());
+    fault = error.what();
+  }
+  if (!fault.empty()) {
+    settings.complain(".layout.ConversionPattern", fault);
+    layout->setConversionPattern(kDefaultPattern);
   }
   return layout;
 }
@@ -238,13 +264,13 @@ std::unique_ptr<log4cpp::Layout> makePatternLayout(const AppenderSettings& setti
 std::unique_ptr<log4cpp::Layout> makeLayout(const AppenderSettings& settings) {
   const std::string value = settings.text(".layout");
   const auto type = typeName(value);
-  if (type.empty()) return makePatternLayout(settings, kDefaultPattern);
   if (type == "BasicLayout") return std::make_unique<log4cpp::BasicLayout>();
   if (type == "SimpleLayout") return std::make_unique<log4cpp::SimpleLayout>();
   if (type == "PatternLayout") {
     return makePatternLayout(settings, settings.text(".layout.ConversionPattern", "%m%n"));
   }
-  settings.refuse(".layout", "unknown layout type \"" + std::string(type) + "\"");
+  if (!type.empty()) settings.complain(".layout", "unknown layout type " + inQuotes(type));
+  return makePatternLayout(settings, kDefaultPattern);
 }
 
 // A whole configuration, ready to be put in force. Owns the appenders.
@@ -252,21 +278,16 @@ class LogSetup {
  public:
   LogSetup() = default;
 
-  // Throws LogConfigurationError.
-  explicit LogSetup(const LogProperties& properties) {
-    if (!properties.contains("rootCategory")) {
-      throw LogConfigurationError("rootCategory is missing");
-    }
-    for (const auto& [key, value] : properties) {
-      if (key == "rootCategory") {
-        readCategory(properties, key, "", value);
-      } else if (constexpr std::string_view kPrefix = "category."; key.starts_with(kPrefix)) {
-        readCategory(properties, key, key.substr(kPrefix.size()), value);
-      } else if (constexpr std::string_view kAdditivity = "additivity.";
-                 key.starts_with(kAdditivity)) {
-        category(key, key.substr(kAdditivity.size())).additive = parseFlag(key, value);
+  LogSetup(const LogProperties& properties, LogComplaints& complaints) {
+    for (const auto& [key, setting] : properties) {
+      if (key == "rootCategory" || key.starts_with("category.")) {
+        readCategory(properties, key, setting, complaints);
+      } else if (key.starts_with("additivity.")) {
+        readAdditivity(key, setting, complaints);
       }
     }
+    categories_[""].isFaulty |= !properties.contains("rootCategory");
+    replaceWhatIsMissing();
   }
 
   void putInForce() {
@@ -292,46 +313,104 @@ class LogSetup {
   struct CategorySettings {
     int level = Priority::NOTSET;
     bool additive = true;
+    bool isFaulty = false;                      // some of its line could not be used
     std::vector<log4cpp::Appender*> appenders;  // owned by appenders_
   };
 
-  // The settings of a category; the root's name is empty.
-  CategorySettings& category(const std::string& key, const std::string& name) {
-    if (key != "rootCategory" && (name.empty() || name.size() > kMaxCategoryName)) {
-      throw LogConfigurationError(key.substr(0, kMaxCategoryName) +
-                                  ": a category's name has 1 to " +
-                                  std::to_string(kMaxCategoryName) + " bytes");
+  // The settings of the category that a key names; the root's name is empty. Null when it can be
+  // none.
+  CategorySettings* category(const std::string& key, const LogSetting& setting,
+                             LogComplaints& complaints) {
+    if (key == "rootCategory") return &categories_[""];
+    const auto name = key.substr(key.find('.') + 1);
+    if (!name.empty() && name.size() <= kMaxCategoryName) return &categories_[name];
+    complaints.add(setting.file, key.substr(0, kMaxCategoryName) + ": a category's name has 1 to " +
+                                     std::to_string(kMaxCategoryName) + " bytes");
+    return nullptr;
+  }
+
+  void readAdditivity(const std::string& key, const LogSetting& setting,
+                      LogComplaints& complaints) {
+    auto* settings = category(key, setting, complaints);
+    if (settings == nullptr) return;
+    const auto flag = parseFlag(setting.value);
+    if (!flag) {
+      complaints.add(setting.file, key + ": neither true nor false: " + inQuotes(setting.value));
     }
-    return categories_[name];
+    settings->additive = flag.value_or(true);
   }
 
   void readCategory(const LogProperties& properties, const std::string& key,
-                    const std::string& name, const std::string& value) {
-    auto& settings = category(key, name);
-    const auto parts = splitAtCommas(value);
-    if (!parts[0].empty()) settings.level = parseLevel(key, parts[0]);
-    if (name.empty() && settings.level == Priority::NOTSET) {
-      throw LogConfigurationError(key + ": names no level");
+                    const LogSetting& setting, LogComplaints& complaints) {
+    auto* settings = category(key, setting, complaints);
+    if (settings == nullptr) return;
+    const auto complain = [&](const std::string& reason) {
+      settings->isFaulty = true;
+      complaints.add(setting.file, key + ": " + reason);
+    };
+    const auto parts = splitAtCommas(setting.value);
+    const auto level = parts[0].empty() ? Priority::NOTSET : parseLevel(parts[0]);
+    settings->level = level.value_or(Priority::NOTSET);
+    if (!level) {
+      complain("unknown level " + inQuotes(parts[0]));
+    } else if (key == "rootCategory" && level == Priority::NOTSET) {
+      complain("names no level");
     }
     for (std::size_t i = 1; i < parts.size(); ++i) {
-      if (!parts[i].empty()) settings.appenders.push_back(&appender(properties, parts[i]));
+      if (parts[i].empty()) continue;
+      if (!properties.contains("appender." + parts[i])) {
+        complain("names the appender " + inQuotes(parts[i]) + ", which has no type");
+      } else if (auto* made = appender(properties, parts[i], complaints)) {
+        settings->appenders.push_back(made);
+      } else {
+        settings->isFaulty = true;
+      }
     }
   }
 
-  // Made when it is first asked for: what no category names opens no file.
-  log4cpp::Appender& appender(const LogProperties& properties, const std::string& name) {
-    auto& known = appenders_[name];
-    if (!known) {
-      const AppenderSettings settings(properties, name);
-      auto layout = makeLayout(settings);
-      auto made = makeAppender(settings);
-      if (const auto level = settings.text(".threshold"); !level.empty()) {
-        made->setThreshold(parseLevel("appender." + name + ".threshold", level));
-      }
-      made->setLayout(layout.release());  // the appender owns it
-      known = std::move(made);
+  // Made when it is first asked for: what no category names opens no file. Null when it cannot be
+  // used.
+  log4cpp::Appender* appender(const LogProperties& properties, const std::string& name,
+                              LogComplaints& complaints) {
+    const auto [known, isNew] = appenders_.try_emplace(name);
+    if (isNew) known->second = makeWithLayout(AppenderSettings(properties, name, complaints));
+    return known->second.get();
+  }
+
+  static AppenderPtr makeWithLayout(const AppenderSettings& settings) try {
+    auto made = makeAppender(settings);
+    if (made == nullptr) return nullptr;
+    if (const auto value = settings.text(".threshold"); !value.empty()) {
+      const auto level = parseLevel(value);
+      if (!level) settings.complain(".threshold", "unknown level " + inQuotes(value));
+      made->setThreshold(level.value_or(Priority::NOTSET));
     }
-    return *known;
+    made->setLayout(makeLayout(settings).release());  // the appender owns it
+    return made;
+  } catch (const std::exception& error) {
+    settings.complain("", error.what());
+    return nullptr;
+  }
+
+  // No record is lost for a fault: where it leaves a category no appender, the root's take the
+  // records, and standard error those of the root.
+  void replaceWhatIsMissing() {
+    auto& root = categories_[""];
+    if (root.level == Priority::NOTSET) root.level = Priority::WARN;
+    for (auto& [name, settings] : categories_) {
+      if (!settings.isFaulty || !settings.appenders.empty()) continue;
+      settings.additive = true;
+      if (name.empty()) settings.appenders.push_back(&standardError());
+    }
+  }
+
+  log4cpp::Appender& standardError() {
+    auto layout = std::make_unique<log4cpp::PatternLayout>();
+    layout->setConversionPattern(kDefaultPattern);
+    auto& made = appenders_[kStandardError];
+    made = std::make_unique<log4cpp::OstreamAppender>(kStandardError, &std::cerr);
+    made->setLayout(layout.release());  // the appender owns it
+    return *made;
   }
 
   std::map<std::string, AppenderPtr> appenders_;
@@ -397,16 +476,14 @@ log4cpp::Category& LogCategory::backEnd() const {
 std::string configureLogging(const std::filesystem::path& file,
                              const std::map<std::string, std::string>& variables) {
   static ActiveSetup active;
-  try {
-    active.replace([&] { return LogSetup(readLogProperties(file, variables)); });
-    return {};
-  } catch (const std::exception& error) {
-    active.replace([] { return LogSetup(defaultProperties()); });
-    return formatText(
-        "Cannot use the logging configuration %s (%s). Warnings and errors go to "
-        "standard error.",
-        pathToText(file), std::string_view(error.what()));
+  LogComplaints complaints;
+  const auto properties = readLogProperties(file, variables, complaints);
+  // What is told already may be the reason why it is missing.
+  if (!properties.contains("rootCategory") && complaints.empty()) {
+    complaints.add(file, "rootCategory is missing");
   }
+  active.replace([&] { return LogSetup(properties, complaints); });
+  return complaints.text();
 }
 
 }  // namespace sourcetype
