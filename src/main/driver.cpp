@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <iostream>
 #include <string>
 #include <string_view>
 
@@ -79,7 +80,7 @@ void measureSpeed(ConfStore& store) {
   std::error_code error;
   const auto names = listDirectory(directory, error);
   if (error) {
-    printText(stderr, "opendir: {}\n", error.message());
+    std::cerr << "opendir: " << error.message() << '\n';
     return;
   }
   const std::time_t start = std::time(nullptr);

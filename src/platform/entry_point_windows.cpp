@@ -28,7 +28,8 @@ BOOL WINAPI restoreConsoleWhenInterrupted(DWORD /*event*/) {
   return FALSE;  // go on to end the process
 }
 
-// All output is UTF-8 and ends its lines in LF, on a console as in a file.
+// All output is UTF-8 and ends its lines in LF, on a console as in a file. Standard descriptors
+// that are closed need no care: the run-time library never gives 0 to 2 to another file.
 void prepareOutput() {
   for (FILE* stream : {stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
   _fmode = _O_BINARY;  // files that libraries open
