@@ -21,6 +21,8 @@ class MessageCatalog {
   // Stores the text of `key` in `stanza`, in place of an earlier one.
   void add(std::string_view stanza, std::string_view key, std::string_view text);
 
+  bool empty() const { return texts_.empty(); }
+
   // The text of a code, in any case of its letters. Never fails: a code without a text gets one
   // made of itself, whose conversions still print the arguments, and keeps it. The reference holds
   // as long as the catalog; add() may change what it says.
@@ -41,13 +43,13 @@ MessageCatalog& messageCatalog(ConfStore& store);
 // The text of a code in the catalog of the process.
 const std::string& lookupMessage(std::string_view code);
 
-// Logs the text of `code`, filled with `args`, the code's arguments in their order. The record is
-// one line, whatever the text in the catalog holds.
+// Logs the text of `code`, filled with `args`, the code's arguments in their order. The text is
+// shown as it stands in the catalog, newlines included; arguments are made harmless.
 template <class... Args>
 void logMessage(LogLevel level, const LogCategory& category, std::string_view code,
                 const Args&... args) {
   if (!category.isEnabled(level)) return;
-  logAt(level, category, escapeControlCharacters(lookupMessage(code)), args...);
+  logAt(level, category, lookupMessage(code), args...);
 }
 
 }  // namespace sourcetype

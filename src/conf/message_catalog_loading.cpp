@@ -3,9 +3,12 @@
 #include "conf/conf_store.h"
 #include "conf/message_catalog.h"
 #include "conf/properties_map.h"
+#include "platform/path_form.h"
 
 namespace sourcetype {
 namespace {
+
+constexpr LogCategory kLog("MessageCatalog");
 
 void load(MessageCatalog& catalog, ConfStore& store) {
   auto& literals = store.getConf("literals");
@@ -13,6 +16,12 @@ void load(MessageCatalog& catalog, ConfStore& store) {
     PropertiesMap settings;
     store.getExactStanza(literals, settings, stanza);
     for (const auto& [key, entry] : settings.entries()) catalog.add(stanza, key, entry.value);
+  }
+  if (catalog.empty()) {
+    logWarn(kLog,
+            "There are no message texts: %s is missing, empty or unreadable, and messages show "
+            "their codes instead.",
+            pathToText(store.root() / "system" / "default" / "literals.conf"));
   }
 }
 

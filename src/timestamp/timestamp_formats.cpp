@@ -401,9 +401,9 @@ TimestampFormats TimestampFormats::load(const std::filesystem::path& file) {
   const auto name = pathToText(file);
   const FileBytes bytes = readFile(file, kMaxFileBytes);
   if (bytes.error == std::errc::file_too_large) {
-    logError(kLog, "%s: longer than %u bytes; no timestamp will be found.", name, kMaxFileBytes);
+    logError(kLog, "%s is longer than %u bytes; no timestamp will be found.", name, kMaxFileBytes);
   } else if (bytes.error) {
-    logError(kLog, "%s: %m; no timestamp will be found.", name, bytes.error);
+    logError(kLog, "Cannot read %s (%m); no timestamp will be found.", name, bytes.error);
   } else {
     FormatsReader(name, formats).read(bytes.view());
   }

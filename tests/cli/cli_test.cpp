@@ -68,6 +68,7 @@ struct HomeCase {
 class Home : public ::testing::TestWithParam<HomeCase> {};
 
 TEST_P(Home, MayHaveAnyName) {
+  if (!kNamesAreAnyBytes && holds(GetParam().directory, "\n")) GTEST_SKIP();
   const Installation server;
   server.write("orders.log", repeated(kLine, 150));
   const auto home = server.path(GetParam().directory);
@@ -83,6 +84,7 @@ TEST_P(Home, MayHaveAnyName) {
 INSTANTIATE_TEST_SUITE_P(Names, Home,
                          ::testing::Values(HomeCase{"Blanks", "a b  c"},
                                            HomeCase{"SeparatorAtTheEnd", "home/"},
+                                           HomeCase{"TwoLines", "a\nb"},
                                            HomeCase{"NotAscii", "f\u00fcr \u65e5\u672c \U0001F4C4"},
                                            HomeCase{"Long", repeated("0123456789/", 30)}),
                          [](const auto& test) { return test.param.name; });
@@ -526,6 +528,19 @@ TEST(UnwritableTree, StillClassifies) {
   EXPECT_EQ(printed(run, "sourcetype"), "orders");
   EXPECT_TRUE(holds(run.err, "ERROR")) << run.err;
   EXPECT_TRUE(holds(run.err, "Not a directory")) << run.err;
+}
+
+TEST(BrokenConfiguration, NamesTheShippedFilesThatAreMissing) {
+  const Installation server;
+  server.write("orders.log", repeated(kLine, 150));
+  const auto literals = server.path("etc/system/default/literals.conf").make_preferred();
+  const auto datetime = server.path("etc/datetime.xml").make_preferred();
+  std::filesystem::remove(literals);
+  std::filesystem::remove(datetime);
+  const auto run = server.run({"orders.log"});
+  EXPECT_EQ(printed(run, "sourcetype"), "orders");
+  EXPECT_TRUE(holds(run.err, pathToText(literals) + " is missing")) << run.err;
+  EXPECT_TRUE(holds(run.err, "Cannot read " + pathToText(datetime))) << run.err;
 }
 
 TEST(BrokenConfiguration, IsReportedAndSkipped) {

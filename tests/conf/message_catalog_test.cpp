@@ -33,7 +33,7 @@ TEST(MessageCatalog, MakesATextForAnUnknownCodeAndKeepsIt) {
   EXPECT_EQ(catalog.lookup("A_B__%s__%lu"), "found later");
 }
 
-TEST(LogMessage, PrintsTheArgumentsOfACodeWithoutText) {
+TEST(LogMessage, ShowsTheTextAsItIsAndItsArgumentsHarmless) {
   const TempTree tree;
   const LogCategory category("Catalog");
   const auto configuration =
@@ -42,7 +42,10 @@ TEST(LogMessage, PrintsTheArgumentsOfACodeWithoutText) {
   ASSERT_EQ(configureLogging(configuration, {}), "");
   logMessage(LogLevel::Warn, category, "TEST_CODE__%s_%d", "x", 7);
   logMessage(LogLevel::Info, category, "TEST_CODE__%s_%d", "not asked for", 8);
-  EXPECT_EQ(tree.read("log"), std::string(kFallback) + "TEST_CODE Arguments: _x_7\n");
+  messageCatalog().add("TEST", "TEXT__S", "first %s\nsecond");
+  logMessage(LogLevel::Warn, category, "TEST_TEXT__%s", "a\nb");
+  EXPECT_EQ(tree.read("log"),
+            std::string(kFallback) + "TEST_CODE Arguments: _x_7\nfirst a\\x0Ab\nsecond\n");
 }
 
 // The settings of the shipped file as MessageCatalog::add() gets them.

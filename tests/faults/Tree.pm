@@ -20,6 +20,7 @@ sub new {
   $self->put('etc/system/local/props.conf',               $text{props}  // $old_props);
   $self->put('etc/system/local/transforms.conf',          "[old]\nREGEX = x\n");
   $self->put('etc/apps/learned/local/sourcetypes.conf',   $text{models} // $old_models);
+  $self->put('etc/system/default/literals.conf', "[FILE_CLASSIFIER]\nNONE = needed here\n");
   $self->put('etc/log-cmdline.cfg',
     "rootCategory = WARN, c\nappender.c = ConsoleAppender\nappender.c.target = stderr\nappender.c.layout = SimpleLayout\n");
   $self->put('app.log',   log_text('alpha', 150));
