@@ -216,7 +216,8 @@ void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
   learnTimestampSettings(sourcetype, *sample_, result_, [&](std::string_view line) {
     if (!parser) {
       PropertiesMap settings;
-      store_.getStanzaSettings(store_.getProps(), settings, sourcetype, PatternMatching::No);
+      store_.getStanzaSettings(store_.getProps(), settings, std::span(&sourcetype, 1),
+                               PatternMatching::No);
       const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
       parser.emplace(manager_.timestampFormats(), settings,
                      formatText("FileClassifier %s", sourcetype), now);

@@ -519,6 +519,14 @@ TEST(HostileName, OfFourThousandBytesIsAnswered) {
   EXPECT_EQ(printed(run, "invalid_cause"), "failed_stat");
 }
 
+TEST(HostileName, WithABarIsOneName) {
+  const Installation server;
+  server.write("etc/system/local/props.conf", "[apple]\nTIME_PREFIX = nowhere\n");
+  const auto run = server.run({"text", "abc|apple.log", repeated(kLine, 150)});
+  EXPECT_EQ(printed(run, "sourcetype"), "abc|apple");
+  EXPECT_EQ(printed(run, "MAX_TIMESTAMP_LOOKAHEAD"), "39");
+}
+
 TEST(UnwritableTree, StillClassifies) {
   const Installation server;
   server.write("etc/system/local", "a file in the place of the directory");
