@@ -5,6 +5,7 @@
 #include "classifier/file_classifier.h"
 #include "classifier/line_break_learner.h"
 #include "classifier/properties.h"
+#include "classifier/type_name.h"
 #include "conf/ini_file.h"
 #include "conf/message_catalog.h"
 
@@ -56,6 +57,12 @@ void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeReq
 void FileClassifierManager::learnFile(const std::filesystem::path& path,
                                       std::string_view sourcetype, Training training,
                                       std::uint64_t maxLines) {
+  if (const auto reason = sourcetypeProblem(sourcetype); !reason.empty()) {
+    logError(kFlowLog, "Cannot learn the file %s as sourcetype \"%s\": %s.", pathToText(path),
+             sourcetype, reason);
+    if (training == Training::Yes) models_.keepForgotten();
+    return;
+  }
   const std::size_t modelsBefore = models_.addedModels();
   PropertiesMap props;
   store_.getStanzaSettings(store_.getProps(), props, sourceStanzas(path), PatternMatching::Yes);

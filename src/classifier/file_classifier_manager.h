@@ -47,7 +47,8 @@ class FileClassifierManager {
   // file, and the settings of the sourcetype; keys that were there before keep their values.
   void findTypeForFile(PropertiesMap& result, const TypeRequest& request);
 
-  // Learns the text of a file under a sourcetype's name. A file that cannot be read is logged.
+  // Learns the text of a file under a sourcetype's name. A file that cannot be read is logged, and
+  // so is a sourcetype that could not be stored, under which nothing is learned.
   void learnFile(const std::filesystem::path& path, std::string_view sourcetype, Training training,
                  std::uint64_t maxLines = kDefaultMaxLines);
 

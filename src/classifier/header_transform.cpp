@@ -133,7 +133,7 @@ class HeaderLinker {
     Names names;
     if (isNumbered(current_, typeName)) {
       names = numberedNames(typeName);
-      names.insert(names.begin(), typeName);
+      if (!isSpecialStanza(typeName)) names.insert(names.begin(), typeName);
     } else if (isTaken) {
       names = numberedNames(current_);
     }

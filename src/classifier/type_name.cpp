@@ -1,5 +1,7 @@
 #include "classifier/type_name.h"
 
+#include <algorithm>
+
 #include "classifier/properties.h"
 #include "util/text.h"
 
@@ -8,6 +10,8 @@ namespace {
 
 constexpr std::string_view kDefaultTypeName = "generic";
 constexpr std::size_t kShortestName = 3;
+constexpr char kControlReplacement = '_';
+constexpr std::string_view kKindSeparator = "::";
 
 // Extensions that say no more than that the file is a log.
 bool isTelling(std::string_view extension) {
@@ -24,34 +28,68 @@ std::string_view nameFrom(std::string_view baseName) {
   return baseName.substr(0, dot);
 }
 
+std::string_view withoutLeadingBlanks(std::string_view name) {
+  while (!name.empty() && (name.front() == ' ' || controlLength(name) > 0)) {
+    name.remove_prefix(std::max<std::size_t>(controlLength(name), 1));
+  }
+  return name;
+}
+
+std::string withControlsReplaced(std::string_view name) {
+  std::string result;
+  while (!name.empty()) {
+    const std::size_t length = controlLength(name);
+    result += length > 0 ? kControlReplacement : name.front();
+    name.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return result;
+}
+
+// The first of "<base>-<number>" from `number` on that `conf` does not have.
+std::string firstFreeName(const std::string& base, std::size_t number, Conf& conf,
+                          ConfStore& store) {
+  while (true) {
+    std::string name = base + "-" + std::to_string(number++);
+    if (!store.stanzaExists(conf, name)) return name;
+  }
+}
+
 }  // namespace
 
 bool isSpecialStanza(std::string_view name) {
-  return name.find("::") != std::string_view::npos || name == kDefaultStanza ||
+  return name.find(kKindSeparator) != std::string_view::npos || name == kDefaultStanza ||
          name == kTooSmallSourcetype;
+}
+
+std::string_view sourcetypeProblem(std::string_view name) {
+  if (name.empty()) return "it is empty";
+  if (trimBlanks(name) != name) return "it begins or ends with a blank";
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    if (controlLength(name.substr(at)) > 0) return "it holds a control character";
+  }
+  return {};
 }
 
 std::string makeTypeName(std::string_view fileName, PathForm pathForm) {
   std::string_view name = nameFrom(fileName.substr(fileName.rfind(pathForm.separator) + 1));
+  name = withoutLeadingBlanks(name);
   while (!name.empty() && !isAsciiLetter(name.back())) name.remove_suffix(1);
-  // With any of these the name of a file could become a rule, or settings for other files.
-  const bool isUsable = name.size() >= kShortestName && !isSpecialStanza(name);
-  return std::string(isUsable ? name : kDefaultTypeName);
+  // Every name made of one with "::" would be that of a rule, or of settings for other files.
+  const bool isUsable =
+      name.size() >= kShortestName && name.find(kKindSeparator) == std::string_view::npos;
+  return isUsable ? withControlsReplaced(name) : std::string(kDefaultTypeName);
 }
 
 std::string makeNumberedName(const std::string& base, Conf& conf, ConfStore& store) {
-  std::size_t number = store.stanzaNames(conf, base).size();
-  std::string name;
-  do {
-    name = base + "-" + std::to_string(++number);
-  } while (store.stanzaExists(conf, name));
-  return name;
+  return firstFreeName(base, store.stanzaNames(conf, base).size() + 1, conf, store);
 }
 
 std::string makeUniqueTypeName(std::string_view fileName, ConfStore& store) {
   std::string name = makeTypeName(fileName, store.pathForm());
-  if (store.stanzaNames(store.getProps(), name).empty()) return name;
-  return makeNumberedName(name, store.getProps(), store);
+  Conf& props = store.getProps();
+  std::size_t taken = store.stanzaNames(props, name).size();
+  if (isSpecialStanza(name)) taken = std::max<std::size_t>(taken, 1);
+  return taken == 0 ? name : firstFreeName(name, taken + 1, props, store);
 }
 
 }  // namespace sourcetype

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "util/text.h"
+
 namespace sourcetype {
 namespace {
 
@@ -211,18 +213,13 @@ class Formatter {
 std::string escapeControlCharacters(std::string_view text) {
   std::string result;
   result.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
-    if ((byte < 0x20 && byte != '\t') || byte == 0x7F) {
-      result += fmt::format("\\x{:02X}", byte);
-    } else if (byte == 0xC2 && next >= 0x80 && next <= 0x9F) {
-      // U+0080 to U+009F, for which a terminal may act as for ESC and another character.
-      result += fmt::format("\\x{:02X}\\x{:02X}", byte, next);
-      ++i;
-    } else {
-      result += text[i];
+  while (!text.empty()) {
+    const std::size_t length = text[0] == '\t' ? 0 : controlLength(text);
+    if (length == 0) result += text[0];
+    for (const char c : text.substr(0, length)) {
+      result += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
     }
+    text.remove_prefix(std::max<std::size_t>(length, 1));
   }
   return result;
 }

@@ -28,9 +28,10 @@ INSTANTIATE_TEST_SUITE_P(
                       NameCase{"app-2026-03", "app"}, NameCase{"report.abc123", "abc"},
                       NameCase{"2026.log", "generic"}, NameCase{"ab.log", "generic"},
                       NameCase{"", "generic"}, NameCase{"a.x9", "generic"},
-                      NameCase{"rule::mine", "generic"}, NameCase{"default.log", "generic"},
-                      NameCase{"x.too_small", "generic"}, NameCase{"a.host::b", "generic"},
-                      NameCase{".profile", "profile"},
+                      NameCase{"rule::mine", "generic"}, NameCase{"a.host::b", "generic"},
+                      NameCase{" \t\n\xC2\x85 lead.log", "lead"}, NameCase{"  ab.log", "generic"},
+                      NameCase{"a\tb\n\x7F\xC2\x9B\xC3\x85x.log", "a_b___\xC3\x85x"},
+                      NameCase{"x.ab\rc", "ab_c"}, NameCase{".profile", "profile"},
                       NameCase{"C:\\logs\\iis.log", "C:\\logs\\iis"}));
 
 TEST(TypeName, GoesByTheSeparatorOfThePathForm) {
@@ -44,6 +45,16 @@ TEST(UniqueTypeName, CountsStanzasThatBeginWithIt) {
   ConfStore store(tree.root(), kPosixPathForm);
   EXPECT_EQ(makeUniqueTypeName("access.log", store), "access-5");
   EXPECT_EQ(makeUniqueTypeName("orders.log", store), "orders");
+}
+
+TEST(UniqueTypeName, IsNeverThatOfASpecialStanza) {
+  const sourcetype::testing::TempTree tree;
+  for (const char* props : {"", "[default]\n[too_small]\n"}) {
+    tree.write("system/default/props.conf", props);
+    ConfStore store(tree.root(), kPosixPathForm);
+    EXPECT_EQ(makeUniqueTypeName("default.log", store), "default-2");
+    EXPECT_EQ(makeUniqueTypeName("x.too_small", store), "too_small-2");
+  }
 }
 
 }  // namespace

@@ -423,6 +423,19 @@ TEST(Learning, RecordsTheSettingsThatExist) {
   EXPECT_TRUE(holds(run.err, "\nExisting:\nPropertiesMap: {\n\tmaxDist -> 7\n}\n")) << run.err;
 }
 
+TEST(Learning, UnderANameThatCannotBeStoredIsRefused) {
+  const Installation server;
+  server.write("a.log", repeated(kLine, 150));
+  for (const auto& [sourcetype, reason] : std::map<std::string, const char*>{
+           {"", "it is empty"}, {" t", "blank"}, {"t\t", "blank"}, {"t\nu", "control character"}}) {
+    const auto run = server.run({"a.log", sourcetype});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out.find("Training on a.log of type "), 0U);
+    EXPECT_TRUE(holds(run.err, "ERROR") && holds(run.err, reason)) << run.err;
+    EXPECT_EQ(storedModels(server), 0U);
+  }
+}
+
 TEST(Learning, FromATrainingFileForgetsWhatWasLearnedBefore) {
   const Installation server;
   server.write("a.log", accessLog(0, 150));
@@ -499,7 +512,7 @@ TEST(HostileName, CannotBecomeARuleOrSettingsForOtherFiles) {
   // Contents that have nothing in common, so that none is recognised as another.
   const std::map<const char*, const char*> files{{"rule::x", "alpha, beta\n"},
                                                  {"x.source::*a", "gamma=delta;\n"},
-                                                 {"two\nlines]x=[y.log", "[eta] (theta)\n"},
+                                                 {" two\nlines]x=[y.log", "[eta] (theta)\n"},
                                                  {"\xFF\xFE.log", "iota/kappa|\n"}};
   for (const auto& [name, line] : files) {
     server.write(name, repeated(line, 150));
@@ -509,7 +522,7 @@ TEST(HostileName, CannotBecomeARuleOrSettingsForOtherFiles) {
   }
   const auto written = server.read("etc/system/local/props.conf");
   EXPECT_FALSE(holds(written, "::")) << written;
-  EXPECT_TRUE(holds(written, "[two\\\nlines]x=[y]\n")) << written;
+  EXPECT_TRUE(holds(written, "[two_lines]x=[y]\n")) << written;
 }
 
 TEST(HostileName, OfFourThousandBytesIsAnswered) {

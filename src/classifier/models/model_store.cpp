@@ -138,18 +138,14 @@ bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
     const bool isClose = closest && closest->distance <= kAcceptDistance;
     isKnown = isKnown || isClose;
     if (isClose && closest->sourcetype == sourcetype) continue;
-    if (addModel(fileName, model, sourcetype)) isLearned = true;
+    addModel(fileName, model, sourcetype);
+    isLearned = true;
   }
   return isLearned || isKnown;
 }
 
-// False for a sourcetype without a name, whose models would not load.
-bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
+void ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
                           std::string_view sourcetype) {
-  if (sourcetype.empty()) {
-    logWarn(kModelLog, "%s is not learned without a sourcetype.", fileName);
-    return false;
-  }
   TextKeeper keeper;
   models().add(viewOf(model, sourcetype, inheritedMaxDist(), keeper));
   ++addedModels_;
@@ -163,7 +159,6 @@ bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
     if (forgotten_.erase(std::string(source)) > 0) logKept(source);
     keepForgotten();
   }
-  return true;
 }
 
 std::string ModelStore::makeStanzaName(std::string_view fileName) {

@@ -78,7 +78,7 @@ class ModelStore {
   ModelIndex& models();
   const std::string& inheritedMaxDist();
   bool hasEnoughLines(std::string_view fileName, const Sample& sample) const;
-  bool addModel(std::string_view fileName, const Fingerprint& model, std::string_view sourcetype);
+  void addModel(std::string_view fileName, const Fingerprint& model, std::string_view sourcetype);
   std::string makeStanzaName(std::string_view fileName);
 
   ConfStore& store_;

@@ -147,14 +147,6 @@ TEST(Training, OfAFileOfAnyNameIsKept) {
   }
 }
 
-TEST(Training, UnderNoNameStoresNothing) {
-  const TempTree tree;
-  CaptureStderr();
-  EXPECT_FALSE(ProgramRun(tree).train(repeated(kApples, 100), ""));
-  EXPECT_THAT(GetCapturedStderr(), HasSubstr("without a sourcetype"));
-  EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
-}
-
 TEST(TornAppend, LosesNoMoreThanItsOwnModel) {
   const TempTree tree;
   EXPECT_TRUE(ProgramRun(tree).train(repeated(kApples, 100), "fruit", "f"));
