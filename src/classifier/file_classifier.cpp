@@ -133,9 +133,8 @@ std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {
   finishWith(sourcetype);
-  if (learningAllowed_ && result_.getBool(key::kLearnModel, true) &&
-      manager_.models().countModels(sourcetype) < kMaxRuleModels) {
-    manager_.models().trainModels(fileName_, *sample_, sourcetype);
+  if (learningAllowed_ && result_.getBool(key::kLearnModel, true)) {
+    manager_.models().trainModels(fileName_, *sample_, sourcetype, kMaxRuleModels);
   }
 }
 

@@ -485,9 +485,11 @@ TEST(Rule, ComesBeforeModelsAndADelayedOneAfterThem) {
 TEST(Rule, CollectsThreeModelsAtMost) {
   const Installation server;
   server.write("etc/system/local/props.conf", "[rule::r]\nsourcetype = R\nMORE_THAN_90 = ^\n");
-  for (const char* word : {"alpha,", "beta;", "gamma:", "delta/", "eta|"}) {
-    server.write("a.log", repeated(std::string(word) + "\n", 150));
-    EXPECT_EQ(printed(server.run({"a.log"}), "sourcetype"), "R");
+  server.write("a.log", repeated("alpha,\n", 150));
+  server.write("b.log", repeated("beta;\n", 1000) + repeated("gamma:\n", 1000) +
+                            repeated("delta/\n", 1000) + repeated("eta|\n", 1000));
+  for (const char* file : {"a.log", "b.log", "b.log"}) {
+    EXPECT_EQ(printed(server.run({file}), "sourcetype"), "R");
   }
   EXPECT_EQ(storedModels(server), 3U);
 }

@@ -125,13 +125,13 @@ std::optional<ModelIndex::Closest> ModelStore::findClosest(const Sample& sample)
 }
 
 bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
-                             std::string_view sourcetype) {
+                             std::string_view sourcetype, std::size_t maxModels) {
   if (!hasEnoughLines(fileName, sample)) return false;
   bool isLearned = false;
   bool isKnown = false;
   for (std::size_t number = 0; number < kTrainedSegments; ++number) {
     const auto segment = segmentOf(sample, number);
-    if (!segment) break;
+    if (!segment || countModels(sourcetype) >= maxModels) break;
     const Fingerprint model =
         buildModel(sample, segment->first, segment->last, settings_.ignoredModelKeywords());
     const auto closest = models().findClosestModel(model);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -49,9 +50,10 @@ class ModelStore {
   // That model's distance as well, however far it is.
   std::optional<ModelIndex::Closest> findClosest(const Sample& sample);
 
-  // Learns each of the first 20 segments that no model of `sourcetype` is close to. True when a
-  // model was added or a segment was close to some model.
-  bool trainModels(std::string_view fileName, const Sample& sample, std::string_view sourcetype);
+  // Learns each of the first 20 segments that no model of `sourcetype` is close to, until that
+  // sourcetype has `maxModels`. True when a model was added or a segment was close to some model.
+  bool trainModels(std::string_view fileName, const Sample& sample, std::string_view sourcetype,
+                   std::size_t maxModels = std::numeric_limits<std::size_t>::max());
 
   // Models held of a sourcetype, stored or new.
   std::size_t countModels(std::string_view sourcetype);
