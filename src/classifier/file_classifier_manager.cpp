@@ -84,6 +84,10 @@ void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingF
   std::error_code error;
   const IniFile training = IniFile::read(trainingFile, error);
   if (error && !isMissingFile(error)) return;  // who knows what it lists
+  if (error) {
+    logWarn(kFlowLog, "There is no training file %s.",
+            pathToText(absolutePath(trainingFile).lexically_normal()));
+  }
   models_.forget();
   for (const auto& [sourcetype, stanza] : training.stanzas()) {
     logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_TRAINING__%s", sourcetype);

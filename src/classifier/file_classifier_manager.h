@@ -54,9 +54,10 @@ class FileClassifierManager {
 
   // Learns the files of a training file in the place of all that was learned before: each stanza is
   // a sourcetype, the value of each key that does not begin with "_" one of its files. The old
-  // models go when the new ones are stored. Where a listed file is there but cannot be read, or a
-  // model cannot be stored, only those go whose file was learned again. A training file that is
-  // there but cannot be read changes nothing.
+  // models are set aside when the new ones are stored. Where a listed file is there but cannot be
+  // read, or a model cannot be stored, only those go whose file was learned again. A training file
+  // that is there but cannot be read changes nothing; a missing one, which is logged, lists
+  // nothing.
   void trainFromConf(const std::filesystem::path& trainingFile);
 
   // Adds the settings of a sourcetype's stanza; sets "sourcetype" and, unless it is there,

@@ -103,6 +103,34 @@ bool isExactEdit(const ConfFile& before, const ConfFile& after, std::string_view
   });
 }
 
+// The text of a file of learned stanzas in two forms: without those that were added lately, and
+// without those that are dropped.
+struct Split {
+  std::string before;
+  std::string kept;
+  ConfStore::StanzaNames dropped;
+};
+
+Split splitStanzas(std::string_view bytes, const std::filesystem::path& path,
+                   const ConfStore::StanzaNames& names, const ConfStore::StanzaNames& added) {
+  Split split;
+  bool isOld = true;
+  bool isKept = true;
+  TextKeeper keeper;
+  LogicalLineReader reader(bytes, path, keeper, Report::No);
+  for (LogicalLine line; reader.next(line);) {
+    if (line.kind == LineKind::Header) {
+      const std::string name(line.name);
+      isOld = !added.contains(name);
+      isKept = !names.contains(name);
+      if (!isKept) split.dropped.insert(name);
+    }
+    if (isOld) split.before += line.raw;
+    if (isKept) split.kept += line.raw;
+  }
+  return split;
+}
+
 void logSaving(const std::string& target, bool overwriteAll, const PropertiesMap& existing,
                const PropertiesMap& desired) {
   if (!kStoreLog.isEnabled(LogLevel::Debug)) return;
@@ -357,35 +385,40 @@ bool ConfStore::writeLearnedStanza(Conf& conf, std::string_view stanza,
          WriteOutcome::Written;
 }
 
-std::error_code ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& names) {
+ConfStore::Dropped ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& names,
+                                                 const StanzaNames& added) {
   const std::scoped_lock lock(mutex_);
   const auto path = learnedFile(conf);
   if (names.empty()) return {};
   try {
     const WritingTurn turn(root_, path);
     const FileBytes bytes = readConfFile(path);
-    if (bytes.error) return bytes.error;
-    std::string kept;
-    bool isKept = true;
-    TextKeeper keeper;
-    LogicalLineReader reader(bytes.view(), path, keeper, Report::No);
-    for (LogicalLine line; reader.next(line);) {
-      if (line.kind == LineKind::Header) isKept = !names.contains(std::string(line.name));
-      if (isKept) kept += line.raw;
+    if (bytes.error && !isMissingFile(bytes.error)) {
+      throw std::system_error(bytes.error, "cannot read " + pathToText(path));
     }
+    const Split split = splitStanzas(bytes.view(), path, names, added);
+    if (split.dropped.empty()) return {};  // another process has dropped them
+    // Where a link leads to the file, the copy stays on the disk and in the directory that somebody
+    // chose for the file, and under the same lock.
+    const auto file = writeTarget(path);
+    auto copy = file;
+    copy += ".old";
+    removeLeftovers(copy);
+    replaceFile(copy, split.before, file);
     // A link is an administrator's: it stays, and the file that it leads to is emptied.
-    if (const bool isLink = writeTarget(path) != path; isLink || !kept.empty()) {
-      replaceFile(path, kept);
+    if (file != path || !split.kept.empty()) {
+      replaceFile(file, split.kept);
     } else if (const auto error = removeFile(path)) {
-      return error;
+      throw std::system_error(error, "cannot delete " + pathToText(path));
     }
     conf.learned_.reset();
     reload(conf);
-    return {};
-  } catch (const std::system_error& error) {
-    return error.code();
-  } catch (const std::runtime_error&) {  // the tree is gone
-    return std::make_error_code(std::errc::no_such_file_or_directory);
+    return {.stanzas = split.dropped.size(), .copy = copy, .error = {}};
+  } catch (const std::runtime_error& failure) {  // of a call of the system, or the tree is gone
+    logError(kStoreLog, "Cannot set aside what was learned before: %s", failure.what());
+    const auto* const error = dynamic_cast<const std::system_error*>(&failure);
+    const auto gone = std::make_error_code(std::errc::no_such_file_or_directory);
+    return {.stanzas = 0, .copy = {}, .error = error != nullptr ? error->code() : gone};
   }
 }
 

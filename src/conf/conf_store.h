@@ -127,11 +127,17 @@ class ConfStore {
   // file has no part in; a crash may leave a part of it at the end of the file.
   bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
 
-  // Takes these stanzas out of the file that writeLearnedStanza() writes to, in one step, and
-  // deletes it when nothing is left, or empties it where a link leads to it. Gives the reason when
-  // that fails, with the file as it was.
+  // Takes the stanzas `names` out of the file that writeLearnedStanza() writes to, in one step, and
+  // deletes it when nothing is left, or empties it where a link leads to it. Before that the file
+  // as it was, but for the stanzas `added`, replaces "<file>.old", which stands beside the file
+  // that a link leads to. Where none of `names` is in the file, nothing is written.
   using StanzaNames = std::unordered_set<std::string>;
-  std::error_code dropLearnedStanzas(Conf& conf, const StanzaNames& names);
+  struct Dropped {
+    std::size_t stanzas = 0;
+    std::filesystem::path copy;  // "<file>.old"; empty where nothing was written
+    std::error_code error;       // set: no stanza was dropped, and the reason is logged
+  };
+  Dropped dropLearnedStanzas(Conf& conf, const StanzaNames& names, const StanzaNames& added);
 
   // Where writeLearnedStanza() writes.
   std::filesystem::path learnedFile(const Conf& conf) const;

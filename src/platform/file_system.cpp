@@ -33,6 +33,16 @@ FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes) {
   return result;
 }
 
+std::filesystem::path absolutePath(const std::filesystem::path& path) {
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute;
+}
+
+void replaceFile(const std::filesystem::path& target, std::string_view content) {
+  replaceFile(target, content, writeTarget(target));
+}
+
 std::filesystem::path directoryOf(const std::filesystem::path& path) {
   return path.has_parent_path() ? path.parent_path() : ".";
 }

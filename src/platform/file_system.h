@@ -28,6 +28,9 @@ bool isDirectory(const std::filesystem::path& path);
 // nothing.
 std::filesystem::path canonicalPath(const std::filesystem::path& path, std::error_code& error);
 
+// `path` from the root directory on, for messages; as it is where the working directory is gone.
+std::filesystem::path absolutePath(const std::filesystem::path& path);
+
 // A regular file opened for reading bytes. Anything else (a directory, a FIFO, a device) is refused
 // and never waited for. Moves, does not copy.
 class InputFile {
@@ -90,6 +93,9 @@ std::filesystem::path writeTarget(std::filesystem::path path);
 // new file are what the account gives its files; directories that are missing are made. Throws
 // std::system_error; the target is then unchanged.
 void replaceFile(const std::filesystem::path& target, std::string_view content);
+// The same with the owner and permissions of the file `model`, whether or not there was a target.
+void replaceFile(const std::filesystem::path& target, std::string_view content,
+                 const std::filesystem::path& model);
 
 // Deletes the temporary files that calls of replaceFile() for `target` left when they were killed.
 // To be called, like replaceFile(), under the lock of `target`: whatever there is then is a

@@ -132,11 +132,11 @@ bool giveToOwnerOf(const struct stat& other, const Descriptor& file) {
          ::fchown(file.number(), kSameOwner, other.st_gid) == 0;
 }
 
-// Gives a file the owner and permissions of the one it is going to replace, or those of a new one.
-void setPermissions(const Descriptor& file, const std::filesystem::path& target) {
+// Gives a file the owner and permissions of the file `model`, or of a new one where there is none.
+void setPermissions(const Descriptor& file, const std::filesystem::path& model) {
   struct stat old {};
-  if (::stat(target.c_str(), &old) != 0) {
-    if (errno != ENOENT) throwLastError("cannot examine", target);
+  if (::stat(model.c_str(), &old) != 0) {
+    if (errno != ENOENT) throwLastError("cannot examine", model);
     ::fchmod(file.number(), newFileMode());  // some file systems have no permissions to set
     return;
   }
@@ -144,7 +144,7 @@ void setPermissions(const Descriptor& file, const std::filesystem::path& target)
   // instead.
   mode_t mode = old.st_mode & kPermissionBits;
   if (!giveToOwnerOf(old, file)) mode &= ~kGroupRights;
-  if (::fchmod(file.number(), mode) != 0) throwLastError("cannot keep the permissions of", target);
+  if (::fchmod(file.number(), mode) != 0) throwLastError("cannot keep the permissions of", model);
 }
 
 // A uniquely named empty file that is deleted again unless it was renamed to its target.
@@ -353,12 +353,13 @@ std::filesystem::path writeTarget(std::filesystem::path path) {
   return path;
 }
 
-void replaceFile(const std::filesystem::path& target, std::string_view content) {
+void replaceFile(const std::filesystem::path& target, std::string_view content,
+                 const std::filesystem::path& model) {
   const std::filesystem::path file = writeTarget(target);
   std::filesystem::create_directories(directoryOf(file));
   TemporaryFile temporary(file);
   writeAll(temporary.file(), content, file);
-  setPermissions(temporary.file(), file);
+  setPermissions(temporary.file(), model);
   sync(temporary.file(), file);
   temporary.renameTo(file);
   syncDirectory(directoryOf(file));

@@ -165,8 +165,8 @@ bool refusesWrites(const fs::path& path) {
          (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0;
 }
 
-// Gives the new file the access list of the one it is going to replace. Some file systems have
-// none, and a network share may forbid it; the file then has the list of its directory.
+// Gives the new file the access list of another one. Some file systems have none, and a network
+// share may forbid it; the file then has the list of its directory.
 void copyPermissions(const fs::path& from, const fs::path& to) {
   constexpr SECURITY_INFORMATION kWhat = DACL_SECURITY_INFORMATION;
   const std::wstring source = systemName(from);
@@ -349,11 +349,11 @@ fs::path writeTarget(fs::path path) {
   return target;
 }
 
-void replaceFile(const fs::path& target, std::string_view content) {
+void replaceFile(const fs::path& target, std::string_view content, const fs::path& model) {
   const fs::path file = writeTarget(target);
   createDirectories(file.parent_path());
   TemporaryFile temporary(file);
-  copyPermissions(file, temporary.name());
+  copyPermissions(model, temporary.name());
   writeAll(temporary.file(), content, file);
   if (!FlushFileBuffers(temporary.file().get())) throwLastError("cannot sync", file);
   temporary.renameTo(file);

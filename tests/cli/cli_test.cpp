@@ -450,6 +450,21 @@ TEST(Learning, FromATrainingFileForgetsWhatWasLearnedBefore) {
   EXPECT_EQ(printed(server.run({"b.log"}), "sourcetype"), "generic");
 }
 
+TEST(Learning, FromNoTrainingFileSetsAsideWhatWasLearnedBefore) {
+  const Installation server;
+  server.write("a.log", accessLog(0, 150));
+  server.run({"a.log", "web"});
+  const auto learned = server.read("etc/apps/learned/local/sourcetypes.conf");
+  const auto run = server.run({"train"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_TRUE(holds(run.err, pathToText(server.path("training.conf")))) << run.err;
+  const std::string old = "etc/apps/learned/local/sourcetypes.conf.old";
+  EXPECT_TRUE(holds(run.err, pathToText(server.path(old)) + ": 1."));
+  EXPECT_EQ(storedModels(server), 0U);
+  server.run({"train"});
+  EXPECT_EQ(server.read(old), learned);
+}
+
 TEST(Learning, FromATrainingFileKeepsWhatAFileSaidThatCannotBeReadNow) {
   const Installation server;
   server.write("a.log", accessLog(0, 150));

@@ -12,6 +12,7 @@ namespace {
 
 using std::string_literals::operator""s;
 using sourcetype::testing::TempTree;
+using std::filesystem::perms;
 
 // A configuration tree and a store on it.
 struct Tree : TempTree {
@@ -198,7 +199,7 @@ TEST(ForeignEncoding, LeavesALayerOutAndUnwritten) {
     EXPECT_EQ(tree.settings("s").get("k"), "default");
     EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", {{"k", "2"}}, false));
     EXPECT_FALSE(tree.store.writeLearnedStanza(models, "m", {{"_sourcetype", "t"}}));
-    EXPECT_TRUE(tree.store.dropLearnedStanzas(models, {"s"}));
+    EXPECT_TRUE(tree.store.dropLearnedStanzas(models, {"s"}, {}).error);
     const auto log = ::testing::internal::GetCapturedStderr();
     const auto advice = std::string("it is text in ") + encoding + "; save it as UTF-8";
     EXPECT_NE(log.find("Cannot use " + pathToText(file) + ": " + advice), log.npos) << log;
@@ -266,14 +267,34 @@ TEST(DropLearnedStanzas, LeavesNothingOfTheLastOneButALink) {
   Conf& models = tree.store.getConf("sourcetypes");
   const auto file = tree.store.learnedFile(models);
   ASSERT_TRUE(tree.store.writeLearnedStanza(models, "m", {{"_sourcetype", "t"}}));
-  EXPECT_FALSE(tree.store.dropLearnedStanzas(models, {"m"}));
+  EXPECT_EQ(tree.store.dropLearnedStanzas(models, {"m", "n"}, {}).stanzas, 1U);
   EXPECT_FALSE(exists(file));
 
   if (!testing::kHasSymbolicLinks) GTEST_SKIP();
-  std::filesystem::create_symlink(tree.write("shared.conf", "[m]\n_sourcetype = t\n"), file);
-  EXPECT_FALSE(tree.store.dropLearnedStanzas(models, {"m"}));
+  const auto shared = tree.write("shared.conf", "[m]\n_sourcetype = t\n");
+  std::filesystem::permissions(shared, perms::owner_read | perms::owner_write);
+  std::filesystem::create_symlink(shared, file);
+  const auto copy = tree.store.dropLearnedStanzas(models, {"m"}, {}).copy;
   EXPECT_TRUE(std::filesystem::is_symlink(file));
   EXPECT_EQ(tree.read("shared.conf"), "");
+  EXPECT_EQ(copy, tree.path("shared.conf.old"));
+  EXPECT_EQ(tree.read("shared.conf.old"), "[m]\n_sourcetype = t\n");
+  if (!testing::kHasPermissionBits) return;
+  EXPECT_EQ(std::filesystem::status(copy).permissions(), perms::owner_read | perms::owner_write);
+}
+
+TEST(DropLearnedStanzas, LeavesTheOldCopyWhereThereIsNothingToDrop) {
+  Tree tree;
+  Conf& models = tree.store.getConf("sourcetypes");
+  const char* const old = "apps/learned/local/sourcetypes.conf.old";
+  tree.write(old, "precious");
+  for (const char* learned : {"", "[new]\n_sourcetype = t\n"}) {
+    if (*learned != '\0') tree.write("apps/learned/local/sourcetypes.conf", learned);
+    const auto dropped = tree.store.dropLearnedStanzas(models, {"m"}, {"new"});
+    EXPECT_FALSE(dropped.error);
+    EXPECT_EQ(dropped.stanzas, 0U);
+    EXPECT_EQ(tree.read(old), "precious");
+  }
 }
 
 }  // namespace

@@ -62,15 +62,18 @@ our @files = qw(system/local/props.conf system/local/transforms.conf apps/learne
 # numbers of their own: their text is the name.
 sub stanzas {
   my ($self) = @_;
+  return {map { $_ => $self->stanzas_of($_) } @files};
+}
+
+# Those of one file.
+sub stanzas_of {
+  my ($self, $file) = @_;
   my %found;
-  for my $file (@files) {
-    my $stanzas = $found{$file} = {};
-    for (split /^(?=\[)/m, $self->get($file)) {
-      my ($header, $rest) = /^(\[.*\])\n(.*)/s ? ($1, $2) : ('', $_);
-      $rest =~ s/\n+$//;
-      $header = "model: $rest" if $header =~ /_\d{4}-\d\d-\d\dT[\d:]+Z_\d+\]$/;
-      $stanzas->{$header} = exists $stanzas->{$header} ? "$stanzas->{$header}\n(again)\n$rest" : $rest;
-    }
+  for (split /^(?=\[)/m, $self->get($file)) {
+    my ($header, $rest) = /^(\[.*\])\n(.*)/s ? ($1, $2) : ('', $_);
+    $rest =~ s/\n+$//;
+    $header = "model: $rest" if $header =~ /_\d{4}-\d\d-\d\dT[\d:]+Z_\d+\]$/;
+    $found{$header} = exists $found{$header} ? "$found{$header}\n(again)\n$rest" : $rest;
   }
   return \%found;
 }
@@ -81,10 +84,12 @@ sub text_of {
   return join "\n\n", map {"$_\n$stanzas->{$_}"} sort keys %$stanzas;
 }
 
-# Names of stanzas that are missing or changed.
+# Names of stanzas that are missing or changed in a file, of which there was $before, and in the copy
+# of it that train sets aside.
 sub losses {
-  my ($before, $now) = @_;
-  return grep { !exists $now->{$_} || $now->{$_} ne $before->{$_} } sort keys %$before;
+  my ($self, $file, $before) = @_;
+  my %now = (%{$self->stanzas_of("$file.old")}, %{$self->stanzas_of($file)});
+  return grep { !exists $now{$_} || $now{$_} ne $before->{$_} } sort keys %$before;
 }
 
 sub temporaries {

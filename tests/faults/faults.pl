@@ -106,7 +106,7 @@ for my $run (@runs) {
         $other ||= !$is_new && !$is_old;
         complain(@about, "$file is neither old nor new") if $expected eq 'exact' && !$is_new && !$is_old && $run ne 'train';
         complain(@about, "$file is not as ever") if $expected eq 'same' && !$is_new;
-        my @lost = $bare || ($run eq 'train' && $is_new) ? () : Tree::losses($old->{$file}, $now->{$file});
+        my @lost = $bare ? () : $tree->losses($file, $old->{$file});
         complain(@about, "$file lost @lost") if @lost;
       }
       ++$others if $other;

@@ -149,11 +149,12 @@ void ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
   TextKeeper keeper;
   models().add(viewOf(model, sourcetype, inheritedMaxDist(), keeper));
   ++addedModels_;
-  const bool isWritten =
-      store_.writeLearnedStanza(store_.getConf("sourcetypes"), makeStanzaName(fileName),
-                                saveModel(model, fileName, sourcetype));
+  const std::string stanza = makeStanzaName(fileName);
+  const bool isWritten = store_.writeLearnedStanza(store_.getConf("sourcetypes"), stanza,
+                                                   saveModel(model, fileName, sourcetype));
   const auto source = trimBlanks(fileName);
   if (isWritten) {
+    addedStanzas_.emplace(stanza);
     learnedSources_.emplace(source);
   } else {
     if (forgotten_.erase(std::string(source)) > 0) logKept(source);
@@ -176,6 +177,9 @@ std::size_t ModelStore::countModels(std::string_view sourcetype) {
 
 void ModelStore::forget() {
   models_.emplace();
+  addedStanzas_.clear();
+  learnedSources_.clear();
+  keepsForgotten_ = false;
   Conf& conf = store_.getConf("sourcetypes");
   const auto file = store_.learnedFile(conf);
   store_.visitStanzas(conf, [&](std::string_view stanza, auto settings) {
@@ -198,9 +202,16 @@ void ModelStore::dropForgotten() {
   }
   forgotten_.clear();
   Conf& conf = store_.getConf("sourcetypes");
-  if (const auto error = store_.dropLearnedStanzas(conf, names)) {
+  const auto dropped = store_.dropLearnedStanzas(conf, names, addedStanzas_);
+  if (dropped.error) {
     logError(kModelLog, "reset failed to unlink %s: %m", pathToText(store_.learnedFile(conf)),
-             error);
+             dropped.error);
+  } else if (dropped.stanzas > 0) {
+    const auto copy = absolutePath(dropped.copy);
+    auto original = copy;
+    original.replace_extension();  // without ".old"
+    logWarn(kModelLog, "Learned models set aside in %s: %lu. To restore them, rename it to %s.",
+            pathToText(copy), dropped.stanzas, pathToText(original));
   }
   models_.reset();  // the file may hold more than this run has added
 }

@@ -69,7 +69,9 @@ class ModelStore {
   // were are dropped. So does a new model that cannot be written.
   void keepForgotten() { keepsForgotten_ = true; }
 
-  // Takes the forgotten models out of their file.
+  // Takes the forgotten models out of their file. A copy of the file without the models added since
+  // forget() stays beside it as "sourcetypes.conf.old". Logs how many were dropped and where the
+  // copy is.
   void dropForgotten();
 
   // Raises "maxDist" of the stanza [default] of props.conf where there are thousands of
@@ -90,7 +92,8 @@ class ModelStore {
   std::optional<std::string> inheritedMaxDist_;  // of the stanza [default] of sourcetypes.conf
   std::size_t addedModels_ = 0;
   std::map<std::string, ConfStore::StanzaNames, std::less<>> forgotten_;  // by "_source"
-  std::set<std::string, std::less<>> learnedSources_;                     // in this run
+  ConfStore::StanzaNames addedStanzas_;                                   // since forget()
+  std::set<std::string, std::less<>> learnedSources_;                     // since forget()
   bool keepsForgotten_ = false;
 };
 

@@ -13,10 +13,13 @@ using sourcetype::testing::repeated;
 using sourcetype::testing::TempTree;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::GetCapturedStderr;
 
 constexpr const char* kLearned = "apps/learned/local/sourcetypes.conf";
+constexpr const char* kOld = "apps/learned/local/sourcetypes.conf.old";
 
 // Texts that have nothing in common, neither words nor shapes.
 constexpr const char* kApples = "apple (red);\n";
@@ -241,14 +244,20 @@ TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
   const TempTree tree;
   ProgramRun run(tree);
   EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
+  const auto before = tree.read(kLearned);
   run.models.forget();
   EXPECT_EQ(run.models.countModels("fruit"), 0U);
   EXPECT_EQ(run.match(repeated(kApples, 100)), "(none)");
   EXPECT_TRUE(run.train(repeated(kPears, 100), "pears"));
   EXPECT_TRUE(ProgramRun(tree).train(repeated(kPlums, 100), "plums"));
   EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "fruit");
+  CaptureStderr();
   run.models.dropForgotten();
+  EXPECT_THAT(GetCapturedStderr(), HasSubstr("sourcetypes.conf.old: 1."));
   EXPECT_EQ(tree.read(kLearned).find("[the_file.log_2"), 0U);
+  // Has what other processes learned meanwhile, but not what this one did.
+  EXPECT_THAT(tree.read(kOld), AllOf(StartsWith(before), HasSubstr("= plums\n")));
+  EXPECT_THAT(tree.read(kOld), Not(HasSubstr("= pears\n")));
   EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "(none)");
   EXPECT_EQ(ProgramRun(tree).match(repeated(kPears, 100)), "pears");
   EXPECT_EQ(ProgramRun(tree).match(repeated(kPlums, 100)), "plums");
@@ -270,9 +279,16 @@ TEST(ForgottenModels, LeaveNoFileBehindWhenTheyWereAll) {
   run.models.forget();  // nothing to forget is no error
   run.models.dropForgotten();
   EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
+  const auto stored = tree.read(kLearned);
+  run.models.forget();
+  std::filesystem::create_directories(tree.path(kOld) / "x");
+  run.models.dropForgotten();  // nothing is dropped that cannot be set aside
+  EXPECT_EQ(tree.read(kLearned), stored);
+  std::filesystem::remove_all(tree.path(kOld));
   run.models.forget();
   run.models.dropForgotten();
   EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
+  EXPECT_EQ(tree.read(kOld), stored);
 }
 
 TEST(StoredStanza, IsReportedWithWhatInItIsNoNumber) {
