@@ -371,9 +371,16 @@ TEST(DelimitedFiles, AreLookedAtWhereConfigurationSaysSo) {
   server.write("a.csv", repeated("123456789,", 10) + std::string(12, '\0'));
   EXPECT_EQ(printed(server.run({"a.txt"}), "REPORT-AutoHeader"), "(absent)");
   EXPECT_EQ(printed(server.run({"a.csv"}), "invalid_cause"), "binary");
+  server.write("off/b.csv", table("id,name,town", 50, 0));
+  server.write("etc/system/local/props.conf", "[source::off...]\nCHECK_FOR_HEADER = false\n");
+  EXPECT_EQ(printed(server.run({pathToText(std::filesystem::path("off") / "b.csv")}),
+                    "REPORT-AutoHeader"),
+            "(absent)");
   EXPECT_FALSE(std::filesystem::exists(server.path("etc/system/local/transforms.conf")));
   const auto run = server.run({"--test", "--file=a.txt", "--CHECK_FOR_HEADER=1"});
   EXPECT_EQ(printed(run, "KV_MODE"), "none");
+  server.write("B.CSV", table("id,name,town", 50, 0));
+  EXPECT_EQ(printed(server.run({"B.CSV"}), "KV_MODE"), "none");
 }
 
 // --- Rules and learned models ---
