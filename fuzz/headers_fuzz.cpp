@@ -87,7 +87,8 @@ void run(std::string_view input) {
             "a new sourcetype is named after the file's");
   }
   if (props == propsBefore && transforms == transformsBefore) return;
-  const auto& stanza = props.at(name).get("REPORT-AutoHeader");
+  const auto& links = props.at(name).get("REPORT-AutoHeader");
+  const auto stanza = links.substr(links.rfind(", ") == links.npos ? 0 : links.rfind(", ") + 2);
   require(transforms.contains(stanza), "what is linked is there");
   require(!transforms.at(stanza).get("DELIMS").empty(), "a transform says what separates columns");
 

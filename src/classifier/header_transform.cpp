@@ -73,7 +73,7 @@ class HeaderLinker {
     const Names identical = findIdenticalTransforms();
     if (useLinked(current_, identical)) return WriteOutcome::Written;
     const PropertiesMap own = settingsOf(current_);
-    const bool isTaken = isShared || !linkedTransforms(own).empty();
+    const bool isTaken = isShared || hasColumns(own);
     for (const auto& relative : relatives(isTaken)) {
       if (useLinked(relative, identical)) return WriteOutcome::Written;
     }
@@ -124,6 +124,12 @@ class HeaderLinker {
       }
     }
     return linked;
+  }
+
+  // A transform without names of columns takes nothing from others: the link stands beside it.
+  bool hasColumns(const PropertiesMap& settings) {
+    return std::ranges::any_of(linkedTransforms(settings),
+                               [&](const auto& stanza) { return namesColumns(stanza); });
   }
 
   // The sourcetypes that files such as this one may have got before for their columns: those made
@@ -177,7 +183,7 @@ class HeaderLinker {
 
   // Writes the link into the stanza of the file's sourcetype, which still has to say `own`.
   WriteOutcome linkCurrent(const PropertiesMap& own, const std::string& stanza) {
-    const auto outcome = store_.writeStanzaIf(store_.getProps(), current_, withLink({}, stanza),
+    const auto outcome = store_.writeStanzaIf(store_.getProps(), current_, linkBeside(own, stanza),
                                               true, [&] { return settingsOf(current_) == own; });
     if (outcome == WriteOutcome::Written) takeSettings(current_);
     return outcome;
@@ -186,16 +192,21 @@ class HeaderLinker {
   // Makes a sourcetype that says what the file's so far does, but links this transform.
   WriteOutcome linkNew(const PropertiesMap& own, const std::string& stanza) {
     const auto sourcetype = makeNumberedName(current_, store_.getProps(), store_);
-    const auto outcome = store_.addStanza(store_.getProps(), sourcetype,
-                                          withLink(withoutColumns(own), stanza), true);
+    PropertiesMap settings = withoutColumns(own);
+    const PropertiesMap link = linkBeside(settings, stanza);
+    for (const auto& [name, entry] : link.entries()) settings.set(name, entry.value);
+    const auto outcome = store_.addStanza(store_.getProps(), sourcetype, settings, true);
     if (outcome == WriteOutcome::Written) changeSourcetype(sourcetype);
     return outcome;
   }
 
-  static PropertiesMap withLink(PropertiesMap settings, const std::string& stanza) {
-    settings.set(key::kReportHeader, stanza);
-    settings.set(key::kKvMode, "none");
-    return settings;
+  // The settings that link a transform. What the key of the link names already stays.
+  PropertiesMap linkBeside(const PropertiesMap& own, const std::string& stanza) {
+    std::string links;
+    for (const auto& link : splitLinks(own.get(key::kReportHeader))) {
+      if (store_.stanzaExists(store_.getTransforms(), link)) links += link + ", ";
+    }
+    return {{key::kReportHeader, links + stanza}, {key::kKvMode, "none"}};
   }
 
   // All that a sourcetype says but for columns, which are other files'.
@@ -214,7 +225,7 @@ class HeaderLinker {
   bool namesColumns(const std::string& stanza) {
     PropertiesMap settings;
     store_.getExactStanza(store_.getTransforms(), settings, stanza);
-    return settings.contains(key::kFields);
+    return settings.tryGet(key::kFields).has_value();
   }
 
   void changeSourcetype(const std::string& sourcetype) {

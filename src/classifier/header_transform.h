@@ -18,7 +18,7 @@ std::string delimiterText(char delimiter);
 PropertiesMap makeHeaderTransform(char delimiter, const std::vector<std::string>& names);
 
 // Sees to it that the sourcetype of `result` extracts its fields with a transform of these values,
-// one that transforms.conf has or a new one. A sourcetype that has other transforms keeps them: the
+// one that transforms.conf has or a new one. A sourcetype that links other columns keeps them: the
 // file gets a sourcetype of its own, "<sourcetype>-<number>", or the one that an earlier file with
 // these columns got. `result` then holds its name and settings. What cannot be written is logged by
 // the store and leaves `result` as it was.

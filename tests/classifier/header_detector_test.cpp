@@ -164,8 +164,9 @@ TEST(HeaderTransform, IsLinkedToTheSourcetype) {
 
 TEST(HeaderTransform, OfOtherColumnsGetsASourcetypeOfItsOwnOnce) {
   const Tree tree;
-  tree.write("system/local/props.conf", "[t]\nSHOULD_LINEMERGE = False\nREPORT-x = regex\n");
-  tree.write("system/local/transforms.conf", "[regex]\nREGEX = x\n");
+  tree.write("system/local/props.conf",
+             "[t]\nSHOULD_LINEMERGE = False\nREPORT-x = regex\nREPORT-y = mine\n");
+  tree.write("system/local/transforms.conf", "[regex]\nREGEX = x\n[mine]\nFIELDS = a\n");
   const auto other = tree.detect("a,b\n1,2\n", "t");
   EXPECT_EQ(other, (PropertiesMap{{"KV_MODE", "none"},
                                   {"REPORT-AutoHeader", "AutoHeader-1"},
@@ -194,11 +195,14 @@ TEST(HeaderTransform, IsDecidedAgainWhenAnotherProcessWasFaster) {
   }
 }
 
-TEST(HeaderTransform, LeavesColumnsOfOtherFilesOutOfTheCopy) {
+TEST(HeaderTransform, IsLinkedBesideTransformsWithoutColumns) {
   const Tree tree;
-  tree.write("system/local/props.conf", "[t]\nREPORT-x = mine\n");
-  tree.write("system/local/transforms.conf", "[mine]\nDELIMS=\",\"\nFIELDS = a\n");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "t").get("REPORT-x"), "");
+  tree.write("system/local/props.conf", "[t]\nREPORT-AutoHeader = gone, regex\nREPORT-x = regex\n");
+  tree.write("system/local/transforms.conf", "[regex]\nREGEX = x\n");
+  const auto result = tree.detect("a,b\n1,2\n", "t");
+  EXPECT_EQ(result.get("sourcetype"), "t");
+  EXPECT_EQ(result.get("REPORT-AutoHeader"), "regex, AutoHeader-1");
+  EXPECT_EQ(tree.detect("a,b\n1,2\n", "t"), result);
 }
 
 TEST(HeaderTransform, BringsFilesOfANumberedNameBackTogether) {
