@@ -18,7 +18,7 @@ namespace {
 
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
-// A rule-matched sourcetype needs no more models to be told from others.
+// A sourcetype that rules or header lines decide on needs no more models to be told from others.
 constexpr std::size_t kMaxRuleModels = 3;
 
 // Says no more than that a line holds a time of day, which is no start of an event.
@@ -133,15 +133,14 @@ std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {
   finishWith(sourcetype);
-  if (learningAllowed_ && result_.getBool(key::kLearnModel, true)) {
-    manager_.models().trainModels(fileName_, *sample_, sourcetype, kMaxRuleModels);
-  }
+  learning_ = Learning::WhileFewModels;
 }
 
 bool FileClassifier::matchModels() {
   const auto found = manager_.models().matchModels(fileName_, *sample_);
   if (found) finishWith(*found);
-  return found.has_value();
+  modelMatched_ = found.has_value();
+  return modelMatched_;
 }
 
 // A small file gets a sourcetype of its own kind, which keeps it out of the ones that mean
@@ -168,28 +167,47 @@ void FileClassifier::finishTooSmall() {
   finishWith(sourcetype);
 }
 
-// Nothing recognised the file: it becomes the first of a new sourcetype.
+// Nothing recognised the file: it becomes the first of a new sourcetype. Nothing is written before
+// the header line was looked at, which may show that the file belongs to another one.
 void FileClassifier::createSourcetype() {
-  std::string sourcetype = makeUniqueTypeName(fileName_, store_);
+  const PropertiesMap input = result_;
+  const std::string sourcetype = makeUniqueTypeName(fileName_, store_);
   proposeEventBreaking(sourcetype);
   logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_NEW_KNOWN_TYPE__%s_%s", sourcetype,
              flagText(singleLine_));
   result_.set(key::kShouldLinemerge, flagText(!singleLine_));
   result_.set(key::kIsValid, flagText(true));
   proposeTimestampSettings(sourcetype);
-  madeSourcetype_ = addUnderFreeName(sourcetype);
+  const PropertiesMap settings = result_;
   store_.getExactStanza(store_.getProps(), result_, kDefaultStanza);
   result_.set(key::kSourcetype, sourcetype);
-  manager_.models().trainModels(fileName_, *sample_, sourcetype);
+  newSourcetype_ = {.settings = settings, .input = input};
+  learning_ = Learning::Yes;
 }
 
-// Writes the new sourcetype. When another process has taken its name meanwhile, the next free one
-// is as good.
-bool FileClassifier::addUnderFreeName(std::string& sourcetype) {
+void FileClassifier::keepWhatIsNew() {
+  if (newSourcetype_) addUnderFreeName();
+  if (learning_ == Learning::No) return;
+  if (learning_ == Learning::WhileFewModels) {
+    if (!learningAllowed_ || !result_.getBool(key::kLearnModel, true)) return;
+    manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype),
+                                  kMaxRuleModels);
+  } else {
+    manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype));
+  }
+}
+
+// When another process has taken the name of the new sourcetype meanwhile, the next free one is as
+// good.
+void FileClassifier::addUnderFreeName() {
   while (true) {
-    const auto outcome = store_.addStanza(store_.getProps(), sourcetype, result_, false);
-    if (outcome != WriteOutcome::Overtaken) return outcome == WriteOutcome::Written;
-    sourcetype = makeUniqueTypeName(fileName_, store_);
+    const auto outcome = store_.addStanza(store_.getProps(), result_.get(key::kSourcetype),
+                                          newSourcetype_->settings, false);
+    if (outcome != WriteOutcome::Overtaken) {
+      madeSourcetype_ = outcome == WriteOutcome::Written;
+      return;
+    }
+    result_.set(key::kSourcetype, makeUniqueTypeName(fileName_, store_));
   }
 }
 
@@ -230,16 +248,27 @@ void FileClassifier::markInvalid(InvalidCause cause) {
 }
 
 void FileClassifier::detectHeaderIfAsked() {
-  try {
-    if (!learningAllowed_ || !result_.getBool(key::kCheckForHeader, headerWanted_)) return;
-    if (result_.contains(key::kInvalidCause)) return;  // what is no text has no columns
-    const bool hasLines = sample_ && sample_->lineCount() > 0;
-    if (!hasLines && !takeSample(Keep::Lines)) return;
-    if (sample_->lineCount() > 0) detectHeader(fileName_, *sample_, result_, store_);
-  } catch (const std::exception& error) {  // the result stands without a header
-    logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_TYPE__%s", fileName_);
-    logDebug(kFlowLog, "%s", error.what());
+  if (!learningAllowed_ || !result_.getBool(key::kCheckForHeader, headerWanted_)) return;
+  if (result_.contains(key::kInvalidCause)) return;  // what is no text has no columns
+  const bool hasLines = sample_ && sample_->lineCount() > 0;
+  if (!hasLines && !takeSample(Keep::Lines)) return;
+  const std::string before = result_.get(key::kSourcetype);
+  const NewSourcetype* made = newSourcetype_ ? &*newSourcetype_ : nullptr;
+  if (detectHeader(fileName_, *sample_, result_, store_, made)) {
+    madeSourcetype_ = madeSourcetype_ || newSourcetype_;
+    newSourcetype_.reset();
   }
+  // Learned, the file is recognised as what it is found to be, also where no header is looked for.
+  if (modelMatched_ && result_.get(key::kSourcetype) != before && !isLearned()) {
+    learning_ = Learning::WhileFewModels;
+  }
+}
+
+// Whether a model was learned from this very text: no further model could be closer to it.
+bool FileClassifier::isLearned() {
+  constexpr float kOwnDistance = 0.001F;  // stored weights are rounded
+  const auto closest = manager_.models().findClosest(*sample_);
+  return closest && closest->distance < kOwnDistance;
 }
 
 }  // namespace sourcetype

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "classifier/file_classifier_manager.h"
+#include "classifier/header_transform.h"
 #include "classifier/rules.h"
 #include "classifier/sampling/sample.h"
 
@@ -17,16 +18,21 @@ class FileClassifier {
   // All three must outlive the object.
   FileClassifier(FileClassifierManager& manager, PropertiesMap& result, const TypeRequest& request);
 
+  // The three stages, in this order; the later ones are run also when an earlier one has thrown.
+
   // Fills the result up to the sourcetype's settings.
   void runFlow();
+  // Looks for a header line where configuration asks for it.
+  void detectHeaderIfAsked();
+  // Writes a new sourcetype, and learns the file, under the sourcetype that the header left.
+  void keepWhatIsNew();
 
-  // True when the file got a sourcetype that did not exist before.
+  // True when the file may have got a sourcetype that did not exist before.
   bool madeSourcetype() const { return madeSourcetype_; }
 
-  // Looks for a header line where configuration asks for it. Never throws.
-  void detectHeaderIfAsked();
-
  private:
+  enum class Learning { No, WhileFewModels, Yes };
+
   void lookUpConfiguredProps();
   bool isSettledUnread() const;
   std::optional<InvalidCause> examinePath() const;
@@ -38,8 +44,9 @@ class FileClassifier {
   void finishWithRule(std::string_view sourcetype);
   void finishTooSmall();
   bool matchModels();
+  bool isLearned();
   void createSourcetype();
-  bool addUnderFreeName(std::string& sourcetype);
+  void addUnderFreeName();
   void proposeEventBreaking(const std::string& sourcetype);
   void proposeTimestampSettings(const std::string& sourcetype);
   void markInvalid(InvalidCause cause);
@@ -57,8 +64,11 @@ class FileClassifier {
   bool noBinaryCheck_ = false;
   std::optional<Sample> sample_;
   MatchBudget ruleBudget_{kMaxRuleCost};
+  std::optional<NewSourcetype> newSourcetype_;  // until its stanza is written
   bool madeSourcetype_ = false;
-  bool singleLine_ = true;  // each line of the sample is an event
+  bool singleLine_ = true;     // each line of the sample is an event
+  bool modelMatched_ = false;  // a learned model gave the sourcetype
+  Learning learning_ = Learning::No;
 };
 
 }  // namespace sourcetype

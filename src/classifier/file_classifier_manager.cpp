@@ -43,14 +43,16 @@ FileClassifierManager::FileClassifierManager(ConfStore& store)
 void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeRequest& request) {
   const std::size_t modelsBefore = models_.addedModels();
   FileClassifier file(*this, result, request);
-  try {
-    file.runFlow();
-  } catch (const std::exception& error) {
-    logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_TYPE__%s",
-               pathToText(request.path));
-    logDebug(kFlowLog, "%s", error.what());
+  for (const auto stage : {&FileClassifier::runFlow, &FileClassifier::detectHeaderIfAsked,
+                           &FileClassifier::keepWhatIsNew}) {
+    try {
+      (file.*stage)();
+    } catch (const std::exception& error) {  // what is in the result by then stands
+      logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_TYPE__%s",
+                 pathToText(request.path));
+      logDebug(kFlowLog, "%s", error.what());
+    }
   }
-  file.detectHeaderIfAsked();
   if (file.madeSourcetype() || models_.addedModels() > modelsBefore) models_.adjustMaxDist();
 }
 

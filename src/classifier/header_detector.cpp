@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "classifier/header_fields.h"
-#include "classifier/header_transform.h"
 #include "classifier/statistics.h"
 #include "util/logging.h"
 #include "util/text.h"
@@ -100,9 +99,9 @@ DelimiterCounts countDelimiters(std::string_view line, const decltype(kDelimiter
   return counts;
 }
 
-void detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
-                  ConfStore& store, HeaderLimits limits) {
-  if (sample.lineCount() == 0 || limits.maxLines == 0) return;
+bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
+                  ConfStore& store, const NewSourcetype* made, HeaderLimits limits) {
+  if (sample.lineCount() == 0 || limits.maxLines == 0) return false;
   const ScoredDelimiter chosen = chooseDelimiter(sample, limits.maxLines);
   const std::string delimiter = delimiterText(chosen.delimiter);
   logInfo(kFlowLog, "AutoHeader: delim='%s', score=%.3f, count=%lu, mode=%.3lf, filename=\"%s\"\n",
@@ -111,13 +110,14 @@ void detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap
     logInfo(kFlowLog,
             "AutoHeader: delimiter='%s' score=%.3f does not pass threshold=%.3f, filename=\"%s\"",
             delimiter, chosen.score, limits.threshold, fileName);
-    return;
+    return false;
   }
   const auto header = findHeaderLine(sample, chosen);
-  if (!header) return;
+  if (!header) return false;
   logInfo(kFlowLog, R"(AutoHeader: filename="%s", found headerline=[%s])", fileName, *header);
   const auto names = nameFields(splitFields(*header, chosen.delimiter));
-  applyHeaderTransform(fileName, makeHeaderTransform(chosen.delimiter, names), result, store);
+  return applyHeaderTransform(fileName, makeHeaderTransform(chosen.delimiter, names), result, store,
+                              made);
 }
 
 }  // namespace sourcetype

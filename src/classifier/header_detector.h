@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "classifier/header_transform.h"
 #include "classifier/sampling/sample.h"
 #include "conf/conf_store.h"
 #include "conf/properties_map.h"
@@ -26,9 +27,9 @@ struct HeaderLimits {
 
 // Looks for a line that names the columns: the first of ten lines that has as many delimiters as
 // most lines have. When there is one, a transform that extracts the columns is linked to the
-// sourcetype of `result` (see header_transform.h), which may be another one then. Without a
-// sourcetype nothing is done.
-void detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
-                  ConfStore& store, HeaderLimits limits = {});
+// sourcetype of `result`, which may be another one then; applyHeaderTransform() says more, also of
+// `made` and what is returned. Without a sourcetype nothing is done.
+bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
+                  ConfStore& store, const NewSourcetype* made = nullptr, HeaderLimits limits = {});
 
 }  // namespace sourcetype

@@ -49,19 +49,27 @@ bool isNumbered(std::string_view name, std::string_view base) {
 class HeaderLinker {
  public:
   HeaderLinker(std::string_view fileName, const PropertiesMap& transform, PropertiesMap& result,
-               ConfStore& store)
+               ConfStore& store, const NewSourcetype* made)
       : fileName_(fileName),
         transform_(transform),
         result_(result),
         store_(store),
+        made_(made),
         current_(result.get(key::kSourcetype)) {}
 
-  // Decides again when another process has changed meanwhile what the decision rested on.
-  void run() {
-    while (tryToLink() == WriteOutcome::Overtaken) {
+  // Decides again when another process has changed meanwhile what the decision rested on. False
+  // when a write failed.
+  bool run() {
+    while (true) {
+      const auto outcome = tryToLink();
+      if (outcome != WriteOutcome::Overtaken) return outcome == WriteOutcome::Written;
       store_.reload(store_.getProps());
       store_.reload(store_.getTransforms());
-      takeSettings(current_);
+      if (made_ != nullptr) {
+        current_ = makeUniqueTypeName(fileName_, store_);
+      } else {
+        takeSettings(current_);
+      }
     }
   }
 
@@ -72,10 +80,12 @@ class HeaderLinker {
     if (current_.empty() || (isSpecialStanza(current_) && !isShared)) return WriteOutcome::Written;
     const Names identical = findIdenticalTransforms();
     if (useLinked(current_, identical)) return WriteOutcome::Written;
-    const PropertiesMap own = settingsOf(current_);
+    const PropertiesMap own = made_ != nullptr ? made_->settings : settingsOf(current_);
     const bool isTaken = isShared || hasColumns(own);
-    for (const auto& relative : relatives(isTaken)) {
-      if (useLinked(relative, identical)) return WriteOutcome::Written;
+    if (made_ != nullptr || isTaken) {
+      for (const auto& relative : relatives()) {
+        if (useLinked(relative, identical)) return WriteOutcome::Written;
+      }
     }
     std::string stanza;
     if (identical.empty()) {
@@ -86,6 +96,7 @@ class HeaderLinker {
       stanza = identical.front();
       logReuse(stanza);
     }
+    if (made_ != nullptr) return linkMade(stanza);
     return isTaken ? linkNew(own, stanza) : linkCurrent(own, stanza);
   }
 
@@ -132,17 +143,13 @@ class HeaderLinker {
                                [&](const auto& stanza) { return namesColumns(stanza); });
   }
 
-  // The sourcetypes that files such as this one may have got before for their columns: those made
-  // from one that is taken, and all of the name that a made-up one is numbered after.
-  Names relatives(bool isTaken) {
+  // The sourcetypes that files such as this one may have got before for their columns: all of the
+  // name that a made-up one is numbered after, or those made from the file's sourcetype.
+  Names relatives() {
     const std::string typeName = makeTypeName(fileName_, store_.pathForm());
-    Names names;
-    if (isNumbered(current_, typeName)) {
-      names = numberedNames(typeName);
-      if (!isSpecialStanza(typeName)) names.insert(names.begin(), typeName);
-    } else if (isTaken) {
-      names = numberedNames(current_);
-    }
+    if (!isNumbered(current_, typeName)) return numberedNames(current_);
+    Names names = numberedNames(typeName);
+    if (!isSpecialStanza(typeName)) names.insert(names.begin(), typeName);
     return names;
   }
 
@@ -192,12 +199,34 @@ class HeaderLinker {
   // Makes a sourcetype that says what the file's so far does, but links this transform.
   WriteOutcome linkNew(const PropertiesMap& own, const std::string& stanza) {
     const auto sourcetype = makeNumberedName(current_, store_.getProps(), store_);
-    PropertiesMap settings = withoutColumns(own);
-    const PropertiesMap link = linkBeside(settings, stanza);
-    for (const auto& [name, entry] : link.entries()) settings.set(name, entry.value);
-    const auto outcome = store_.addStanza(store_.getProps(), sourcetype, settings, true);
+    const auto outcome = addLinked(sourcetype, withoutColumns(own), stanza, true);
     if (outcome == WriteOutcome::Written) changeSourcetype(sourcetype);
     return outcome;
+  }
+
+  // Writes the sourcetype that was made for the file.
+  WriteOutcome linkMade(const std::string& stanza) {
+    const auto outcome = addLinked(current_, made_->settings, stanza, false);
+    if (outcome == WriteOutcome::Written) {
+      takeSettings(current_);
+      result_.set(key::kSourcetype, current_);
+    }
+    return outcome;
+  }
+
+  // Adds a sourcetype with a link, unless another process has made one for these columns meanwhile.
+  WriteOutcome addLinked(const std::string& sourcetype, PropertiesMap settings,
+                         const std::string& stanza, bool overwriteAll) {
+    const PropertiesMap link = linkBeside(settings, stanza);
+    for (const auto& [name, entry] : link.entries()) settings.set(name, entry.value);
+    const auto isFree = [&] {
+      return !store_.stanzaExists(store_.getProps(), sourcetype) &&
+             std::ranges::none_of(relatives(), [&](const auto& relative) {
+               const Names linked = linkedTransforms(settingsOf(relative));
+               return std::ranges::find(linked, stanza) != linked.end();
+             });
+    };
+    return store_.writeStanzaIf(store_.getProps(), sourcetype, settings, overwriteAll, isFree);
   }
 
   // The settings that link a transform. What the key of the link names already stays.
@@ -231,6 +260,7 @@ class HeaderLinker {
   void changeSourcetype(const std::string& sourcetype) {
     logInfo(kFlowLog, R"(AutoHeader: changing sourcetype from="%s" to="%s" for filename="%s")",
             current_, sourcetype, fileName_);
+    if (made_ != nullptr) result_ = made_->input;
     takeSettings(sourcetype);
     result_.set(key::kSourcetype, sourcetype);
     result_.set(key::kIsValid, flagText(true));
@@ -251,7 +281,8 @@ class HeaderLinker {
   const PropertiesMap& transform_;
   PropertiesMap& result_;
   ConfStore& store_;
-  const std::string current_;  // the file's sourcetype so far
+  const NewSourcetype* made_;  // the sourcetype `current_`, when its stanza is not written yet
+  std::string current_;        // the file's sourcetype so far
 };
 
 }  // namespace
@@ -269,9 +300,9 @@ PropertiesMap makeHeaderTransform(char delimiter, const std::vector<std::string>
   return {{key::kDelims, inQuotes(delimiterText(delimiter))}, {key::kFields, fields}};
 }
 
-void applyHeaderTransform(std::string_view fileName, const PropertiesMap& transform,
-                          PropertiesMap& result, ConfStore& store) {
-  HeaderLinker(fileName, transform, result, store).run();
+bool applyHeaderTransform(std::string_view fileName, const PropertiesMap& transform,
+                          PropertiesMap& result, ConfStore& store, const NewSourcetype* made) {
+  return HeaderLinker(fileName, transform, result, store, made).run();
 }
 
 }  // namespace sourcetype

@@ -351,6 +351,9 @@ TEST(DelimitedFiles, OfEqualColumnsShareASourcetypeAndOthersGetTheirOwn) {
               "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"id\", \"name\", \"town\"\n"
               "\n[AutoHeader-2]\nDELIMS = \",\"\nFIELDS = \"key\", \"who\", \"where\"\n");
     EXPECT_EQ(printed(server.run({"settings", b}), "REPORT-AutoHeader"), "AutoHeader-2");
+    if (rows < 100) continue;  // no models
+    EXPECT_EQ(server.run({"manyfiles"}, "b.csv").out,
+              "FILENAME: b.csv\nClassified\tb.csv\t" + b + "\n");
   }
 }
 
@@ -363,6 +366,29 @@ TEST(DelimitedFiles, WithAByteOrderMarkAreTheSameWhoeverNamesTheCharset) {
   EXPECT_EQ(printed(again, "sourcetype"), "csv");
   EXPECT_EQ(server.read("etc/system/local/transforms.conf"),
             "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"id\", \"name\", \"town\"\n");
+}
+
+TEST(DelimitedFiles, OfEqualColumnsAreOneSourcetypeHoweverTheirRowsDiffer) {
+  const Installation server;
+  const std::string header = "id,when,text\n";
+  server.write("a.csv", header + repeated("1,never,quiet\n", 150));
+  server.write("b.csv",
+               header + repeated("<<service>>,Jan 12 10:11:12 2024,(late)!\n  at;,;,;\n", 150));
+  server.write("c.csv", header + repeated("{up}:,#?;,[*]\n", 2000));
+  std::string names;
+  std::string expected;
+  for (const std::string file : {"a.csv", "b.csv", "c.csv"}) {
+    const auto first = server.run({file}).out;
+    EXPECT_TRUE(holds(first, "sourcetype -> csv\n")) << first;
+    EXPECT_EQ(server.run({file}).out, first);
+    names += file + "\n";
+    expected += "FILENAME: " + file + "\nClassified\t" + file + "\tcsv\n";
+  }
+  EXPECT_EQ(server.run({"manyfiles"}, names).out, expected);
+  EXPECT_EQ(server.read("etc/system/local/props.conf"),
+            "[csv]\nKV_MODE = none\nREPORT-AutoHeader = AutoHeader-1\nSHOULD_LINEMERGE = False\n"
+            "is_valid = True\n");
+  EXPECT_FALSE(holds(server.read("etc/apps/learned/local/sourcetypes.conf"), "= csv-"));
 }
 
 TEST(DelimitedFiles, AreLookedAtWhereConfigurationSaysSo) {
