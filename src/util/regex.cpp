@@ -188,7 +188,7 @@ class UsedWorkspace {
 };
 
 // Steps that one search may take: some 5 ms, and 0.1 us a byte. A search that needs more runs over
-// the same text again and again, as "\\w+[!?]" does from each of ten thousand letters in a row.
+// the same text again and again, as "\w+[!?]" does from each of ten thousand letters in a row.
 constexpr std::uint64_t kMaxSearchCost = 4'000'000;
 constexpr std::uint64_t kMaxSearchCostPerByte = 64;
 
@@ -268,6 +268,22 @@ struct Regex::Program {
     if (!main) throw RegexException("Regex: " + error.text());
     if (!isMetered) compileToMachineCode(*main);
     readInfo();
+    if (isMetered && isLarge()) requireMeteredForm();
+  }
+
+  // Reporting each item makes an expression up to four times as large.
+  bool isLarge() const {
+    constexpr std::size_t kLargestSafe = kMaxPatternBytes / 4;
+    std::size_t size = 0;
+    pcre2_pattern_info(main.get(), PCRE2_INFO_SIZE, &size);
+    return size > kLargestSafe;
+  }
+
+  void requireMeteredForm() const {
+    CompileError error;
+    if (!compile(source, options | PCRE2_AUTO_CALLOUT, error)) {
+      throw RegexException("Regex: " + error.text());
+    }
   }
 
   // The source in another form, compiled when first asked for; null when it does not compile so.
@@ -349,9 +365,8 @@ struct Regex::Program {
                            std::uint32_t runOptions, std::size_t lastStart, MatchBudget& budget) {
     if (!metered.code || budget.isSpent()) return PCRE2_ERROR_MATCHLIMIT;
     const std::uint64_t limit = kMaxSearchCost + kMaxSearchCostPerByte * subject.size();
-    SearchMeter meter(metered.costs, std::min(limit, budget.left()));
+    SearchMeter meter(*space.context, metered.costs, std::min(limit, budget.left()));
     meter.add(kStartCost + subject.size() / kSkippedBytesPerStep);
-    meter.attach(*space.context);
     const int answer = execute(space, *metered.code, subject, runOptions, lastStart);
     budget.spend(meter.spent());
     return answer;

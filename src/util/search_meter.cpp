@@ -77,13 +77,19 @@ ItemCosts::ItemCosts(const pcre2_code& code, std::string_view source) {
   items_ = std::move(scan.items);
 }
 
-void SearchMeter::attach(pcre2_match_context& context) {
+SearchMeter::SearchMeter(pcre2_match_context& context, const ItemCosts& costs, std::uint64_t limit)
+    : context_(context), costs_(costs), limit_(limit) {
   pcre2_set_callout(
       &context,
       [](pcre2_callout_block* item, void* meter) {
         return static_cast<SearchMeter*>(meter)->count(*item);
       },
       this);
+}
+
+// An expression may hold callouts of its own, also where nothing is metered.
+SearchMeter::~SearchMeter() {
+  pcre2_set_callout(&context_, nullptr, nullptr);
 }
 
 int SearchMeter::count(const pcre2_callout_block& item) {

@@ -37,14 +37,14 @@ class ItemCosts {
   std::vector<Item> items_;  // by position; empty when no item has a special cost
 };
 
+// Counts for the searches that are made with a context while the meter lives.
 class SearchMeter {
  public:
-  // `limit`: steps after which the search ends with PCRE2_ERROR_MATCHLIMIT. `costs` must outlive
-  // the meter.
-  SearchMeter(const ItemCosts& costs, std::uint64_t limit) : costs_(costs), limit_(limit) {}
-
-  // Counts for the next search with `context`. The meter must outlive it.
-  void attach(pcre2_match_context& context);
+  // `limit`: steps after which the search ends with PCRE2_ERROR_MATCHLIMIT.
+  SearchMeter(pcre2_match_context& context, const ItemCosts& costs, std::uint64_t limit);
+  SearchMeter(const SearchMeter&) = delete;
+  SearchMeter& operator=(const SearchMeter&) = delete;
+  ~SearchMeter();
 
   // Adds what the search costs outside the items.
   void add(std::uint64_t steps) { spent_ += steps; }
@@ -55,6 +55,7 @@ class SearchMeter {
  private:
   int count(const pcre2_callout_block& item);
 
+  pcre2_match_context& context_;
   const ItemCosts& costs_;
   std::uint64_t limit_;
   std::uint64_t spent_ = 0;

@@ -167,7 +167,8 @@ TEST(Regex, CountsTheStepsThatTheLibraryDoesNotReport) {
 TEST(Regex, RefusesAPatternThatDoesNotCompile) {
   for (const auto& pattern :
        {std::string("("), std::string("a\\C"), std::string("[z-a]"), std::string("\xff"),
-        repeated("(", 300) + repeated(")", 300), repeated("a", 65537), repeated("[\\w-.]", 40)}) {
+        repeated("(", 300) + repeated(")", 300), repeated("a", 65537), repeated("[\\w-.]", 40),
+        repeated("a", 16384)}) {
     try {
       const Regex regex(pattern);
       ADD_FAILURE() << "compiled: " << pattern.substr(0, 20);
@@ -175,6 +176,16 @@ TEST(Regex, RefusesAPatternThatDoesNotCompile) {
       EXPECT_EQ(std::string_view(error.what()).find("Regex: "), 0U);
       EXPECT_GT(std::string_view(error.what()).size(), 10U);
     }
+  }
+}
+
+TEST(Regex, MayHoldCallouts) {
+  const Regex anchored("^(?C1)a+(?C\"x\")b");  // first without a meter, then with one
+  const Regex anywhere("(?C1)a+(?C2)b");
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(anywhere.find("xaab"), 1U);
+    EXPECT_EQ(anchored.find("aab"), 0U);
+    EXPECT_EQ(anchored.find(kLong), 0U);
   }
 }
 
