@@ -8,7 +8,8 @@
 namespace sourcetype {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
+
 using Setting = ConfFile::Setting;
 
 // The settings below one header.

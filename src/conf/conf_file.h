@@ -18,7 +18,8 @@ namespace sourcetype {
 // Encodings that a .conf file may have and that are not read, as error codes. Their message() says
 // what the file is and what to do.
 enum class ConfEncoding { Utf16 = 1, Utf32 };
-std::error_code make_error_code(ConfEncoding encoding);
+// The name by which the standard library finds it.
+std::error_code make_error_code(ConfEncoding encoding);  // NOLINT(readability-identifier-naming)
 
 // Set when `bytes` are text in such an encoding: they begin with its byte-order mark, or some of
 // them have the form that ASCII characters have in UTF-16.
