@@ -221,8 +221,7 @@ void ModelStore::adjustMaxDist() {
   constexpr std::int64_t kLeastLimit = 500;
   constexpr std::int64_t kUnsetLimit = 100;
   Conf& props = store_.getProps();
-  const auto names = store_.stanzaNames(props, "");
-  const auto count = static_cast<std::size_t>(std::ranges::count_if(names, namesSourcetype));
+  const auto count = store_.countStanzas(props, "", namesSourcetype);
   if (count <= kManySourcetypes) return;
   const auto root = static_cast<std::int64_t>(std::sqrt(static_cast<double>(count)));
   const std::int64_t limit = std::max(2 * root + 100, kLeastLimit);
