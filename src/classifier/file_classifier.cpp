@@ -186,26 +186,34 @@ void FileClassifier::createSourcetype() {
 }
 
 void FileClassifier::keepWhatIsNew() {
-  if (newSourcetype_) addUnderFreeName();
-  if (learning_ == Learning::No) return;
-  if (learning_ == Learning::WhileFewModels) {
-    if (!learningAllowed_ || !result_.getBool(key::kLearnModel, true)) return;
-    manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype),
-                                  kMaxRuleModels);
-  } else {
-    manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype));
+  if (newSourcetype_ && !addUnderFreeName()) return;  // no model without its stanza
+  if (learning_ == Learning::Yes) return learnNewSourcetype();
+  if (learning_ == Learning::No || !learningAllowed_ || !result_.getBool(key::kLearnModel, true)) {
+    return;
+  }
+  manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype), kMaxRuleModels);
+}
+
+// A stanza whose files cannot be recognised would get another one beside it at every run.
+void FileClassifier::learnNewSourcetype() {
+  ModelStore& models = manager_.models();
+  const std::string sourcetype = result_.get(key::kSourcetype);
+  const std::size_t failedBefore = models.failedModels();
+  models.trainModels(fileName_, *sample_, sourcetype);
+  if (models.failedModels() > failedBefore && models.countModels(sourcetype) == 0) {
+    store_.takeBackStanza(store_.getProps(), sourcetype);
   }
 }
 
 // When another process has taken the name of the new sourcetype meanwhile, the next free one is as
-// good.
-void FileClassifier::addUnderFreeName() {
+// good. False when the stanza could not be written.
+bool FileClassifier::addUnderFreeName() {
   while (true) {
     const auto outcome = store_.addStanza(store_.getProps(), result_.get(key::kSourcetype),
                                           newSourcetype_->settings, false);
     if (outcome != WriteOutcome::Overtaken) {
       madeSourcetype_ = outcome == WriteOutcome::Written;
-      return;
+      return madeSourcetype_;
     }
     result_.set(key::kSourcetype, makeUniqueTypeName(fileName_, store_));
   }

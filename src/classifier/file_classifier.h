@@ -46,7 +46,8 @@ class FileClassifier {
   bool matchModels();
   bool isLearned();
   void createSourcetype();
-  void addUnderFreeName();
+  bool addUnderFreeName();
+  void learnNewSourcetype();
   void proposeEventBreaking(const std::string& sourcetype);
   void proposeTimestampSettings(const std::string& sourcetype);
   void markInvalid(InvalidCause cause);

@@ -590,6 +590,20 @@ TEST(HostileName, WithABarIsOneName) {
   EXPECT_EQ(printed(run, "MAX_TIMESTAMP_LOOKAHEAD"), "39");
 }
 
+TEST(UnwritableTree, OfModelsGetsNoStanzaEither) {
+  const Installation server;
+  server.write("etc/apps/learned", "a file in the place of the directory");
+  server.write("orders.log", repeated(kLine, 150));
+  server.write("etc/system/local/props.conf", "[mine]\n");
+  for (int i = 0; i < 2; ++i) {
+    const auto run = server.run({"orders.log"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(printed(run, "sourcetype"), "orders");
+    EXPECT_TRUE(holds(run.err, "ERROR")) << run.err;
+    EXPECT_EQ(server.read("etc/system/local/props.conf"), "[mine]\n");
+  }
+}
+
 TEST(UnwritableTree, StillClassifies) {
   const Installation server;
   server.write("etc/system/local", "a file in the place of the directory");
@@ -599,6 +613,7 @@ TEST(UnwritableTree, StillClassifies) {
   EXPECT_EQ(printed(run, "sourcetype"), "orders");
   EXPECT_TRUE(holds(run.err, "ERROR")) << run.err;
   EXPECT_TRUE(holds(run.err, "Not a directory")) << run.err;
+  EXPECT_EQ(storedModels(server), 0U);
 }
 
 TEST(BrokenConfiguration, NamesTheShippedFilesThatAreMissing) {
