@@ -57,13 +57,16 @@ void FileClassifier::runFlow() {
 // The input's "sourcetype" or "given_type" wins over a configured sourcetype, but a configured
 // "preprocess" wins over everything.
 void FileClassifier::lookUpConfiguredProps() {
-  sourcetype_ = result_.get(key::kSourcetype);
-  if (sourcetype_.empty()) sourcetype_ = result_.get(key::kGivenType);
+  sourcetype_ = usableSourcetype(result_);
+  if (sourcetype_.empty()) {
+    result_.remove(key::kSourcetype);
+    sourcetype_ = usableSourcetype(result_, key::kGivenType);
+  }
 
   PropertiesMap sourceProps;
   store_.getStanzaSettings(store_.getProps(), sourceProps, sourceStanzas(request_.path),
                            PatternMatching::Yes);
-  const std::string& configured = sourceProps.get(key::kSourcetype);
+  const std::string configured = usableSourcetype(sourceProps);
   if (sourcetype_.empty() || equalsIgnoringCase(configured, kPreprocessSourcetype)) {
     sourcetype_ = configured;
   }
@@ -79,6 +82,19 @@ void FileClassifier::lookUpConfiguredProps() {
     noBinaryCheck_ = *noBinaryCheck;
     result_.set(key::kNoBinaryCheck, lowerFlagText(noBinaryCheck_));
   }
+}
+
+// The sourcetype that these properties give. One that could not be stored, which would also break
+// the lines of the output, counts as none.
+std::string FileClassifier::usableSourcetype(const PropertiesMap& properties,
+                                             std::string_view key) const {
+  const std::string sourcetype = properties.get(key);
+  if (sourcetype.empty()) return sourcetype;
+  const auto problem = sourcetypeProblem(sourcetype);
+  if (problem.empty()) return sourcetype;
+  logWarn(kFlowLog, "Ignoring the sourcetype \"%s\" given to the file %s: %s.", sourcetype,
+          fileName_, problem);
+  return {};
 }
 
 // With the sourcetype known and nothing to find out about the bytes, the file need not be opened.

@@ -234,6 +234,21 @@ TEST(Classification, GoesByTheSourceStanzaUnlessTheInputSaysOtherwise) {
   EXPECT_EQ(printed(server.run(given), "sourcetype"), "PreProcess");
 }
 
+// What is printed has a line for each file and nothing that could be taken for another one.
+TEST(Classification, IgnoresASourcetypeThatCouldNotBeStored) {
+  const Installation server;
+  server.write("a.log", repeated(kLine, 150));
+  for (const char* const stanza : {"source::...a.log", "rule::a"}) {
+    server.write("etc/system/local/props.conf",
+                 "[" + std::string(stanza) + "]\nsourcetype = A\\\n\tB\nMORE_THAN_1 = .\n");
+    const auto run = server.run({"manyfiles"}, "a.log\n");
+    EXPECT_EQ(run.out, "FILENAME: a.log\nClassified\ta.log\tunknown\n");
+    EXPECT_TRUE(holds(run.err, "it holds a control character")) << run.err;
+  }
+  const auto given = server.run({"--test", "--file=a.log", "--given_type=B\nC"});
+  EXPECT_EQ(printed(given, "sourcetype"), "generic");
+}
+
 TEST(Classification, DoesNotLearnWhereConfigurationForbidsIt) {
   const Installation server;
   server.write("a.log", repeated(kLine, 150));
