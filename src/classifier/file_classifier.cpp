@@ -57,13 +57,16 @@ void FileClassifier::runFlow() {
 // The input's "sourcetype" or "given_type" wins over a configured sourcetype, but a configured
 // "preprocess" wins over everything.
 void FileClassifier::lookUpConfiguredProps() {
-  sourcetype_ = result_.get(key::kSourcetype);
-  if (sourcetype_.empty()) sourcetype_ = result_.get(key::kGivenType);
+  sourcetype_ = usableSourcetype(result_);
+  if (sourcetype_.empty()) {
+    result_.remove(key::kSourcetype);
+    sourcetype_ = usableSourcetype(result_, key::kGivenType);
+  }
 
   PropertiesMap sourceProps;
   store_.getStanzaSettings(store_.getProps(), sourceProps, sourceStanzas(request_.path),
                            PatternMatching::Yes);
-  const std::string& configured = sourceProps.get(key::kSourcetype);
+  const std::string configured = usableSourcetype(sourceProps);
   if (sourcetype_.empty() || equalsIgnoringCase(configured, kPreprocessSourcetype)) {
     sourcetype_ = configured;
   }
@@ -79,6 +82,19 @@ void FileClassifier::lookUpConfiguredProps() {
     noBinaryCheck_ = *noBinaryCheck;
     result_.set(key::kNoBinaryCheck, lowerFlagText(noBinaryCheck_));
   }
+}
+
+// The sourcetype that these properties give. One that could not be stored, which would also break
+// the lines of the output, counts as none.
+std::string FileClassifier::usableSourcetype(const PropertiesMap& properties,
+                                             std::string_view key) const {
+  const std::string sourcetype = properties.get(key);
+  if (sourcetype.empty()) return sourcetype;
+  const auto problem = sourcetypeProblem(sourcetype);
+  if (problem.empty()) return sourcetype;
+  logWarn(kFlowLog, "Ignoring the sourcetype \"%s\" given to the file %s: %s.", sourcetype,
+          fileName_, problem);
+  return {};
 }
 
 // With the sourcetype known and nothing to find out about the bytes, the file need not be opened.
@@ -186,26 +202,34 @@ void FileClassifier::createSourcetype() {
 }
 
 void FileClassifier::keepWhatIsNew() {
-  if (newSourcetype_) addUnderFreeName();
-  if (learning_ == Learning::No) return;
-  if (learning_ == Learning::WhileFewModels) {
-    if (!learningAllowed_ || !result_.getBool(key::kLearnModel, true)) return;
-    manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype),
-                                  kMaxRuleModels);
-  } else {
-    manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype));
+  if (newSourcetype_ && !addUnderFreeName()) return;  // no model without its stanza
+  if (learning_ == Learning::Yes) return learnNewSourcetype();
+  if (learning_ == Learning::No || !learningAllowed_ || !result_.getBool(key::kLearnModel, true)) {
+    return;
+  }
+  manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype), kMaxRuleModels);
+}
+
+// A stanza whose files cannot be recognised would get another one beside it at every run.
+void FileClassifier::learnNewSourcetype() {
+  ModelStore& models = manager_.models();
+  const std::string sourcetype = result_.get(key::kSourcetype);
+  const std::size_t failedBefore = models.failedModels();
+  models.trainModels(fileName_, *sample_, sourcetype);
+  if (models.failedModels() > failedBefore && models.countModels(sourcetype) == 0) {
+    store_.takeBackStanza(store_.getProps(), sourcetype);
   }
 }
 
 // When another process has taken the name of the new sourcetype meanwhile, the next free one is as
-// good.
-void FileClassifier::addUnderFreeName() {
+// good. False when the stanza could not be written.
+bool FileClassifier::addUnderFreeName() {
   while (true) {
     const auto outcome = store_.addStanza(store_.getProps(), result_.get(key::kSourcetype),
                                           newSourcetype_->settings, false);
     if (outcome != WriteOutcome::Overtaken) {
       madeSourcetype_ = outcome == WriteOutcome::Written;
-      return;
+      return madeSourcetype_;
     }
     result_.set(key::kSourcetype, makeUniqueTypeName(fileName_, store_));
   }

@@ -7,6 +7,7 @@
 
 #include "classifier/file_classifier_manager.h"
 #include "classifier/header_transform.h"
+#include "classifier/properties.h"
 #include "classifier/rules.h"
 #include "classifier/sampling/sample.h"
 
@@ -34,6 +35,8 @@ class FileClassifier {
   enum class Learning { No, WhileFewModels, Yes };
 
   void lookUpConfiguredProps();
+  std::string usableSourcetype(const PropertiesMap& properties,
+                               std::string_view key = key::kSourcetype) const;
   bool isSettledUnread() const;
   std::optional<InvalidCause> examinePath() const;
   bool areLinesNeeded() const;
@@ -46,7 +49,8 @@ class FileClassifier {
   bool matchModels();
   bool isLearned();
   void createSourcetype();
-  void addUnderFreeName();
+  bool addUnderFreeName();
+  void learnNewSourcetype();
   void proposeEventBreaking(const std::string& sourcetype);
   void proposeTimestampSettings(const std::string& sourcetype);
   void markInvalid(InvalidCause cause);

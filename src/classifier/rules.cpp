@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "classifier/properties.h"
+#include "classifier/type_name.h"
 #include "conf/message_catalog.h"
 #include "util/text.h"
 
@@ -67,6 +68,11 @@ std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleT
     auto sourcetype = rule.tryGet(key::kSourcetype);
     if (!sourcetype) {
       logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_NO_SOURCETYPE_FOUND__%s", stanza);
+      continue;
+    }
+    if (const auto problem = sourcetypeProblem(*sourcetype); !problem.empty()) {
+      logWarn(kFlowLog, "Ignoring [%s] for its sourcetype \"%s\": %s.", stanza, *sourcetype,
+              problem);
       continue;
     }
     const bool passes = passesTests(sample, stanza, rule, budget);

@@ -45,6 +45,10 @@ std::string withControlsReplaced(std::string_view name) {
   return result;
 }
 
+std::size_t countNames(Conf& conf, std::string_view prefix, ConfStore& store) {
+  return store.countStanzas(conf, prefix, [](std::string_view) { return true; });
+}
+
 // The first of "<base>-<number>" from `number` on that `conf` does not have.
 std::string firstFreeName(const std::string& base, std::size_t number, Conf& conf,
                           ConfStore& store) {
@@ -81,13 +85,13 @@ std::string makeTypeName(std::string_view fileName, PathForm pathForm) {
 }
 
 std::string makeNumberedName(const std::string& base, Conf& conf, ConfStore& store) {
-  return firstFreeName(base, store.stanzaNames(conf, base).size() + 1, conf, store);
+  return firstFreeName(base, countNames(conf, base, store) + 1, conf, store);
 }
 
 std::string makeUniqueTypeName(std::string_view fileName, ConfStore& store) {
   std::string name = makeTypeName(fileName, store.pathForm());
   Conf& props = store.getProps();
-  std::size_t taken = store.stanzaNames(props, name).size();
+  std::size_t taken = countNames(props, name, store);
   if (isSpecialStanza(name)) taken = std::max<std::size_t>(taken, 1);
   return taken == 0 ? name : firstFreeName(name, taken + 1, props, store);
 }

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <tuple>
+#include <utility>
 
 #include "conf/ini_file.h"
 #include "conf/layers.h"
@@ -19,9 +20,8 @@ constexpr LogCategory kLookupLog{"PropertiesMapConfig"};
 constexpr std::int64_t kExactPriority = 100;
 constexpr std::int64_t kPatternPriority = 0;
 
-// Long enough for any number of writers that take turns, short enough to tell a user that one
-// hangs.
-constexpr std::chrono::seconds kLockWait{10};
+// Once a run has given up, every further write would wait as long again.
+constexpr std::chrono::milliseconds kPatienceAfterwards{1000};
 
 // The lock file of a file in the tree at `root`. A root that is not there was mistyped: nothing is
 // made below it.
@@ -32,18 +32,6 @@ std::filesystem::path lockFileBelow(const std::filesystem::path& root,
   }
   return writeTarget(target) += ".lock";
 }
-
-// The right to write to a file. No other process has it meanwhile.
-class WritingTurn {
- public:
-  WritingTurn(const std::filesystem::path& root, const std::filesystem::path& target)
-      : lock_(lockFileBelow(root, target), kLockWait) {
-    removeLeftovers(target);
-  }
-
- private:
-  FileLock lock_;
-};
 
 FileBytes copyOf(std::string_view text) {
   FileBytes copy{.bytes = std::make_unique_for_overwrite<char[]>(text.size()),  // NOLINT
@@ -76,6 +64,19 @@ bool sameSettings(const ConfFile::Stanza& a, const ConfFile::Stanza& b) {
   });
 }
 
+PropertiesMap settingsOf(const ConfFile::Stanza& stanza) {
+  PropertiesMap settings;
+  for (const auto& setting : stanza.settings) settings.set(setting.key(), setting.value());
+  return settings;
+}
+
+// Whether what is written behind the text begins a line of its own.
+bool endsWithWholeLine(std::string_view text) {
+  if (!text.ends_with('\n')) return false;
+  const auto last = text.find_last_not_of("\r\n");
+  return last != std::string_view::npos && text[last] != '\\';
+}
+
 // True when `after` is `before` with `changes` in one stanza and nothing else new, lost or changed,
 // and would be read as what it is.
 bool isExactEdit(const ConfFile& before, const ConfFile& after, std::string_view stanza,
@@ -87,11 +88,8 @@ bool isExactEdit(const ConfFile& before, const ConfFile& after, std::string_view
       expected.insertIfAbsent(old.key(), old.value(), {});
     }
   }
-  PropertiesMap found;
   const auto* edited = after.find(stanza);
-  if (edited == nullptr) return false;
-  for (const auto& setting : edited->settings) found.set(setting.key(), setting.value());
-  if (found != expected) return false;
+  if (edited == nullptr || settingsOf(*edited) != expected) return false;
 
   const auto isOther = [&](const auto& other) { return other.name != stanza; };
   std::vector<ConfFile::Stanza> othersBefore;
@@ -155,8 +153,9 @@ struct ConfStore::Candidate {
   std::string_view stanza;
 };
 
-ConfStore::ConfStore(std::filesystem::path root, PathForm pathForm)
-    : root_(std::move(root)), pathForm_(pathForm) {}
+ConfStore::ConfStore(std::filesystem::path root, PathForm pathForm,
+                     std::chrono::milliseconds patience)
+    : root_(std::move(root)), pathForm_(pathForm), patience_(patience) {}
 
 Conf& ConfStore::getConf(std::string_view name) {
   const std::scoped_lock lock(mutex_);
@@ -168,31 +167,70 @@ void ConfStore::reload(Conf& conf) {
   conf.loaded_ = false;
   conf.patterns_.reset();
   conf.stanzas_.clear();
-  conf.files_.clear();
+  conf.layers_.clear();
+}
+
+// --- Locking ---
+
+// The right to write to a file, which no other process has meanwhile.
+FileLock ConfStore::lockOf(const std::filesystem::path& target) {
+  const auto lockPath = lockFileBelow(root_, target);
+  const bool isShort = std::exchange(hasJustGivenUp_, false);
+  try {
+    return {lockPath, isShort ? std::min(patience_, kPatienceAfterwards) : patience_};
+  } catch (const std::system_error& error) {
+    hasJustGivenUp_ = error.code() == std::errc::timed_out;
+    hasGivenUp_ = hasGivenUp_ || hasJustGivenUp_;
+    throw;
+  }
+}
+
+// Runs an action that decides and writes. Where the lock was lost before anything was written, it
+// decides again.
+template <class Action>
+auto ConfStore::underLock(const std::filesystem::path& target, const Action& action) {
+  while (true) {
+    const FileLock lock = lockOf(target);
+    removeLeftovers(target);
+    try {
+      return action(lock);
+    } catch (const LockLost& loss) {
+      logWarn(kStoreLog, "Writing %s again: %s", pathToText(target), loss.what());
+    }
+  }
 }
 
 // --- Reading ---
 
+std::filesystem::path ConfStore::fileOf(const Conf& conf, const Conf::Layer& layer) {
+  return layer.directory / (conf.name() + ".conf");
+}
+
+Conf::Layer& ConfStore::layerOf(Conf& conf, const std::filesystem::path& directory) {
+  return *std::ranges::find(conf.layers_, directory, &Conf::Layer::directory);
+}
+
 void ConfStore::load(Conf& conf) {
   if (conf.loaded_) return;
-  conf.layers_ = layerDirectories(root_);
-  conf.files_.clear();
-  conf.files_.resize(conf.layers_.size());
-  conf.errors_.resize(conf.layers_.size());
-  for (std::size_t layer = 0; layer < conf.layers_.size(); ++layer) {
+  conf.layers_.clear();
+  for (auto& directory : layerDirectories(root_)) {
+    auto& layer = conf.layers_.emplace_back();
+    layer.directory = std::move(directory);
     loadFile(conf, layer, Report::Yes);
   }
   indexStanzas(conf);
   conf.loaded_ = true;
 }
 
-void ConfStore::loadFile(Conf& conf, std::size_t layer, Report report) {
-  const auto path = conf.layers_[layer] / (conf.name() + ".conf");
+void ConfStore::loadFile(const Conf& conf, Conf::Layer& layer, Report report) {
+  const auto path = fileOf(conf, layer);
+  layer.identity = fileIdentity(path);
   FileBytes bytes = readConfFile(path);
-  const auto error = conf.errors_[layer] = bytes.error;
-  conf.files_[layer].reset();
+  const auto error = layer.error = bytes.error;
+  layer.added.clear();
+  layer.file.reset();
   if (!error) {
-    conf.files_[layer] = std::make_unique<ConfFile>(path, std::move(bytes), report);
+    layer.file = std::make_unique<ConfFile>(path, std::move(bytes), report);
   } else if (isEncodingError(error)) {
     if (report == Report::Yes) logError(kStoreLog, "Cannot use %s: %m", pathToText(path), error);
   } else if (!isMissingFile(error)) {
@@ -200,12 +238,23 @@ void ConfStore::loadFile(Conf& conf, std::size_t layer, Report report) {
   }
 }
 
+// Reads the file of a layer again if somebody else has written to it, or it could not be read.
+void ConfStore::refresh(Conf& conf, Conf::Layer& layer) {
+  const bool isKnown = !layer.error || isMissingFile(layer.error);
+  if (isKnown && fileIdentity(fileOf(conf, layer)) == layer.identity) return;
+  loadFile(conf, layer, Report::No);
+  indexStanzas(conf);
+}
+
 void ConfStore::indexStanzas(Conf& conf) {
   conf.stanzas_.clear();
   conf.patterns_.reset();
-  for (const auto& file : conf.files_) {
-    if (file == nullptr) continue;
-    for (const auto& stanza : file->stanzas()) conf.stanzas_.push_back({&stanza, file.get()});
+  const auto add = [&](const ConfFile& file) {
+    for (const auto& stanza : file.stanzas()) conf.stanzas_.push_back({&stanza, &file});
+  };
+  for (const auto& layer : conf.layers_) {
+    if (layer.file != nullptr) add(*layer.file);
+    for (const auto& added : layer.added) add(*added);
   }
   std::ranges::stable_sort(conf.stanzas_, {}, [](const auto& found) { return found.stanza->name; });
 }
@@ -234,6 +283,21 @@ std::vector<std::string> ConfStore::stanzaNames(Conf& conf, std::string_view pre
     }
   }
   return names;
+}
+
+std::size_t ConfStore::countStanzas(Conf& conf, std::string_view prefix,
+                                    bool (*counts)(std::string_view name)) {
+  const std::scoped_lock lock(mutex_);
+  load(conf);
+  std::size_t count = 0;
+  std::optional<std::string_view> previous;
+  auto found = std::ranges::lower_bound(
+      conf.stanzas_, prefix, {}, [](const auto& occurrence) { return occurrence.stanza->name; });
+  for (; found != conf.stanzas_.end() && found->stanza->name.starts_with(prefix); ++found) {
+    if (found->stanza->name != previous && counts(found->stanza->name)) ++count;
+    previous = found->stanza->name;
+  }
+  return count;
 }
 
 std::filesystem::path ConfStore::settingFile(Conf& conf, std::string_view stanza,
@@ -374,8 +438,10 @@ bool ConfStore::writeLearnedStanza(Conf& conf, std::string_view stanza,
   const std::scoped_lock lock(mutex_);
   const auto path = learnedFile(conf);
   try {
-    const WritingTurn turn(root_, path);
-    if (appendLearned(conf, path, stanza, settings)) return true;
+    const bool isAppended = underLock(path, [&](const FileLock& held) {
+      return appendLearned(conf, path, stanza, settings, held);
+    });
+    if (isAppended) return true;
   } catch (const std::exception& error) {
     logError(kStoreLog, "Cannot write stanza [%s] of %s: %s", stanza, pathToText(path),
              error.what());
@@ -391,29 +457,33 @@ ConfStore::Dropped ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& 
   const auto path = learnedFile(conf);
   if (names.empty()) return {};
   try {
-    const WritingTurn turn(root_, path);
-    const FileBytes bytes = readConfFile(path);
-    if (bytes.error && !isMissingFile(bytes.error)) {
-      throw std::system_error(bytes.error, "cannot read " + pathToText(path));
-    }
-    const Split split = splitStanzas(bytes.view(), path, names, added);
-    if (split.dropped.empty()) return {};  // another process has dropped them
-    // Where a link leads to the file, the copy stays on the disk and in the directory that somebody
-    // chose for the file, and under the same lock.
-    const auto file = writeTarget(path);
-    auto copy = file;
-    copy += ".old";
-    removeLeftovers(copy);
-    replaceFile(copy, split.before, file);
-    // A link is an administrator's: it stays, and the file that it leads to is emptied.
-    if (file != path || !split.kept.empty()) {
-      replaceFile(file, split.kept);
-    } else if (const auto error = removeFile(path)) {
-      throw std::system_error(error, "cannot delete " + pathToText(path));
-    }
-    conf.learned_.reset();
-    reload(conf);
-    return {.stanzas = split.dropped.size(), .copy = copy, .error = {}};
+    return underLock(path, [&](const FileLock& held) -> Dropped {
+      const FileBytes bytes = readConfFile(path);
+      if (bytes.error && !isMissingFile(bytes.error)) {
+        throw std::system_error(bytes.error, "cannot read " + pathToText(path));
+      }
+      const Split split = splitStanzas(bytes.view(), path, names, added);
+      if (split.dropped.empty()) return {};  // another process has dropped them
+      // Where a link leads to the file, the copy stays on the disk and in the directory that
+      // somebody chose for the file, and under the same lock.
+      const auto file = writeTarget(path);
+      auto copy = file;
+      copy += ".old";
+      removeLeftovers(copy);
+      replaceFile(copy, split.before, file, &held);
+      // A link is an administrator's: it stays, and the file that it leads to is emptied.
+      if (file != path || !split.kept.empty()) {
+        replaceFile(file, split.kept, &held);
+      } else {
+        held.ensureHeld();
+        if (const auto error = removeFile(path)) {
+          throw std::system_error(error, "cannot delete " + pathToText(path));
+        }
+      }
+      conf.learned_.reset();
+      reload(conf);
+      return {.stanzas = split.dropped.size(), .copy = copy, .error = {}};
+    });
   } catch (const std::runtime_error& failure) {  // of a call of the system, or the tree is gone
     logError(kStoreLog, "Cannot set aside what was learned before: %s", failure.what());
     const auto* const error = dynamic_cast<const std::system_error*>(&failure);
@@ -442,7 +512,8 @@ void ConfStore::learnOfFile(Conf& conf, const std::filesystem::path& path) {
 // Adds a stanza at the end of the file, behind a blank line, which is also what a line that a crash
 // left unfinished goes on in; false when the file has the stanza already.
 bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
-                              std::string_view stanza, const PropertiesMap& settings) {
+                              std::string_view stanza, const PropertiesMap& settings,
+                              const FileLock& lock) {
   learnOfFile(conf, path);
   if (conf.learned_->stanzas.contains(std::string(stanza))) return false;
   std::string text = renderHeader(stanza) + "\n";
@@ -459,6 +530,7 @@ bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
   }
   if (conf.learned_->identity.size > 0) text.insert(0, "\n");
   if (!conf.learned_->endsInNewline) text.insert(0, "\n");
+  lock.ensureHeld();
   appendToFile(path, text);
   conf.learned_->identity = fileIdentity(path);
   conf.learned_->stanzas.emplace(stanza);
@@ -484,53 +556,133 @@ WriteOutcome ConfStore::write(Conf& conf, const std::filesystem::path& directory
                               bool overwriteAll, const Condition& stillHolds) {
   const std::scoped_lock lock(mutex_);
   load(conf);
-  const auto layer =
-      static_cast<std::size_t>(std::ranges::find(conf.layers_, directory) - conf.layers_.begin());
-  const auto target = directory / (conf.name() + ".conf");
+  Conf::Layer& layer = layerOf(conf, directory);
+  const auto target = fileOf(conf, layer);
   const auto targetText = pathToText(target);
   try {
-    const WritingTurn turn(root_, target);
-    loadFile(conf, layer, Report::No);  // another process may have written meanwhile
-    indexStanzas(conf);
-    if (!stillHolds()) return WriteOutcome::Overtaken;
+    return underLock(target, [&](const FileLock& held) {
+      refresh(conf, layer);
+      if (!stillHolds()) return WriteOutcome::Overtaken;
 
-    const PropertiesMap existing = existingSettings(conf, stanza);
-    const PropertiesMap changes = overwriteAll ? settings : PropertiesMap::diff(settings, existing);
-    logSaving(targetText, overwriteAll, existing, settings);
-    if (!changes.entries().empty() || occurrences(conf, stanza).empty()) {
-      edit(conf, layer, stanza, changes);
-    }
-    logSaved(target);
-    return WriteOutcome::Written;
+      const PropertiesMap existing = existingSettings(conf, stanza);
+      const PropertiesMap changes =
+          overwriteAll ? settings : PropertiesMap::diff(settings, existing);
+      logSaving(targetText, overwriteAll, existing, settings);
+      const bool isNew = occurrences(conf, stanza).empty();
+      if (!changes.entries().empty() || isNew) {
+        const FileIdentity before = layer.identity;
+        edit(conf, layer, stanza, changes, held);
+        if (isNew) conf.addition_ = {std::string(stanza), changes, before, layer.identity};
+      }
+      logSaved(target);
+      return WriteOutcome::Written;
+    });
   } catch (const std::exception& error) {
     logError(kStoreLog, "Cannot write stanza [%s] of %s: %s", stanza, targetText, error.what());
     return WriteOutcome::Failed;
   }
 }
 
-void ConfStore::edit(Conf& conf, std::size_t layer, std::string_view stanza,
-                     const PropertiesMap& changes) {
-  const auto target = conf.layers_[layer] / (conf.name() + ".conf");
-  if (conf.files_[layer] == nullptr) {
-    if (const auto error = conf.errors_[layer]; !isMissingFile(error)) {
-      throw std::system_error(error, "cannot read what it holds");
-    }
-    conf.files_[layer] = std::make_unique<ConfFile>(target, FileBytes{}, Report::No);
+void ConfStore::edit(Conf& conf, Conf::Layer& layer, std::string_view stanza,
+                     const PropertiesMap& changes, const FileLock& lock) {
+  if (append(conf, layer, stanza, changes, lock)) return;
+  const auto target = fileOf(conf, layer);
+  // One text again: what was appended is not in the bytes of the file that was read.
+  if (!layer.added.empty()) {
+    loadFile(conf, layer, Report::No);
+    indexStanzas(conf);
   }
-  const ConfFile& old = *conf.files_[layer];
+  if (layer.error && !isMissingFile(layer.error)) {
+    throw std::system_error(layer.error, "cannot read what it holds");
+  }
+  const ConfFile none(target, {}, Report::No);
+  const ConfFile& old = layer.file != nullptr ? *layer.file : none;
 
   IniFile file = IniFile::parse(old.bytes(), target, Report::No);
   file.addStanza(stanza);
   for (const auto& [key, entry] : changes.entries()) file.set(stanza, key, entry.value);
-  const std::string text = file.toText();
-
-  auto edited = std::make_unique<ConfFile>(target, copyOf(text), Report::No);
+  auto edited = std::make_unique<ConfFile>(target, copyOf(file.toText()), Report::No);
   if (!isExactEdit(old, *edited, stanza, changes)) {
     throw std::runtime_error("a key or value would not read back the same");
   }
-  replaceFile(target, text);
-  conf.files_[layer] = std::move(edited);
+  replace(conf, layer, std::move(edited), lock);
+}
+
+void ConfStore::replace(Conf& conf, Conf::Layer& layer, std::unique_ptr<ConfFile> file,
+                        const FileLock& lock) {
+  replaceFile(file->path(), file->bytes(), &lock);
+  layer.identity = fileIdentity(file->path());
+  layer.added.clear();
+  layer.file = std::move(file);
+  layer.error = {};
   indexStanzas(conf);
+}
+
+// Adds a stanza that the file does not have at its end, at a cost that the file's size has no part
+// in. False where the file has to be replaced instead. Until all of the stanza is on the disk its
+// header reads "[[name]", which is the stanza of no sourcetype; then a line end takes the place of
+// the first bracket.
+bool ConfStore::append(Conf& conf, Conf::Layer& layer, std::string_view stanza,
+                       const PropertiesMap& changes, const FileLock& lock) {
+  const bool isStrongest = &layer == &conf.layers_.front();  // others need their place in the index
+  if (!isStrongest || layer.file == nullptr) return false;
+  const auto target = fileOf(conf, layer);
+  const auto isInTarget = [&](const auto& found) { return found.file->path() == target; };
+  if (std::ranges::any_of(occurrences(conf, stanza), isInTarget)) return false;
+  const auto lastText = layer.added.empty() ? layer.file->bytes() : layer.added.back()->bytes();
+  if (!endsWithWholeLine(lastText)) return false;
+
+  const std::string_view lineEnd = lineEndOf(layer.file->bytes());
+  std::string text = renderHeader(stanza).append(lineEnd);
+  for (const auto& [key, entry] : changes.entries()) {
+    text.append(renderSetting(key, entry.value)).append(lineEnd);
+  }
+  auto added = std::make_unique<ConfFile>(target, copyOf(text), Report::No);
+  const ConfFile before(target, {}, Report::No);
+  if (!isExactEdit(before, *added, stanza, changes)) {
+    throw std::runtime_error("a key or value would not read back the same");
+  }
+  const DecisiveText whole{
+      .content = std::string(lineEnd) + text, .decisive = lineEnd.size() - 1, .placeholder = '['};
+  if (!appendToFile(target, whole, lock)) return false;
+
+  const FileIdentity identity = fileIdentity(target);
+  if (identity.size == layer.identity.size + whole.content.size()) layer.identity = identity;
+  const auto nameOf = [](const auto& found) { return found.stanza->name; };
+  conf.stanzas_.insert(std::ranges::lower_bound(conf.stanzas_, stanza, {}, nameOf),
+                       {&added->stanzas().front(), added.get()});
+  if (isStanzaPattern(stanza)) conf.patterns_.reset();
+  layer.added.push_back(std::move(added));
+  return true;
+}
+
+void ConfStore::takeBackStanza(Conf& conf, std::string_view stanza) {
+  const std::scoped_lock lock(mutex_);
+  if (!conf.addition_ || conf.addition_->stanza != stanza) return;
+  const auto addition = *std::exchange(conf.addition_, std::nullopt);
+  load(conf);
+  Conf::Layer& layer = layerOf(conf, systemLocalDirectory(root_));
+  const auto target = fileOf(conf, layer);
+  try {
+    underLock(target, [&](const FileLock& held) {
+      const auto now = fileIdentity(target);
+      const bool isLast = now == addition.after && now.number == addition.before.number;
+      if (isLast) {  // this needs no room on the disk
+        held.ensureHeld();
+        cutFile(target, addition.before.size);
+      }
+      loadFile(conf, layer, Report::No);
+      indexStanzas(conf);
+      const auto* left = layer.file != nullptr ? layer.file->find(stanza) : nullptr;
+      if (left == nullptr || settingsOf(*left) != addition.settings) return;
+      const auto text = splitStanzas(layer.file->bytes(), target, {std::string(stanza)}, {}).kept;
+      auto without = std::make_unique<ConfFile>(target, copyOf(text), Report::No);
+      replace(conf, layer, std::move(without), held);
+    });
+  } catch (const std::exception& error) {
+    logError(kStoreLog, "Cannot take back stanza [%s] of %s: %s", stanza, pathToText(target),
+             error.what());
+  }
 }
 
 }  // namespace sourcetype

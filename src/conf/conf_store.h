@@ -2,6 +2,8 @@
 // for, and written back without harm to what others wrote.
 #pragma once
 
+#include <chrono>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -19,6 +21,7 @@
 #include "conf/conf_file.h"
 #include "conf/properties_map.h"
 #include "conf/stanza_pattern.h"
+#include "platform/file_lock.h"
 #include "platform/path_form.h"
 
 namespace sourcetype {
@@ -38,12 +41,28 @@ class Conf {
     const ConfFile* file;
   };
 
+  // The configuration's file in one layer.
+  struct Layer {
+    std::filesystem::path directory;
+    std::unique_ptr<ConfFile> file;               // empty where there is none
+    std::deque<std::unique_ptr<ConfFile>> added;  // what was appended since it was read
+    std::error_code error;                        // why it has no file
+    FileIdentity identity;                        // of what is known
+  };
+
   std::string name_;
   bool loaded_ = false;
-  std::vector<std::filesystem::path> layers_;     // strongest first
-  std::vector<std::unique_ptr<ConfFile>> files_;  // a slot a layer; empty where there is no file
-  std::vector<std::error_code> errors_;           // a slot a layer: why it has no file
-  std::vector<Occurrence> stanzas_;               // in ascending byte order of the names
+  std::vector<Layer> layers_;        // strongest first
+  std::vector<Occurrence> stanzas_;  // in ascending byte order of the names
+
+  // The stanza that addStanza() added last, to be taken back.
+  struct Addition {
+    std::string stanza;
+    PropertiesMap settings;
+    FileIdentity before;  // of the file
+    FileIdentity after;
+  };
+  std::optional<Addition> addition_;
 
   // What is known of the learned file, so that a stanza can be added without reading it again.
   struct LearnedFile {
@@ -64,8 +83,13 @@ enum class WriteOutcome { Written, Failed, Overtaken };
 
 class ConfStore {
  public:
-  // `root` is the configuration tree, $TARNEL_HOME/etc. Reads nothing yet.
-  explicit ConfStore(std::filesystem::path root, PathForm pathForm = nativePathForm());
+  // A process that holds a lock this long is stopped or stuck: it needs milliseconds.
+  static constexpr std::chrono::minutes kPatience{1};
+
+  // `root` is the configuration tree, $TARNEL_HOME/etc. Reads nothing yet. A write is given up when
+  // one process has kept its lock for `patience`.
+  explicit ConfStore(std::filesystem::path root, PathForm pathForm = nativePathForm(),
+                     std::chrono::milliseconds patience = kPatience);
 
   const std::filesystem::path& root() const { return root_; }
   PathForm pathForm() const { return pathForm_; }
@@ -81,6 +105,9 @@ class ConfStore {
 
   // Names that begin with `prefix`, each once, in ascending byte order.
   std::vector<std::string> stanzaNames(Conf& conf, std::string_view prefix);
+  // How many of these there are that `counts` says yes to.
+  std::size_t countStanzas(Conf& conf, std::string_view prefix,
+                           bool (*counts)(std::string_view name));
 
   // The file that a setting's value comes from; empty when no layer has it.
   std::filesystem::path settingFile(Conf& conf, std::string_view stanza, std::string_view key);
@@ -122,6 +149,10 @@ class ConfStore {
   WriteOutcome addStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                          bool overwriteAll);
 
+  // Removes the stanza when it is the last one that this object has added, and holds just what was
+  // written. A failure is logged.
+  void takeBackStanza(Conf& conf, std::string_view stanza);
+
   // The same as writeStanza() for a learned model: all settings go to the local layer of the app
   // "learned". A stanza that its file does not have yet is appended, at a cost that the size of the
   // file has no part in; a crash may leave a part of it at the end of the file.
@@ -145,12 +176,18 @@ class ConfStore {
   // Forgets what was read, so that the next lookup reads the files again.
   void reload(Conf& conf);
 
+  // True when a write was given up because another process kept its lock.
+  bool hasGivenUp() const { return hasGivenUp_; }
+
  private:
   struct Candidate;
 
   void load(Conf& conf);
-  void loadFile(Conf& conf, std::size_t layer, Report report);
+  void loadFile(const Conf& conf, Conf::Layer& layer, Report report);
+  void refresh(Conf& conf, Conf::Layer& layer);
   void indexStanzas(Conf& conf);
+  static std::filesystem::path fileOf(const Conf& conf, const Conf::Layer& layer);
+  static Conf::Layer& layerOf(Conf& conf, const std::filesystem::path& directory);
   std::span<const Conf::Occurrence> occurrences(Conf& conf, std::string_view stanza);
   const std::vector<const StanzaPattern*>& patterns(Conf& conf);
   const StanzaPattern* findPattern(std::string_view stanza);
@@ -158,10 +195,18 @@ class ConfStore {
   PropertiesMap existingSettings(Conf& conf, std::string_view stanza);
   void learnOfFile(Conf& conf, const std::filesystem::path& path);
   bool appendLearned(Conf& conf, const std::filesystem::path& path, std::string_view stanza,
-                     const PropertiesMap& settings);
+                     const PropertiesMap& settings, const FileLock& lock);
   WriteOutcome write(Conf& conf, const std::filesystem::path& directory, std::string_view stanza,
                      const PropertiesMap& settings, bool overwriteAll, const Condition& stillHolds);
-  void edit(Conf& conf, std::size_t layer, std::string_view stanza, const PropertiesMap& changes);
+  void edit(Conf& conf, Conf::Layer& layer, std::string_view stanza, const PropertiesMap& changes,
+            const FileLock& lock);
+  bool append(Conf& conf, Conf::Layer& layer, std::string_view stanza, const PropertiesMap& changes,
+              const FileLock& lock);
+  void replace(Conf& conf, Conf::Layer& layer, std::unique_ptr<ConfFile> file,
+               const FileLock& lock);
+  FileLock lockOf(const std::filesystem::path& target);
+  template <class Action>
+  auto underLock(const std::filesystem::path& target, const Action& action);
 
   std::filesystem::path root_;
   PathForm pathForm_;
@@ -174,6 +219,10 @@ class ConfStore {
 
   // One for all configurations: a write sees, and leaves, a settled state. Operations call others.
   std::recursive_mutex mutex_;
+
+  const std::chrono::milliseconds patience_;
+  bool hasGivenUp_ = false;
+  bool hasJustGivenUp_ = false;  // since the last lock
 };
 
 }  // namespace sourcetype

@@ -25,12 +25,11 @@ void endLastLine(std::string& text, std::string_view lineEnd) {
   text += text.ends_with('\r') ? "\n" : lineEnd;
 }
 
-// As the first line ends, also when it is cut off behind its carriage return.
+}  // namespace
+
 std::string_view lineEndOf(std::string_view bytes) {
   return bytes.substr(0, bytes.find('\n')).ends_with('\r') ? "\r\n" : "\n";
 }
-
-}  // namespace
 
 IniFile IniFile::read(const std::filesystem::path& path, std::error_code& error) {
   const FileBytes bytes = readConfFile(path);

@@ -12,6 +12,9 @@
 
 namespace sourcetype {
 
+// How the first line ends, also when it is cut off behind its carriage return: "\n" or "\r\n".
+std::string_view lineEndOf(std::string_view bytes);
+
 // A file's stanzas in byte order, its comments, and its text with the changes made to it. As
 // against a lookup, the first value of a key counts; a second one is logged and dropped.
 class IniFile {

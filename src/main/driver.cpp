@@ -158,9 +158,7 @@ void runWithMoreArguments(ConfStore& store, FileClassifierManager& manager,
   }
 }
 
-}  // namespace
-
-int runDriver(ConfStore& store, std::span<const Argument> arguments) {
+int runMode(ConfStore& store, std::span<const Argument> arguments) {
   FileClassifierManager manager(store);
   const auto words = arguments.subspan(std::min<std::size_t>(1, arguments.size()));
   if (words.empty()) {
@@ -173,6 +171,13 @@ int runDriver(ConfStore& store, std::span<const Argument> arguments) {
     runWithMoreArguments(store, manager, words);
   }
   return 0;
+}
+
+}  // namespace
+
+int runDriver(ConfStore& store, std::span<const Argument> arguments) {
+  const int status = runMode(store, arguments);
+  return store.hasGivenUp() ? kRunFailed : status;
 }
 
 }  // namespace sourcetype

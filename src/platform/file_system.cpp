@@ -39,8 +39,9 @@ std::filesystem::path absolutePath(const std::filesystem::path& path) {
   return error ? path : absolute;
 }
 
-void replaceFile(const std::filesystem::path& target, std::string_view content) {
-  replaceFile(target, content, writeTarget(target));
+void replaceFile(const std::filesystem::path& target, std::string_view content,
+                 const FileLock* lock) {
+  replaceFile(target, content, writeTarget(target), lock);
 }
 
 std::filesystem::path directoryOf(const std::filesystem::path& path) {

@@ -3,7 +3,6 @@
 // throws std::system_error that names the path.
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -15,6 +14,8 @@
 #include <vector>
 
 namespace sourcetype {
+
+class FileLock;
 
 enum class FileKind { CannotExamine, Regular, Other };
 
@@ -74,6 +75,10 @@ FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes);
 // True when the error says that there is no such file, as against one that cannot be read.
 bool isMissingFile(std::error_code error);
 
+// Makes a directory and those above it that are missing; they last through a crash. Throws
+// std::system_error.
+void createDirectories(const std::filesystem::path& directory);
+
 // Where the last name of the path stands; "." where it has no other.
 std::filesystem::path directoryOf(const std::filesystem::path& path);
 
@@ -91,11 +96,13 @@ std::filesystem::path writeTarget(std::filesystem::path path);
 // after a crash. The content goes to a temporary file in the same directory, is synced and renamed.
 // When `target` is a symbolic link the file it names is replaced. Permissions are kept, those of a
 // new file are what the account gives its files; directories that are missing are made. Throws
-// std::system_error; the target is then unchanged.
-void replaceFile(const std::filesystem::path& target, std::string_view content);
+// std::system_error, and LockLost where `lock`, if there is one, is not held any more; the target
+// is then unchanged.
+void replaceFile(const std::filesystem::path& target, std::string_view content,
+                 const FileLock* lock = nullptr);
 // The same with the owner and permissions of the file `model`, whether or not there was a target.
 void replaceFile(const std::filesystem::path& target, std::string_view content,
-                 const std::filesystem::path& model);
+                 const std::filesystem::path& model, const FileLock* lock = nullptr);
 
 // Deletes the temporary files that calls of replaceFile() for `target` left when they were killed.
 // To be called, like replaceFile(), under the lock of `target`: whatever there is then is a
@@ -117,27 +124,30 @@ struct FileIdentity {
 FileIdentity fileIdentity(const std::filesystem::path& path);
 
 // Adds `content` to the end of a file, which is made when it is missing, and syncs it. Throws
-// std::system_error; the file then has its old size again, or a part of `content` at its end where
-// even that fails.
+// std::system_error, also for a file with several names (hard links), which are not all meant; the
+// file then has its old size again, or a part of `content` at its end where even that fails.
 void appendToFile(const std::filesystem::path& path, std::string_view content);
+
+// Text for the end of a file that nobody may take for what it is before all of it is there: until
+// then `placeholder` stands in the place of the byte at `decisive`.
+struct DecisiveText {
+  std::string content;
+  std::size_t decisive = 0;
+  char placeholder = ' ';
+};
+
+// Adds such a text to a file that is there: writes and syncs all of it with the placeholder, then
+// the decisive byte. False, with nothing written, where only replaceFile() will do: the file has
+// several names, or may not be written to. Throws std::system_error, and LockLost where `lock` is
+// not held any more or the file was replaced; then, and after a crash, the end of the file may have
+// a part of the text, with the placeholder.
+bool appendToFile(const std::filesystem::path& path, const DecisiveText& text,
+                  const FileLock& lock);
+
+// Cuts the end off a file and syncs it. Throws std::system_error.
+void cutFile(const std::filesystem::path& path, std::uint64_t size);
 
 // Deletes a file. A file that is not there is no error.
 std::error_code removeFile(const std::filesystem::path& path);
-
-// An exclusive lock between processes, held for the life of the object. It locks a file of its own
-// at `lockPath`, which is created and stays; the system frees the lock of a process that died.
-// Whoever may write to its directory may hold the lock, whichever account created the file; nobody
-// else may, unless that account could not give the file to the directory's owner or group.
-class FileLock {
- public:
-  // Throws std::system_error when the lock is not to be had within `wait`.
-  FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds wait);
-  FileLock(const FileLock&) = delete;
-  FileLock& operator=(const FileLock&) = delete;
-  ~FileLock();
-
- private:
-  std::intptr_t handle_;
-};
 
 }  // namespace sourcetype

@@ -1,7 +1,6 @@
 #include "platform/file_system.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,11 +9,11 @@
 #include <cerrno>
 #include <charconv>
 #include <optional>
-#include <thread>
 #include <utility>
 
+#include "platform/descriptor_posix.h"
+#include "platform/file_lock.h"
 #include "platform/path_form.h"
-#include "platform/system_error.h"
 #include "platform/temporary_name.h"
 
 namespace sourcetype {
@@ -23,52 +22,9 @@ namespace {
 // No file is that large; a read or write of more than 2 GiB is cut short by the kernel.
 constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
-constexpr std::chrono::milliseconds kLockPollInterval{10};
-
-// Longer than an account takes to share a lock file that it has made.
-constexpr int kTriesToOpenLock = 10;
-
-constexpr mode_t kOwnerOnly = 0600;
-constexpr mode_t kNewFileMode = 0666;  // less what the account's umask takes away
-constexpr mode_t kPermissionBits = 0777;
-constexpr mode_t kGroupRights = 070;
-
-[[noreturn]] void throwLastError(const std::string& what, const std::filesystem::path& path) {
-  throw std::system_error(lastSystemError(), what + " " + pathToText(path));
-}
-
-// A file descriptor that closes itself; -1 means closed.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  Descriptor& operator=(Descriptor&&) = delete;
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  int number() const { return number_; }
-  bool isOpen() const { return number_ >= 0; }
-  int release() { return std::exchange(number_, -1); }
-
- private:
-  int number_;
-};
-
-// Calls again as long as a signal was what came between.
-template <class Call>
-int retrying(const Call& call) {
-  int result = -1;
-  do {
-    result = call();
-  } while (result < 0 && errno == EINTR);
-  return result;
-}
-
-int openRetrying(const char* path, int flags, mode_t mode = 0) {
-  return retrying([&] { return ::open(path, flags | O_CLOEXEC, mode); });
-}
+// Less what the account's umask takes away.
+constexpr mode_t kNewFileMode = 0666;
+constexpr mode_t kNewDirectoryMode = 0777;
 
 void writeAll(const Descriptor& file, std::string_view content, const std::filesystem::path& path) {
   while (!content.empty()) {
@@ -82,6 +38,23 @@ void writeAll(const Descriptor& file, std::string_view content, const std::files
 
 void sync(const Descriptor& file, const std::filesystem::path& path) {
   if (retrying([&] { return ::fsync(file.number()); }) != 0) throwLastError("cannot sync", path);
+}
+
+// Puts the decisive byte of a text at `offset` of a file, where its placeholder has to be: a
+// program that takes no lock may have changed the file.
+void putByte(const Descriptor& file, off_t offset, const DecisiveText& text,
+             const std::filesystem::path& path) {
+  char present = 0;
+  const auto size = retrying([&] { return ::pread(file.number(), &present, 1, offset); });
+  if (size < 0) throwLastError("cannot read", path);
+  if (size == 0 || present != text.placeholder) {
+    throw LockLost(pathToText(path) + " was changed");
+  }
+  ::fcntl(file.number(), F_SETFL, 0);  // while it appends, some systems ignore the offset
+  const char* const byte = &text.content[text.decisive];
+  if (retrying([&] { return ::pwrite(file.number(), byte, 1, offset); }) != 1) {
+    throwLastError("cannot write", path);
+  }
 }
 
 // Makes a new name in `directory` last through a crash. Some file systems cannot sync a directory;
@@ -122,14 +95,6 @@ mode_t newFileMode() {
     return told ? *told : umaskBySetting();
   }();
   return kNewFileMode & ~kMask;
-}
-
-// Gives a file the owner and group of another, or the group alone where this account may not give
-// it away; false when not even that is allowed.
-bool giveToOwnerOf(const struct stat& other, const Descriptor& file) {
-  constexpr auto kSameOwner = static_cast<uid_t>(-1);
-  return ::fchown(file.number(), other.st_uid, other.st_gid) == 0 ||
-         ::fchown(file.number(), kSameOwner, other.st_gid) == 0;
 }
 
 // Gives a file the owner and permissions of the file `model`, or of a new one where there is none.
@@ -180,85 +145,6 @@ bool mayRedirect(const struct stat& link, const std::filesystem::path& path) {
   struct stat directory {};
   if (::stat(directoryOf(path).c_str(), &directory) != 0) return false;
   return link.st_uid == 0 || link.st_uid == ::geteuid() || link.st_uid == directory.st_uid;
-}
-
-// Whoever may write to the directory may lock the files in it: several administrators share a tree,
-// whatever their umasks. Others may not, or any reader could keep all writes waiting.
-mode_t lockFileMode(const struct stat& directory) {
-  constexpr mode_t kMayWrite = 0222;
-  const mode_t writers = directory.st_mode & kMayWrite;
-  return kOwnerOnly | writers | (writers << 1U);  // to read is one bit above to write
-}
-
-// The same for a lock file that may have another owner or group than its directory. Where that
-// would keep out somebody who may write there, all may read it, which is enough to lock, and the
-// wrong group gets no more than that.
-mode_t lockFileMode(const struct stat& directory, const struct stat& file) {
-  constexpr mode_t kMayRead = 0444;
-  const bool groupWrites = (directory.st_mode & S_IWGRP) != 0;
-  const bool hasGroup = file.st_gid == directory.st_gid;
-  const bool letsOwnerIn = file.st_uid == directory.st_uid || (groupWrites && hasGroup);
-  const mode_t mode = lockFileMode(directory);
-  if (letsOwnerIn && (hasGroup || !groupWrites)) return mode;
-  return (mode & ~kGroupRights) | kMayRead;
-}
-
-// Whether this account made the file as a lock file. Whoever may write to the directory could have
-// linked or moved another file of the account's there, but a lock file has one name and no content.
-bool isOwnLockFile(const struct stat& file) {
-  return file.st_uid == ::geteuid() && file.st_nlink == 1 && file.st_size == 0;
-}
-
-// Makes a lock file of this account as much its directory's as this account may: root gives it to
-// the owner, a member of the group to the group.
-void shareLockFile(const Descriptor& file, struct stat status, const struct stat& directory) {
-  if (status.st_uid != directory.st_uid || status.st_gid != directory.st_gid) {
-    giveToOwnerOf(directory, file);
-    ::fstat(file.number(), &status);
-  }
-  const mode_t mode = lockFileMode(directory, status);
-  if ((status.st_mode & kPermissionBits) != mode) ::fchmod(file.number(), mode);
-}
-
-// Opens a lock file, which it makes where there is none; closed, with errno set, on failure.
-Descriptor openLockFile(const std::filesystem::path& path, mode_t mode) {
-  constexpr int kNeverWait = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;  // whatever has the name
-  Descriptor file(openRetrying(path.c_str(), O_RDWR | O_CREAT | kNeverWait, mode));
-  if (file.isOpen() || errno != EACCES) return file;
-  // Another account made it, and reading is enough. Who makes it shares it a moment later.
-  for (int tries = 0; tries < kTriesToOpenLock; ++tries) {
-    if (tries > 0) std::this_thread::sleep_for(kLockPollInterval);
-    Descriptor readable(openRetrying(path.c_str(), O_RDONLY | kNeverWait));
-    if (readable.isOpen()) return readable;
-    if (errno != EACCES) break;  // there is none
-  }
-  errno = EACCES;  // none could be made
-  return file;
-}
-
-// The lock file at `path`, to be locked by whoever may write to its directory.
-Descriptor sharedLockFile(const std::filesystem::path& path) {
-  struct stat directory {};
-  ::stat(directoryOf(path).c_str(), &directory);
-  Descriptor file = openLockFile(path, lockFileMode(directory));
-  struct stat status {};
-  if (!file.isOpen() || ::fstat(file.number(), &status) != 0) {
-    throwLastError("cannot create the lock file", path);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    errno = EINVAL;
-    throwLastError("will not lock what is no regular file", path);
-  }
-  if (isOwnLockFile(status)) shareLockFile(file, status, directory);
-  return file;
-}
-
-// False when somebody deleted the file meanwhile: others lock a new one by that name.
-bool isStillAt(const Descriptor& file, const std::filesystem::path& path) {
-  struct stat opened {};
-  struct stat named {};
-  return ::fstat(file.number(), &opened) == 0 && ::lstat(path.c_str(), &named) == 0 &&
-         opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
 }  // namespace
@@ -353,14 +239,27 @@ std::filesystem::path writeTarget(std::filesystem::path path) {
   return path;
 }
 
+void createDirectories(const std::filesystem::path& directory) {
+  if (isDirectory(directory)) return;
+  const std::filesystem::path parent = directoryOf(directory);
+  if (parent != directory) createDirectories(parent);
+  if (::mkdir(directory.c_str(), kNewDirectoryMode) == 0) {
+    syncDirectory(parent);
+  } else if (errno != EEXIST || !isDirectory(directory)) {  // another process may have made it
+    if (errno == EEXIST) errno = ENOTDIR;                   // a file has its name
+    throwLastError("cannot create the directory", directory);
+  }
+}
+
 void replaceFile(const std::filesystem::path& target, std::string_view content,
-                 const std::filesystem::path& model) {
+                 const std::filesystem::path& model, const FileLock* lock) {
   const std::filesystem::path file = writeTarget(target);
-  std::filesystem::create_directories(directoryOf(file));
+  createDirectories(directoryOf(file));
   TemporaryFile temporary(file);
   writeAll(temporary.file(), content, file);
   setPermissions(temporary.file(), model);
   sync(temporary.file(), file);
+  if (lock != nullptr) lock->ensureHeld();
   temporary.renameTo(file);
   syncDirectory(directoryOf(file));
 }
@@ -377,11 +276,15 @@ FileIdentity fileIdentity(const std::filesystem::path& path) {
 
 void appendToFile(const std::filesystem::path& path, std::string_view content) {
   const std::filesystem::path target = writeTarget(path);
-  std::filesystem::create_directories(directoryOf(target));
+  createDirectories(directoryOf(target));
   const Descriptor file(
       openRetrying(target.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW, kNewFileMode));
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.number(), &status) != 0) throwLastError("cannot open", target);
+  if (status.st_nlink > 1) {
+    errno = EMLINK;
+    throwLastError("will not append to a file with several names (hard links):", target);
+  }
   try {
     writeAll(file, content, target);
     sync(file, target);
@@ -392,33 +295,42 @@ void appendToFile(const std::filesystem::path& path, std::string_view content) {
   if (status.st_size == 0) syncDirectory(directoryOf(target));  // it may be new
 }
 
+bool appendToFile(const std::filesystem::path& path, const DecisiveText& text,
+                  const FileLock& lock) {
+  const std::filesystem::path target = writeTarget(path);
+  const Descriptor file(openRetrying(target.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW));
+  struct stat status {};
+  if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || status.st_nlink > 1) return false;
+  lock.ensureHeld();
+  try {
+    std::string undecided = text.content;
+    undecided[text.decisive] = text.placeholder;
+    writeAll(file, undecided, target);
+    sync(file, target);
+    lock.ensureHeld();
+    putByte(file, status.st_size + static_cast<off_t>(text.decisive), text, target);
+    sync(file, target);
+  } catch (const std::system_error&) {
+    retrying([&] { return ::ftruncate(file.number(), status.st_size); });
+    throw;
+  }
+  if (!isFileAt(file.number(), target)) throw LockLost(pathToText(target) + " was replaced");
+  return true;
+}
+
+void cutFile(const std::filesystem::path& path, std::uint64_t size) {
+  const std::filesystem::path target = writeTarget(path);
+  const Descriptor file(openRetrying(target.c_str(), O_WRONLY | O_NOFOLLOW));
+  if (!file.isOpen()) throwLastError("cannot open", target);
+  if (retrying([&] { return ::ftruncate(file.number(), static_cast<off_t>(size)); }) != 0) {
+    throwLastError("cannot cut", target);
+  }
+  sync(file, target);
+}
+
 std::error_code removeFile(const std::filesystem::path& path) {
   if (::unlink(path.c_str()) == 0 || errno == ENOENT) return {};
   return lastSystemError();
-}
-
-FileLock::FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds wait) {
-  std::filesystem::create_directories(directoryOf(lockPath));
-  const auto deadline = std::chrono::steady_clock::now() + wait;
-  while (true) {
-    Descriptor file = sharedLockFile(lockPath);
-    const bool isLocked = ::flock(file.number(), LOCK_EX | LOCK_NB) == 0;
-    const bool mayWait = isLocked || errno == EINTR || errno == EWOULDBLOCK;
-    if (!mayWait) throwLastError("cannot lock", lockPath);
-    if (isLocked && isStillAt(file, lockPath)) {
-      handle_ = file.release();
-      return;
-    }
-    if (std::chrono::steady_clock::now() >= deadline) {
-      errno = ETIMEDOUT;
-      throwLastError("another process holds the lock", lockPath);
-    }
-    std::this_thread::sleep_for(kLockPollInterval);
-  }
-}
-
-FileLock::~FileLock() {
-  ::close(static_cast<int>(handle_));
 }
 
 }  // namespace sourcetype

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <optional>
 #include <thread>
 #include <utility>
 
-#include "platform/extended_path.h"
+#include "platform/file_lock.h"
+#include "platform/handle_windows.h"
 #include "platform/path_form.h"
 #include "platform/system_error.h"
 #include "platform/temporary_name.h"
@@ -22,9 +24,6 @@ using std::chrono::steady_clock;
 // Bytes of one read or write: a multiple of the block size, and no network drive refuses it.
 constexpr std::size_t kMaxTransfer = std::size_t{16} << 20;
 
-// Characters. A directory's name must leave room for a file of the old 8.3 form in it.
-constexpr std::size_t kMaxPlainPath = 260 - 12;
-
 constexpr milliseconds kPollInterval{10};
 
 // How long a write waits for somebody who has the file open: a reader, or a virus scanner, which
@@ -33,52 +32,6 @@ constexpr milliseconds kPatience{2000};
 
 // Others may read, write, rename and delete what this program has open.
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
-// The name may be that of a pipe; whoever serves it must not act for this account.
-constexpr DWORD kNoImpersonation = SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
-
-[[noreturn]] void throwError(std::error_code error, const std::string& what, const fs::path& path) {
-  throw std::system_error(error, what + " " + pathToText(path));
-}
-
-[[noreturn]] void throwLastError(const std::string& what, const fs::path& path) {
-  throwError(lastSystemError(), what, path);
-}
-
-// The name to hand to the system, whatever the length of the path.
-std::wstring systemName(const fs::path& path) {
-  std::array<wchar_t, kMaxPlainPath> buffer{};
-  const DWORD size =
-      GetFullPathNameW(path.c_str(), static_cast<DWORD>(buffer.size()), buffer.data(), nullptr);
-  if (size < buffer.size()) return path.native();  // 0, a failure, included
-  std::wstring absolute(size, L'\0');
-  absolute.resize(GetFullPathNameW(path.c_str(), size, absolute.data(), nullptr));
-  return extendedPath(absolute);
-}
-
-// A handle that closes itself.
-class Handle {
- public:
-  explicit Handle(HANDLE handle) : handle_(handle) {}
-  Handle(Handle&& other) noexcept : handle_(other.release()) {}
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  Handle& operator=(Handle&&) = delete;
-  ~Handle() { close(); }
-  HANDLE get() const { return handle_; }
-  bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-  HANDLE release() { return std::exchange(handle_, INVALID_HANDLE_VALUE); }
-  void reset(HANDLE handle) {
-    close();
-    handle_ = handle;
-  }
-  void close() {
-    if (isOpen()) CloseHandle(release());
-  }
-
- private:
-  HANDLE handle_;
-};
 
 Handle open(const fs::path& path, DWORD access, DWORD disposition, DWORD flags = 0) {
   return Handle(CreateFileW(systemName(path).c_str(), access, kShareAll, nullptr, disposition,
@@ -107,28 +60,6 @@ std::uint64_t joined(DWORD high, DWORD low) {
   return (std::uint64_t{high} << 32U) | low;
 }
 
-void createDirectories(fs::path directory) {
-  constexpr const char* kWhat = "cannot create the directory";
-  std::vector<fs::path> missing;
-  while (!directory.empty() && !isDirectory(directory)) {
-    missing.push_back(directory);
-    if (directory == directory.parent_path()) break;  // a root that is not there
-    directory = directory.parent_path();
-  }
-  for (; !missing.empty(); missing.pop_back()) {
-    const auto& next = missing.back();
-    if (CreateDirectoryW(systemName(next).c_str(), nullptr)) continue;
-    const DWORD error = GetLastError();
-    if (isDirectory(next)) continue;  // another process made it
-    SetLastError(error);
-    // The system would say that the file exists already, which helps nobody who reads it.
-    if (error == ERROR_ALREADY_EXISTS) {
-      throwError(std::make_error_code(std::errc::not_a_directory), kWhat, next);
-    }
-    throwLastError(kWhat, next);
-  }
-}
-
 void writeAll(const Handle& file, std::string_view content, const fs::path& path) {
   while (!content.empty()) {
     const auto size = static_cast<DWORD>(std::min(content.size(), kMaxTransfer));
@@ -138,6 +69,31 @@ void writeAll(const Handle& file, std::string_view content, const fs::path& path
     }
     content.remove_prefix(written);
   }
+}
+
+void sync(const Handle& file, const fs::path& path) {
+  if (!FlushFileBuffers(file.get())) throwLastError("cannot sync", path);
+}
+
+bool cutAt(const Handle& file, LARGE_INTEGER end) {
+  return SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN) && SetEndOfFile(file.get());
+}
+
+bool hasSeveralNames(const Handle& file) {
+  const auto information = informationOf(file.get());
+  return information && information->nNumberOfLinks > 1;
+}
+
+FileIdentity identityOf(const BY_HANDLE_FILE_INFORMATION& information) {
+  constexpr std::int64_t kTicksBefore1970 = 116'444'736'000'000'000;  // the system's begin in 1601
+  constexpr std::int64_t kNanosecondsPerTick = 100;
+  const auto& written = information.ftLastWriteTime;
+  const auto ticks =
+      static_cast<std::int64_t>(joined(written.dwHighDateTime, written.dwLowDateTime));
+  return {.device = information.dwVolumeSerialNumber,
+          .number = joined(information.nFileIndexHigh, information.nFileIndexLow),
+          .size = joined(information.nFileSizeHigh, information.nFileSizeLow),
+          .modified = (ticks - kTicksBefore1970) * kNanosecondsPerTick};
 }
 
 // Repeats `attempt` while it fails because somebody else has the file open. `attempt` gives true
@@ -163,6 +119,21 @@ bool refusesWrites(const fs::path& path) {
   const DWORD attributes = GetFileAttributesW(systemName(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES &&
          (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0;
+}
+
+// Waits for those who have the file open; not open, with the system's last error set, on failure.
+Handle openToWrite(const fs::path& path, DWORD disposition) {
+  Handle file(INVALID_HANDLE_VALUE);
+  const auto attempt = [&] {
+    file.reset(open(path, GENERIC_WRITE, disposition).release());
+    return file.isOpen();
+  };
+  if (refusesWrites(path)) {
+    attempt();
+  } else {
+    patiently(attempt);
+  }
+  return file;
 }
 
 // Gives the new file the access list of another one. Some file systems have none, and a network
@@ -221,13 +192,6 @@ fs::path finalPath(const Handle& file) {
                                                static_cast<DWORD>(name.size()), VOLUME_NAME_DOS);
   name.resize(size < name.size() ? size : 0);
   return name;
-}
-
-HANDLE toHandle(std::intptr_t number) {
-  return reinterpret_cast<HANDLE>(number);  // NOLINT(performance-no-int-to-ptr): it was one
-}
-std::intptr_t toNumber(HANDLE handle) {
-  return reinterpret_cast<std::intptr_t>(handle);
 }
 
 }  // namespace
@@ -349,13 +313,38 @@ fs::path writeTarget(fs::path path) {
   return target;
 }
 
-void replaceFile(const fs::path& target, std::string_view content, const fs::path& model) {
+void createDirectories(const fs::path& wanted) {
+  constexpr const char* kWhat = "cannot create the directory";
+  fs::path directory = wanted;
+  std::vector<fs::path> missing;
+  while (!directory.empty() && !isDirectory(directory)) {
+    missing.push_back(directory);
+    if (directory == directory.parent_path()) break;  // a root that is not there
+    directory = directory.parent_path();
+  }
+  for (; !missing.empty(); missing.pop_back()) {
+    const auto& next = missing.back();
+    if (CreateDirectoryW(systemName(next).c_str(), nullptr)) continue;
+    const DWORD error = GetLastError();
+    if (isDirectory(next)) continue;  // another process made it
+    SetLastError(error);
+    // The system would say that the file exists already, which helps nobody who reads it.
+    if (error == ERROR_ALREADY_EXISTS) {
+      throwError(std::make_error_code(std::errc::not_a_directory), kWhat, next);
+    }
+    throwLastError(kWhat, next);
+  }
+}
+
+void replaceFile(const fs::path& target, std::string_view content, const fs::path& model,
+                 const FileLock* lock) {
   const fs::path file = writeTarget(target);
   createDirectories(file.parent_path());
   TemporaryFile temporary(file);
   copyPermissions(model, temporary.name());
   writeAll(temporary.file(), content, file);
-  if (!FlushFileBuffers(temporary.file().get())) throwLastError("cannot sync", file);
+  sync(temporary.file(), file);
+  if (lock != nullptr) lock->ensureHeld();
   temporary.renameTo(file);
 }
 
@@ -363,74 +352,74 @@ FileIdentity fileIdentity(const fs::path& path) {
   const Handle file = openToExamine(path);
   const auto information = file.isOpen() ? informationOf(file.get()) : std::nullopt;
   if (!information) return {};
-  constexpr std::int64_t kTicksBefore1970 = 116'444'736'000'000'000;  // the system's begin in 1601
-  constexpr std::int64_t kNanosecondsPerTick = 100;
-  const auto& written = information->ftLastWriteTime;
-  const auto ticks =
-      static_cast<std::int64_t>(joined(written.dwHighDateTime, written.dwLowDateTime));
-  return {.device = information->dwVolumeSerialNumber,
-          .number = joined(information->nFileIndexHigh, information->nFileIndexLow),
-          .size = joined(information->nFileSizeHigh, information->nFileSizeLow),
-          .modified = (ticks - kTicksBefore1970) * kNanosecondsPerTick};
+  return identityOf(*information);
 }
 
 void appendToFile(const fs::path& path, std::string_view content) {
   createDirectories(path.parent_path());
-  Handle file(INVALID_HANDLE_VALUE);
-  const auto openForWriting = [&] {
-    Handle opened = open(path, GENERIC_WRITE, OPEN_ALWAYS);
-    const bool isOpen = opened.isOpen();
-    if (isOpen) file.reset(opened.release());
-    return isOpen;
-  };
+  const Handle file = openToWrite(path, OPEN_ALWAYS);
   LARGE_INTEGER end{};
-  if (!(refusesWrites(path) ? openForWriting() : patiently(openForWriting)) ||
-      !SetFilePointerEx(file.get(), {}, &end, FILE_END)) {
+  if (!file.isOpen() || !SetFilePointerEx(file.get(), {}, &end, FILE_END)) {
     throwLastError("cannot open", path);
+  }
+  if (hasSeveralNames(file)) {
+    throwError(std::make_error_code(std::errc::too_many_links),
+               "will not append to a file with several names (hard links):", path);
   }
   try {
     writeAll(file, content, path);
-    if (!FlushFileBuffers(file.get())) throwLastError("cannot sync", path);
+    sync(file, path);
   } catch (const std::system_error&) {
-    if (SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN)) SetEndOfFile(file.get());
+    cutAt(file, end);
     throw;
   }
+}
+
+bool appendToFile(const fs::path& path, const DecisiveText& text, const FileLock& lock) {
+  const fs::path target = writeTarget(path);
+  const Handle file = openToWrite(target, OPEN_EXISTING);
+  LARGE_INTEGER end{};
+  if (!file.isOpen() || hasSeveralNames(file) ||
+      !SetFilePointerEx(file.get(), {}, &end, FILE_END)) {
+    return false;
+  }
+  lock.ensureHeld();
+  try {
+    std::string undecided = text.content;
+    undecided[text.decisive] = text.placeholder;
+    writeAll(file, undecided, target);
+    sync(file, target);
+    LARGE_INTEGER decisive = end;
+    decisive.QuadPart += static_cast<LONGLONG>(text.decisive);
+    if (!SetFilePointerEx(file.get(), decisive, nullptr, FILE_BEGIN)) {
+      throwLastError("cannot write", target);
+    }
+    writeAll(file, std::string_view(text.content).substr(text.decisive, 1), target);
+    sync(file, target);
+  } catch (const std::system_error&) {
+    cutAt(file, end);
+    throw;
+  }
+  const auto opened = informationOf(file.get());
+  if (!opened || identityOf(*opened) != fileIdentity(target)) {
+    throw LockLost(pathToText(target) + " was replaced");
+  }
+  return true;
+}
+
+void cutFile(const fs::path& path, std::uint64_t size) {
+  const fs::path target = writeTarget(path);
+  const Handle file = openToWrite(target, OPEN_EXISTING);
+  LARGE_INTEGER end{};
+  end.QuadPart = static_cast<LONGLONG>(size);
+  if (!file.isOpen() || !cutAt(file, end)) throwLastError("cannot cut", target);
+  sync(file, target);
 }
 
 std::error_code removeFile(const fs::path& path) {
   if (DeleteFileW(systemName(path).c_str())) return {};
   const auto error = lastSystemError();
   return isMissingFile(error) ? std::error_code() : error;
-}
-
-FileLock::FileLock(const fs::path& lockPath, milliseconds wait) {
-  createDirectories(lockPath.parent_path());
-  constexpr DWORD kNoLinks = FILE_FLAG_OPEN_REPARSE_POINT;
-  Handle file = open(lockPath, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS, kNoLinks);
-  if (!file.isOpen() && GetLastError() == ERROR_ACCESS_DENIED) {
-    // Another account made it, and reading is enough.
-    file.reset(open(lockPath, GENERIC_READ, OPEN_EXISTING, kNoLinks).release());
-  }
-  if (!file.isOpen()) throwLastError("cannot create the lock file", lockPath);
-  const auto deadline = steady_clock::now() + wait;
-  OVERLAPPED firstByte{};
-  while (!LockFileEx(file.get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
-                     &firstByte)) {
-    const DWORD error = GetLastError();
-    if (error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING) {
-      throwLastError("cannot lock", lockPath);
-    }
-    if (steady_clock::now() >= deadline) {
-      throwError(std::make_error_code(std::errc::timed_out), "another process holds the lock",
-                 lockPath);
-    }
-    std::this_thread::sleep_for(kPollInterval);
-  }
-  handle_ = toNumber(file.release());
-}
-
-FileLock::~FileLock() {
-  const Handle closed(toHandle(handle_));
 }
 
 }  // namespace sourcetype

@@ -234,6 +234,21 @@ TEST(Classification, GoesByTheSourceStanzaUnlessTheInputSaysOtherwise) {
   EXPECT_EQ(printed(server.run(given), "sourcetype"), "PreProcess");
 }
 
+// What is printed has a line for each file and nothing that could be taken for another one.
+TEST(Classification, IgnoresASourcetypeThatCouldNotBeStored) {
+  const Installation server;
+  server.write("a.log", repeated(kLine, 150));
+  for (const char* const stanza : {"source::...a.log", "rule::a"}) {
+    server.write("etc/system/local/props.conf",
+                 "[" + std::string(stanza) + "]\nsourcetype = A\\\n\tB\nMORE_THAN_1 = .\n");
+    const auto run = server.run({"manyfiles"}, "a.log\n");
+    EXPECT_EQ(run.out, "FILENAME: a.log\nClassified\ta.log\tunknown\n");
+    EXPECT_TRUE(holds(run.err, "it holds a control character")) << run.err;
+  }
+  const auto given = server.run({"--test", "--file=a.log", "--given_type=B\nC"});
+  EXPECT_EQ(printed(given, "sourcetype"), "generic");
+}
+
 TEST(Classification, DoesNotLearnWhereConfigurationForbidsIt) {
   const Installation server;
   server.write("a.log", repeated(kLine, 150));
@@ -590,6 +605,20 @@ TEST(HostileName, WithABarIsOneName) {
   EXPECT_EQ(printed(run, "MAX_TIMESTAMP_LOOKAHEAD"), "39");
 }
 
+TEST(UnwritableTree, OfModelsGetsNoStanzaEither) {
+  const Installation server;
+  server.write("etc/apps/learned", "a file in the place of the directory");
+  server.write("orders.log", repeated(kLine, 150));
+  server.write("etc/system/local/props.conf", "[mine]\n");
+  for (int i = 0; i < 2; ++i) {
+    const auto run = server.run({"orders.log"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(printed(run, "sourcetype"), "orders");
+    EXPECT_TRUE(holds(run.err, "ERROR")) << run.err;
+    EXPECT_EQ(server.read("etc/system/local/props.conf"), "[mine]\n");
+  }
+}
+
 TEST(UnwritableTree, StillClassifies) {
   const Installation server;
   server.write("etc/system/local", "a file in the place of the directory");
@@ -599,6 +628,7 @@ TEST(UnwritableTree, StillClassifies) {
   EXPECT_EQ(printed(run, "sourcetype"), "orders");
   EXPECT_TRUE(holds(run.err, "ERROR")) << run.err;
   EXPECT_TRUE(holds(run.err, "Not a directory")) << run.err;
+  EXPECT_EQ(storedModels(server), 0U);
 }
 
 TEST(BrokenConfiguration, NamesTheShippedFilesThatAreMissing) {

@@ -240,6 +240,99 @@ TEST(AddStanza, LeavesAloneWhatAnotherProcessHasJustWritten) {
   EXPECT_EQ(tree.settings("t").get("k"), "2");
 }
 
+// What a power failure leaves of a stanza that was being added, up to its decisive byte.
+TEST(AddStanza, TornAnywhereIsNoStanzaOfThatNameAndLosesNothing) {
+  for (const std::string end : {"\n", "\r\n"}) {
+    const std::string old = "[s]" + end + "k = 1" + end;
+    const std::string added = end + "[torn]" + end + "a = 1" + end + "b = \\\n 2" + end;
+    std::string torn = added;
+    torn[end.size() - 1] = '[';
+    for (std::size_t size = 0; size <= torn.size(); ++size) {
+      SCOPED_TRACE(torn.substr(0, size));
+      Tree tree;
+      tree.write("system/local/props.conf", old + torn.substr(0, size));
+      ::testing::internal::CaptureStderr();
+      EXPECT_FALSE(tree.store.stanzaExists(tree.props, "torn"));
+      EXPECT_EQ(
+          tree.store.countStanzas(tree.props, "", [](auto name) { return !name.starts_with('['); }),
+          size == end.size() ? 2U : 1U);  // the one of no name
+      EXPECT_EQ(tree.store.addStanza(tree.props, "torn", {{"a", "1"}, {"b", "\n 2"}}, false),
+                WriteOutcome::Written);
+      tree.store.reload(tree.props);
+      EXPECT_EQ(tree.settings("s"), (PropertiesMap{{"k", "1"}}));
+      EXPECT_EQ(tree.settings("torn"), (PropertiesMap{{"a", "1"}, {"b", "\n 2"}}));
+      EXPECT_TRUE(tree.read("system/local/props.conf").starts_with(old));
+      ::testing::internal::GetCapturedStderr();
+      if (size == 0) {
+        EXPECT_EQ(tree.read("system/local/props.conf"), old + added);
+      }
+    }
+  }
+}
+
+TEST(AddStanza, DecidesAgainWhenTheLockFileIsDeleted) {
+  if (!testing::kHasPermissionBits) GTEST_SKIP() << "the system refuses to delete it";
+  for (const std::string old : {"", "[old]\n"}) {  // made anew, and appended to
+    Tree tree;
+    if (!old.empty()) tree.write("system/local/props.conf", old);
+    ConfStore other(tree.root(), kPosixPathForm);
+    int asked = 0;
+    ::testing::internal::CaptureStderr();
+    const auto outcome = tree.store.writeStanzaIf(tree.props, "ours", {{"k", "1"}}, true, [&] {
+      if (++asked == 1) {
+        std::filesystem::remove(tree.path("system/local/props.conf.lock"));
+        EXPECT_TRUE(other.writeStanza(other.getProps(), "theirs", {{"k", "2"}}, true));
+      }
+      return true;
+    });
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(outcome, WriteOutcome::Written);
+    EXPECT_EQ(asked, 2);
+    const auto text = tree.read("system/local/props.conf");
+    EXPECT_NE(text.find("[theirs]\nk = 2\n"), text.npos) << text;
+    EXPECT_NE(text.find("[ours]\nk = 1\n"), text.npos) << text;
+  }
+}
+
+TEST(AddStanza, IsTakenBackAloneAndOnce) {
+  for (const std::string old : {"[old]\nk = 1\n", "[old]\nk = 1", ""}) {
+    for (const bool othersWrite : {false, true}) {
+      Tree tree;
+      if (!old.empty()) tree.write("system/local/props.conf", old);
+      ASSERT_EQ(tree.store.addStanza(tree.props, "s", {{"k", "2"}}, false), WriteOutcome::Written);
+      ConfStore other(tree.root(), kPosixPathForm);
+      if (othersWrite) other.writeStanza(other.getProps(), "theirs", {{"k", "3"}}, true);
+      tree.store.takeBackStanza(tree.props, "old");
+      tree.store.takeBackStanza(tree.props, "s");
+      EXPECT_FALSE(tree.store.stanzaExists(tree.props, "s"));
+      EXPECT_EQ(tree.store.stanzaExists(tree.props, "old"), !old.empty());
+      EXPECT_EQ(tree.store.stanzaExists(tree.props, "theirs"), othersWrite);
+      if (!othersWrite && old.ends_with('\n')) {
+        EXPECT_EQ(tree.read("system/local/props.conf"), old);
+      }
+      tree.write("system/local/props.conf", "[s]\nk = 2\n");
+      tree.store.takeBackStanza(tree.props, "s");  // somebody else's now
+      tree.store.reload(tree.props);
+      EXPECT_TRUE(tree.store.stanzaExists(tree.props, "s"));
+    }
+  }
+}
+
+TEST(WriteStanza, IsGivenUpWhenOneProcessKeepsTheLock) {
+  const Tree tree;
+  ConfStore store(tree.root(), kPosixPathForm, std::chrono::milliseconds(1));
+  tree.write("system/local/props.conf", "");
+  {
+    const FileLock held(tree.path("system/local/props.conf.lock"), std::chrono::milliseconds(0));
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(store.writeStanza(store.getProps(), "s", {{"k", "1"}}, false));
+    const auto log = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(log.find("holds the lock"), log.npos) << log;
+  }
+  EXPECT_TRUE(store.writeStanza(store.getProps(), "s", {{"k", "1"}}, false));
+  EXPECT_TRUE(store.hasGivenUp());
+}
+
 TEST(WriteStanzaIf, AsksWhenNoOtherProcessCanWrite) {
   Tree tree;
   EXPECT_EQ(tree.settings("s").get("k"), "");

@@ -188,6 +188,16 @@ ssize_t write(int file, const void* buffer, size_t size) {
   return syscall(SYS_write, file, buffer, size);
 }
 
+ssize_t pwrite(int file, const void* buffer, size_t size, off_t offset) {
+  if (failsOn("write", file)) {
+    if (!isShort()) return -1;
+    size = (size + 1) / 2;
+  }
+  return syscall(SYS_pwrite64, file, buffer, size, offset);
+}
+ssize_t pwrite64(int file, const void* buffer, size_t size, off_t offset)
+    __attribute__((alias("pwrite")));
+
 int fsync(int file) {
   return failsOn("sync", file) ? -1 : int(syscall(SYS_fsync, file));
 }

@@ -109,6 +109,32 @@ complain('the columns differ') if columns_of($serial) ne columns_of($parallel);
 check_answers($tree, $parallel);
 complain("temporary files: " . join ' ', $tree->temporaries) if $tree->temporaries;
 
+# A hundred at once, all of them with a new name: what a run has said is stored.
+{
+  my $many = Tree->new($datetime);
+  my @names = map { 'new' . join '', map { chr(97 + $_) } split //, sprintf '%03d', $_ } 0 .. 99;
+  $many->put("$names[$_].log", Tree::log_text($names[$_], $_ % 2 ? 3 : 120)) for 0 .. $#names;
+  my $failed = 0;
+  for my $name (@names) {
+    next if fork;
+    chdir $many->{root};
+    $ENV{TARNEL_HOME} = $many->{root};
+    open STDOUT, '>', "$name.out" or die;
+    open STDERR, '>', "$name.err" or die;
+    exec $program, "$name.log";
+  }
+  while (wait != -1) { ++$failed if $? }
+  my ($props, undef, $models) = @{$many->stanzas}{@Tree::files};
+  my %learned = map {/^_sourcetype = (.*)/m ? ($1 => 1) : ()} values %$models;
+  for my $number (0 .. $#names) {
+    my $sourcetype = $names[$number] . ($number % 2 ? '-too_small' : '');
+    complain("[$sourcetype] is lost") if !defined $props->{"[$sourcetype]"};
+    complain("the model of $sourcetype is lost") if $number % 2 == 0 && !$learned{$sourcetype};
+  }
+  complain("$failed of the hundred failed") if $failed;
+  complain('they leave temporary files')    if $many->temporaries;
+}
+
 # A process that is stopped while it holds the lock, and then killed, is in nobody's way.
 {
   local @ENV{qw(LD_PRELOAD FAULT_CALL FAULT_AT FAULT_AS FAULT_BELOW)} = ($injector, 'sync', 1, 'stop', $tree->{root});

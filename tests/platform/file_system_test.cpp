@@ -2,12 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+#include <optional>
+
+#include "platform/file_lock.h"
 #include "support/system.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
 namespace {
 
+using std::chrono::milliseconds;
 using std::filesystem::perms;
 using testing::TempTree;
 
@@ -80,14 +86,42 @@ TEST(RemoveLeftovers, DeletesTemporaryFilesOfTheTargetAlone) {
   for (const auto& name : others) EXPECT_TRUE(exists(tree.path(name))) << name;
 }
 
+TEST(AppendToFile, LeavesAFileWithSeveralNamesAlone) {
+  const TempTree tree;
+  const auto other = tree.write("other", "theirs\n");
+  std::filesystem::create_hard_link(other, tree.path("x.conf"));
+  const FileLock lock(tree.path("x.lock"), milliseconds(0));
+  const DecisiveText text{.content = "\n[s]\n", .decisive = 0, .placeholder = '['};
+  EXPECT_FALSE(appendToFile(tree.path("x.conf"), text, lock));
+  try {
+    appendToFile(tree.path("x.conf"), "mine");
+    FAIL() << "nothing thrown";
+  } catch (const std::system_error& error) {
+    EXPECT_NE(std::string_view(error.what()).find("hard links"), std::string_view::npos);
+  }
+  EXPECT_EQ(tree.read("other"), "theirs\n");
+  std::filesystem::remove(other);
+  EXPECT_TRUE(appendToFile(tree.path("x.conf"), text, lock));
+  EXPECT_EQ(tree.read("x.conf"), "theirs\n\n[s]\n");
+}
+
 TEST(FileLock, IsRefusedWhileHeldAndFreeAfterwards) {
   const TempTree tree;
   const auto lockPath = tree.path("x.lock");
   {
-    const FileLock held(lockPath, std::chrono::milliseconds(0));
-    EXPECT_THROW(FileLock(lockPath, std::chrono::milliseconds(20)), std::system_error);
+    const FileLock held(lockPath, milliseconds(0));
+    EXPECT_THROW(FileLock(lockPath, milliseconds(20)), std::system_error);
   }
-  EXPECT_NO_THROW(FileLock(lockPath, std::chrono::milliseconds(0)));
+  EXPECT_NO_THROW(FileLock(lockPath, milliseconds(0)));
+}
+
+TEST(FileLock, GoesToOneWhoWaitsForIt) {
+  const TempTree tree;
+  const auto lockPath = tree.path("x.lock");
+  std::optional<FileLock> held(std::in_place, lockPath, milliseconds(0));
+  auto waiting = std::async(std::launch::async, [&] { FileLock(lockPath, std::chrono::hours(1)); });
+  held.reset();
+  EXPECT_NO_THROW(waiting.get());
 }
 
 }  // namespace

@@ -2,10 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <csignal>
+#include <future>
 #include <optional>
+#include <thread>
+#include <vector>
 
+#include "platform/file_lock.h"
 #include "platform/file_system.h"
 #include "support/temp_tree.h"
 
@@ -134,6 +141,74 @@ TEST(LockFile, LeavesOtherFilesAsTheyAre) {
   for (const char* planted : {"moved.lock", "linked.lock"}) {
     const FileLock held(tree.path(planted), std::chrono::milliseconds(0));
     EXPECT_EQ(permissionsOf(tree.path(planted)), perms(0600)) << planted;
+  }
+}
+
+TEST(LockFile, IsNoLockAnyMoreWhenItWasDeleted) {
+  const TempTree tree;
+  const auto lockPath = tree.path("x.lock");
+  const FileLock first(lockPath, std::chrono::milliseconds(0));
+  EXPECT_NO_THROW(first.ensureHeld());
+  auto waiting = std::async(std::launch::async, [&] { FileLock(lockPath, std::chrono::hours(1)); });
+  std::filesystem::remove(lockPath);
+  EXPECT_NO_THROW(waiting.get());  // by a new file
+  EXPECT_THROW(first.ensureHeld(), LockLost);
+  tree.write("x.conf", "old");
+  EXPECT_THROW(replaceFile(tree.path("x.conf"), "new", &first), LockLost);
+  EXPECT_THROW(appendToFile(tree.path("x.conf"), DecisiveText{"new"}, first), LockLost);
+  EXPECT_EQ(tree.read("x.conf"), "old");
+}
+
+TEST(LockFile, TellsWhichProcessHoldsItTooLong) {
+  const TempTree tree;
+  const auto lockPath = tree.path("x.lock");
+  std::array<int, 2> ready{};
+  ASSERT_EQ(::pipe(ready.data()), 0);
+  const pid_t holder = ::fork();
+  if (holder == 0) {
+    const FileLock held(lockPath, std::chrono::milliseconds(0));
+    ::close(ready[1]);
+    ::pause();
+  }
+  ::close(ready[1]);
+  char nothing = 0;
+  EXPECT_EQ(::read(ready[0], &nothing, 1), 0);
+  ::close(ready[0]);
+  try {
+    const FileLock lock(lockPath, std::chrono::milliseconds(1));
+    ADD_FAILURE() << "nothing thrown";
+  } catch (const std::system_error& error) {
+    EXPECT_EQ(error.code(), std::errc::timed_out);
+    EXPECT_NE(std::string(error.what()).find("process " + std::to_string(holder) + " holds"),
+              std::string::npos)
+        << error.what();
+  }
+  ::kill(holder, SIGKILL);
+  ::waitpid(holder, nullptr, 0);
+  EXPECT_NO_THROW(FileLock(lockPath, std::chrono::milliseconds(0)));
+}
+
+// All of them together keep it for twice as long as one may.
+TEST(LockFile, IsWaitedForAsLongAsItChangesHands) {
+  constexpr std::chrono::milliseconds kPatience{1500};
+  constexpr std::chrono::milliseconds kHold{100};
+  const TempTree tree;
+  std::vector<pid_t> holders(30);
+  for (auto& holder : holders) {
+    holder = ::fork();
+    if (holder != 0) continue;
+    try {
+      const FileLock held(tree.path("x.lock"), kPatience);
+      std::this_thread::sleep_for(kHold);
+    } catch (const std::system_error&) {
+      ::_exit(1);
+    }
+    ::_exit(0);
+  }
+  for (const pid_t holder : holders) {
+    int status = -1;
+    ::waitpid(holder, &status, 0);
+    EXPECT_EQ(status, 0);
   }
 }
 

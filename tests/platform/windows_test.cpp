@@ -5,6 +5,7 @@
 
 #include <thread>
 
+#include "platform/file_lock.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 #include "platform/system_error.h"

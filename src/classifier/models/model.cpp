@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "classifier/type_name.h"
 #include "util/logging.h"
 #include "util/text.h"
 
@@ -196,6 +197,11 @@ std::optional<ModelView> loadModel(std::string_view stanza,
   if (model.sourcetype.empty()) {
     logWarn(kModelLog, "Ignoring sourcetypes.conf stanza that does not have a '%s' value.",
             kSourcetypeKey);
+    return std::nullopt;
+  }
+  if (const auto problem = sourcetypeProblem(model.sourcetype); !problem.empty()) {
+    logWarn(kModelLog, "Ignoring sourcetypes.conf stanza [%s] for its sourcetype \"%s\": %s.",
+            stanza, model.sourcetype, problem);
     return std::nullopt;
   }
   if (settings.size() <= declaredSize) {

@@ -138,28 +138,30 @@ bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
     const bool isClose = closest && closest->distance <= kAcceptDistance;
     isKnown = isKnown || isClose;
     if (isClose && closest->sourcetype == sourcetype) continue;
-    addModel(fileName, model, sourcetype);
+    if (!addModel(fileName, model, sourcetype)) break;
     isLearned = true;
   }
   return isLearned || isKnown;
 }
 
-void ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
+bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
                           std::string_view sourcetype) {
+  models();  // read before the file has one more
+  const std::string stanza = makeStanzaName(fileName);
+  const auto source = trimBlanks(fileName);
+  if (!store_.writeLearnedStanza(store_.getConf("sourcetypes"), stanza,
+                                 saveModel(model, fileName, sourcetype))) {
+    ++failedModels_;
+    if (forgotten_.erase(std::string(source)) > 0) logKept(source);
+    keepForgotten();
+    return false;
+  }
   TextKeeper keeper;
   models().add(viewOf(model, sourcetype, inheritedMaxDist(), keeper));
   ++addedModels_;
-  const std::string stanza = makeStanzaName(fileName);
-  const bool isWritten = store_.writeLearnedStanza(store_.getConf("sourcetypes"), stanza,
-                                                   saveModel(model, fileName, sourcetype));
-  const auto source = trimBlanks(fileName);
-  if (isWritten) {
-    addedStanzas_.emplace(stanza);
-    learnedSources_.emplace(source);
-  } else {
-    if (forgotten_.erase(std::string(source)) > 0) logKept(source);
-    keepForgotten();
-  }
+  addedStanzas_.emplace(stanza);
+  learnedSources_.emplace(source);
+  return true;
 }
 
 std::string ModelStore::makeStanzaName(std::string_view fileName) {
@@ -221,8 +223,7 @@ void ModelStore::adjustMaxDist() {
   constexpr std::int64_t kLeastLimit = 500;
   constexpr std::int64_t kUnsetLimit = 100;
   Conf& props = store_.getProps();
-  const auto names = store_.stanzaNames(props, "");
-  const auto count = static_cast<std::size_t>(std::ranges::count_if(names, namesSourcetype));
+  const auto count = store_.countStanzas(props, "", namesSourcetype);
   if (count <= kManySourcetypes) return;
   const auto root = static_cast<std::int64_t>(std::sqrt(static_cast<double>(count)));
   const std::int64_t limit = std::max(2 * root + 100, kLeastLimit);

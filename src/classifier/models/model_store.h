@@ -51,15 +51,17 @@ class ModelStore {
   std::optional<ModelIndex::Closest> findClosest(const Sample& sample);
 
   // Learns each of the first 20 segments that no model of `sourcetype` is close to, until that
-  // sourcetype has `maxModels`. True when a model was added or a segment was close to some model.
+  // sourcetype has `maxModels` or a model cannot be stored. True when a model was added or a
+  // segment was close to some model.
   bool trainModels(std::string_view fileName, const Sample& sample, std::string_view sourcetype,
                    std::size_t maxModels = std::numeric_limits<std::size_t>::max());
 
-  // Models held of a sourcetype, stored or new.
+  // Models held of a sourcetype.
   std::size_t countModels(std::string_view sourcetype);
 
-  // Models added in this run.
+  // Models added in this run, and those that could not be stored.
   std::size_t addedModels() const { return addedModels_; }
+  std::size_t failedModels() const { return failedModels_; }
 
   // Forgets every model. Their file keeps them until dropForgotten(), so that a run that does not
   // get that far loses none.
@@ -82,7 +84,7 @@ class ModelStore {
   ModelIndex& models();
   const std::string& inheritedMaxDist();
   bool hasEnoughLines(std::string_view fileName, const Sample& sample) const;
-  void addModel(std::string_view fileName, const Fingerprint& model, std::string_view sourcetype);
+  bool addModel(std::string_view fileName, const Fingerprint& model, std::string_view sourcetype);
   std::string makeStanzaName(std::string_view fileName);
 
   ConfStore& store_;
@@ -91,6 +93,7 @@ class ModelStore {
   std::optional<ModelIndex> models_;
   std::optional<std::string> inheritedMaxDist_;  // of the stanza [default] of sourcetypes.conf
   std::size_t addedModels_ = 0;
+  std::size_t failedModels_ = 0;
   std::map<std::string, ConfStore::StanzaNames, std::less<>> forgotten_;  // by "_source"
   ConfStore::StanzaNames addedStanzas_;                                   // since forget()
   std::set<std::string, std::less<>> learnedSources_;                     // since forget()

@@ -1,0 +1,75 @@
+// Open files of POSIX. Included by the POSIX half alone.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "platform/path_form.h"
+#include "platform/system_error.h"
+
+namespace sourcetype {
+
+inline constexpr mode_t kOwnerOnly = 0600;
+inline constexpr mode_t kPermissionBits = 0777;
+inline constexpr mode_t kGroupRights = 070;
+
+[[noreturn]] inline void throwLastError(const std::string& what,
+                                        const std::filesystem::path& path) {
+  throw std::system_error(lastSystemError(), what + " " + pathToText(path));
+}
+
+// A file descriptor that closes itself; -1 means closed.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  Descriptor& operator=(Descriptor&&) = delete;
+  ~Descriptor() {
+    if (number_ >= 0) ::close(number_);
+  }
+  int number() const { return number_; }
+  bool isOpen() const { return number_ >= 0; }
+  int release() { return std::exchange(number_, -1); }
+
+ private:
+  int number_;
+};
+
+// Calls again as long as a signal was what came between.
+template <class Call>
+auto retrying(const Call& call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+inline int openRetrying(const char* path, int flags, mode_t mode = 0) {
+  return retrying([&] { return ::open(path, flags | O_CLOEXEC, mode); });
+}
+
+// Gives a file the owner and group of another, or the group alone where this account may not give
+// it away; false when not even that is allowed.
+inline bool giveToOwnerOf(const struct stat& other, const Descriptor& file) {
+  constexpr auto kSameOwner = static_cast<uid_t>(-1);
+  return ::fchown(file.number(), other.st_uid, other.st_gid) == 0 ||
+         ::fchown(file.number(), kSameOwner, other.st_gid) == 0;
+}
+
+// Whether `path` names the open file itself, and not another one or a link to it.
+inline bool isFileAt(int file, const std::filesystem::path& path) {
+  struct stat opened {};
+  struct stat named {};
+  return ::fstat(file, &opened) == 0 && ::lstat(path.c_str(), &named) == 0 &&
+         opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,76 @@
+// Open files of Windows. Included by the Windows half alone.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "platform/extended_path.h"
+#include "platform/path_form.h"
+#include "platform/system_error.h"
+#include "platform/windows_api.h"
+
+namespace sourcetype {
+
+// Characters. A directory's name must leave room for a file of the old 8.3 form in it.
+inline constexpr std::size_t kMaxPlainPath = 260 - 12;
+
+// The name may be that of a pipe; whoever serves it must not act for this account.
+inline constexpr DWORD kNoImpersonation = SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+
+[[noreturn]] inline void throwError(std::error_code error, const std::string& what,
+                                    const std::filesystem::path& path) {
+  throw std::system_error(error, what + " " + pathToText(path));
+}
+
+[[noreturn]] inline void throwLastError(const std::string& what,
+                                        const std::filesystem::path& path) {
+  throwError(lastSystemError(), what, path);
+}
+
+// The name to hand to the system, whatever the length of the path.
+inline std::wstring systemName(const std::filesystem::path& path) {
+  std::array<wchar_t, kMaxPlainPath> buffer{};
+  const DWORD size =
+      GetFullPathNameW(path.c_str(), static_cast<DWORD>(buffer.size()), buffer.data(), nullptr);
+  if (size < buffer.size()) return path.native();  // 0, a failure, included
+  std::wstring absolute(size, L'\0');
+  absolute.resize(GetFullPathNameW(path.c_str(), size, absolute.data(), nullptr));
+  return extendedPath(absolute);
+}
+
+// A handle that closes itself.
+class Handle {
+ public:
+  explicit Handle(HANDLE handle) : handle_(handle) {}
+  Handle(Handle&& other) noexcept : handle_(other.release()) {}
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+  Handle& operator=(Handle&&) = delete;
+  ~Handle() { close(); }
+  HANDLE get() const { return handle_; }
+  bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+  HANDLE release() { return std::exchange(handle_, INVALID_HANDLE_VALUE); }
+  void reset(HANDLE handle) {
+    close();
+    handle_ = handle;
+  }
+  void close() {
+    if (isOpen()) CloseHandle(release());
+  }
+
+ private:
+  HANDLE handle_;
+};
+
+inline HANDLE toHandle(std::intptr_t number) {
+  return reinterpret_cast<HANDLE>(number);  // NOLINT(performance-no-int-to-ptr): it was one
+}
+inline std::intptr_t toNumber(HANDLE handle) {
+  return reinterpret_cast<std::intptr_t>(handle);
+}
+
+}  // namespace sourcetype
