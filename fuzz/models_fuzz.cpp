@@ -1,5 +1,6 @@
 // Models: made of text, stored, loaded, and measured. Input: a log, then sourcetypes.conf.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <map>
 
@@ -17,6 +18,10 @@ using testing::plainDistance;
 using testing::PlainModel;
 
 constexpr std::string_view kIgnored = "ignored";
+
+// Of the models that are made of the log's parts, in turn.
+constexpr std::array<std::string_view, 3> kSourcetypes{"one", "a=b [c]", "\xC3\xA4|b"};
+constexpr std::size_t kLogParts = 4;
 
 // Words and shapes by their definition.
 void checkFingerprint(const Fingerprint& model, const Sample& sample) {
@@ -62,10 +67,9 @@ bool sameModel(const ModelView& a, const ModelView& b) {
          sorted(a.shapes) == sorted(b.shapes);
 }
 
-void checkStoring(const Fingerprint& model, std::string_view source) {
-  constexpr std::string_view kSourcetype = "type";
+void checkStoring(const Fingerprint& model, std::string_view source, std::string_view sourcetype) {
   std::string text = renderHeader("stanza") + "\n";
-  const auto settings = saveModel(model, source, kSourcetype);
+  const auto settings = saveModel(model, source, sourcetype);
   for (const auto& [key, entry] : settings.entries()) {
     text += renderSetting(key, entry.value) + "\n";
   }
@@ -73,19 +77,46 @@ void checkStoring(const Fingerprint& model, std::string_view source) {
   require(file.stanzas().size() == 1, "a model is one stanza");
   TextKeeper keeper;
   const auto loaded = loadModel("stanza", file.stanzas()[0].settings, "77", keeper);
-  require(loaded && sameModel(*loaded, viewOf(model, kSourcetype, "77", keeper)),
+  require(loaded && sameModel(*loaded, viewOf(model, sourcetype, "77", keeper)),
           "a model loads as it was stored");
 }
 
-void checkClosest(ModelIndex& index, const std::vector<PlainModel>& models,
-                  const std::vector<std::string>& names, const PlainModel& file,
-                  const Fingerprint& fingerprint) {
+// Models in the program's index and as plain as can be.
+struct Models {
+  ModelIndex index;
+  std::vector<PlainModel> plain;
+  std::vector<std::string> sourcetypes;
+
+  void add(const ModelView& model) {
+    index.add(model);
+    sourcetypes.emplace_back(model.sourcetype);
+    auto& added = plain.emplace_back();
+    added.maxDistance = model.maxDistance;
+    for (const auto& word : model.words) {
+      require(std::isfinite(word.weight), "a weight is finite");
+      require(added.words.emplace(word.text, word.weight).second, "a word stands once");
+    }
+    for (const auto shape : model.shapes) added.shapes.emplace(shape);
+  }
+};
+
+void checkCounts(const Models& models) {
+  for (const auto& sourcetype : models.sourcetypes) {
+    const auto count = std::ranges::count(models.sourcetypes, sourcetype);
+    require(models.index.countModels(sourcetype) == static_cast<std::size_t>(count),
+            "the models of a sourcetype are counted");
+  }
+}
+
+void checkClosest(Models& models, const PlainModel& file, const Fingerprint& fingerprint) {
   constexpr float kTolerance = 1e-5F;
   std::vector<float> distances;
-  distances.reserve(models.size());
-  for (const auto& model : models) distances.push_back(plainDistance(model, file, models));
+  distances.reserve(models.plain.size());
+  for (const auto& model : models.plain) {
+    distances.push_back(plainDistance(model, file, models.plain));
+  }
   const auto best = std::ranges::min_element(distances);
-  const auto found = index.findClosestModel(fingerprint);
+  const auto found = models.index.findClosestModel(fingerprint);
   if (best == distances.end() || *best >= kInfiniteDistance) {
     require(!found || found->distance >= kInfiniteDistance * (1 - kTolerance),
             "no model is found where every one is far away");
@@ -93,8 +124,8 @@ void checkClosest(ModelIndex& index, const std::vector<PlainModel>& models,
   }
   const float margin = kTolerance * std::max(1.0F, *best);
   require(found && std::abs(found->distance - *best) <= margin, "the smallest distance is found");
-  const bool isOneOfTheClosest = std::ranges::any_of(names, [&](const auto& name) {
-    const auto at = static_cast<std::size_t>(&name - names.data());
+  const bool isOneOfTheClosest = std::ranges::any_of(models.sourcetypes, [&](const auto& name) {
+    const auto at = static_cast<std::size_t>(&name - models.sourcetypes.data());
     return name == found->sourcetype && distances[at] <= *best + 2 * margin;
   });
   require(isOneOfTheClosest, "the closest model is found");
@@ -121,33 +152,30 @@ void run(std::string_view input) {
   const Fingerprint fingerprint =
       buildModel(sample, 0, sample.lineCount(), {std::string(kIgnored)});
   checkFingerprint(fingerprint, sample);
-  checkStoring(fingerprint, log);
 
   const ConfFile file("sourcetypes.conf", fileBytes(conf));
   const auto* defaults = file.find(kDefaultStanza);
   const auto* limit = defaults == nullptr ? nullptr : defaults->find(kMaxDistKey);
+  const auto inherited = limit == nullptr ? std::string_view() : limit->value();
   TextKeeper keeper;
-  ModelIndex index;
-  std::vector<PlainModel> models;
-  std::vector<std::string> names;
+  Models models;
   for (const auto& stanza : file.stanzas()) {
-    const auto inherited = limit == nullptr ? std::string_view() : limit->value();
     const auto model = loadModel(stanza.name, stanza.settings, inherited, keeper);
-    if (!model) continue;
-    index.add(*model);
-    names.emplace_back(model->sourcetype);
-    auto& plain = models.emplace_back();
-    plain.maxDistance = model->maxDistance;
-    for (const auto& word : model->words) {
-      require(std::isfinite(word.weight), "a weight is finite");
-      require(plain.words.emplace(word.text, word.weight).second, "a word stands once");
-    }
-    for (const auto shape : model->shapes) plain.shapes.emplace(shape);
+    if (model) models.add(*model);
   }
+  for (std::size_t part = 0; part < kLogParts; ++part) {
+    const auto sourcetype = kSourcetypes[part % kSourcetypes.size()];
+    const auto ofPart =
+        buildModel(sample, part * sample.lineCount() / kLogParts,
+                   (part + 1) * sample.lineCount() / kLogParts, {std::string(kIgnored)});
+    checkStoring(ofPart, log, sourcetype);
+    models.add(viewOf(ofPart, sourcetype, inherited, keeper));
+  }
+  checkCounts(models);
   PlainModel plainFile;
   for (const auto& [word, weight] : fingerprint.words) plainFile.words[word] = weight;
   for (const auto& [shape, count] : fingerprint.shapes) plainFile.shapes.insert(storedShape(shape));
-  checkClosest(index, models, names, plainFile, fingerprint);
+  checkClosest(models, plainFile, fingerprint);
 }
 
 }  // namespace sourcetype::fuzzing

@@ -6,6 +6,14 @@ use File::Path qw(make_path remove_tree);
 use File::Copy qw(copy);
 use File::Temp qw(tempdir);
 
+# The words of each run that the tests disturb.
+our %words = (learn => ['app.log', 'mine'], new => ['app.log'], small => ['few.log'], header => ['table.csv'],
+  train => ['train']);
+
+# Every .conf file that a run writes, and their directories.
+our @files       = qw(system/local/props.conf system/local/transforms.conf apps/learned/local/sourcetypes.conf);
+our @directories = qw(system/local apps/learned/local);
+
 # Learned models and settings that were there before, so that there is something to lose.
 my $old_props  = "# kept\n" . join "\n", map {"[old-$_]\nSHOULD_LINEMERGE = False\nnote = n$_\n"} 1 .. 5;
 my $old_models = join "\n", map {"[old_$_]\n_size = 3\n_source = s\n_sourcetype = old-$_\n~=$_ = 1\n"} 1 .. 5;
@@ -27,7 +35,9 @@ sub new {
   $self->put('few.log',   log_text('alpha', 3));
   $self->put('table.csv', join '', map {"$_,b$_,c$_\n"} 'id', 1 .. 5);
   $self->put('training.conf', "[trained]\n1 = app.log\n");
+  $self->put('names', "app.log\nfew.log\ntable.csv\n");
   copy($datetime, "$root/etc/datetime.xml") or die "$datetime: $!";
+  $self->{before} = {map { $_ => $self->get($_) } @files};
   return $self;
 }
 
@@ -55,8 +65,17 @@ sub get {
   return scalar <$in>;
 }
 
-# Every .conf file that a run writes.
-our @files = qw(system/local/props.conf system/local/transforms.conf apps/learned/local/sourcetypes.conf);
+# Makes the files that a run writes what they were when the tree was made.
+sub restore {
+  my ($self) = @_;
+  $self->remove_local;
+  $self->put("etc/$_", $self->{before}{$_}) for @files;
+}
+
+sub remove_local {
+  my ($self) = @_;
+  remove_tree("$self->{root}/etc/system/local", "$self->{root}/etc/apps/learned");
+}
 
 # The stanzas of each: file => {header => text}. The names of models that runs make hold times and
 # numbers of their own: their text is the name.
@@ -71,6 +90,7 @@ sub stanzas_of {
   my %found;
   for (split /^(?=\[)/m, $self->get($file)) {
     my ($header, $rest) = /^(\[.*\])\n(.*)/s ? ($1, $2) : ('', $_);
+    $rest =~ s/^\0+$//mg;    # a line that never reached the disk
     $rest =~ s/\n+$//;
     $header = "model: $rest" if $header =~ /_\d{4}-\d\d-\d\dT[\d:]+Z_\d+\]$/;
     $found{$header} = exists $found{$header} ? "$found{$header}\n(again)\n$rest" : $rest;
@@ -94,7 +114,7 @@ sub losses {
 
 sub temporaries {
   my ($self) = @_;
-  return map { glob "$self->{root}/etc/$_/*.tmp" } qw(system/local apps/learned/local);
+  return map { glob "$self->{root}/etc/$_/*.tmp" } @directories;
 }
 
 # Runs the tool in the tree's root. Gives its wait status; output goes to out and err there.
@@ -122,6 +142,13 @@ sub out {
   local $/;
   open my $in, '<', "$self->{root}/out" or die;
   return scalar <$in>;
+}
+
+# What the tool makes of the tree: its answers without learning, and warnings.
+sub verdict {
+  my ($self, $program) = @_;
+  my $status = $self->run('/bin/sh', '-c', 'exec "$1" manyfiles < names', 'sh', $program);
+  return "status $status, " . $self->out . $self->said;
 }
 
 # What standard error said, warnings and errors.

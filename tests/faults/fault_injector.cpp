@@ -1,16 +1,23 @@
-// Preloaded into a program, makes its n-th call of one kind fail. Calls count from where main()
-// begins; those that go by a path or a file only when it lies below a directory. The environment
-// says what to do:
+// Preloaded into a program, makes its n-th call of one kind fail, and records what the program
+// changes on the disk. Calls count from where main() begins; those that go by a path or a file only
+// when it lies below a directory. The environment says what to do:
 //
-//   FAULT_CALL   open, read, write, sync, rename, lock, close, truncate, mkdir, unlink or memory;
-//                several with "+" between them count as one kind
-//   FAULT_AT     which call fails, from 1 on; 0 for none
-//   FAULT_AS     an errno's number, or "short" (half of the bytes are transferred), "kill", "stop"
-//                (the process gets the signal before the call), "torn" (the call is short, all
-//                after it fail for lack of space). A close() that fails has closed.
-//   FAULT_BELOW  the directory
-//   FAULT_REPORT a file that gets a line: how many calls there were, and the path of the one that
-//                failed or "-"
+//   FAULT_CALL    open, create (an open() that may make a file), read, write, sync, rename, lock,
+//                 close, truncate, mkdir, unlink or memory; several with "+" between them count as
+//                 one kind
+//   FAULT_AT      which call fails, from 1 on; 0 for none
+//   FAULT_AS      an errno's number, or "short" (half of the bytes are transferred), "kill", "stop"
+//                 (the process gets the signal before the call), "torn" (the call is short, all
+//                 after it fail for lack of space), "planted" (before the call, its path becomes a
+//                 name of the file FAULT_VICTIM). A close() that fails has closed.
+//   FAULT_BELOW   the directory
+//   FAULT_REPORT  a file that gets a line: how many calls there were, and the path of the one that
+//                 failed or "-"
+//   FAULT_JOURNAL a file that gets a record of each change below the directory. A record is a line
+//                 with tabs between what happened, the inode, a number, the count of bytes that
+//                 follow the line, and the path. The number is the offset of a write, the new size
+//                 of a truncate, and the permissions of what create made. For rename and link, the
+//                 bytes are the second path.
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -46,6 +53,7 @@ struct Plan {
 Plan plan;
 bool isArmed = false;  // within main()
 long calls = 0;
+int journal = -1;
 std::array<char, PATH_MAX> failedPath{"-"};
 
 template <class Function>
@@ -72,30 +80,91 @@ bool fails(std::string_view call, const char* path) {
   if (path != nullptr) std::strncpy(failedPath.data(), path, failedPath.size() - 1);
   if (plan.as == "kill") raise(SIGKILL);
   if (plan.as == "stop") raise(SIGSTOP);
-  if (plan.as == "stop") return false;
+  if (plan.as == "planted") syscall(SYS_link, std::getenv("FAULT_VICTIM"), path);
+  if (plan.as == "stop" || plan.as == "planted") return false;
   errno = isTorn ? ENOSPC : std::atoi(plan.as.data());
   return true;
 }
 
-// Where an open file is.
-bool failsOn(std::string_view call, int file) {
-  if (!isArmed || !isPlanned(call)) return false;
+using Path = std::array<char, PATH_MAX>;
+
+// Where an open file is; empty when the system does not say.
+Path pathOf(int file) {
   std::array<char, 32> link{};
   std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", file);
-  std::array<char, PATH_MAX> path{};
-  if (readlink(link.data(), path.data(), path.size() - 1) < 0) return false;
-  return fails(call, path.data());
+  Path path{};
+  if (readlink(link.data(), path.data(), path.size() - 1) < 0) path[0] = '\0';
+  return path;
 }
 
 // Relative names are taken to lie in the working directory.
+Path absolute(const char* name) {
+  Path path{};
+  if (name[0] != '/' && getcwd(path.data(), path.size()) != nullptr) {
+    path[std::strlen(path.data())] = '/';
+  }
+  std::strncat(path.data(), name, path.size() - std::strlen(path.data()) - 1);
+  return path;
+}
+
+bool failsOn(std::string_view call, int file) {
+  return isArmed && isPlanned(call) && fails(call, pathOf(file).data());
+}
+
 bool failsAt(std::string_view call, const char* name) {
-  if (!isArmed || !isPlanned(call)) return false;
-  if (name[0] == '/') return fails(call, name);
-  std::array<char, PATH_MAX> path{};
-  if (getcwd(path.data(), path.size()) == nullptr) return false;
-  const std::size_t length = std::strlen(path.data());
-  std::snprintf(path.data() + length, path.size() - length, "/%s", name);
-  return fails(call, path.data());
+  return isArmed && isPlanned(call) && fails(call, absolute(name).data());
+}
+
+// --- The journal ---
+
+bool isRecorded(const Path& path) {
+  return isArmed && journal >= 0 && std::string_view(path.data()).starts_with(plan.below);
+}
+
+void record(const char* what, ino_t inode, long number, std::string_view bytes, const Path& path) {
+  std::array<char, PATH_MAX + 100> line{};
+  const int length = std::snprintf(line.data(), line.size(), "%s\t%lu\t%ld\t%zu\t%s\n", what, inode,
+                                   number, bytes.size(), path.data());
+  syscall(SYS_write, journal, line.data(), length);
+  syscall(SYS_write, journal, bytes.data(), bytes.size());
+}
+
+struct stat statusOf(int file) {
+  struct stat status {};
+  fstat(file, &status);
+  return status;
+}
+
+// A change of an open file.
+void recordOn(const char* what, int file, long number, std::string_view bytes = {}) {
+  if (!isArmed || journal < 0) return;
+  if (const Path path = pathOf(file); isRecorded(path)) {
+    record(what, statusOf(file).st_ino, number, bytes, path);
+  }
+}
+
+// A change of a name.
+int recordedAt(const char* what, long result, const char* name, const char* second = "") {
+  if (result != 0 || !isArmed || journal < 0) return static_cast<int>(result);
+  const Path other = second[0] == '\0' ? Path{} : absolute(second);
+  if (const Path path = absolute(name); isRecorded(path)) record(what, 0, 0, other.data(), path);
+  return 0;
+}
+
+// Where the next write to an open file goes.
+long writeOffset(int file) {
+  const bool isAppended = (fcntl(file, F_GETFL) & O_APPEND) != 0;
+  return isAppended ? statusOf(file).st_size : lseek(file, 0, SEEK_CUR);
+}
+
+int openRecorded(int directory, const char* path, int flags, mode_t mode) {
+  if (failsAt("open", path)) return -1;
+  const bool mayCreate = (flags & O_CREAT) != 0;
+  if (mayCreate && failsAt("create", path)) return -1;
+  const bool isNew = mayCreate && faccessat(directory, path, F_OK, AT_SYMLINK_NOFOLLOW) != 0;
+  const int file = static_cast<int>(syscall(SYS_openat, directory, path, flags, mode));
+  if (isNew && file >= 0) recordOn("create", file, statusOf(file).st_mode & 0777U);
+  return file;
 }
 
 // Whether the call that fails transfers a part after all.
@@ -123,6 +192,10 @@ int plannedMain(int count, char** words, char** environment) {
           .at = std::atol(variable("FAULT_AT")),
           .as = variable("FAULT_AS"),
           .below = variable("FAULT_BELOW")};
+  if (const char* name = std::getenv("FAULT_JOURNAL")) {
+    journal = static_cast<int>(
+        syscall(SYS_openat, AT_FDCWD, name, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+  }
   isArmed = true;
   const int status = realMain(count, words, environment);
   report();
@@ -152,8 +225,7 @@ int open(const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(rest, mode_t) : 0;
   va_end(rest);
-  if (failsAt("open", path)) return -1;
-  return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+  return openRecorded(AT_FDCWD, path, flags, mode);
 }
 int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
@@ -162,8 +234,7 @@ int openat(int directory, const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(rest, mode_t) : 0;
   va_end(rest);
-  if (failsAt("open", path)) return -1;
-  return static_cast<int>(syscall(SYS_openat, directory, path, flags, mode));
+  return openRecorded(directory, path, flags, mode);
 }
 int openat64(int directory, const char* path, int flags, ...) __attribute__((alias("openat")));
 
@@ -185,7 +256,11 @@ ssize_t write(int file, const void* buffer, size_t size) {
     if (!isShort()) return -1;
     size = (size + 1) / 2;
   }
-  return syscall(SYS_write, file, buffer, size);
+  const long offset = journal < 0 ? 0 : writeOffset(file);
+  const ssize_t written = syscall(SYS_write, file, buffer, size);
+  if (written > 0)
+    recordOn("write", file, offset, {static_cast<const char*>(buffer), std::size_t(written)});
+  return written;
 }
 
 ssize_t pwrite(int file, const void* buffer, size_t size, off_t offset) {
@@ -199,14 +274,19 @@ ssize_t pwrite64(int file, const void* buffer, size_t size, off_t offset)
     __attribute__((alias("pwrite")));
 
 int fsync(int file) {
-  return failsOn("sync", file) ? -1 : int(syscall(SYS_fsync, file));
+  const int result = failsOn("sync", file) ? -1 : int(syscall(SYS_fsync, file));
+  if (result == 0) recordOn("sync", file, 0);
+  return result;
 }
-int fdatasync(int file) {
-  return failsOn("sync", file) ? -1 : int(syscall(SYS_fdatasync, file));
-}
+int fdatasync(int file) __attribute__((alias("fsync")));
 
 int rename(const char* from, const char* to) {
-  return failsAt("rename", to) ? -1 : int(syscall(SYS_rename, from, to));
+  if (failsAt("rename", to)) return -1;
+  return recordedAt("rename", syscall(SYS_rename, from, to), from, to);
+}
+
+int link(const char* from, const char* to) {
+  return recordedAt("link", syscall(SYS_link, from, to), from, to);
 }
 
 int flock(int file, int operation) {
@@ -223,16 +303,18 @@ int close(int file) {
 }
 
 int ftruncate(int file, off_t size) {
-  return failsOn("truncate", file) ? -1 : int(syscall(SYS_ftruncate, file, size));
+  const int result = failsOn("truncate", file) ? -1 : int(syscall(SYS_ftruncate, file, size));
+  if (result == 0) recordOn("truncate", file, size);
+  return result;
 }
 int ftruncate64(int file, off_t size) __attribute__((alias("ftruncate")));
 
 int mkdir(const char* path, mode_t mode) {
-  return failsAt("mkdir", path) ? -1 : int(syscall(SYS_mkdir, path, mode));
+  return failsAt("mkdir", path) ? -1 : recordedAt("mkdir", syscall(SYS_mkdir, path, mode), path);
 }
 
 int unlink(const char* path) {
-  return failsAt("unlink", path) ? -1 : int(syscall(SYS_unlink, path));
+  return failsAt("unlink", path) ? -1 : recordedAt("unlink", syscall(SYS_unlink, path), path);
 }
 
 void* malloc(std::size_t size) {

@@ -121,14 +121,15 @@ TEST(LockFile, IsRefusedWithTheReasonWhereNoneCanBeMade) {
 
 TEST(LockFile, IsNoLinkAndNothingToWaitFor) {
   const TempTree tree;
-  const auto other = tree.write("other", "");
-  std::filesystem::create_symlink(other, tree.path("link.lock"));
+  std::filesystem::create_symlink(tree.path("other"), tree.path("link.lock"));
   ASSERT_EQ(::mkfifo(tree.path("fifo.lock").c_str(), 0444), 0);
+  std::filesystem::permissions(tree.root(), perms(0777));
   std::optional<ActingAs> acting;
-  if (::geteuid() == 0) acting.emplace(kOwner);  // who may only read the FIFO
+  if (::geteuid() == 0) acting.emplace(kOwner);  // may only read the FIFO
   for (const char* planted : {"link.lock", "fifo.lock"}) {
     EXPECT_THROW(FileLock(tree.path(planted), std::chrono::milliseconds(0)), std::system_error);
   }
+  EXPECT_FALSE(exists(tree.path("other")));
 }
 
 TEST(LockFile, LeavesOtherFilesAsTheyAre) {
@@ -210,6 +211,18 @@ TEST(LockFile, IsWaitedForAsLongAsItChangesHands) {
     ::waitpid(holder, &status, 0);
     EXPECT_EQ(status, 0);
   }
+}
+
+TEST(ReplaceFile, GivesNoRightsToAnotherGroup) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can act as others";
+  const TempTree tree;
+  std::filesystem::permissions(tree.root(), perms(0777));
+  const auto file = tree.write("props.conf", "");
+  ASSERT_EQ(::chown(file.c_str(), kRoot.user, kSharedGroup), 0);
+  std::filesystem::permissions(file, perms(0664));
+  const ActingAs acting(kOwner);  // may not give a file to that group
+  replaceFile(file, "new");
+  EXPECT_EQ(permissionsOf(file), perms(0604));
 }
 
 TEST(WriteTarget, FollowsNoLinkThatAnotherAccountPlanted) {
