@@ -104,14 +104,22 @@ std::optional<std::string> findSlowly(ConfStore& store, const Sample& sample,
 }  // namespace
 
 std::vector<std::string> seeds() {
-  return {joined({repositoryFile("etc/apps/databases/default/props.conf").substr(0, 900),
-                  repositoryFile("samples/dispatch.log").substr(0, 1000)}),
-          joined({"[rule::a]\nsourcetype=a\nMORE_THAN_50=^x\nLESS_THAN2_10 = y$\n[delayedrule::b]\n"
-                  "sourcetype=b\nMORE_THAN_0=z\n",
-                  "x1\nx2\ny\nxy\n"}),
-          joined({"[rule::a]\nsourcetype=a\nLESS_THAN_-1=(\nMORE_THAN__101=a*\n[rule::b]\n"
-                  "MORE_THAN_33=(a+)+$\nsourcetype=c",
-                  "aaaaaaaaaaaaaaaaaaaaaaaaaab\n\xFF\nb"})};
+  return {
+      joined({repositoryFile("etc/apps/databases/default/props.conf").substr(0, 900),
+              repositoryFile("samples/dispatch.log").substr(0, 1000)}),
+      joined({"[rule::a]\nsourcetype=a\nMORE_THAN_50=^x\nLESS_THAN2_10 = y$\n[delayedrule::b]\n"
+              "sourcetype=b\nMORE_THAN_0=z\n",
+              "x1\nx2\ny\nxy\n"}),
+      joined({"[rule::a]\nsourcetype=a\nLESS_THAN_-1=(\nMORE_THAN__101=a*\n[rule::b]\n"
+              "MORE_THAN_33=(a+)+$\nsourcetype=c",
+              "aaaaaaaaaaaaaaaaaaaaaaaaaab\n\xFF\nb"}),
+      // A line that takes more than a few steps back before others match, and a newline of
+      // Unicode.
+      joined({"[rule::a]\nsourcetype=a\nMORE_THAN_60=^(?:\\w|\\w\\w)*!\n", "abcdefgh-!\nx!\ny!\n"}),
+      joined({"[rule::a]\nsourcetype=a\nMORE_THAN_60=a.b\n[rule::b]\nsourcetype=b\n"
+              "MORE_THAN_60=a$\n",
+              "a\xE2\x80\xA8"
+              "b\n"})};
 }
 
 void run(std::string_view input) {
