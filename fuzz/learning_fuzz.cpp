@@ -99,13 +99,14 @@ void checkLearning(const std::filesystem::path& file, const std::string& sourcet
 
 std::vector<std::string> seeds() {
   const std::string rule = "[rule::r]\nsourcetype = ruled\nMORE_THAN_10 = ^a\n";
-  return {
-      joined({rule, "", "mine", "a b c\na 1", "a [x]\naxe", "a (;)\na=b", "a {\nall", "a!\nat"}),
-      joined({rule + "[default]\nLEARN_MODEL = false\n", "", "", "a b", "c d"}),
-      joined({"[delayedrule::d]\nsourcetype = late\nLESS_THAN_90 = x\n",
-              "[m]\n_sourcetype = m\n_size = 1\nalpha = 0.5\n~ = 100\n", "late", "alpha beta"}),
-      joined({rule + "[ruled]\nCHECK_FOR_HEADER = true\nCHARSET = auto\n",
-              "[default]\nmaxDist = 1\n", "x\xC2\x80", "a,b\na1,2", "\xFF\xFE\x41"})};
+  return {joined({rule, "", "mine", "alpha one two three four\na [five] six",
+                  "all: seven=eight; nine\na", "axe <ten/> eleven twelve\na {13}",
+                  "ant (fourteen) | fifteen\na,b,c", "arm 16:17:18 sixteen - seventeen\na!"}),
+          joined({rule + "[default]\nLEARN_MODEL = false\n", "", "", "a b", "c d"}),
+          joined({"[delayedrule::d]\nsourcetype = late\nLESS_THAN_90 = x\n",
+                  "[m]\n_sourcetype = m\n_size = 1\nalpha = 0.5\n~ = 100\n", "late", "alpha beta"}),
+          joined({rule + "[ruled]\nCHECK_FOR_HEADER = true\nCHARSET = auto\n",
+                  "[default]\nmaxDist = 1\n", "x\xC2\x80", "a,b\na1,2", "\xFF\xFE\x41"})};
 }
 
 void run(std::string_view input) {

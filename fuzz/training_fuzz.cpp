@@ -108,12 +108,13 @@ void checkOldModels(const Stanzas& before, const Stanzas& bundled, const Stanzas
 std::vector<std::string> seeds() {
   const std::string list = "[one]\nf1 = 1.log\n_f = d\n[two]\nf1 = 2.log\nf2 = none\n";
   const std::string old =
-      "[a]\n_source = 1.log\n_sourcetype = x\nword = 1\n[b]\n_source = b\n_sourcetype = y\n";
+      "[a]\n_source = 1.log\n_sourcetype = x\nword = 1\n[b]\n_source = b\n_sourcetype = y\n"
+      "[c]\n_source = c\n_sourcetype = z\nword = 2\n";
   const std::string bundled = "[default]\nmaxDist = 5\n[b]\n_sourcetype = y\nz = 1\n";
   const std::string log = "2024-05-06 word [other]";
   return {joined({list, old, bundled, log, "x=1;y=2"}),
           joined({list + "f3 = d\n", old, bundled, log, log}),
-          joined({"[x\\\ny]\nf = 1.log\n[default]\nf = 1.log\n", old, "", log}),
+          joined({"[x\x01]\nf = 1.log\n[default]\nf = 1.log\n", old, "", log}),
           joined({"f = 1.log", old + "[a]\nmore = 1\n[]\n[e]\n", "", log}),
           joined({"", old, "", log}),
           joined({list, "", "", log, "\xFF\xFE\x41"})};
