@@ -101,7 +101,7 @@ void run(std::string_view input) {
     const Regex regex(*expression);
     std::size_t matches = 0;
     for (std::size_t i = 0; i < sample.lineCount(); ++i) {
-      matches += regex.match(sample.line(i)) ? 1 : 0;
+      matches += regex.match(sample.line(i)) ? 1U : 0U;
     }
     require(matches > 0, "what is learned matches some line");
   } catch (const RegexException&) {

@@ -17,6 +17,16 @@ Stanzas stanzasOf(const char* name) {
   return stanzas;
 }
 
+Stanzas stanzasIn(std::string_view text) {
+  const ConfFile file("text", fileBytes(text), Report::No);
+  Stanzas stanzas;
+  for (const auto& [name, settings] : file.stanzas()) {
+    auto& map = stanzas[std::string(name)];
+    for (const auto& setting : settings) map.set(setting.key(), setting.value());
+  }
+  return stanzas;
+}
+
 std::vector<std::string> addedStanzas(const Stanzas& before, const Stanzas& after,
                                       std::initializer_list<std::string_view> changingKeys) {
   for (const auto& [name, settings] : before) {

@@ -6,10 +6,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <system_error>
 
 #include "platform/environment.h"
+#include "util/logging.h"
 
 namespace sourcetype::fuzzing {
 namespace {
@@ -153,6 +155,20 @@ std::vector<std::string> Tree::files() const {
 const Tree& tree() {
   static const Tree kTree;
   return kTree;
+}
+
+std::ostringstream& records() {
+  static std::ostringstream stream;
+  static const bool kIsSetUp = [] {
+    std::cerr.rdbuf(stream.rdbuf());
+    const auto configuration = tree().write(
+        "log.cfg",
+        "rootCategory=DEBUG,A\nappender.A=ConsoleAppender\nappender.A.target=stderr\n"
+        "appender.A.layout=PatternLayout\nappender.A.layout.ConversionPattern=%p %c %m%n\n");
+    return configureLogging(configuration, {}).empty();
+  }();
+  require(kIsSetUp, "logging is configured");
+  return stream;
 }
 
 std::string repositoryFile(std::string_view relative) {

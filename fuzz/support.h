@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <initializer_list>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -81,6 +82,10 @@ class Tree {
   std::filesystem::path root_;
 };
 const Tree& tree();
+
+// The records of logging, of every level, each a line "LEVEL CATEGORY MESSAGE". From the first call
+// on they go here instead of standard error; the caller empties it.
+std::ostringstream& records();
 
 // A file of the repository, for seeds.
 std::string repositoryFile(std::string_view relative);

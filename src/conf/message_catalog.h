@@ -32,6 +32,10 @@ class MessageCatalog {
   std::map<std::string, std::string, std::less<>> texts_;
 };
 
+// Adds the texts of the configuration "literals" of all layers. Logs a warning when the catalog is
+// empty then.
+void loadMessages(MessageCatalog& catalog, ConfStore& store);
+
 // The catalog of the process. It is global because a message may be logged at any depth. Empty
 // until it was loaded; lives until exit.
 MessageCatalog& messageCatalog();

@@ -10,7 +10,9 @@ namespace {
 
 constexpr LogCategory kLog("MessageCatalog");
 
-void load(MessageCatalog& catalog, ConfStore& store) {
+}  // namespace
+
+void loadMessages(MessageCatalog& catalog, ConfStore& store) {
   auto& literals = store.getConf("literals");
   for (const auto& stanza : store.stanzaNames(literals, "")) {
     PropertiesMap settings;
@@ -25,11 +27,9 @@ void load(MessageCatalog& catalog, ConfStore& store) {
   }
 }
 
-}  // namespace
-
 MessageCatalog& messageCatalog(ConfStore& store) {
   static std::once_flag loaded;
-  std::call_once(loaded, [&store] { load(messageCatalog(), store); });
+  std::call_once(loaded, [&store] { loadMessages(messageCatalog(), store); });
   return messageCatalog();
 }
 

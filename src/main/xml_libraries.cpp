@@ -104,6 +104,11 @@ void logXmlError(const xmlError& error) {
   }
 }
 
+void logCollectedMessage() {
+  const auto complete = std::exchange(xmlLayer().message, {});
+  if (const auto text = withoutLineEnd(complete); !text.empty()) logError(kXmlLog, "%s", text);
+}
+
 // printf-style, and a message may come in pieces; a newline ends it. The formats are the
 // libraries', and so is the way to pass arguments.
 void collectMessage(void* /*context*/, const char* format, ...) {  // NOLINT(cert-dcl50-cpp)
@@ -115,9 +120,7 @@ void collectMessage(void* /*context*/, const char* format, ...) {  // NOLINT(cer
 
   auto& message = xmlLayer().message;
   message += piece.data();
-  if (!message.ends_with('\n') && message.size() < kMaxMessage) return;
-  const auto complete = std::exchange(message, {});
-  if (const auto text = withoutLineEnd(complete); !text.empty()) logError(kXmlLog, "%s", text);
+  if (message.ends_with('\n') || message.size() >= kMaxMessage) logCollectedMessage();
 }
 
 bool isBelow(const fs::path& root, const fs::path& file) {
@@ -227,6 +230,7 @@ void cleanupXmlLibraries() {
   if (!layer.initialised) return;
   xsltCleanupGlobals();
   xmlCleanupParser();
+  logCollectedMessage();
   layer = {};
 }
 

@@ -117,6 +117,9 @@ TEST_F(XmlLibraries, LogAMessageThatComesInPiecesAsOneRecord) {
   xmlGenericError(xmlGenericErrorContext, "%s: ", "first");
   xmlGenericError(xmlGenericErrorContext, "%d\n", 2);
   EXPECT_EQ(log(), "ERROR XmlParser first: 2\n");
+  xmlGenericError(xmlGenericErrorContext, "unfinished");
+  cleanupXmlLibraries();
+  EXPECT_EQ(log(), "ERROR XmlParser first: 2\nERROR XmlParser unfinished\n");
 }
 
 TEST_F(XmlLibraries, StartAndStopAsOftenAsAsked) {
