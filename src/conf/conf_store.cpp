@@ -45,6 +45,9 @@ class WritingTurn {
   FileLock lock_;
 };
 
+// Said of a file that exceeds the limits of ConfFile, or would.
+constexpr const char* kTooLarge = "it holds more settings or stanzas than are read of a file";
+
 FileBytes copyOf(std::string_view text) {
   FileBytes copy{.bytes = std::make_unique_for_overwrite<char[]>(text.size()),  // NOLINT
                  .size = text.size(),
@@ -188,9 +191,9 @@ void ConfStore::load(Conf& conf) {
 
 void ConfStore::loadFile(Conf& conf, std::size_t layer, Report report) {
   const auto path = conf.layers_[layer] / (conf.name() + ".conf");
+  conf.files_[layer].reset();  // first, so that memory holds one of the two
   FileBytes bytes = readConfFile(path);
   const auto error = conf.errors_[layer] = bytes.error;
-  conf.files_[layer].reset();
   if (!error) {
     conf.files_[layer] = std::make_unique<ConfFile>(path, std::move(bytes), report);
   } else if (isEncodingError(error)) {
@@ -435,6 +438,7 @@ void ConfStore::learnOfFile(Conf& conf, const std::filesystem::path& path) {
   LogicalLineReader reader(bytes.view(), path, keeper, Report::No);
   for (LogicalLine line; reader.next(line);) {
     if (line.kind == LineKind::Header) conf.learned_->stanzas.emplace(line.name);
+    if (line.kind == LineKind::Setting) ++conf.learned_->settings;
   }
   conf.learned_->endsInNewline = bytes.size == 0 || bytes.view().ends_with('\n');
 }
@@ -445,6 +449,9 @@ bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
                               std::string_view stanza, const PropertiesMap& settings) {
   learnOfFile(conf, path);
   if (conf.learned_->stanzas.contains(std::string(stanza))) return false;
+  const std::size_t settingsAfter = conf.learned_->settings + settings.entries().size();
+  const bool isFull = conf.learned_->stanzas.size() >= ConfFile::kMaxHeaders;
+  if (isFull || settingsAfter > ConfFile::kMaxSettings) throw std::runtime_error(kTooLarge);
   std::string text = renderHeader(stanza) + "\n";
   for (const auto& [key, entry] : settings.entries()) {
     text += renderSetting(key, entry.value) + "\n";
@@ -462,6 +469,7 @@ bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
   appendToFile(path, text);
   conf.learned_->identity = fileIdentity(path);
   conf.learned_->stanzas.emplace(stanza);
+  conf.learned_->settings = settingsAfter;
   conf.learned_->endsInNewline = true;
   conf.loaded_ = false;
   logSaved(path);
@@ -518,6 +526,7 @@ void ConfStore::edit(Conf& conf, std::size_t layer, std::string_view stanza,
     conf.files_[layer] = std::make_unique<ConfFile>(target, FileBytes{}, Report::No);
   }
   const ConfFile& old = *conf.files_[layer];
+  if (!old.isComplete()) throw std::runtime_error(kTooLarge);
 
   IniFile file = IniFile::parse(old.bytes(), target, Report::No);
   file.addStanza(stanza);
@@ -525,6 +534,7 @@ void ConfStore::edit(Conf& conf, std::size_t layer, std::string_view stanza,
   const std::string text = file.toText();
 
   auto edited = std::make_unique<ConfFile>(target, copyOf(text), Report::No);
+  if (!edited->isComplete()) throw std::runtime_error(kTooLarge);
   if (!isExactEdit(old, *edited, stanza, changes)) {
     throw std::runtime_error("a key or value would not read back the same");
   }

@@ -49,6 +49,7 @@ class Conf {
   struct LearnedFile {
     FileIdentity identity;
     std::unordered_set<std::string> stanzas;
+    std::size_t settings = 0;
     bool endsInNewline = true;
   };
   std::optional<LearnedFile> learned_;
