@@ -14,7 +14,7 @@ namespace {
 std::size_t countSlowly(const Sample& sample, std::size_t lines, const std::string& pattern) {
   try {
     const Regex regex(pattern);
-    MatchBudget budget(kMaxRuleCost);
+    MatchBudget budget(kMaxFileCost);
     MatchResult groups;
     std::size_t count = 0;
     for (std::size_t i = 0; i < lines; ++i) {
@@ -82,7 +82,7 @@ void run(std::string_view input) {
   tree().write("system/local/props.conf", props);
   ConfStore store(tree().root());
   Rules rules(store);
-  MatchBudget budget(kMaxRuleCost);
+  MatchBudget budget(kMaxFileCost);
   require(rules.findRuleSourcetype(sample, RuleTiming::BeforeModels, budget) ==
               findSlowly(store, sample, "rule::"),
           "the first rule whose tests all pass is taken");

@@ -19,6 +19,10 @@ constexpr LogCategory kLookupLog{"PropertiesMapConfig"};
 constexpr std::int64_t kExactPriority = 100;
 constexpr std::int64_t kPatternPriority = 0;
 
+// Steps that one lookup may spend on patterns: the first lookup of a file leaves as much to the
+// second one, which asks for the same name again, and to the rules.
+constexpr std::uint64_t kMaxLookupCost = kMaxFileCost / 2;
+
 // Long enough for any number of writers that take turns, short enough to tell a user that one
 // hangs.
 constexpr std::chrono::seconds kLockWait{10};
@@ -291,12 +295,26 @@ void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out, std::string_vi
 
 void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out,
                                   std::span<const std::string> names, PatternMatching matching) {
+  MatchBudget budget(kMaxLookupCost);
+  addSettings(conf, out, names, matching == PatternMatching::Yes ? &budget : nullptr);
+}
+
+void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out,
+                                  std::span<const std::string> names, MatchBudget& budget) {
+  const std::uint64_t allowed = std::min(budget.left(), kMaxLookupCost);
+  MatchBudget share(allowed);
+  addSettings(conf, out, names, &share);
+  budget.spend(allowed - share.left());
+}
+
+void ConfStore::addSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
+                            MatchBudget* budget) {
   const std::scoped_lock lock(mutex_);
-  if (matching == PatternMatching::Yes && kLookupLog.isEnabled(LogLevel::Debug)) {
+  if (budget != nullptr && kLookupLog.isEnabled(LogLevel::Debug)) {
     logDebug(kLookupLog, "Performing pattern matching for: %s", joinNames(names));
   }
   for (const auto& name : names) {
-    for (const auto& [priority, isPattern, stanza] : candidates(conf, name, matching)) {
+    for (const auto& [priority, isPattern, stanza] : candidates(conf, name, budget)) {
       if (isPattern && kLookupLog.isEnabled(LogLevel::Debug)) {
         logDebug(kLookupLog, "Pattern '%s' matches with %s", stanza,
                  priority == 0 ? "lowest priority" : "priority " + std::to_string(priority));
@@ -308,27 +326,73 @@ void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out,
 }
 
 std::vector<ConfStore::Candidate> ConfStore::candidates(Conf& conf, const std::string& name,
-                                                        PatternMatching matching) {
+                                                        MatchBudget* budget) {
   std::vector<Candidate> found;
   const auto add = [&](std::string_view stanza, bool isPattern, std::int64_t defaultPriority) {
-    PropertiesMap settings;
-    getExactStanza(conf, settings, stanza);
-    found.push_back({settings.getInt("priority", defaultPriority), isPattern, stanza});
+    found.push_back({priority(conf, stanza, defaultPriority), isPattern, stanza});
   };
   if (const auto exact = occurrences(conf, name); !exact.empty()) {
     add(exact.front().stanza->name, false, kExactPriority);
   }
-  if (matching == PatternMatching::Yes) {
-    // An expression matches no byte that is not UTF-8, but the name of a file may hold any.
-    const std::string matchable = withInvalidUtf8Replaced(name);
-    for (const auto* pattern : patterns(conf)) {
-      if (pattern->matches(matchable)) add(pattern->name(), true, kPatternPriority);
+  if (budget != nullptr) {
+    for (const auto* pattern : matchingPatterns(conf, name, *budget)) {
+      add(pattern->name(), true, kPatternPriority);
     }
   }
   std::ranges::sort(found, [](const Candidate& a, const Candidate& b) {
     return std::tie(b.priority, a.stanza) < std::tie(a.priority, b.stanza);
   });
   return found;
+}
+
+std::int64_t ConfStore::priority(Conf& conf, std::string_view stanza, std::int64_t fallback) {
+  constexpr std::string_view kPriority = "priority";
+  for (const auto& [found, file] : occurrences(conf, stanza)) {
+    if (const auto* setting = found->find(kPriority)) {
+      return PropertiesMap{{kPriority, setting->value()}}.getInt(kPriority, fallback);
+    }
+  }
+  return fallback;
+}
+
+// A pattern that does not compile or costs too much is told once a run.
+std::vector<const StanzaPattern*> ConfStore::matchingPatterns(Conf& conf, const std::string& name,
+                                                              MatchBudget& budget) {
+  // An expression matches no byte that is not UTF-8, but the name of a file may hold any.
+  const std::string matchable = withInvalidUtf8Replaced(name);
+  std::vector<const StanzaPattern*> matching;
+  RecordLimit invalid;
+  RecordLimit costly;
+  const auto isNew = [&](const StanzaPattern* pattern) {
+    return reportedPatterns_.insert(pattern).second;
+  };
+  for (const auto* pattern : patterns(conf)) {
+    const auto answer = pattern->match(matchable, budget);
+    if (budget.isSpent()) {
+      if (isNew(pattern)) {
+        logWarn(kLookupLog,
+                "The stanza patterns cost too much: [%s] and those after it do not apply to %s.",
+                pattern->name(), name);
+      }
+      break;
+    }
+    if (answer == StanzaPattern::Answer::Match) {
+      matching.push_back(pattern);
+    } else if (answer == StanzaPattern::Answer::Invalid) {
+      if (isNew(pattern) && invalid.admit()) pattern->logError();
+    } else if (answer == StanzaPattern::Answer::TooCostly) {
+      if (!isNew(pattern) || !costly.admit()) continue;
+      logWarn(kLookupLog, "The stanza pattern [%s] costs too much and does not apply to %s.",
+              pattern->name(), name);
+    }
+  }
+  if (invalid.omitted() > 0) {
+    logWarn(kLookupLog, "%lu more stanza patterns do not compile.", invalid.omitted());
+  }
+  if (costly.omitted() > 0) {
+    logWarn(kLookupLog, "%lu more stanza patterns cost too much.", costly.omitted());
+  }
+  return matching;
 }
 
 const std::vector<const StanzaPattern*>& ConfStore::patterns(Conf& conf) {
@@ -346,10 +410,9 @@ const std::vector<const StanzaPattern*>& ConfStore::patterns(Conf& conf) {
 }
 
 const StanzaPattern* ConfStore::findPattern(std::string_view stanza) {
+  if (!isStanzaPattern(stanza)) return nullptr;
   const std::scoped_lock lock(patternMutex_);
-  const auto [cached, isNew] = patternCache_.try_emplace(std::string(stanza));
-  if (isNew && isStanzaPattern(stanza)) cached->second.emplace(stanza, pathForm_);
-  return cached->second ? &*cached->second : nullptr;
+  return &patternCache_.try_emplace(std::string(stanza), stanza, pathForm_).first->second;
 }
 
 // --- Writing ---
