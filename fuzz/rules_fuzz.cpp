@@ -129,7 +129,7 @@ void run(std::string_view input) {
   tree().write("system/local/props.conf", props);
   ConfStore store(tree().root());
   Rules rules(store);
-  MatchBudget budget(kMaxRuleCost);
+  MatchBudget budget(kMaxFileCost);
   const auto found = rules.findRuleSourcetype(sample, RuleTiming::BeforeModels, budget);
   const auto foundLate = rules.findRuleSourcetype(sample, RuleTiming::AfterModels, budget);
   try {

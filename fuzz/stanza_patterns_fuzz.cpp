@@ -75,7 +75,9 @@ void run(std::string_view input) {
 
   const auto expression = expandStanzaPattern(pattern, form);
   require(expression.has_value() == isStanzaPattern(pattern), "a pattern has an expression");
-  const bool matches = StanzaPattern(pattern, form).matches(name);
+  MatchBudget budget(kMaxFileCost);
+  const bool matches =
+      StanzaPattern(pattern, form).match(name, budget) == StanzaPattern::Answer::Match;
   if (!expression) return require(!matches, "what is no pattern matches nothing");
   require(matches == regexMatches(*expression, name), "literal text rules no match out");
 

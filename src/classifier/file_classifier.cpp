@@ -63,22 +63,25 @@ void FileClassifier::lookUpConfiguredProps() {
     sourcetype_ = usableSourcetype(result_, key::kGivenType);
   }
 
-  PropertiesMap sourceProps;
-  store_.getStanzaSettings(store_.getProps(), sourceProps, sourceStanzas(request_.path),
-                           PatternMatching::Yes);
-  const std::string configured = usableSourcetype(sourceProps);
+  PropertiesMap props;
+  store_.getStanzaSettings(store_.getProps(), props, sourceStanzas(request_.path), budget_);
+  const std::string configured = usableSourcetype(props);
   if (sourcetype_.empty() || equalsIgnoringCase(configured, kPreprocessSourcetype)) {
     sourcetype_ = configured;
   }
+  if (!sourcetype_.empty()) {
+    props = {};
+    store_.getStanzaSettings(store_.getProps(), props, sourceStanzas(request_.path, sourcetype_),
+                             budget_);
+  }
 
-  store_.getStanzaSettings(store_.getProps(), fileProps_, sourceStanzas(request_.path, sourcetype_),
-                           PatternMatching::Yes);
-  if (!sourcetype_.empty()) fileProps_.set(key::kSourcetype, sourcetype_);
-
-  if (const auto charset = fileProps_.tryGet(key::kCharset)) result_.set(key::kCharset, *charset);
-  if (learningAllowed_) learningAllowed_ = fileProps_.getBool(key::kLearnSourcetype, true);
-  headerWanted_ = fileProps_.getBool(key::kCheckForHeader, false);
-  if (const auto noBinaryCheck = fileProps_.tryGetBool(key::kNoBinaryCheck)) {
+  if (const auto charset = props.tryGet(key::kCharset)) {
+    sampleProps_.set(key::kCharset, *charset);
+    result_.set(key::kCharset, *charset);
+  }
+  if (learningAllowed_) learningAllowed_ = props.getBool(key::kLearnSourcetype, true);
+  headerWanted_ = props.getBool(key::kCheckForHeader, false);
+  if (const auto noBinaryCheck = props.tryGetBool(key::kNoBinaryCheck)) {
     noBinaryCheck_ = *noBinaryCheck;
     result_.set(key::kNoBinaryCheck, lowerFlagText(noBinaryCheck_));
   }
@@ -99,7 +102,7 @@ std::string FileClassifier::usableSourcetype(const PropertiesMap& properties,
 
 // With the sourcetype known and nothing to find out about the bytes, the file need not be opened.
 bool FileClassifier::isSettledUnread() const {
-  return !sourcetype_.empty() && noBinaryCheck_ && fileProps_.get(key::kCharset) != "auto";
+  return !sourcetype_.empty() && noBinaryCheck_ && sampleProps_.get(key::kCharset) != "auto";
 }
 
 // With the sourcetype known, no more is asked of the content than whether it is text.
@@ -121,8 +124,8 @@ std::optional<InvalidCause> FileClassifier::examinePath() const {
 }
 
 bool FileClassifier::takeSample(Keep keep) {
-  sample_ = request_.sampleText ? readSampleText(*request_.sampleText, fileProps_, fileName_)
-                                : readSample(request_.path, fileProps_, request_.maxLines, keep);
+  sample_ = request_.sampleText ? readSampleText(*request_.sampleText, sampleProps_, fileName_)
+                                : readSample(request_.path, sampleProps_, request_.maxLines, keep);
   if (!sample_) return false;
   if (const auto& charset = sample_->detectedCharset(); !charset.empty()) {
     result_.set(key::kCharset, charset);
@@ -144,7 +147,7 @@ void FileClassifier::finishWith(std::string_view sourcetype) {
 }
 
 std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
-  return manager_.rules().findRuleSourcetype(*sample_, timing, ruleBudget_);
+  return manager_.rules().findRuleSourcetype(*sample_, timing, budget_);
 }
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {

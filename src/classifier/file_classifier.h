@@ -61,13 +61,13 @@ class FileClassifier {
   const TypeRequest& request_;
   const std::string fileName_;
 
-  std::string sourcetype_;   // empty until something settles it
-  PropertiesMap fileProps_;  // what configuration says of the file and its sourcetype
+  std::string sourcetype_;     // empty until something settles it
+  PropertiesMap sampleProps_;  // how to read the file: "CHARSET" where configuration says it
   bool learningAllowed_;
   bool headerWanted_ = false;
   bool noBinaryCheck_ = false;
   std::optional<Sample> sample_;
-  MatchBudget ruleBudget_{kMaxRuleCost};
+  MatchBudget budget_{kMaxFileCost};            // of stanza patterns and rules
   std::optional<NewSourcetype> newSourcetype_;  // until its stanza is written
   bool madeSourcetype_ = false;
   bool singleLine_ = true;     // each line of the sample is an event

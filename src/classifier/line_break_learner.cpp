@@ -8,6 +8,7 @@
 #include <cmath>
 #include <map>
 #include <set>
+#include <span>
 #include <unordered_map>
 
 #include "util/regex.h"
@@ -144,48 +145,103 @@ struct LineStartStats {
   }
 };
 
-// Counts what the lines of a sample propose.
+// Occurrences of an expression per line of the sample that are needed to count.
+constexpr double kLinesPerOccurrence = 50.0;
+
+// Counts what the lines of a sample propose, but only where it is frequent: the lines of a sample
+// may propose half a million expressions, of which some thousand can be frequent.
+//
+// What a line proposes follows from its shape, and lines whose shapes begin alike propose the same
+// from there. So an expression is as frequent as the shapes that begin like it.
 class LineStarts {
  public:
   using Stats = std::map<std::string, LineStartStats>;  // in byte order of the expressions
 
-  void add(std::string_view line, std::size_t position) {
-    for (LineStartStats* stats : candidatesOf(line)) stats->add(static_cast<double>(position));
+  explicit LineStarts(const Sample& sample)
+      : minCount_(static_cast<double>(sample.lineCount()) / kLinesPerOccurrence) {
+    std::vector<Shape*> shapes = countShapes(sample);
+    std::ranges::sort(shapes, {}, [](const Shape* shape) { return std::string_view(shape->text); });
+    findFrequent(shapes, 0);
+    for (Shape* shape : shapes) addCandidates(*shape);
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+      for (LineStartStats* stats : lines_[i]->candidates) stats->add(static_cast<double>(i + 1));
+    }
   }
 
+  // Of every expression that is frequent enough, and of some others.
   const Stats& stats() const { return stats_; }
 
  private:
-  // Lines of one shape propose the same, and most lines of a file have a shape that came before.
-  const std::vector<LineStartStats*>& candidatesOf(std::string_view line) {
-    takeShape(line.substr(0, kLineStartBytes));
-    const auto [known, isNew] = byShape_.try_emplace(shape_);
-    if (isNew) {
-      for (const auto& candidate : lineStartCandidates(line)) {
-        known->second.push_back(&stats_[candidate]);
-      }
+  // The start of a line with a letter, digit or space for each run of these, which settles its
+  // tokens.
+  struct Shape {
+    std::string_view text;
+    std::size_t count = 0;     // lines of the shape
+    std::size_t frequent = 0;  // bytes of the text that begin enough lines
+    std::vector<LineStartStats*> candidates;
+  };
+
+  std::vector<Shape*> countShapes(const Sample& sample) {
+    std::vector<Shape*> found;
+    lines_.reserve(sample.lineCount());
+    for (std::size_t i = 0; i < sample.lineCount(); ++i) {
+      const auto [known, isNew] = shapes_.try_emplace(shapeOf(sample.line(i)));
+      Shape& shape = known->second;
+      shape.text = known->first;
+      if (isNew) found.push_back(&shape);
+      ++shape.count;
+      lines_.push_back(&shape);
     }
-    return known->second;
+    return found;
   }
 
-  // The text with a letter, digit or space for each run of these, which settles its tokens.
-  void takeShape(std::string_view start) {
-    shape_.clear();
-    for (const char c : start) {
+  static std::string shapeOf(std::string_view line) {
+    std::string shape;
+    for (const char c : line.substr(0, kLineStartBytes)) {
       const char sort = isAsciiLetter(c) ? 'a' : isAsciiDigit(c) ? '0' : isAsciiSpace(c) ? ' ' : c;
       const bool isRun = sort == 'a' || sort == '0' || sort == ' ';
-      if (!isRun || !shape_.ends_with(sort)) shape_ += sort;
+      if (!isRun || !shape.ends_with(sort)) shape += sort;
+    }
+    return shape;
+  }
+
+  // `shapes` are sorted and agree in their first `length` bytes.
+  void findFrequent(std::span<Shape*> shapes, std::size_t length) {
+    if (!shapes.empty() && shapes.front()->text.size() == length) shapes = shapes.subspan(1);
+    while (!shapes.empty()) {
+      const auto start = shapes.front()->text.substr(0, length + 1);
+      std::size_t alike = 0;
+      std::size_t count = 0;
+      while (alike < shapes.size() && shapes[alike]->text.starts_with(start)) {
+        count += shapes[alike++]->count;
+      }
+      if (static_cast<double>(count) >= minCount_) {
+        for (Shape* shape : shapes.first(alike)) shape->frequent = start.size();
+        findFrequent(shapes.first(alike), start.size());
+      }
+      shapes = shapes.subspan(alike);
     }
   }
 
+  // What the frequent part of the shape proposes. A class in the last place of a line proposes two
+  // expressions, so where the shape goes on the part is looked at with the byte after it.
+  void addCandidates(Shape& shape) {
+    if (shape.frequent == 0) return;
+    auto proposed = lineStartCandidates(shape.text.substr(0, shape.frequent + 1));
+    if (shape.frequent < shape.text.size()) {
+      proposed.resize(std::min(proposed.size(), shape.frequent - 1));
+    }
+    for (const auto& candidate : proposed) shape.candidates.push_back(&stats_[candidate]);
+  }
+
+  double minCount_;
   Stats stats_;
-  std::unordered_map<std::string, std::vector<LineStartStats*>> byShape_;
-  std::string shape_;  // of the line at hand
+  std::unordered_map<std::string, Shape> shapes_;
+  std::vector<const Shape*> lines_;  // the shape of each line
 };
 
 // The best of them; empty when none is frequent, or when the best one marks nearly every line.
 std::string chooseLineStart(const LineStarts::Stats& candidates, std::size_t lineCount) {
-  constexpr double kLinesPerOccurrence = 50.0;
   constexpr double kMostSpread = 20.0;
   constexpr double kOtherLines = 10.0;  // that an expression has to leave for what follows starts
   const auto lines = static_cast<double>(lineCount);
@@ -223,8 +279,7 @@ bool isSingleLineSample(const Sample& sample) {
 std::optional<std::string> learnBreakOnlyBeforeRegex(const Sample& sample) {
   constexpr std::size_t kLeastLines = 1000;
   if (sample.lineCount() < kLeastLines || looksTimestamped(sample)) return std::nullopt;
-  LineStarts starts;
-  for (std::size_t i = 0; i < sample.lineCount(); ++i) starts.add(sample.line(i), i + 1);
+  const LineStarts starts(sample);
   std::string chosen = chooseLineStart(starts.stats(), sample.lineCount());
   if (chosen.empty()) return std::nullopt;
   return chosen;

@@ -14,11 +14,7 @@ namespace {
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
 // Steps that one test may spend, so that one hopeless expression leaves enough for other rules.
-constexpr std::uint64_t kMaxTestCost = kMaxRuleCost / 4;
-
-// Steps for compiling an expression, some 10 us and 0.2 us a byte.
-constexpr std::uint64_t kCompileCost = 10'000;
-constexpr std::uint64_t kCompileCostPerByte = 200;
+constexpr std::uint64_t kMaxTestCost = kMaxFileCost / 4;
 
 constexpr std::string_view stanzaPrefix(RuleTiming timing) {
   return timing == RuleTiming::BeforeModels ? "rule::" : "delayedrule::";
@@ -61,13 +57,32 @@ std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
 
 std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleTiming timing,
                                                      MatchBudget& budget) {
+  auto found = findRule(sample, timing, budget);
+  reportOmittedRecords();
+  return found;
+}
+
+void Rules::reportOmittedRecords() {
+  const auto report = [](const RecordLimit& records, std::string_view what) {
+    if (records.omitted() > 0) logWarn(kFlowLog, "%lu more %s.", records.omitted(), what);
+  };
+  report(records_.noSourcetype, "rules have no sourcetype");
+  report(records_.faults, "tests of rules have faults");
+  report(records_.costs, "tests of rules cost too much on a line");
+  records_ = {};
+}
+
+std::optional<std::string> Rules::findRule(const Sample& sample, RuleTiming timing,
+                                           MatchBudget& budget) {
   Conf& props = store_.getProps();
   for (const auto& stanza : store_.stanzaNames(props, stanzaPrefix(timing))) {
     PropertiesMap rule;
     store_.getExactStanza(props, rule, stanza);
     auto sourcetype = rule.tryGet(key::kSourcetype);
     if (!sourcetype) {
-      logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_NO_SOURCETYPE_FOUND__%s", stanza);
+      if (records_.noSourcetype.admit()) {
+        logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_NO_SOURCETYPE_FOUND__%s", stanza);
+      }
       continue;
     }
     if (const auto problem = sourcetypeProblem(*sourcetype); !problem.empty()) {
@@ -102,7 +117,8 @@ bool Rules::passesTests(const Sample& sample, const std::string& stanza, const P
 void Rules::reportFaults(const std::string& stanza, const std::string& key, const Test& test,
                          const std::string& pattern) {
   const auto* error = std::get_if<std::string>(&compiled(pattern));
-  if ((error == nullptr && test.hasNumber) || !reported_.emplace(stanza, key).second) return;
+  if (error == nullptr && test.hasNumber) return;
+  if (!reported_.emplace(stanza, key).second || !records_.faults.admit()) return;
   if (error != nullptr) reportInvalidRegex(kFlowLog, pattern, *error, stanza, key);
   if (!test.hasNumber) {
     logWarn(kFlowLog, "The percentage of %s in [%s] has no digits and is taken as 0.", key, stanza);
@@ -123,9 +139,7 @@ bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, c
                              int percent, MatchBudget& budget) {
   const std::size_t lines = std::min(sample.lineCount(), kMaxRuleLines);
   std::size_t matches = 0;
-  // Counted for each file, also where the run has compiled it before: what is said of a file does
-  // not depend on the files before it.
-  budget.spend(kCompileCost + kCompileCostPerByte * pattern.size());
+  budget.spend(MatchBudget::compilingCost(pattern.size()));
   if (const auto* regex = std::get_if<Regex>(&compiled(pattern))) {
     matches = countMatches(sample, lines, *regex, decisiveCount(lines, comparer, percent), budget);
   }
@@ -154,8 +168,11 @@ std::size_t Rules::countMatches(const Sample& sample, std::size_t lines, const R
     const auto answer = regex.tryMatch(sample.line(i), groups, share);
     if (answer == Regex::Answer::Match) ++matches;
     if (answer == Regex::Answer::TooCostly) {
-      logWarn(kFlowLog, "The expression %s costs too much on line %lu; no more lines are counted.",
-              regex.pattern(), i + 1);
+      if (records_.costs.admit()) {
+        logWarn(kFlowLog,
+                "The expression %s costs too much on line %lu; no more lines are counted.",
+                regex.pattern(), i + 1);
+      }
       break;
     }
   }

@@ -17,6 +17,7 @@
 #include "classifier/sampling/sample.h"
 #include "conf/conf_store.h"
 #include "util/match_budget.h"
+#include "util/record_limit.h"
 #include "util/regex.h"
 
 namespace sourcetype {
@@ -25,10 +26,6 @@ enum class RuleTiming { BeforeModels, AfterModels };
 
 // Only so many lines of a sample are tested.
 inline constexpr std::size_t kMaxRuleLines = 1000;
-
-// Steps that the rules may spend on one file, about a second: a hundred times what the shipped ones
-// spend on a thousand lines of usual length.
-inline constexpr std::uint64_t kMaxRuleCost = 1'000'000'000;
 
 class Rules {
  public:
@@ -51,19 +48,29 @@ class Rules {
   struct Test;
 
   static std::optional<Test> parseTestKey(const std::string& key);
+  std::optional<std::string> findRule(const Sample& sample, RuleTiming timing, MatchBudget& budget);
   bool passesTests(const Sample& sample, const std::string& stanza, const PropertiesMap& rule,
                    MatchBudget& budget);
   void reportFaults(const std::string& stanza, const std::string& key, const Test& test,
                     const std::string& pattern);
   // Stops where it is certain on which side of `decisive` the count will be.
-  static std::size_t countMatches(const Sample& sample, std::size_t lines, const Regex& regex,
-                                  std::size_t decisive, MatchBudget& budget);
+  std::size_t countMatches(const Sample& sample, std::size_t lines, const Regex& regex,
+                           std::size_t decisive, MatchBudget& budget);
 
   // An expression, or why it does not compile.
   using Compiled = std::variant<Regex, std::string>;
   const Compiled& compiled(const std::string& pattern);
 
+  // The records of one search for a rule.
+  struct Records {
+    RecordLimit noSourcetype;
+    RecordLimit faults;
+    RecordLimit costs;
+  };
+  void reportOmittedRecords();
+
   ConfStore& store_;
+  Records records_;
   std::unordered_map<std::string, Compiled> compiled_;      // once per text and run
   std::set<std::pair<std::string, std::string>> reported_;  // stanzas and keys with faults
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/path_form.h"
 #include "util/text.h"
 
 namespace sourcetype {
@@ -11,12 +12,6 @@ namespace {
 using namespace std::string_view_literals;
 
 using Setting = ConfFile::Setting;
-
-// The settings below one header.
-struct Block {
-  std::string_view stanza;
-  std::size_t begin, end;  // in file order
-};
 
 // Sorts settings by key and drops all but the last of each; gives those that are left.
 std::span<Setting> keepLastOfEachKey(std::span<Setting> settings) {
@@ -97,24 +92,18 @@ const ConfFile::Setting* ConfFile::Stanza::find(std::string_view key) const {
   return found != settings.end() && found->key() == key ? &*found : nullptr;
 }
 
+// The settings below one header.
+struct ConfFile::Block {
+  std::string_view stanza;
+  std::uint32_t begin, end;  // in file order
+};
+
 ConfFile::ConfFile(std::filesystem::path path, FileBytes bytes, Report report)
     : path_(std::move(path)), bytes_(std::move(bytes)) {
-  // A guess: memory that no setting needs is never touched, and moving millions of them is slow.
-  constexpr std::size_t kBytesPerSetting = 16;
-  settings_.reserve(bytes_.size / kBytesPerSetting + 1);
-  std::vector<Block> blocks;
-  LogicalLineReader reader(bytes_.view(), path_, keeper_, report);
-  for (LogicalLine line; reader.next(line);) {
-    if (line.kind == LineKind::Header) {
-      blocks.push_back({line.name, settings_.size(), settings_.size()});
-    } else if (line.kind == LineKind::Setting) {
-      if (blocks.empty()) blocks.push_back({kDefaultStanza, 0, 0});
-      settings_.emplace_back(line.name, line.value);
-      blocks.back().end = settings_.size();
-    }
+  std::vector<Block> blocks = readLines(report);
+  if (!std::ranges::is_sorted(blocks, {}, &Block::stanza)) {
+    std::ranges::stable_sort(blocks, {}, &Block::stanza);
   }
-  std::ranges::stable_sort(blocks, {}, &Block::stanza);
-
   stanzas_.reserve(blocks.size());
   for (auto first = blocks.begin(); first != blocks.end();) {
     const auto last = std::find_if(
@@ -127,9 +116,55 @@ ConfFile::ConfFile(std::filesystem::path path, FileBytes bytes, Report report)
       }
       settings = joined;
     }
-    stanzas_.push_back({first->stanza, keepLastOfEachKey(settings)});
+    addStanza(first->stanza, keepLastOfEachKey(settings), report);
     first = last;
   }
+}
+
+std::vector<ConfFile::Block> ConfFile::readLines(Report report) {
+  const auto lines = static_cast<std::size_t>(std::ranges::count(bytes_.view(), '\n')) + 1;
+  settings_.reserve(std::min(lines, kMaxSettings));  // memory that none needs is never touched
+  std::vector<Block> blocks;
+  LogicalLineReader reader(bytes_.view(), path_, keeper_, report);
+  for (LogicalLine line; reader.next(line);) {
+    const bool isHeader = line.kind == LineKind::Header;
+    if (!isHeader && line.kind != LineKind::Setting) continue;
+    if (isHeader ? blocks.size() == kMaxHeaders : settings_.size() == kMaxSettings) {
+      isComplete_ = false;
+      if (report == Report::Yes) {
+        logError(kIniFileLog,
+                 "%s has more than %lu %s: line %lu and all after it are left out, and nothing is "
+                 "written to the file.",
+                 pathToText(path_), isHeader ? kMaxHeaders : kMaxSettings,
+                 isHeader ? "stanza headers" : "settings", reader.lineCount());
+      }
+      reader.stop();
+      continue;
+    }
+    const auto at = static_cast<std::uint32_t>(settings_.size());
+    if (isHeader) {
+      blocks.push_back({line.name, at, at});
+    } else {
+      if (blocks.empty()) blocks.push_back({kDefaultStanza, 0, 0});
+      settings_.emplace_back(line.name, line.value);
+      blocks.back().end = at + 1;
+    }
+  }
+  return blocks;
+}
+
+void ConfFile::addStanza(std::string_view name, std::span<Setting> settings, Report report) {
+  if (settings.size() > kMaxStanzaSettings) {
+    isComplete_ = false;
+    if (report == Report::Yes) {
+      logError(kIniFileLog,
+               "%s has more than %lu settings in [%s]: the last %lu, by the order of their keys, "
+               "are left out, and nothing is written to the file.",
+               pathToText(path_), kMaxStanzaSettings, name, settings.size() - kMaxStanzaSettings);
+    }
+    settings = settings.first(kMaxStanzaSettings);
+  }
+  stanzas_.push_back({name, settings});
 }
 
 const ConfFile::Stanza* ConfFile::find(std::string_view name) const {

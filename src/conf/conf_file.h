@@ -55,6 +55,14 @@ class ConfFile {
   // A file of more bytes is none: sizes within it have 32 bits.
   static constexpr std::size_t kMaxBytes = std::size_t{1} << 30;
 
+  // Limits that keep memory at a few times the file, whatever its lines are: 1,000 models of 2,000
+  // settings take half of the settings. What follows the last setting or header is left out, and
+  // so are the last keys of a stanza.
+  static constexpr std::size_t kMaxSettings = 4'000'000;
+  static constexpr std::size_t kMaxHeaders = 1'000'000;
+  // Each lookup copies the settings of a stanza. A learned model has 2,003 at most.
+  static constexpr std::size_t kMaxStanzaSettings = 200'000;
+
   struct Stanza {
     std::string_view name;
     std::span<const Setting> settings;  // in ascending byte order of the keys
@@ -72,14 +80,23 @@ class ConfFile {
   // In ascending byte order of the names.
   std::span<const Stanza> stanzas() const { return stanzas_; }
   const Stanza* find(std::string_view name) const;
+  // False when the file exceeds a limit, which is logged with what is left out. Such a file must
+  // not be written anew from what was read of it.
+  bool isComplete() const { return isComplete_; }
 
  private:
+  struct Block;
+
+  std::vector<Block> readLines(Report report);
+  void addStanza(std::string_view name, std::span<Setting> settings, Report report);
+
   std::filesystem::path path_;
   FileBytes bytes_;
   TextKeeper keeper_;
   std::vector<Setting> settings_;            // as they stand in the file
   std::deque<std::vector<Setting>> joined_;  // those of stanzas that have several headers
   std::vector<Stanza> stanzas_;
+  bool isComplete_ = true;
 };
 
 // The bytes of a .conf file, or why they cannot be had: what readFile() says of more than

@@ -23,6 +23,11 @@ constexpr std::int64_t kPatternPriority = 0;
 // Once a run has given up, every further write would wait as long again.
 constexpr std::chrono::milliseconds kPatienceAfterwards{1000};
 
+// Steps that one lookup may spend on patterns: the first lookup of a file leaves as much to the
+// second one, which asks for the same name again, and to the rules.
+constexpr std::uint64_t kMaxLookupCost = kMaxFileCost / 2;
+
+
 // The lock file of a file in the tree at `root`. A root that is not there was mistyped: nothing is
 // made below it.
 std::filesystem::path lockFileBelow(const std::filesystem::path& root,
@@ -32,6 +37,9 @@ std::filesystem::path lockFileBelow(const std::filesystem::path& root,
   }
   return writeTarget(target) += ".lock";
 }
+
+// Said of a file that exceeds the limits of ConfFile, or would.
+constexpr const char* kTooLarge = "it holds more settings or stanzas than are read of a file";
 
 FileBytes copyOf(std::string_view text) {
   FileBytes copy{.bytes = std::make_unique_for_overwrite<char[]>(text.size()),  // NOLINT
@@ -225,10 +233,10 @@ void ConfStore::load(Conf& conf) {
 void ConfStore::loadFile(const Conf& conf, Conf::Layer& layer, Report report) {
   const auto path = fileOf(conf, layer);
   layer.identity = fileIdentity(path);
+  layer.added.clear();
+  layer.file.reset();  // first, so that memory holds one of the two
   FileBytes bytes = readConfFile(path);
   const auto error = layer.error = bytes.error;
-  layer.added.clear();
-  layer.file.reset();
   if (!error) {
     layer.file = std::make_unique<ConfFile>(path, std::move(bytes), report);
   } else if (isEncodingError(error)) {
@@ -352,12 +360,26 @@ void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out, std::string_vi
 
 void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out,
                                   std::span<const std::string> names, PatternMatching matching) {
+  MatchBudget budget(kMaxLookupCost);
+  addSettings(conf, out, names, matching == PatternMatching::Yes ? &budget : nullptr);
+}
+
+void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out,
+                                  std::span<const std::string> names, MatchBudget& budget) {
+  const std::uint64_t allowed = std::min(budget.left(), kMaxLookupCost);
+  MatchBudget share(allowed);
+  addSettings(conf, out, names, &share);
+  budget.spend(allowed - share.left());
+}
+
+void ConfStore::addSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
+                            MatchBudget* budget) {
   const std::scoped_lock lock(mutex_);
-  if (matching == PatternMatching::Yes && kLookupLog.isEnabled(LogLevel::Debug)) {
+  if (budget != nullptr && kLookupLog.isEnabled(LogLevel::Debug)) {
     logDebug(kLookupLog, "Performing pattern matching for: %s", joinNames(names));
   }
   for (const auto& name : names) {
-    for (const auto& [priority, isPattern, stanza] : candidates(conf, name, matching)) {
+    for (const auto& [priority, isPattern, stanza] : candidates(conf, name, budget)) {
       if (isPattern && kLookupLog.isEnabled(LogLevel::Debug)) {
         logDebug(kLookupLog, "Pattern '%s' matches with %s", stanza,
                  priority == 0 ? "lowest priority" : "priority " + std::to_string(priority));
@@ -369,27 +391,73 @@ void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out,
 }
 
 std::vector<ConfStore::Candidate> ConfStore::candidates(Conf& conf, const std::string& name,
-                                                        PatternMatching matching) {
+                                                        MatchBudget* budget) {
   std::vector<Candidate> found;
   const auto add = [&](std::string_view stanza, bool isPattern, std::int64_t defaultPriority) {
-    PropertiesMap settings;
-    getExactStanza(conf, settings, stanza);
-    found.push_back({settings.getInt("priority", defaultPriority), isPattern, stanza});
+    found.push_back({priority(conf, stanza, defaultPriority), isPattern, stanza});
   };
   if (const auto exact = occurrences(conf, name); !exact.empty()) {
     add(exact.front().stanza->name, false, kExactPriority);
   }
-  if (matching == PatternMatching::Yes) {
-    // An expression matches no byte that is not UTF-8, but the name of a file may hold any.
-    const std::string matchable = withInvalidUtf8Replaced(name);
-    for (const auto* pattern : patterns(conf)) {
-      if (pattern->matches(matchable)) add(pattern->name(), true, kPatternPriority);
+  if (budget != nullptr) {
+    for (const auto* pattern : matchingPatterns(conf, name, *budget)) {
+      add(pattern->name(), true, kPatternPriority);
     }
   }
   std::ranges::sort(found, [](const Candidate& a, const Candidate& b) {
     return std::tie(b.priority, a.stanza) < std::tie(a.priority, b.stanza);
   });
   return found;
+}
+
+std::int64_t ConfStore::priority(Conf& conf, std::string_view stanza, std::int64_t fallback) {
+  constexpr std::string_view kPriority = "priority";
+  for (const auto& [found, file] : occurrences(conf, stanza)) {
+    if (const auto* setting = found->find(kPriority)) {
+      return PropertiesMap{{kPriority, setting->value()}}.getInt(kPriority, fallback);
+    }
+  }
+  return fallback;
+}
+
+// A pattern that does not compile or costs too much is told once a run.
+std::vector<const StanzaPattern*> ConfStore::matchingPatterns(Conf& conf, const std::string& name,
+                                                              MatchBudget& budget) {
+  // An expression matches no byte that is not UTF-8, but the name of a file may hold any.
+  const std::string matchable = withInvalidUtf8Replaced(name);
+  std::vector<const StanzaPattern*> matching;
+  RecordLimit invalid;
+  RecordLimit costly;
+  const auto isNew = [&](const StanzaPattern* pattern) {
+    return reportedPatterns_.insert(pattern).second;
+  };
+  for (const auto* pattern : patterns(conf)) {
+    const auto answer = pattern->match(matchable, budget);
+    if (budget.isSpent()) {
+      if (isNew(pattern)) {
+        logWarn(kLookupLog,
+                "The stanza patterns cost too much: [%s] and those after it do not apply to %s.",
+                pattern->name(), name);
+      }
+      break;
+    }
+    if (answer == StanzaPattern::Answer::Match) {
+      matching.push_back(pattern);
+    } else if (answer == StanzaPattern::Answer::Invalid) {
+      if (isNew(pattern) && invalid.admit()) pattern->logError();
+    } else if (answer == StanzaPattern::Answer::TooCostly) {
+      if (!isNew(pattern) || !costly.admit()) continue;
+      logWarn(kLookupLog, "The stanza pattern [%s] costs too much and does not apply to %s.",
+              pattern->name(), name);
+    }
+  }
+  if (invalid.omitted() > 0) {
+    logWarn(kLookupLog, "%lu more stanza patterns do not compile.", invalid.omitted());
+  }
+  if (costly.omitted() > 0) {
+    logWarn(kLookupLog, "%lu more stanza patterns cost too much.", costly.omitted());
+  }
+  return matching;
 }
 
 const std::vector<const StanzaPattern*>& ConfStore::patterns(Conf& conf) {
@@ -407,10 +475,9 @@ const std::vector<const StanzaPattern*>& ConfStore::patterns(Conf& conf) {
 }
 
 const StanzaPattern* ConfStore::findPattern(std::string_view stanza) {
+  if (!isStanzaPattern(stanza)) return nullptr;
   const std::scoped_lock lock(patternMutex_);
-  const auto [cached, isNew] = patternCache_.try_emplace(std::string(stanza));
-  if (isNew && isStanzaPattern(stanza)) cached->second.emplace(stanza, pathForm_);
-  return cached->second ? &*cached->second : nullptr;
+  return &patternCache_.try_emplace(std::string(stanza), stanza, pathForm_).first->second;
 }
 
 // --- Writing ---
@@ -505,6 +572,7 @@ void ConfStore::learnOfFile(Conf& conf, const std::filesystem::path& path) {
   LogicalLineReader reader(bytes.view(), path, keeper, Report::No);
   for (LogicalLine line; reader.next(line);) {
     if (line.kind == LineKind::Header) conf.learned_->stanzas.emplace(line.name);
+    if (line.kind == LineKind::Setting) ++conf.learned_->settings;
   }
   conf.learned_->endsInNewline = bytes.size == 0 || bytes.view().ends_with('\n');
 }
@@ -516,6 +584,9 @@ bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
                               const FileLock& lock) {
   learnOfFile(conf, path);
   if (conf.learned_->stanzas.contains(std::string(stanza))) return false;
+  const std::size_t settingsAfter = conf.learned_->settings + settings.entries().size();
+  const bool isFull = conf.learned_->stanzas.size() >= ConfFile::kMaxHeaders;
+  if (isFull || settingsAfter > ConfFile::kMaxSettings) throw std::runtime_error(kTooLarge);
   std::string text = renderHeader(stanza) + "\n";
   for (const auto& [key, entry] : settings.entries()) {
     text += renderSetting(key, entry.value) + "\n";
@@ -534,6 +605,7 @@ bool ConfStore::appendLearned(Conf& conf, const std::filesystem::path& path,
   appendToFile(path, text);
   conf.learned_->identity = fileIdentity(path);
   conf.learned_->stanzas.emplace(stanza);
+  conf.learned_->settings = settingsAfter;
   conf.learned_->endsInNewline = true;
   conf.loaded_ = false;
   logSaved(path);
@@ -597,11 +669,13 @@ void ConfStore::edit(Conf& conf, Conf::Layer& layer, std::string_view stanza,
   }
   const ConfFile none(target, {}, Report::No);
   const ConfFile& old = layer.file != nullptr ? *layer.file : none;
+  if (!old.isComplete()) throw std::runtime_error(kTooLarge);
 
   IniFile file = IniFile::parse(old.bytes(), target, Report::No);
   file.addStanza(stanza);
   for (const auto& [key, entry] : changes.entries()) file.set(stanza, key, entry.value);
   auto edited = std::make_unique<ConfFile>(target, copyOf(file.toText()), Report::No);
+  if (!edited->isComplete()) throw std::runtime_error(kTooLarge);
   if (!isExactEdit(old, *edited, stanza, changes)) {
     throw std::runtime_error("a key or value would not read back the same");
   }
@@ -626,6 +700,9 @@ bool ConfStore::append(Conf& conf, Conf::Layer& layer, std::string_view stanza,
                        const PropertiesMap& changes, const FileLock& lock) {
   const bool isStrongest = &layer == &conf.layers_.front();  // others need their place in the index
   if (!isStrongest || layer.file == nullptr) return false;
+  if (!layer.file->isComplete()) throw std::runtime_error(kTooLarge);
+  const std::size_t headers = layer.file->stanzas().size() + layer.added.size();
+  if (headers >= ConfFile::kMaxHeaders) return false;
   const auto target = fileOf(conf, layer);
   const auto isInTarget = [&](const auto& found) { return found.file->path() == target; };
   if (std::ranges::any_of(occurrences(conf, stanza), isInTarget)) return false;

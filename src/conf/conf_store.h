@@ -23,6 +23,7 @@
 #include "conf/stanza_pattern.h"
 #include "platform/file_lock.h"
 #include "platform/path_form.h"
+#include "util/match_budget.h"
 
 namespace sourcetype {
 
@@ -68,6 +69,7 @@ class Conf {
   struct LearnedFile {
     FileIdentity identity;
     std::unordered_set<std::string> stanzas;
+    std::size_t settings = 0;
     bool endsInNewline = true;
   };
   std::optional<LearnedFile> learned_;
@@ -126,6 +128,12 @@ class ConfStore {
   // of the stanza of that name and, with `matching`, of the pattern stanzas that match it, by
   // falling "priority" (100 for the exact stanza, 0 for a pattern, where it has none) and, among
   // equals, in byte order of the stanza names. "default" fills what is then missing.
+  //
+  // The expressions of the patterns draw on `budget`, on half of kMaxFileCost at most; those that
+  // are left when it is spent do not apply, which is logged.
+  void getStanzaSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
+                         MatchBudget& budget);
+  // The same with a budget of its own, or without patterns.
   void getStanzaSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
                          PatternMatching matching);
   // The same for a list of names with "|" between them.
@@ -191,7 +199,13 @@ class ConfStore {
   std::span<const Conf::Occurrence> occurrences(Conf& conf, std::string_view stanza);
   const std::vector<const StanzaPattern*>& patterns(Conf& conf);
   const StanzaPattern* findPattern(std::string_view stanza);
-  std::vector<Candidate> candidates(Conf& conf, const std::string& name, PatternMatching matching);
+  // `budget`: for the pattern stanzas; null when these do not count.
+  void addSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
+                   MatchBudget* budget);
+  std::vector<Candidate> candidates(Conf& conf, const std::string& name, MatchBudget* budget);
+  std::vector<const StanzaPattern*> matchingPatterns(Conf& conf, const std::string& name,
+                                                     MatchBudget& budget);
+  std::int64_t priority(Conf& conf, std::string_view stanza, std::int64_t fallback);
   PropertiesMap existingSettings(Conf& conf, std::string_view stanza);
   void learnOfFile(Conf& conf, const std::filesystem::path& path);
   bool appendLearned(Conf& conf, const std::filesystem::path& path, std::string_view stanza,
@@ -212,10 +226,10 @@ class ConfStore {
   PathForm pathForm_;
   std::map<std::string, Conf, std::less<>> confs_;
 
-  // For the life of the process: each name is converted, and compiled, at most once. A name that is
-  // no pattern is remembered as such.
+  // For the life of the process: each name is converted, and compiled, at most once.
   std::mutex patternMutex_;
-  std::unordered_map<std::string, std::optional<StanzaPattern>> patternCache_;
+  std::unordered_map<std::string, StanzaPattern> patternCache_;
+  std::unordered_set<const StanzaPattern*> reportedPatterns_;  // invalid or costly ones
 
   // One for all configurations: a write sees, and leaves, a settled state. Operations call others.
   std::recursive_mutex mutex_;

@@ -75,7 +75,8 @@ IniFile IniFile::parse(std::string_view bytes, const std::filesystem::path& path
       setting->second.value = line.value;
       setting->second.comments = std::exchange(pendingComments, {});
     } else {
-      reader.report("Key used more than once in the same stanza: " + name, line.text);
+      reader.report("Key used more than once in the same stanza",
+                    name + ": " + std::string(line.text));
     }
   }
   file.trailingBlock_ = std::move(pendingComments);

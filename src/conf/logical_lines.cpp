@@ -51,9 +51,17 @@ LogicalLineReader::LogicalLineReader(std::string_view bytes, std::filesystem::pa
   if (report == Report::Yes) reportLoneCarriageReturn();
 }
 
-void LogicalLineReader::report(std::string_view problem, std::string_view text) const {
-  if (report_ == Report::No) return;
+void LogicalLineReader::report(std::string_view problem, std::string_view text) {
+  if (report_ == Report::No || !records_[problem].admit()) return;
   logWarn(kIniFileLog, "%s, line %lu: %s: %s", pathToText(path_), lineCount_, problem, text);
+}
+
+void LogicalLineReader::reportOmittedRecords() {
+  for (const auto& [problem, records] : std::exchange(records_, {})) {
+    if (records.omitted() == 0) continue;
+    logWarn(kIniFileLog, "%s: %s: %lu more lines like these.", pathToText(path_), problem,
+            records.omitted());
+  }
 }
 
 // Once a file: a file with such line ends has as many of them as lines.
@@ -91,7 +99,10 @@ std::string_view LogicalLineReader::takeContinued(std::string_view first, bool& 
 }
 
 bool LogicalLineReader::next(LogicalLine& line) {
-  if (rest_.empty()) return false;
+  if (rest_.empty()) {
+    reportOmittedRecords();
+    return false;
+  }
   const char* begin = rest_.data();
   std::string_view physical = takePhysicalLine();
   if (lineCount_ == 1 && physical.starts_with(kByteOrderMark)) {
@@ -117,7 +128,7 @@ bool LogicalLineReader::next(LogicalLine& line) {
   return true;
 }
 
-void LogicalLineReader::parseHeader(LogicalLine& line) const {
+void LogicalLineReader::parseHeader(LogicalLine& line) {
   const auto text = line.text;
   const auto end = text.rfind(']');
   if (end == std::string_view::npos) {
@@ -129,7 +140,7 @@ void LogicalLineReader::parseHeader(LogicalLine& line) const {
 }
 
 // Where the "=" behind a key with escapes stands; the text's size or more where there is none.
-std::size_t LogicalLineReader::endOfEscapedKey(std::string_view text) const {
+std::size_t LogicalLineReader::endOfEscapedKey(std::string_view text) {
   std::size_t i = 0;
   for (; i < text.size() && text[i] != '='; ++i) {
     if (text[i] == kEscape && ++i == text.size()) {
@@ -139,7 +150,7 @@ std::size_t LogicalLineReader::endOfEscapedKey(std::string_view text) const {
   return i;
 }
 
-void LogicalLineReader::parseSetting(LogicalLine& line) const {
+void LogicalLineReader::parseSetting(LogicalLine& line) {
   const auto text = line.text;
   const std::size_t equals = std::min(text.find('='), text.size());
   const bool escaped = text.substr(0, equals).find(kEscape) != std::string_view::npos;

@@ -9,10 +9,12 @@
 
 #include <deque>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <string_view>
 
 #include "util/logging.h"
+#include "util/record_limit.h"
 
 namespace sourcetype {
 
@@ -62,25 +64,33 @@ class LogicalLineReader {
   // False at the end of the file.
   bool next(LogicalLine& line);
 
+  // Leaves out the rest of the file: next() gives no more lines.
+  void stop() { rest_ = {}; }
+
   // Physical lines read so far.
   std::size_t lineCount() const { return lineCount_; }
 
-  // Logs "<path>, line <number>", `problem` and `text`.
-  void report(std::string_view problem, std::string_view text) const;
+  // Logs "<path>, line <number>", `problem` and `text`; after some records of one problem only
+  // their number, at the end of the file. `problem` must outlive the reader.
+  void report(std::string_view problem, std::string_view text);
+
+  const std::filesystem::path& path() const { return path_; }
 
  private:
   void reportLoneCarriageReturn() const;
   std::string_view takePhysicalLine();
   std::string_view takeContinued(std::string_view first, bool& unfinished);
-  void parseHeader(LogicalLine& line) const;
-  void parseSetting(LogicalLine& line) const;
-  std::size_t endOfEscapedKey(std::string_view text) const;
+  void parseHeader(LogicalLine& line);
+  void parseSetting(LogicalLine& line);
+  std::size_t endOfEscapedKey(std::string_view text);
+  void reportOmittedRecords();
 
   std::string_view rest_;
   std::filesystem::path path_;
   TextKeeper& keeper_;
   Report report_;
   std::size_t lineCount_ = 0;
+  std::map<std::string_view, RecordLimit> records_;  // by problem
 };
 
 // The header of a stanza in a form that reads back as `name`, without a line terminator.

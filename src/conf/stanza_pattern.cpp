@@ -102,17 +102,6 @@ LiteralEnds literalEnds(std::string_view name, PathForm form) {
   return {.prefix = prefix > 0 ? prefix - 1 : 0};
 }
 
-std::optional<Regex> compilePattern(std::string_view name, PathForm form) {
-  const auto expression = expandStanzaPattern(name, form);
-  if (!expression) return std::nullopt;
-  try {
-    return Regex(*expression);
-  } catch (const RegexException& error) {
-    reportInvalidRegex(kLog, *expression, error.what(), name, {});
-    return std::nullopt;
-  }
-}
-
 }  // namespace
 
 bool isStanzaPattern(std::string_view name) {
@@ -147,8 +136,25 @@ std::optional<std::string> expandStanzaPattern(std::string_view stanzaName, Path
 }
 
 struct StanzaPattern::Compiled {
+  struct Expression {
+    std::string text;
+    std::optional<Regex> regex;
+    std::string error;  // why there is no regex
+  };
+
+  void make(std::string_view name, PathForm form) {
+    const auto text = expandStanzaPattern(name, form);
+    if (!text) return;
+    expression = std::make_unique<Expression>(Expression{.text = *text, .regex = {}, .error = {}});
+    try {
+      expression->regex.emplace(*text);
+    } catch (const RegexException& failure) {
+      expression->error = failure.what();
+    }
+  }
+
   std::once_flag once;
-  std::optional<Regex> regex;
+  std::unique_ptr<Expression> expression;  // null when the name is no pattern
 };
 
 StanzaPattern::StanzaPattern(std::string_view stanzaName, PathForm form)
@@ -162,18 +168,39 @@ StanzaPattern::StanzaPattern(StanzaPattern&&) noexcept = default;
 StanzaPattern& StanzaPattern::operator=(StanzaPattern&&) noexcept = default;
 StanzaPattern::~StanzaPattern() = default;
 
-bool StanzaPattern::matches(std::string_view wholeName) const {
+bool StanzaPattern::hasLiteralTextOf(std::string_view wholeName) const {
   const std::string_view name = name_;
   if (!wholeName.starts_with(name.substr(0, prefixSize_))) return false;
   if (!wholeName.ends_with(name.substr(name.size() - suffixSize_))) return false;
-  if (isPlain_) {
-    const auto ends = prefixSize_ + suffixSize_;
-    if (wholeName.size() < ends) return false;
-    const auto between = [&](auto text) { return text.substr(prefixSize_, text.size() - ends); };
-    if (!hasLiteralsInOrder(between(name), between(wholeName))) return false;
+  if (!isPlain_) return true;
+  const auto ends = prefixSize_ + suffixSize_;
+  if (wholeName.size() < ends) return false;
+  const auto between = [&](auto text) { return text.substr(prefixSize_, text.size() - ends); };
+  return hasLiteralsInOrder(between(name), between(wholeName));
+}
+
+StanzaPattern::Answer StanzaPattern::match(std::string_view wholeName, MatchBudget& budget) const {
+  if (!hasLiteralTextOf(wholeName)) return Answer::NoMatch;
+  std::call_once(compiled_->once, [&] { compiled_->make(name_, form_); });
+  const auto* expression = compiled_->expression.get();
+  if (expression == nullptr) return Answer::NoMatch;
+  budget.spend(MatchBudget::compilingCost(expression->text.size()));
+  if (!expression->regex) return Answer::Invalid;
+  MatchResult groups;  // nobody reads them
+  switch (expression->regex->tryMatch(wholeName, groups, budget, Regex::Mode::Whole)) {
+    case Regex::Answer::NoMatch:
+      return Answer::NoMatch;
+    case Regex::Answer::Match:
+      return Answer::Match;
+    case Regex::Answer::TooCostly:
+      break;
   }
-  std::call_once(compiled_->once, [&] { compiled_->regex = compilePattern(name, form_); });
-  return compiled_->regex && compiled_->regex->match(wholeName, Regex::Mode::Whole);
+  return Answer::TooCostly;
+}
+
+void StanzaPattern::logError() const {
+  const auto& expression = *compiled_->expression;
+  reportInvalidRegex(kLog, expression.text, expression.error, name_, {});
 }
 
 }  // namespace sourcetype

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "platform/path_form.h"
+#include "util/match_budget.h"
 
 namespace sourcetype {
 
@@ -27,8 +28,7 @@ std::optional<std::string> expandStanzaPattern(std::string_view stanzaName,
                                                PathForm form = nativePathForm());
 
 // One pattern stanza. Cheap to make: the expression is compiled when a name first gets past the
-// literal text at the ends of the pattern. An expression that does not compile is logged then and
-// matches nothing. matches() may be called from several threads.
+// literal text at the ends of the pattern. match() may be called from several threads.
 class StanzaPattern {
  public:
   // A name that is no pattern gives an object that matches nothing.
@@ -39,11 +39,19 @@ class StanzaPattern {
 
   const std::string& name() const { return name_; }
 
-  // True when the expression spans all of `wholeName`, the part up to the "::" included.
-  bool matches(std::string_view wholeName) const;
+  // Match: the expression spans all of `wholeName`, the part up to the "::" included. Invalid: it
+  // does not compile. TooCostly: the search reached its limit or the end of the budget.
+  enum class Answer { NoMatch, Match, TooCostly, Invalid };
+  Answer match(std::string_view wholeName, MatchBudget& budget) const;
+
+  // Says at WARN why the expression is Invalid.
+  void logError() const;
 
  private:
   struct Compiled;
+
+  // Comparing costs nothing beside compiling.
+  bool hasLiteralTextOf(std::string_view wholeName) const;
 
   std::string name_;
   PathForm form_;

@@ -16,7 +16,7 @@ std::string found(const std::string& props, const std::string& text,
   const TempTree tree;
   tree.write("system/local/props.conf", props);
   ConfStore store(tree.root());
-  MatchBudget budget(kMaxRuleCost);
+  MatchBudget budget(kMaxFileCost);
   return Rules(store)
       .findRuleSourcetype(readSampleText(text, {}, "text"), timing, budget)
       .value_or("(none)");
@@ -112,7 +112,7 @@ TEST(Rules, WithFaultsAreReportedOnce) {
   Rules rules(store);
   ::testing::internal::CaptureStderr();
   for (int i = 0; i < 2; ++i) {
-    MatchBudget budget(kMaxRuleCost);
+    MatchBudget budget(kMaxFileCost);
     rules.findRuleSourcetype(readSampleText("x\n", {}, "text"), RuleTiming::BeforeModels, budget);
   }
   const auto log = ::testing::internal::GetCapturedStderr();

@@ -49,8 +49,13 @@ struct PatternCase {
   PathForm form;
   bool matches;
 };
+bool matches(const StanzaPattern& pattern, std::string_view name) {
+  MatchBudget budget(kMaxFileCost);
+  return pattern.match(name, budget) == StanzaPattern::Answer::Match;
+}
+
 TEST(StanzaPattern, MatchesWholeNames) {
-  for (const auto& [pattern, name, form, matches] : {
+  for (const auto& [pattern, name, form, expected] : {
            PatternCase{R"(source::...\access*)", R"(source::C:\logs\access.log)", kWindowsPathForm,
                        true},
            {R"(source::...\access*)", R"(source::D:\x\y\access_2)", kWindowsPathForm, true},
@@ -85,8 +90,8 @@ TEST(StanzaPattern, MatchesWholeNames) {
            {"(*ACCEPT)::a*b", "", kPosixPathForm, true},
        }) {
     const StanzaPattern stanza(pattern, form);
-    EXPECT_EQ(stanza.matches(name), matches) << pattern << " on " << name;
-    EXPECT_EQ(stanza.matches(name), matches) << "second time: " << pattern << " on " << name;
+    EXPECT_EQ(matches(stanza, name), expected) << pattern << " on " << name;
+    EXPECT_EQ(matches(stanza, name), expected) << "second time: " << pattern << " on " << name;
   }
 }
 
@@ -122,7 +127,7 @@ TEST(StanzaPattern, AnswersAsItsExpressionDoes) {
       });
       const bool expected = regex->match(subject, Regex::Mode::Whole);
       matched += expected ? 1 : 0;
-      ASSERT_EQ(stanza.matches(subject), expected) << name << " on " << subject;
+      ASSERT_EQ(matches(stanza, subject), expected) << name << " on " << subject;
     }
   }
   EXPECT_GT(matched, 500);
