@@ -6,13 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <charconv>
-#include <optional>
 #include <thread>
 #include <utility>
 
+#include "platform/file_attributes_posix.h"
 #include "platform/path_form.h"
 #include "platform/system_error.h"
 #include "platform/temporary_name.h"
@@ -30,8 +28,6 @@ constexpr int kTriesToOpenLock = 10;
 
 constexpr mode_t kOwnerOnly = 0600;
 constexpr mode_t kNewFileMode = 0666;  // less what the account's umask takes away
-constexpr mode_t kPermissionBits = 0777;
-constexpr mode_t kGroupRights = 070;
 
 [[noreturn]] void throwLastError(const std::string& what, const std::filesystem::path& path) {
   throw std::system_error(lastSystemError(), what + " " + pathToText(path));
@@ -91,60 +87,18 @@ void syncDirectory(const std::filesystem::path& directory) {
   if (handle.isOpen()) ::fsync(handle.number());
 }
 
-// What the account takes away from the permissions of new files, as Linux tells it.
-std::optional<mode_t> umaskOfStatus() {
-  constexpr std::string_view kKey = "\nUmask:\t";
-  constexpr int kOctal = 8;
-  std::array<char, 4096> buffer{};  // it stands in the second line
-  const std::string_view status(buffer.data(), InputFile("/proc/self/status").read(buffer));
-  const auto key = status.find(kKey);
-  if (key == std::string_view::npos) return std::nullopt;
-  const auto value = status.substr(key + kKey.size());
-  mode_t mask = 0;
-  if (std::from_chars(value.data(), value.data() + value.size(), mask, kOctal).ec != std::errc()) {
-    return std::nullopt;
+// Gives a file the attributes of the file `model`, or those of a new file at `path` where there is
+// no model.
+void setAttributes(const Descriptor& file, const std::filesystem::path& path,
+                   const std::filesystem::path& model) {
+  const Descriptor old(openRetrying(model.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+  if (old.isOpen()) {
+    copyFileAttributes(old.number(), file.number(), model);
+  } else if (errno == ENOENT) {
+    setNewFileRights(file.number(), path);
+  } else {
+    throwLastError("cannot examine", model);
   }
-  return mask;
-}
-
-// Other systems tell it only by setting another one for a moment, in which a file that another
-// thread makes is its owner's alone.
-mode_t umaskBySetting() {
-  const mode_t mask = ::umask(static_cast<mode_t>(~kOwnerOnly) & kPermissionBits);
-  ::umask(mask);
-  return mask;
-}
-
-// Found out once.
-mode_t newFileMode() {
-  static const mode_t kMask = [] {
-    const auto told = umaskOfStatus();
-    return told ? *told : umaskBySetting();
-  }();
-  return kNewFileMode & ~kMask;
-}
-
-// Gives a file the owner and group of another, or the group alone where this account may not give
-// it away; false when not even that is allowed.
-bool giveToOwnerOf(const struct stat& other, const Descriptor& file) {
-  constexpr auto kSameOwner = static_cast<uid_t>(-1);
-  return ::fchown(file.number(), other.st_uid, other.st_gid) == 0 ||
-         ::fchown(file.number(), kSameOwner, other.st_gid) == 0;
-}
-
-// Gives a file the owner and permissions of the file `model`, or of a new one where there is none.
-void setPermissions(const Descriptor& file, const std::filesystem::path& model) {
-  struct stat old {};
-  if (::stat(model.c_str(), &old) != 0) {
-    if (errno != ENOENT) throwLastError("cannot examine", model);
-    ::fchmod(file.number(), newFileMode());  // some file systems have no permissions to set
-    return;
-  }
-  // Where not even the group can be kept, its rights are not for whatever group the file has
-  // instead.
-  mode_t mode = old.st_mode & kPermissionBits;
-  if (!giveToOwnerOf(old, file)) mode &= ~kGroupRights;
-  if (::fchmod(file.number(), mode) != 0) throwLastError("cannot keep the permissions of", model);
 }
 
 // A uniquely named empty file that is deleted again unless it was renamed to its target.
@@ -190,34 +144,10 @@ mode_t lockFileMode(const struct stat& directory) {
   return kOwnerOnly | writers | (writers << 1U);  // to read is one bit above to write
 }
 
-// The same for a lock file that may have another owner or group than its directory. Where that
-// would keep out somebody who may write there, all may read it, which is enough to lock, and the
-// wrong group gets no more than that.
-mode_t lockFileMode(const struct stat& directory, const struct stat& file) {
-  constexpr mode_t kMayRead = 0444;
-  const bool groupWrites = (directory.st_mode & S_IWGRP) != 0;
-  const bool hasGroup = file.st_gid == directory.st_gid;
-  const bool letsOwnerIn = file.st_uid == directory.st_uid || (groupWrites && hasGroup);
-  const mode_t mode = lockFileMode(directory);
-  if (letsOwnerIn && (hasGroup || !groupWrites)) return mode;
-  return (mode & ~kGroupRights) | kMayRead;
-}
-
 // Whether this account made the file as a lock file. Whoever may write to the directory could have
 // linked or moved another file of the account's there, but a lock file has one name and no content.
 bool isOwnLockFile(const struct stat& file) {
   return file.st_uid == ::geteuid() && file.st_nlink == 1 && file.st_size == 0;
-}
-
-// Makes a lock file of this account as much its directory's as this account may: root gives it to
-// the owner, a member of the group to the group.
-void shareLockFile(const Descriptor& file, struct stat status, const struct stat& directory) {
-  if (status.st_uid != directory.st_uid || status.st_gid != directory.st_gid) {
-    giveToOwnerOf(directory, file);
-    ::fstat(file.number(), &status);
-  }
-  const mode_t mode = lockFileMode(directory, status);
-  if ((status.st_mode & kPermissionBits) != mode) ::fchmod(file.number(), mode);
 }
 
 // Opens a lock file, which it makes where there is none; closed, with errno set, on failure.
@@ -249,7 +179,7 @@ Descriptor sharedLockFile(const std::filesystem::path& path) {
     errno = EINVAL;
     throwLastError("will not lock what is no regular file", path);
   }
-  if (isOwnLockFile(status)) shareLockFile(file, status, directory);
+  if (isOwnLockFile(status)) shareLockFile(file.number(), directoryOf(path));
   return file;
 }
 
@@ -359,7 +289,7 @@ void replaceFile(const std::filesystem::path& target, std::string_view content,
   std::filesystem::create_directories(directoryOf(file));
   TemporaryFile temporary(file);
   writeAll(temporary.file(), content, file);
-  setPermissions(temporary.file(), model);
+  setAttributes(temporary.file(), file, model);
   sync(temporary.file(), file);
   temporary.renameTo(file);
   syncDirectory(directoryOf(file));
