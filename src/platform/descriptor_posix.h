@@ -17,8 +17,6 @@
 namespace sourcetype {
 
 inline constexpr mode_t kOwnerOnly = 0600;
-inline constexpr mode_t kPermissionBits = 0777;
-inline constexpr mode_t kGroupRights = 070;
 
 [[noreturn]] inline void throwLastError(const std::string& what,
                                         const std::filesystem::path& path) {
@@ -54,14 +52,6 @@ auto retrying(const Call& call) {
 
 inline int openRetrying(const char* path, int flags, mode_t mode = 0) {
   return retrying([&] { return ::open(path, flags | O_CLOEXEC, mode); });
-}
-
-// Gives a file the owner and group of another, or the group alone where this account may not give
-// it away; false when not even that is allowed.
-inline bool giveToOwnerOf(const struct stat& other, const Descriptor& file) {
-  constexpr auto kSameOwner = static_cast<uid_t>(-1);
-  return ::fchown(file.number(), other.st_uid, other.st_gid) == 0 ||
-         ::fchown(file.number(), kSameOwner, other.st_gid) == 0;
 }
 
 // Whether `path` names the open file itself, and not another one or a link to it.

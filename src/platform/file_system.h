@@ -94,13 +94,15 @@ std::filesystem::path writeTarget(std::filesystem::path path);
 
 // Replaces the content of `target` as one step: a reader sees the old bytes or the new ones, also
 // after a crash. The content goes to a temporary file in the same directory, is synced and renamed.
-// When `target` is a symbolic link the file it names is replaced. Permissions are kept, those of a
-// new file are what the account gives its files; directories that are missing are made. Throws
-// std::system_error, and LockLost where `lock`, if there is one, is not held any more; the target
-// is then unchanged.
+// When `target` is a symbolic link the file it names is replaced. Permissions are kept, on POSIX
+// systems with access lists and extended attributes; a new file has the permissions that the
+// system gives new files there. Missing directories are made. Throws std::system_error, also where
+// the permissions cannot be kept, and LockLost where `lock`, if there is one, is not held any more;
+// the target is then unchanged.
 void replaceFile(const std::filesystem::path& target, std::string_view content,
                  const FileLock* lock = nullptr);
-// The same with the owner and permissions of the file `model`, whether or not there was a target.
+// The same with the owner, permissions and attributes of the file `model`, whether or not there was
+// a target. On POSIX systems `model` must not be a link.
 void replaceFile(const std::filesystem::path& target, std::string_view content,
                  const std::filesystem::path& model, const FileLock* lock = nullptr);
 

@@ -5,13 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <charconv>
-#include <optional>
 #include <utility>
 
 #include "platform/descriptor_posix.h"
+#include "platform/file_attributes_posix.h"
 #include "platform/file_lock.h"
 #include "platform/path_form.h"
 #include "platform/temporary_name.h"
@@ -64,52 +62,18 @@ void syncDirectory(const std::filesystem::path& directory) {
   if (handle.isOpen()) ::fsync(handle.number());
 }
 
-// What the account takes away from the permissions of new files, as Linux tells it.
-std::optional<mode_t> umaskOfStatus() {
-  constexpr std::string_view kKey = "\nUmask:\t";
-  constexpr int kOctal = 8;
-  std::array<char, 4096> buffer{};  // it stands in the second line
-  const std::string_view status(buffer.data(), InputFile("/proc/self/status").read(buffer));
-  const auto key = status.find(kKey);
-  if (key == std::string_view::npos) return std::nullopt;
-  const auto value = status.substr(key + kKey.size());
-  mode_t mask = 0;
-  if (std::from_chars(value.data(), value.data() + value.size(), mask, kOctal).ec != std::errc()) {
-    return std::nullopt;
+// Gives a file the attributes of the file `model`, or those of a new file at `path` where there is
+// no model.
+void setAttributes(const Descriptor& file, const std::filesystem::path& path,
+                   const std::filesystem::path& model) {
+  const Descriptor old(openRetrying(model.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+  if (old.isOpen()) {
+    copyFileAttributes(old.number(), file.number(), model);
+  } else if (errno == ENOENT) {
+    setNewFileRights(file.number(), path);
+  } else {
+    throwLastError("cannot examine", model);
   }
-  return mask;
-}
-
-// Other systems tell it only by setting another one for a moment, in which a file that another
-// thread makes is its owner's alone.
-mode_t umaskBySetting() {
-  const mode_t mask = ::umask(static_cast<mode_t>(~kOwnerOnly) & kPermissionBits);
-  ::umask(mask);
-  return mask;
-}
-
-// Found out once.
-mode_t newFileMode() {
-  static const mode_t kMask = [] {
-    const auto told = umaskOfStatus();
-    return told ? *told : umaskBySetting();
-  }();
-  return kNewFileMode & ~kMask;
-}
-
-// Gives a file the owner and permissions of the file `model`, or of a new one where there is none.
-void setPermissions(const Descriptor& file, const std::filesystem::path& model) {
-  struct stat old {};
-  if (::stat(model.c_str(), &old) != 0) {
-    if (errno != ENOENT) throwLastError("cannot examine", model);
-    ::fchmod(file.number(), newFileMode());  // some file systems have no permissions to set
-    return;
-  }
-  // Where not even the group can be kept, its rights are not for whatever group the file has
-  // instead.
-  mode_t mode = old.st_mode & kPermissionBits;
-  if (!giveToOwnerOf(old, file)) mode &= ~kGroupRights;
-  if (::fchmod(file.number(), mode) != 0) throwLastError("cannot keep the permissions of", model);
 }
 
 // A uniquely named empty file that is deleted again unless it was renamed to its target.
@@ -257,7 +221,7 @@ void replaceFile(const std::filesystem::path& target, std::string_view content,
   createDirectories(directoryOf(file));
   TemporaryFile temporary(file);
   writeAll(temporary.file(), content, file);
-  setPermissions(temporary.file(), model);
+  setAttributes(temporary.file(), file, model);
   sync(temporary.file(), file);
   if (lock != nullptr) lock->ensureHeld();
   temporary.renameTo(file);

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "platform/descriptor_posix.h"
+#include "platform/file_attributes_posix.h"
 #include "platform/file_system.h"
 
 namespace sourcetype {
@@ -24,34 +25,10 @@ mode_t lockFileMode(const struct stat& directory) {
   return kOwnerOnly | writers | (writers << 1U);  // to read is one bit above to write
 }
 
-// The same for a lock file that may have another owner or group than its directory. Where that
-// would keep out somebody who may write there, all may read it, which is enough to lock, and the
-// wrong group gets no more than that.
-mode_t lockFileMode(const struct stat& directory, const struct stat& file) {
-  constexpr mode_t kMayRead = 0444;
-  const bool groupWrites = (directory.st_mode & S_IWGRP) != 0;
-  const bool hasGroup = file.st_gid == directory.st_gid;
-  const bool letsOwnerIn = file.st_uid == directory.st_uid || (groupWrites && hasGroup);
-  const mode_t mode = lockFileMode(directory);
-  if (letsOwnerIn && (hasGroup || !groupWrites)) return mode;
-  return (mode & ~kGroupRights) | kMayRead;
-}
-
 // Whether this account made the file as a lock file. Whoever may write to the directory could have
 // linked or moved another file of the account's there, but a lock file has one name and no content.
 bool isOwnLockFile(const struct stat& file) {
   return file.st_uid == ::geteuid() && file.st_nlink == 1 && file.st_size == 0;
-}
-
-// Makes a lock file of this account as much its directory's as this account may: root gives it to
-// the owner, a member of the group to the group.
-void shareLockFile(const Descriptor& file, struct stat status, const struct stat& directory) {
-  if (status.st_uid != directory.st_uid || status.st_gid != directory.st_gid) {
-    giveToOwnerOf(directory, file);
-    ::fstat(file.number(), &status);
-  }
-  const mode_t mode = lockFileMode(directory, status);
-  if ((status.st_mode & kPermissionBits) != mode) ::fchmod(file.number(), mode);
 }
 
 // Opens a lock file, which it makes where there is none; closed, with errno set, on failure.
@@ -83,7 +60,7 @@ Descriptor sharedLockFile(const std::filesystem::path& path) {
     errno = EINVAL;
     throwLastError("will not lock what is no regular file", path);
   }
-  if (isOwnLockFile(status)) shareLockFile(file, status, directory);
+  if (isOwnLockFile(status)) shareLockFile(file.number(), directoryOf(path));
   return file;
 }
 

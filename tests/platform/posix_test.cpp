@@ -1,14 +1,18 @@
-// What only POSIX has: permissions of new files, and files of unknown size.
+// What only POSIX has: permissions, access lists, extended attributes, and files of unknown size.
 
+#include <acl/libacl.h>
 #include <gtest/gtest.h>
+#include <sys/acl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
 #include <csignal>
 #include <future>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -84,21 +88,128 @@ class ActingAs {
   }
 };
 
+// Access lists as short texts: "u::rw-,u:1234:r--,g::---,m::r--,o::---".
+bool setList(const std::filesystem::path& path, acl_type_t type, const char* text) {
+  acl_t list = ::acl_from_text(text);
+  const bool isSet = ::acl_set_file(path.c_str(), type, list) == 0;
+  ::acl_free(list);
+  return isSet;
+}
+
+std::string listOf(const std::filesystem::path& path) {
+  acl_t list = ::acl_get_file(path.c_str(), ACL_TYPE_ACCESS);
+  char* const text = ::acl_to_any_text(list, "", ',', TEXT_ABBREVIATE | TEXT_NUMERIC_IDS);
+  std::string result = text;
+  ::acl_free(text);
+  ::acl_free(list);
+  return result;
+}
+
+bool setAttribute(const std::filesystem::path& path, const char* name, std::string_view value) {
+  return ::setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;
+}
+
+std::string attributeOf(const std::filesystem::path& path, const char* name) {
+  std::array<char, 16> value{};
+  const auto size = ::getxattr(path.c_str(), name, value.data(), value.size());
+  return size < 0 ? "none" : std::string(value.data(), static_cast<std::size_t>(size));
+}
+
+constexpr const char* kDefaultList = "u::rwx,u:1234:rwx,u:1235:r-x,g::r-x,m::rwx,o::---";
+
+TEST(ReplacedFile, KeepsItsAccessListAndAttributes) {
+  const TempTree tree;
+  if (!setList(tree.root(), ACL_TYPE_DEFAULT, kDefaultList)) GTEST_SKIP() << "no access lists";
+  const auto file = tree.path("file");
+  const auto copy = tree.path("copy");
+  std::optional<ActingAs> acting;  // root may set attributes whatever the permissions
+  if (::geteuid() == 0) {
+    ASSERT_EQ(::chown(tree.root().c_str(), kOwner.user, kOwner.group), 0);
+    acting.emplace(kOwner);
+  }
+  for (const char* list :
+       {"u::rw-,u:1234:rw-,g::---,m::rw-,o::---", "u::r--,u:1234:rwx,g::rw-,m::r--,o::---",
+        "u::rw-,g::r--,o::r--", "u::r--,g::---,o::---"}) {
+    std::filesystem::remove(file);
+    std::filesystem::remove(copy);
+    tree.write("file", "old");
+    const bool hasAttributes = setAttribute(file, "user.note", "mine");
+    ASSERT_TRUE(setList(file, ACL_TYPE_ACCESS, list));
+    replaceFile(copy, "new", file);
+    replaceFile(file, "new");
+    for (const auto& replaced : {file, copy}) {
+      EXPECT_EQ(listOf(replaced), list);
+      EXPECT_EQ(attributeOf(replaced, "user.note"), hasAttributes ? "mine" : "none");
+    }
+  }
+}
+
+TEST(ReplacedFile, LosesOnlyWhatThisAccountMayNotGive) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can act as others";
+  const TempTree tree;
+  const auto file = tree.write("file", "old");
+  constexpr gid_t kForeignGroup = 65500;
+  ASSERT_EQ(::chown(tree.root().c_str(), kOwner.user, kOwner.group), 0);
+  ASSERT_EQ(::chown(file.c_str(), 0, kForeignGroup), 0);
+  if (!setList(file, ACL_TYPE_ACCESS, "u::rw-,u:1234:rw-,g::rw-,m::rw-,o::r--") ||
+      !setAttribute(file, "user.note", "mine") || !setAttribute(file, "security.note", "label")) {
+    GTEST_SKIP() << "no access lists or attributes";
+  }
+  replaceFile(file, "new");
+  EXPECT_EQ(listOf(file), "u::rw-,u:1234:rw-,g::rw-,m::rw-,o::r--");
+  EXPECT_EQ(attributeOf(file, "security.note"), "label");
+  {
+    const ActingAs acting(kOwner);
+    replaceFile(file, "new");
+  }
+  EXPECT_EQ(listOf(file), "u::rw-,u:1234:rw-,g::---,m::rw-,o::r--");
+  EXPECT_EQ(attributeOf(file, "user.note"), "mine");
+  EXPECT_EQ(attributeOf(file, "security.note"), "none");
+}
+
+TEST(NewFile, HasTheRightsThatItsDirectoryGives) {
+  for (const char* list : {kDefaultList, "u::rwx,g::rwx,o::---"}) {
+    const TempTree tree;
+    if (!setList(tree.root(), ACL_TYPE_DEFAULT, list)) GTEST_SKIP() << "no access lists";
+    const auto made = tree.write("made", "");
+    replaceFile(tree.path("replaced"), "");
+    EXPECT_EQ(listOf(tree.path("replaced")), listOf(made));
+  }
+}
+
+TEST(LockFile, IsForWhoeverTheAccessListOfItsDirectoryLetsWrite) {
+  const TempTree tree;
+  if (!setList(tree.root(), ACL_TYPE_DEFAULT, kDefaultList)) GTEST_SKIP() << "no access lists";
+  for (const auto& [directory, lock] :
+       {std::pair{"u::rwx,g::r-x,o::r-x", "u::rw-,g::---,o::---"},
+        {"u::rwx,u:1234:rwx,u:1235:r-x,g::r-x,m::rwx,o::---",
+         "u::rw-,u:1234:rw-,u:1235:---,g::---,m::rw-,o::---"},
+        {"u::rwx,u:1234:rwx,g::rwx,m::r-x,o::r-x", "u::rw-,u:1234:rw-,g::rw-,m::---,o::---"}}) {
+    ASSERT_TRUE(setList(tree.root(), ACL_TYPE_ACCESS, directory));
+    { const FileLock held(tree.path("x.lock"), std::chrono::milliseconds(0)); }
+    EXPECT_EQ(listOf(tree.path("x.lock")), lock);
+  }
+}
+
 TEST(LockFile, IsForThemAlsoWhenAnotherAccountMadeIt) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can act as others";
   struct Row {
     int directory;
     Account first, next;
     int lock;
+    const char* list = nullptr;  // the directory's
   };
-  for (const auto& [directory, first, next, lock] : {Row{0755, kRoot, kOwner, 0600},
-                                                     {0775, kRoot, kMember, 0660},
-                                                     {0775, kMember, kOtherMember, 0660},
-                                                     {0775, kOwner, kMember, 0644}}) {
+  for (const auto& [directory, first, next, lock, list] :
+       {Row{0755, kRoot, kOwner, 0600},
+        {0775, kRoot, kMember, 0660},
+        {0775, kMember, kOtherMember, 0660},
+        {0775, kOwner, kMember, 0644},
+        {0775, kMember, kOwner, 0664, "u::rwx,u:65533:rwx,g::r-x,m::rwx,o::r-x"}}) {
     SCOPED_TRACE(std::to_string(first.user) + " before " + std::to_string(next.user));
     const TempTree tree;
     ASSERT_EQ(::chown(tree.root().c_str(), kOwner.user, kSharedGroup), 0);
     std::filesystem::permissions(tree.root(), perms(directory));
+    if (list != nullptr && !setList(tree.root(), ACL_TYPE_ACCESS, list)) continue;
     for (const auto& account : {first, next}) {
       const ActingAs acting(account);
       EXPECT_NO_THROW(FileLock(tree.path("x.lock"), std::chrono::milliseconds(0)));
