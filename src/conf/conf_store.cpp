@@ -27,7 +27,6 @@ constexpr std::chrono::milliseconds kPatienceAfterwards{1000};
 // second one, which asks for the same name again, and to the rules.
 constexpr std::uint64_t kMaxLookupCost = kMaxFileCost / 2;
 
-
 // The lock file of a file in the tree at `root`. A root that is not there was mistyped: nothing is
 // made below it.
 std::filesystem::path lockFileBelow(const std::filesystem::path& root,

@@ -90,27 +90,26 @@ bool isKeptAttribute(std::string_view attribute) {
           std::ranges::find(kOfContent, attribute) == kOfContent.end());
 }
 
-bool copyAttribute(int from, int to, const std::string& attribute) {
-  std::string value(XATTR_SIZE_MAX, '\0');
-  const ssize_t size = ::fgetxattr(from, attribute.c_str(), value.data(), value.size());
+bool copyAttribute(int from, int to, const char* attribute) {
+  std::array<char, XATTR_SIZE_MAX> value;  // NOLINT: it is filled next
+  const ssize_t size = ::fgetxattr(from, attribute, value.data(), value.size());
   if (size < 0) return errno == ENODATA;  // another process has removed it
-  return ::fsetxattr(to, attribute.c_str(), value.data(), static_cast<std::size_t>(size), 0) == 0;
+  return ::fsetxattr(to, attribute, value.data(), static_cast<std::size_t>(size), 0) == 0;
 }
 
 // A security label that this account may not set is left as the system chose it for a new file.
 void copyExtendedAttributes(int from, int to, const std::filesystem::path& name) {
-  std::string names(XATTR_LIST_MAX, '\0');
+  std::array<char, XATTR_LIST_MAX> names;  // NOLINT: it is filled next
   const ssize_t size = ::flistxattr(from, names.data(), names.size());
   if (size < 0 && errno == ENOTSUP) return;  // the file system has none
   if (size < 0) throwLastError("cannot list the extended attributes of", name);
-  names.resize(static_cast<std::size_t>(size));
-  for (std::size_t begin = 0; begin < names.size();) {
-    const std::string attribute = names.c_str() + begin;
-    begin += attribute.size() + 1;
+  const char* const end = names.data() + size;
+  for (const char *attribute = names.data(), *next = nullptr; attribute < end; attribute = next) {
+    next = attribute + std::string_view(attribute).size() + 1;
     if (!isKeptAttribute(attribute) || copyAttribute(from, to, attribute)) continue;
     const bool isForbidden = errno == EPERM || errno == EACCES || errno == ENOTSUP;
     if (isSecurityAttribute(attribute) && isForbidden) continue;
-    throwLastError("cannot keep the extended attribute " + attribute + " of", name);
+    throwLastError("cannot keep the extended attribute " + std::string(attribute) + " of", name);
   }
 }
 
@@ -214,11 +213,12 @@ void copyFileAttributes(int from, int to, const std::filesystem::path& name) {
   if (!setAccessList(to, list)) throwLastError("cannot keep the permissions of", name);
 }
 
-void setNewFileRights(int file, const std::filesystem::path& name) {
+void setNewFileRights(int file, const std::filesystem::path& directory) {
   // The file has the named entries of the default list since it was made. Setting the bits sets the
   // mask, as making the file with these bits would have done.
-  const AccessList list(::acl_get_file(directoryOf(name).c_str(), ACL_TYPE_DEFAULT));
-  if (!list && errno != ENOTSUP) throwLastError("cannot find out the rights of the new file", name);
+  const AccessList list(::acl_get_file(directory.c_str(), ACL_TYPE_DEFAULT));
+  if (!list && errno != ENOTSUP)
+    throwLastError("cannot find out the rights of new files in", directory);
   const auto mode = list ? modeOf(list) : std::nullopt;
   ::fchmod(file, kNewFileMode & (mode ? *mode : ~umaskOfProcess()));
 }

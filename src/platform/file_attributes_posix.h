@@ -1,6 +1,8 @@
 // Who may use a file and what is attached to it, beside its content: owner, group, permission bits,
 // access lists and extended attributes (POSIX systems). What fails throws std::system_error with
-// the path `name`, which is otherwise not looked at.
+// the path `name`, which is otherwise not looked at, or `directory`. As long as nothing fails, no
+// operator new is called: where memory runs out a run ends at once, and would leave a temporary
+// file.
 #pragma once
 
 #include <sys/types.h>
@@ -15,10 +17,10 @@ namespace sourcetype {
 // that nobody gets them earlier. Both are open file descriptors; `from` is open for reading.
 void copyFileAttributes(int from, int to, const std::filesystem::path& name);
 
-// Gives the file, which its owner alone may use so far, the rights that any new file in its
-// directory gets: from the directory's default access list or, without one, from the umask. Does
-// nothing where the file system has no rights to set.
-void setNewFileRights(int file, const std::filesystem::path& name);
+// Gives the file, which its owner alone may use so far, the rights that any new file in
+// `directory`, which it is in, gets: from the directory's default access list or, without one, from
+// the umask. Does nothing where the file system has no rights to set.
+void setNewFileRights(int file, const std::filesystem::path& directory);
 
 // Lets every account that may write to `directory` open the lock file `file` in it, and no other.
 // The file also gets the owner and group of the directory as far as this account may set them.

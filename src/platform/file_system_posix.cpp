@@ -62,15 +62,15 @@ void syncDirectory(const std::filesystem::path& directory) {
   if (handle.isOpen()) ::fsync(handle.number());
 }
 
-// Gives a file the attributes of the file `model`, or those of a new file at `path` where there is
-// no model.
-void setAttributes(const Descriptor& file, const std::filesystem::path& path,
+// Gives a file the attributes of the file `model`, or those of a new file in `directory` where
+// there is no model.
+void setAttributes(const Descriptor& file, const std::filesystem::path& directory,
                    const std::filesystem::path& model) {
   const Descriptor old(openRetrying(model.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
   if (old.isOpen()) {
     copyFileAttributes(old.number(), file.number(), model);
   } else if (errno == ENOENT) {
-    setNewFileRights(file.number(), path);
+    setNewFileRights(file.number(), directory);
   } else {
     throwLastError("cannot examine", model);
   }
@@ -218,14 +218,15 @@ void createDirectories(const std::filesystem::path& directory) {
 void replaceFile(const std::filesystem::path& target, std::string_view content,
                  const std::filesystem::path& model, const FileLock* lock) {
   const std::filesystem::path file = writeTarget(target);
-  createDirectories(directoryOf(file));
+  const std::filesystem::path directory = directoryOf(file);
+  createDirectories(directory);
   TemporaryFile temporary(file);
   writeAll(temporary.file(), content, file);
-  setAttributes(temporary.file(), file, model);
+  setAttributes(temporary.file(), directory, model);
   sync(temporary.file(), file);
   if (lock != nullptr) lock->ensureHeld();
   temporary.renameTo(file);
-  syncDirectory(directoryOf(file));
+  syncDirectory(directory);
 }
 
 FileIdentity fileIdentity(const std::filesystem::path& path) {
