@@ -26,12 +26,12 @@ class LockFile {
 
   // Takes the lock, in line behind those who wait already, or gives an error. May be called from a
   // thread of its own while others call holder() and isInPlace().
-  std::error_code lock();
+  std::error_code lock() const;
   // The same without waiting; std::errc::resource_unavailable_try_again when the lock is taken.
-  std::error_code tryLock();
+  std::error_code tryLock() const;
 
   // Tells the others that this process holds the lock, and since when.
-  void announce();
+  void announce() const;
   // What the present holder announced; of another process only.
   LockHolder holder() const;
 

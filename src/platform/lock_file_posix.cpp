@@ -84,18 +84,18 @@ LockFile::~LockFile() {
   ::close(static_cast<int>(handle_));
 }
 
-std::error_code LockFile::lock() {
+std::error_code LockFile::lock() const {
   const int result = retrying([&] { return ::flock(static_cast<int>(handle_), LOCK_EX); });
   return result == 0 ? std::error_code() : lastSystemError();
 }
 
-std::error_code LockFile::tryLock() {
+std::error_code LockFile::tryLock() const {
   const int result =
       retrying([&] { return ::flock(static_cast<int>(handle_), LOCK_EX | LOCK_NB); });
   return result == 0 ? std::error_code() : lastSystemError();
 }
 
-void LockFile::announce() {
+void LockFile::announce() const {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   const auto offset = std::chrono::duration_cast<std::chrono::microseconds>(now).count() %
                       std::numeric_limits<off_t>::max();

@@ -49,15 +49,15 @@ LockFile::~LockFile() {
   const Handle closed(toHandle(handle_));
 }
 
-std::error_code LockFile::lock() {
+std::error_code LockFile::lock() const {
   return lockFirstByte(handle_, LOCKFILE_EXCLUSIVE_LOCK);
 }
 
-std::error_code LockFile::tryLock() {
+std::error_code LockFile::tryLock() const {
   return lockFirstByte(handle_, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY);
 }
 
-void LockFile::announce() {
+void LockFile::announce() const {
   const LockHolder self{.process = processId(), .since = GetTickCount64()};
   LARGE_INTEGER offset{};
   offset.QuadPart = kNoteOffset;
