@@ -63,7 +63,7 @@ std::size_t countSlowly(const Sample& sample, std::size_t lines, const std::stri
   pcre2_pattern_info(code.get(), PCRE2_INFO_SIZE, &codeBytes);
   if (codeBytes > kMaxCodeBytes) throw Costly();
   std::size_t count = 0;
-  for (std::size_t i = 0; i < lines; ++i) count += matchesPlainly(*code, sample.line(i)) ? 1 : 0;
+  for (std::size_t i = 0; i < lines; ++i) count += matchesPlainly(*code, sample.line(i)) ? 1U : 0U;
   return count;
 }
 

@@ -32,8 +32,10 @@ Names splitLinks(std::string_view value) {
   }
 }
 
-// A link reads back as the name that it was made of.
+// A link reads back as the name that it was made of. "[name" is what a power failure left of a
+// stanza that was being appended.
 bool canBeLinked(std::string_view stanza) {
+  if (stanza.starts_with('[')) return false;
   const Names names = splitLinks(stanza);
   return names.size() == 1 && names.front() == stanza;
 }
