@@ -52,13 +52,15 @@ sub start_disk {
   }
 }
 
-# What there may be of a text that was written, the whole text last. It is cut in its first words, in
-# the middle, at the end of a line, and before its last byte.
-sub remains {
-  my ($text) = @_;
+# The contents that a file may have after a write, the whole text last. The text is cut in its first
+# words, in the middle, at the end of a line, and before its last byte.
+sub written {
+  my ($old, $offset, $text) = @_;
   my $half = int(length($text) / 2);
   my @cuts = (4, $half, 1 + index($text, "\n", $half), length($text) - 1, length $text);
-  return ("\0" x length $text, map { substr $text, 0, $_ } @cuts);
+  my @remains = map { substr $text, 0, $_ } @cuts;
+  unshift @remains, "\0" x length $text if $offset == length $old;
+  return map { my $new = $old; substr $new, $offset, length($_), $_; $new } @remains;
 }
 
 sub change {
@@ -69,8 +71,7 @@ sub change {
   } elsif ($what eq 'write' || $what eq 'truncate') {
     my $states = $contents{$file_of{$inode}};
     my $old    = $states->[-1];
-    die "$path is not written at its end" if $what eq 'write' && $number != length $old;
-    push @$states, $what eq 'write' ? map({ $old . $_ } remains($bytes)) : substr $old, 0, $number;
+    push @$states, $what eq 'truncate' ? substr $old, 0, $number : written($old, $number, $bytes);
   } else {
     my $states = $names{dirname($path)} //= [{}];
     my %new    = %{$states->[-1] // {}};
