@@ -132,7 +132,7 @@ sub journal_of {
   my ($run) = @_;
   local @ENV{qw(LD_PRELOAD FAULT_CALL FAULT_BELOW FAULT_JOURNAL)} = ($injector, '', "$etc/", "$tree->{root}/journal");
   unlink $ENV{FAULT_JOURNAL};
-  my $mask = umask 0;    # what is not to be seen has to be made so
+  my $mask = umask(-e "$etc/system/local" ? 0 : 022);    # what is not to be seen has to be made so
   $tree->run($program, @{$Tree::words{$run}}) == 0 or die "$run does not run";
   umask $mask;
   open my $in, '<', $ENV{FAULT_JOURNAL} or die "no journal: $!";
@@ -171,25 +171,21 @@ sub losses {
   return map { $tree->losses($_, $old->{$_}) } @Tree::files;
 }
 
-# Answers without learning. Models that were cut off are reported and dropped.
+# Answers without learning. What was cut off is reported and dropped.
 sub verdict {
-  return $tree->verdict($program) =~ s/^WARN .*sourcetypes\.conf.*\n//mgr;
+  return $tree->verdict($program) =~ s/^WARN .*(?:sourcetypes|props)\.conf.*\n//mgr;
 }
 
 # Each run begins with the files that are there to be lost, and with empty directories.
-sub restore {
-  my ($has_files) = @_;
-  return $tree->restore if $has_files;
-  $tree->remove_local;
-  make_path(map {"$etc/$_"} @Tree::directories);
-}
+my @beginnings =
+  (sub { $tree->restore }, sub { $tree->remove_local; make_path(map {"$etc/$_"} @Tree::directories) });
 
-for my $case (map { ([$_, 1], [$_, 0]) } @runs) {
-  my ($run, $has_files) = @$case;
-  restore($has_files);
+for my $case (map { my $run = $_; map { [$run, $_] } @beginnings } @runs) {
+  my ($run, $begin) = @$case;
+  $begin->();
   my $old     = $tree->stanzas;
   my $earlier = verdict();
-  restore($has_files);
+  $begin->();
   start_disk();
   my @changes = journal_of($run);
   my $new     = $tree->stanzas;
