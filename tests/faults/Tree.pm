@@ -89,7 +89,7 @@ sub stanzas_of {
   my ($self, $file) = @_;
   my %found;
   for (split /^(?=\[)/m, $self->get($file)) {
-    my ($header, $rest) = /^(\[.*\])\n(.*)/s ? ($1, $2) : ('', $_);
+    my ($header, $rest) = /^(\[[^\n]*)\n?(.*)/s ? ($1, $2) : ('', $_);
     $rest =~ s/^\0+$//mg;    # a line that never reached the disk
     $rest =~ s/\n+$//;
     $header = "model: $rest" if $header =~ /_\d{4}-\d\d-\d\dT[\d:]+Z_\d+\]$/;

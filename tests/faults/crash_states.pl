@@ -52,13 +52,15 @@ sub start_disk {
   }
 }
 
-# What there may be of a text that was written, the whole text last. It is cut in its first words, in
-# the middle, at the end of a line, and before its last byte.
-sub remains {
-  my ($text) = @_;
+# The contents that a file may have after a write, the whole text last. The text is cut in its first
+# words, in the middle, at the end of a line, and before its last byte.
+sub written {
+  my ($old, $offset, $text) = @_;
   my $half = int(length($text) / 2);
   my @cuts = (4, $half, 1 + index($text, "\n", $half), length($text) - 1, length $text);
-  return ("\0" x length $text, map { substr $text, 0, $_ } @cuts);
+  my @remains = map { substr $text, 0, $_ } @cuts;
+  unshift @remains, "\0" x length $text if $offset == length $old;
+  return map { my $new = $old; substr $new, $offset, length($_), $_; $new } @remains;
 }
 
 sub change {
@@ -69,8 +71,7 @@ sub change {
   } elsif ($what eq 'write' || $what eq 'truncate') {
     my $states = $contents{$file_of{$inode}};
     my $old    = $states->[-1];
-    die "$path is not written at its end" if $what eq 'write' && $number != length $old;
-    push @$states, $what eq 'write' ? map({ $old . $_ } remains($bytes)) : substr $old, 0, $number;
+    push @$states, $what eq 'truncate' ? substr $old, 0, $number : written($old, $number, $bytes);
   } else {
     my $states = $names{dirname($path)} //= [{}];
     my %new    = %{$states->[-1] // {}};
@@ -131,7 +132,7 @@ sub journal_of {
   my ($run) = @_;
   local @ENV{qw(LD_PRELOAD FAULT_CALL FAULT_BELOW FAULT_JOURNAL)} = ($injector, '', "$etc/", "$tree->{root}/journal");
   unlink $ENV{FAULT_JOURNAL};
-  my $mask = umask 0;    # what is not to be seen has to be made so
+  my $mask = umask(-e "$etc/system/local" ? 0 : 022);    # what is not to be seen has to be made so
   $tree->run($program, @{$Tree::words{$run}}) == 0 or die "$run does not run";
   umask $mask;
   open my $in, '<', $ENV{FAULT_JOURNAL} or die "no journal: $!";
@@ -170,25 +171,22 @@ sub losses {
   return map { $tree->losses($_, $old->{$_}) } @Tree::files;
 }
 
-# Answers without learning. Models that were cut off are reported and dropped.
+# Answers without learning. What was cut off is reported and dropped.
 sub verdict {
-  return $tree->verdict($program) =~ s/^WARN .*sourcetypes\.conf.*\n//mgr;
+  return $tree->verdict($program) =~ s/^WARN .*(?:sourcetypes|props)\.conf.*\n//mgr;
 }
 
 # Each run begins with the files that are there to be lost, and with empty directories.
-sub restore {
-  my ($has_files) = @_;
-  return $tree->restore if $has_files;
-  $tree->remove_local;
-  make_path(map {"$etc/$_"} @Tree::directories);
-}
+my @beginnings =
+  (sub { $tree->restore }, sub { $tree->remove_local },
+   sub { $tree->remove_local; make_path(map {"$etc/$_"} @Tree::directories) });
 
-for my $case (map { ([$_, 1], [$_, 0]) } @runs) {
-  my ($run, $has_files) = @$case;
-  restore($has_files);
+for my $case (map { my $run = $_; map { [$run, $_] } @beginnings } @runs) {
+  my ($run, $begin) = @$case;
+  $begin->();
   my $old     = $tree->stanzas;
   my $earlier = verdict();
-  restore($has_files);
+  $begin->();
   start_disk();
   my @changes = journal_of($run);
   my $new     = $tree->stanzas;

@@ -115,6 +115,11 @@ bool failsAt(std::string_view call, const char* name) {
   return isArmed && isPlanned(call) && fails(call, absolute(name).data());
 }
 
+// Whether the call that fails transfers a part after all.
+bool isShort() {
+  return plan.as == "short" || (plan.as == "torn" && calls == plan.at);
+}
+
 // --- The journal ---
 
 bool isRecorded(const Path& path) {
@@ -151,10 +156,27 @@ int recordedAt(const char* what, long result, const char* name, const char* seco
   return 0;
 }
 
-// Where the next write to an open file goes.
-long writeOffset(int file) {
+constexpr off_t kCurrentOffset = -1;
+
+// Where a write() to an open file goes.
+off_t currentOffset(int file) {
   const bool isAppended = (fcntl(file, F_GETFL) & O_APPEND) != 0;
   return isAppended ? statusOf(file).st_size : lseek(file, 0, SEEK_CUR);
+}
+
+ssize_t writeRecorded(int file, const void* buffer, size_t size, off_t offset) {
+  if (failsOn("write", file)) {
+    if (!isShort()) return -1;
+    size = (size + 1) / 2;
+  }
+  const bool isCurrent = offset == kCurrentOffset;
+  const off_t start = isCurrent && journal >= 0 ? currentOffset(file) : offset;
+  const ssize_t written = isCurrent ? syscall(SYS_write, file, buffer, size)
+                                    : syscall(SYS_pwrite64, file, buffer, size, offset);
+  if (written > 0) {
+    recordOn("write", file, start, {static_cast<const char*>(buffer), std::size_t(written)});
+  }
+  return written;
 }
 
 int openRecorded(int directory, const char* path, int flags, mode_t mode) {
@@ -165,11 +187,6 @@ int openRecorded(int directory, const char* path, int flags, mode_t mode) {
   const int file = static_cast<int>(syscall(SYS_openat, directory, path, flags, mode));
   if (isNew && file >= 0) recordOn("create", file, statusOf(file).st_mode & 0777U);
   return file;
-}
-
-// Whether the call that fails transfers a part after all.
-bool isShort() {
-  return plan.as == "short" || (plan.as == "torn" && calls == plan.at);
 }
 
 void report() {
@@ -252,23 +269,10 @@ ssize_t read(int file, void* buffer, size_t size) {
 }
 
 ssize_t write(int file, const void* buffer, size_t size) {
-  if (failsOn("write", file)) {
-    if (!isShort()) return -1;
-    size = (size + 1) / 2;
-  }
-  const long offset = journal < 0 ? 0 : writeOffset(file);
-  const ssize_t written = syscall(SYS_write, file, buffer, size);
-  if (written > 0)
-    recordOn("write", file, offset, {static_cast<const char*>(buffer), std::size_t(written)});
-  return written;
+  return writeRecorded(file, buffer, size, kCurrentOffset);
 }
-
 ssize_t pwrite(int file, const void* buffer, size_t size, off_t offset) {
-  if (failsOn("write", file)) {
-    if (!isShort()) return -1;
-    size = (size + 1) / 2;
-  }
-  return syscall(SYS_pwrite64, file, buffer, size, offset);
+  return writeRecorded(file, buffer, size, offset);
 }
 ssize_t pwrite64(int file, const void* buffer, size_t size, off_t offset)
     __attribute__((alias("pwrite")));
