@@ -91,7 +91,7 @@ void FileClassifier::lookUpConfiguredProps() {
 // the lines of the output, counts as none.
 std::string FileClassifier::usableSourcetype(const PropertiesMap& properties,
                                              std::string_view key) const {
-  const std::string sourcetype = properties.get(key);
+  std::string sourcetype = properties.get(key);
   if (sourcetype.empty()) return sourcetype;
   const auto problem = sourcetypeProblem(sourcetype);
   if (problem.empty()) return sourcetype;
