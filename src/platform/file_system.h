@@ -130,12 +130,18 @@ FileIdentity fileIdentity(const std::filesystem::path& path);
 // file then has its old size again, or a part of `content` at its end where even that fails.
 void appendToFile(const std::filesystem::path& path, std::string_view content);
 
-// Text for the end of a file that nobody may take for what it is before all of it is there: until
-// then `placeholder` stands in the place of the byte at `decisive`.
+// A text for the end of a file that readers must not accept before all of it is on the disk: until
+// then `placeholder` replaces the byte at `decisive`.
 struct DecisiveText {
   std::string content;
   std::size_t decisive = 0;
   char placeholder = ' ';
+
+  std::string undecided() const {
+    std::string text = content;
+    text[decisive] = placeholder;
+    return text;
+  }
 };
 
 // Adds such a text to a file that is there: writes and syncs all of it with the placeholder, then

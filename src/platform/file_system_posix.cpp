@@ -268,9 +268,7 @@ bool appendToFile(const std::filesystem::path& path, const DecisiveText& text,
   if (!file.isOpen() || ::fstat(file.number(), &status) != 0 || status.st_nlink > 1) return false;
   lock.ensureHeld();
   try {
-    std::string undecided = text.content;
-    undecided[text.decisive] = text.placeholder;
-    writeAll(file, undecided, target);
+    writeAll(file, text.undecided(), target);
     sync(file, target);
     lock.ensureHeld();
     putByte(file, status.st_size + static_cast<off_t>(text.decisive), text, target);

@@ -385,9 +385,7 @@ bool appendToFile(const fs::path& path, const DecisiveText& text, const FileLock
   }
   lock.ensureHeld();
   try {
-    std::string undecided = text.content;
-    undecided[text.decisive] = text.placeholder;
-    writeAll(file, undecided, target);
+    writeAll(file, text.undecided(), target);
     sync(file, target);
     LARGE_INTEGER decisive = end;
     decisive.QuadPart += static_cast<LONGLONG>(text.decisive);
