@@ -11,7 +11,7 @@
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);  // NOLINT: its own name
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// In the place of the library's: an answer as where there is no machine code.
+// Replaces the library's function and answers as on a processor without machine code.
 extern "C" int pcre2_jit_compile_8(void* /*code*/, std::uint32_t /*options*/) {  // NOLINT
   constexpr int kBadOption = -45;  // PCRE2_ERROR_JIT_BADOPTION
   return kBadOption;

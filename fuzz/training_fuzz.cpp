@@ -1,6 +1,6 @@
-// "train": new models in the place of the old ones. Input: training.conf, the learned and the
-// bundled sourcetypes.conf, and the texts of the files "1.log", "2.log" and so on, which come a
-// hundred lines long. There is a directory "d", which is no file that can be read.
+// "train": new models replace the old ones. Input: training.conf, the learned and the bundled
+// sourcetypes.conf, and the texts of the files "1.log", "2.log" and so on, each repeated to a
+// hundred lines. The directory "d" stands for a listed file that cannot be read.
 //
 // The list names files of the working directory only: one with a "/" in it is not tried.
 #include <unistd.h>
@@ -67,7 +67,7 @@ void train() {
   FileClassifierManager(store).trainFromConf("training.conf");
 }
 
-// Models whatever their stanzas are named.
+// The texts of models, without the names of their stanzas.
 std::multiset<std::string> textsOf(const Stanzas& models) {
   std::multiset<std::string> texts;
   for (const auto& [name, settings] : models) texts.insert(settings.toString());

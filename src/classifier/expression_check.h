@@ -1,5 +1,5 @@
-// Expressions among the settings of a sourcetype, which the server will use and this program does
-// not: one that does not compile is told here, or nobody learns of it before events are broken.
+// Checks the expressions among the settings of a sourcetype. The server uses them and this program
+// mostly does not, so it reports those that do not compile before the server breaks events by them.
 #pragma once
 
 #include <set>

@@ -276,7 +276,7 @@ void FileClassifier::markInvalid(InvalidCause cause) {
 
 void FileClassifier::detectHeaderIfAsked() {
   if (!learningAllowed_ || !result_.getBool(key::kCheckForHeader, headerWanted_)) return;
-  if (result_.contains(key::kInvalidCause)) return;  // what is no text has no columns
+  if (result_.contains(key::kInvalidCause)) return;  // such files have no header
   const bool hasLines = sample_ && sample_->lineCount() > 0;
   if (!hasLines && !takeSample(Keep::Lines)) return;
   const std::string before = result_.get(key::kSourcetype);

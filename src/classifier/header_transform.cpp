@@ -139,7 +139,8 @@ class HeaderLinker {
     return linked;
   }
 
-  // A transform without names of columns takes nothing from others: the link stands beside it.
+  // Whether the sourcetype has columns already. A link to a transform that names none (an
+  // expression of its own) is kept, and the new link is added to it.
   bool hasColumns(const PropertiesMap& settings) {
     return std::ranges::any_of(linkedTransforms(settings),
                                [&](const auto& stanza) { return namesColumns(stanza); });

@@ -53,8 +53,8 @@ double meanOf(const std::vector<std::ptrdiff_t>& offsets) {
   return static_cast<double>(sum) / static_cast<double>(offsets.size());
 }
 
-// The expression that most lines have, the last in byte order of several; empty when fewer than
-// `needed` lines agree, and when timestamps stand so near the start that there is no need.
+// The expression that most lines have; of equally frequent ones the last in byte order. Empty when
+// fewer than `needed` lines agree, or when timestamps start within the first bytes of the lines.
 std::string chooseTimePrefix(const Observations& seen, std::size_t needed) {
   constexpr double kNearBegin = 10.0;  // mean start in bytes
   if (meanOf(seen.starts) <= kNearBegin) return {};

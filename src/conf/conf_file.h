@@ -55,9 +55,9 @@ class ConfFile {
   // A file of more bytes is none: sizes within it have 32 bits.
   static constexpr std::size_t kMaxBytes = std::size_t{1} << 30;
 
-  // Limits that keep memory at a few times the file, whatever its lines are: 1,000 models of 2,000
-  // settings take half of the settings. What follows the last setting or header is left out, and
-  // so are the last keys of a stanza.
+  // These limits keep the memory of a parsed file at a few times its size. 1,000 models of 2,000
+  // settings each use half of kMaxSettings. Reading stops at the first setting or header beyond its
+  // limit; of a stanza with too many settings the last keys are left out.
   static constexpr std::size_t kMaxSettings = 4'000'000;
   static constexpr std::size_t kMaxHeaders = 1'000'000;
   // Each lookup copies the settings of a stanza. A learned model has 2,003 at most.

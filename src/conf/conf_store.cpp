@@ -558,7 +558,7 @@ ConfStore::Dropped ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& 
   }
 }
 
-// Makes what is known of the file true.
+// Reads the file again if it has changed.
 void ConfStore::learnOfFile(Conf& conf, const std::filesystem::path& path) {
   const FileIdentity identity = fileIdentity(path);
   if (conf.learned_ && conf.learned_->identity == identity) return;

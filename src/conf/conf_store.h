@@ -162,14 +162,14 @@ class ConfStore {
   void takeBackStanza(Conf& conf, std::string_view stanza);
 
   // The same as writeStanza() for a learned model: all settings go to the local layer of the app
-  // "learned". A stanza that its file does not have yet is appended, at a cost that the size of the
-  // file has no part in; a crash may leave a part of it at the end of the file.
+  // "learned". A stanza that its file does not have yet is appended, in time independent of the
+  // file's size; a crash may leave a part of it at the end of the file.
   bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
 
-  // Takes the stanzas `names` out of the file that writeLearnedStanza() writes to, in one step, and
-  // deletes it when nothing is left, or empties it where a link leads to it. Before that the file
-  // as it was, but for the stanzas `added`, replaces "<file>.old", which stands beside the file
-  // that a link leads to. Where none of `names` is in the file, nothing is written.
+  // Removes the stanzas `names` from the file that writeLearnedStanza() writes to, in one step. An
+  // empty result deletes the file, or empties it if it is reached by a link. First a copy of the
+  // file without the stanzas `added` is written to "<file>.old", replacing an older copy; with a
+  // link, beside the file that it leads to. Writes nothing when the file has none of `names`.
   using StanzaNames = std::unordered_set<std::string>;
   struct Dropped {
     std::size_t stanzas = 0;
