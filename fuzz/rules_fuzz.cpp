@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 
+#include "classifier/type_name.h"
 #include "support.h"
 
 namespace sourcetype::fuzzing {
@@ -96,7 +97,10 @@ std::optional<std::string> findSlowly(ConfStore& store, const Sample& sample,
     PropertiesMap rule;
     store.getExactStanza(store.getProps(), rule, name);
     const auto& sourcetype = rule.get("sourcetype");
-    if (!sourcetype.empty() && passesSlowly(sample, rule)) return sourcetype;
+    if (!sourcetype.empty() && sourcetypeProblem(sourcetype).empty() &&
+        passesSlowly(sample, rule)) {
+      return sourcetype;
+    }
   }
   return std::nullopt;
 }
