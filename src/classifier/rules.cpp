@@ -6,7 +6,6 @@
 #include "classifier/properties.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
-#include "util/text.h"
 
 namespace sourcetype {
 namespace {
@@ -19,6 +18,8 @@ constexpr std::uint64_t kMaxTestCost = kMaxFileCost / 4;
 constexpr std::string_view stanzaPrefix(RuleTiming timing) {
   return timing == RuleTiming::BeforeModels ? "rule::" : "delayedrule::";
 }
+
+constexpr std::size_t kCountAll = ~std::size_t{0};
 
 // The count of matches from which on a test has its other answer.
 std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
@@ -67,7 +68,7 @@ void Rules::reportOmittedRecords() {
     if (records.omitted() > 0) logWarn(kFlowLog, "%lu more %s.", records.omitted(), what);
   };
   report(records_.noSourcetype, "rules have no sourcetype");
-  report(records_.faults, "tests of rules have faults");
+  report(records_.faults, "rules or their tests have faults");
   report(records_.costs, "tests of rules cost too much on a line");
   records_ = {};
 }
@@ -86,8 +87,10 @@ std::optional<std::string> Rules::findRule(const Sample& sample, RuleTiming timi
       continue;
     }
     if (const auto problem = sourcetypeProblem(*sourcetype); !problem.empty()) {
-      logWarn(kFlowLog, "Ignoring [%s] for its sourcetype \"%s\": %s.", stanza, *sourcetype,
-              problem);
+      if (reported_.emplace(stanza, key::kSourcetype).second && records_.faults.admit()) {
+        logWarn(kFlowLog, "Ignoring [%s] for its sourcetype \"%s\": %s.", stanza, *sourcetype,
+                problem);
+      }
       continue;
     }
     const bool passes = passesTests(sample, stanza, rule, budget);
@@ -138,45 +141,43 @@ const Rules::Compiled& Rules::compiled(const std::string& pattern) {
 bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
                              int percent, MatchBudget& budget) {
   const std::size_t lines = std::min(sample.lineCount(), kMaxRuleLines);
-  std::size_t matches = 0;
   budget.spend(MatchBudget::compilingCost(pattern.size()));
-  if (const auto* regex = std::get_if<Regex>(&compiled(pattern))) {
-    matches = countMatches(sample, lines, *regex, decisiveCount(lines, comparer, percent), budget);
+  const auto* regex = std::get_if<Regex>(&compiled(pattern));
+  const auto percentage = [&](std::size_t decisive, MatchBudget& spent) {
+    if (regex == nullptr || lines == 0) return 0;
+    return static_cast<int>(countMatches(sample, lines, *regex, decisive, spent) * 100 / lines);
+  };
+  const int counted = percentage(decisiveCount(lines, comparer, percent), budget);
+  const bool passes = comparer == '>' ? counted >= percent : counted <= percent;
+  if (kFlowLog.isEnabled(LogLevel::Debug)) {
+    // The whole percentage, at the cost of the log and not of the file.
+    MatchBudget ofTheLog(kMaxTestCost);
+    logDebug(kFlowLog, "MatchRulePattern. %s, Pattern: %s, Percent: %d, Comparer: %c, Actual: %d",
+             passes ? "true" : "false", pattern, percent, comparer,
+             percentage(kCountAll, ofTheLog));
   }
-  const int actual = lines == 0 ? 0 : static_cast<int>(matches * 100 / lines);
-  const bool passes = comparer == '>' ? actual >= percent : actual <= percent;
-  logDebug(kFlowLog, "MatchRulePattern. %s, Pattern: %s, Percent: %d, Comparer: %c, Actual: %d",
-           passes ? "true" : "false", pattern, percent, comparer, actual);
   return passes;
 }
 
 std::size_t Rules::countMatches(const Sample& sample, std::size_t lines, const Regex& regex,
                                 std::size_t decisive, MatchBudget& budget) {
-  const bool countsAll = kFlowLog.isEnabled(LogLevel::Debug);  // the log shows the whole count
   const std::uint64_t allowed = std::min(budget.left(), kMaxTestCost);
   MatchBudget share(allowed);
-  bool isSettled = false;
   std::size_t matches = 0;
   MatchResult groups;  // nobody reads them
   for (std::size_t i = 0; i < lines; ++i) {
-    if (!isSettled && (matches >= decisive || matches + (lines - i) < decisive)) {
-      isSettled = true;
-      // What is counted for the log alone changes no answer.
-      budget.spend(allowed - share.left());
-      if (!countsAll) return matches;
-    }
+    const bool isSettled = matches >= decisive || matches + (lines - i) < decisive;
+    if (isSettled && decisive != kCountAll) break;
     const auto answer = regex.tryMatch(sample.line(i), groups, share);
     if (answer == Regex::Answer::Match) ++matches;
-    if (answer == Regex::Answer::TooCostly) {
-      if (records_.costs.admit()) {
-        logWarn(kFlowLog,
-                "The expression %s costs too much on line %lu; no more lines are counted.",
-                regex.pattern(), i + 1);
-      }
-      break;
+    if (answer != Regex::Answer::TooCostly) continue;
+    if (records_.costs.admit()) {
+      logWarn(kFlowLog, "The expression %s costs too much on line %lu; no more lines are counted.",
+              regex.pattern(), i + 1);
     }
+    break;
   }
-  if (!isSettled) budget.spend(allowed - share.left());
+  budget.spend(allowed - share.left());
   return matches;
 }
 
