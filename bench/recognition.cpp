@@ -14,7 +14,7 @@
 
 #include "classifier/classifier_settings.h"
 #include "classifier/models/model_store.h"
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 #include "conf/conf_file.h"
 #include "conf/conf_store.h"
 #include "corpus.h"

@@ -2,7 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 #include "corpus.h"
 
 namespace sourcetype::bench {

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <sstream>
 
-#include "classifier/sampling/charset_registry.h"
-#include "classifier/sampling/sample.h"
+#include "charset/charset_registry.h"
+#include "classifier/sample.h"
 #include "support.h"
 
 namespace sourcetype::fuzzing {
@@ -113,7 +113,7 @@ void checkSample(const Sample& sample, const SlowSample& slow, std::size_t bytes
 
 std::vector<std::string> seeds() {
   std::vector<std::string> inputs;
-  std::istringstream rows(repositoryFile("tests/classifier/sampling/charset_digests.txt"));
+  std::istringstream rows(repositoryFile("tests/charset/charset_digests.txt"));
   std::string row;
   for (std::string previous; std::getline(rows, row);) {
     const auto charset = row.substr(0, row.find(' '));

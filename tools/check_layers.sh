@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-layers=(platform util conf timestamp classifier main)  # from the lowest
+layers=(platform util charset conf timestamp classifier main)  # from the lowest
 bad=0
 for i in "${!layers[@]}"; do
   above=$(IFS='|'; echo "${layers[*]:i+1}")

@@ -1,5 +1,5 @@
 #!/usr/bin/env perl
-# Writes src/classifier/sampling/vendor_tables.cpp from the mappings that come with perl's Encode.
+# Writes src/charset/vendor_tables.cpp from the mappings that come with perl's Encode.
 #   make_mac_tables.pl               prints the file
 #   make_mac_tables.pl --check FILE  fails unless FILE is what would be printed
 use strict;
@@ -25,7 +25,7 @@ sub upper_half {
 
 my $source = <<'END';
 // Written by tools/make_mac_tables.pl from the mappings in perl's Encode; do not edit.
-#include "classifier/sampling/vendor_tables.h"
+#include "charset/vendor_tables.h"
 
 namespace sourcetype {
 namespace {

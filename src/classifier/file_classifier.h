@@ -9,7 +9,7 @@
 #include "classifier/header_transform.h"
 #include "classifier/properties.h"
 #include "classifier/rules.h"
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 
 namespace sourcetype {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "classifier/header_transform.h"
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 #include "conf/conf_store.h"
 #include "conf/properties_map.h"
 

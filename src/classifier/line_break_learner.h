@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 
 namespace sourcetype {
 

@@ -14,7 +14,7 @@
 #include <utility>
 #include <variant>
 
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 #include "conf/conf_store.h"
 #include "util/match_budget.h"
 #include "util/record_limit.h"

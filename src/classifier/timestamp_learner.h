@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 #include "conf/properties_map.h"
 #include "timestamp/timestamp.h"
 

@@ -99,7 +99,7 @@ expect '20,400 lines of Thai, each unlike the others' 'sourcetype -> thai' thai.
 # Every charset on the same random bytes, in one process.
 tree
 perl -e 'srand 1; print pack "C*", map { int rand 256 } 1 .. 40000' >bytes
-cut -d ' ' -f 1 "$source/tests/classifier/sampling/charset_digests.txt" | grep -v '^#' | sort -u >charsets
+cut -d ' ' -f 1 "$source/tests/charset/charset_digests.txt" | grep -v '^#' | sort -u >charsets
 while read -r charset; do
   ln -s bytes "bytes.$charset"
   printf '[source::bytes.%s]\nCHARSET = %s\nNO_BINARY_CHECK = true\n' "$charset" "$charset"

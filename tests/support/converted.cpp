@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "classifier/sampling/charset_registry.h"
+#include "charset/charset_registry.h"
 
 namespace sourcetype::testing {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "classifier/classifier_settings.h"
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 
 namespace sourcetype {
 

@@ -15,7 +15,7 @@
 #include "classifier/classifier_settings.h"
 #include "classifier/models/fingerprint.h"
 #include "classifier/models/model_index.h"
-#include "classifier/sampling/sample.h"
+#include "classifier/sample.h"
 #include "conf/conf_store.h"
 
 namespace sourcetype {

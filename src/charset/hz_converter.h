@@ -1,0 +1,31 @@
+// HZ (RFC 1843): ASCII with GB 2312 between "~{" and "~}".
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "charset/double_byte_table.h"
+#include "charset/piecewise_converter.h"
+
+namespace sourcetype {
+
+// "~~" is a tilde, and a "~" before a line feed joins two lines. A line feed ends GB 2312 where a
+// "~}" is missing, so that damage stays in its line. Invalid units are a "~" before anything else,
+// an unassigned pair, a byte of GB 2312 without its partner and, anywhere, 80-FF.
+class HzConverter final : public PiecewiseConverter {
+ public:
+  explicit HzConverter(std::shared_ptr<const DoubleByteTable> gb2312)
+      : gb2312_(std::move(gb2312)) {}
+
+ protected:
+  std::size_t decode(std::string_view bytes, Input input, std::string& out) override;
+
+ private:
+  bool takeTilde(char next, std::string& out);
+  std::size_t takeByte(std::string_view rest, std::string& out);
+
+  std::shared_ptr<const DoubleByteTable> gb2312_;
+  bool isShifted_ = false;
+};
+
+}  // namespace sourcetype

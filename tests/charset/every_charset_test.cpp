@@ -1,0 +1,211 @@
+// All names of charsets, which are those in charset_digests.txt. The digests there were made on
+// Linux, and are made anew by running this with SOURCETYPE_WRITE_DIGESTS set to anything.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <initializer_list>
+#include <map>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "charset/charset_registry.h"
+#include "support/converted.h"
+
+namespace sourcetype::testing {
+namespace {
+
+struct Range {
+  unsigned first, last;
+};
+
+// A row of the file: name, corpus, digest of the text in hexadecimal digits, invalid units.
+struct CharsetDigest {
+  std::string name, corpus;
+  std::uint64_t digest = 0, invalid = 0;
+};
+
+std::vector<CharsetDigest> readDigests() {
+  std::ifstream file(SOURCETYPE_DIGESTS_FILE);
+  std::vector<CharsetDigest> rows;
+  CharsetDigest row;
+  while (file >> row.name >> row.corpus >> std::hex >> row.digest >> std::dec >> row.invalid)
+    rows.push_back(row);
+  return rows;
+}
+
+std::vector<std::string> charsetNames() {
+  std::vector<std::string> names;
+  for (const CharsetDigest& row : readDigests()) names.push_back(row.name);
+  return names;
+}
+
+// All units with one byte of each range, with `before` and `behind` around each.
+void appendUnits(std::string& corpus, std::string_view before, std::initializer_list<Range> ranges,
+                 std::string_view behind = "\n", const std::string& unit = {}) {
+  if (unit.size() == ranges.size()) {
+    corpus.append(before).append(unit).append(behind);
+    return;
+  }
+  const Range range = ranges.begin()[unit.size()];
+  for (unsigned byte = range.first; byte <= range.last; ++byte)
+    appendUnits(corpus, before, ranges, behind, unit + static_cast<char>(byte));
+}
+
+constexpr Range kAny{0x00, 0xFF}, kHigh{0x80, 0xFF}, kGr{0xA0, 0xFF}, kDigit{0x30, 0x39};
+
+// A value of `size` bytes, in both orders of them.
+void appendBothOrders(std::string& bigEndian, std::string& littleEndian, unsigned value, int size) {
+  for (int i = 0; i < size; ++i) {
+    bigEndian += static_cast<char>(value >> (8 * (size - 1 - i)));
+    littleEndian += static_cast<char>(value >> (8 * i));
+  }
+}
+
+// Units of 16 and 32 bits: every value below 110080, with each half of a surrogate pair alone and
+// with the other one.
+std::string wideCorpus() {
+  std::string big, little;
+  for (unsigned unit = 0; unit <= 0xFFFF; ++unit) appendBothOrders(big, little, unit, 2);
+  for (unsigned high = 0xD800; high <= 0xDBFF; ++high) {
+    appendBothOrders(big, little, high, 2);
+    appendBothOrders(big, little, high + 0x400, 2);
+  }
+  for (unsigned value = 0; value < 0x110080; value += value < 0x10000 ? 1 : 0x1F)
+    appendBothOrders(big, little, value, 4);
+  return big + little + "\x01";
+}
+
+// Escapes of C99 and Java, of which surrogates have to be in pairs, and one that is cut off.
+std::string escapeCorpus() {
+  std::string corpus;
+  std::array<char, 16> digits;
+  for (unsigned value = 0; value < 0x120000; value += value < 0x10000 ? 1 : 0x1F) {
+    std::snprintf(digits.data(), digits.size(), value < 0x10000 ? "\\u%04X" : "\\U%08X", value);
+    corpus += digits.data();
+  }
+  return corpus + R"(\uD83D\uDE00 \ud83d\n \U0001f600\U80000000\u00G0\u12)";
+}
+
+// Every byte by itself, then what reaches the cells of the kind of charset.
+std::string makeCorpus(std::string_view kind) {
+  std::string corpus;
+  appendUnits(corpus, "", {kAny}, kind == "bytes" ? "" : "\n");
+  if (kind == "bytes") return corpus;
+  if (kind == "wide") return wideCorpus();
+  if (kind == "escapes") return corpus + escapeCorpus();
+  appendUnits(corpus, "", {kAny, kAny});
+  if (kind == "eucjp") appendUnits(corpus, "\x8F", {kHigh, kHigh});
+  if (kind == "euctw") appendUnits(corpus, "\x8E", {{0xA0, 0xB1}, kGr, kGr});
+  if (kind == "gb18030") {
+    appendUnits(corpus, "", {{0x81, 0x84}, kDigit, kHigh, kDigit});
+    appendUnits(corpus, "", {{0x85, 0xFF}, kDigit, kHigh, {0x39, 0x39}});
+  }
+  if (kind == "hz") appendUnits(corpus, "~{", {{0x20, 0x7F}, {0x20, 0x7F}}, "~}");
+  if (kind == "utf7") {
+    appendUnits(corpus, "+", {{0x2A, 0x7A}, {0x2A, 0x7A}, {0x2A, 0x7A}}, "-");
+    appendUnits(corpus, "+2D3e", {{0x2A, 0x7A}, {0x2A, 0x7A}}, "-");
+  }
+  if (kind == "utf8") {
+    appendUnits(corpus, "", {kHigh, kHigh, {0xBE, 0xC0}});
+    appendUnits(corpus, "", {{0xED, 0xF6}, kHigh, {0xBF, 0xBF}, {0x80, 0x81}});
+    appendUnits(corpus, "\xED\xA0\x80\xED", {kHigh, {0x80, 0x81}});  // pairs of CESU-8
+  }
+  return corpus;
+}
+
+TEST(EveryCharset, GivesTheSameOnEverySystem) {
+  std::vector<CharsetDigest> rows = readDigests();
+  ASSERT_EQ(rows.size(), 275U);
+  const bool isWriting = std::getenv("SOURCETYPE_WRITE_DIGESTS") != nullptr;
+  std::map<std::string, std::string> corpora;
+  for (CharsetDigest& row : rows) {
+    const auto [corpus, isNew] = corpora.try_emplace(row.corpus);
+    if (isNew) corpus->second = makeCorpus(row.corpus);
+    const Converted converted = convertAll(row.name, corpus->second);
+    const std::uint64_t digest = digestOf(converted.text);
+    if (!isWriting) {
+      EXPECT_EQ(digest, row.digest) << row.name;
+      EXPECT_EQ(converted.invalid, row.invalid) << row.name;
+    }
+    row.digest = digest;
+    row.invalid = converted.invalid;
+  }
+  if (!isWriting) return;
+  std::ofstream file(SOURCETYPE_DIGESTS_FILE, std::ios::binary);
+  for (const CharsetDigest& row : rows) {
+    file << row.name << ' ' << row.corpus << ' ' << std::hex << row.digest << std::dec << ' '
+         << row.invalid << '\n';
+  }
+}
+
+// Bytes with runs of everything: any value, high ones as in CJK text, ASCII with escapes, and NUL.
+std::string randomBytes(std::minstd_rand& random, std::size_t size) {
+  constexpr std::string_view kSyntax = "+-~{}\\uUd8D9c0E\n";
+  std::string bytes;
+  while (bytes.size() < size) {
+    const auto value = static_cast<unsigned>(random() >> 8);
+    const unsigned kind = value / 0x10000 % 4;
+    bytes += static_cast<char>(kind == 0   ? value
+                               : kind == 1 ? 0x80 | value
+                               : kind == 2 ? static_cast<unsigned>(kSyntax[value % kSyntax.size()])
+                                           : 0x21 + value % 94);
+  }
+  return bytes;
+}
+
+TEST(EveryCharset, MakesCleanTextOfRandomBytesHoweverTheyAreCut) {
+  for (const std::string& name : charsetNames()) {
+    SCOPED_TRACE(name);
+    std::minstd_rand random(20231121);
+    for (std::size_t round = 0; round < 8; ++round) {
+      const std::string bytes = randomBytes(random, 700);
+      const Converted whole = convertAll(name, bytes);
+      EXPECT_EQ(convertInPieces(name, bytes, 0, 1), whole);
+      EXPECT_EQ(convertInPieces(name, bytes, 1 + round, 7), whole);
+      EXPECT_EQ(convertAll("utf-8", whole.text), (Converted{whole.text, 0}));
+      std::size_t escapes = 0;
+      for (auto at = whole.text.find("\\x"); at != std::string::npos;
+           at = whole.text.find("\\x", at + 1)) {
+        ++escapes;
+      }
+      EXPECT_GE(escapes, whole.invalid);
+    }
+  }
+}
+
+TEST(EveryCharsetBasedOnAscii, KeepsTheLineBehindDamage) {
+  int based = 0;
+  for (const std::string& name : charsetNames()) {
+    if (convertAll(name, "\nEND\n").text != "\nEND\n") continue;
+    ++based;
+    std::minstd_rand random(1);
+    for (int round = 0; round < 100; ++round) {
+      const std::string text = convertAll(name, randomBytes(random, 20) + "\n\nEND\n").text;
+      EXPECT_TRUE(text.ends_with("\nEND\n")) << name << ": " << text;
+    }
+  }
+  EXPECT_GT(based, 200);
+}
+
+TEST(CharsetRegistry, HasNoOtherNames) {
+  for (const std::string name : {"", "utf", "utf88", "zzz", "0", "latin11", "Ünicode"}) {
+    EXPECT_EQ(findConverter(name), nullptr) << name;
+  }
+}
+
+TEST(CharsetRegistry, TakesANameInAnySpelling) {
+  EXPECT_EQ(normaliseCharsetName("ISO_8859-1:1987"), "iso885911987");
+  EXPECT_EQ(normaliseCharsetName("\xC3\x84 Utf-16LE\n"), "utf16le");
+  for (const char* name : {"UTF-8", "utf_8", " Utf8 ", "ISO_8859-1", "Shift_JIS"}) {
+    EXPECT_NE(findConverter(name), nullptr) << name;
+  }
+}
+
+}  // namespace
+}  // namespace sourcetype::testing
