@@ -9,6 +9,7 @@
 
 #include "conf/ini_file.h"
 #include "conf/layers.h"
+#include "platform/file_writing.h"
 #include "util/utf8.h"
 
 namespace sourcetype {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -17,6 +18,9 @@
 namespace sourcetype {
 
 inline constexpr mode_t kOwnerOnly = 0600;
+
+// No file is that large; a read or write of more than 2 GiB is cut short by the kernel.
+inline constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
 [[noreturn]] inline void throwLastError(const std::string& what,
                                         const std::filesystem::path& path) {
@@ -60,6 +64,13 @@ inline bool isFileAt(int file, const std::filesystem::path& path) {
   struct stat named {};
   return ::fstat(file, &opened) == 0 && ::lstat(path.c_str(), &named) == 0 &&
          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+// Makes a new name in `directory` last through a crash. Some file systems cannot sync a directory;
+// the name itself is there by then, so that is not an error of the write.
+inline void syncDirectory(const std::filesystem::path& directory) {
+  const Descriptor handle(openRetrying(directory.c_str(), O_RDONLY | O_DIRECTORY));
+  if (handle.isOpen()) ::fsync(handle.number());
 }
 
 }  // namespace sourcetype

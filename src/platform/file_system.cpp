@@ -3,8 +3,6 @@
 
 #include <algorithm>
 
-#include "platform/temporary_name.h"
-
 namespace sourcetype {
 
 FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes) {
@@ -39,23 +37,8 @@ std::filesystem::path absolutePath(const std::filesystem::path& path) {
   return error ? path : absolute;
 }
 
-void replaceFile(const std::filesystem::path& target, std::string_view content,
-                 const FileLock* lock) {
-  replaceFile(target, content, writeTarget(target), lock);
-}
-
 std::filesystem::path directoryOf(const std::filesystem::path& path) {
   return path.has_parent_path() ? path.parent_path() : ".";
-}
-
-// What cannot be listed or deleted is harmless where it is.
-void removeLeftovers(const std::filesystem::path& target) {
-  const std::filesystem::path file = writeTarget(target);
-  const std::filesystem::path directory = directoryOf(file);
-  std::error_code error;
-  for (const auto& name : listDirectory(directory, error)) {
-    if (isTemporaryName(name, file.filename())) static_cast<void>(removeFile(directory / name));
-  }
 }
 
 }  // namespace sourcetype
