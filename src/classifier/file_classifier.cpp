@@ -24,19 +24,43 @@ constexpr std::size_t kMaxRuleModels = 3;
 // Says no more than that a line holds a time of day, which is no start of an event.
 constexpr std::string_view kTimeOfDayExpression = R"(\d+:\d+:\d+)";
 
+constexpr std::string_view causeText(InvalidCause cause) {
+  switch (cause) {
+    case InvalidCause::FailedStat:
+      return "failed_stat";
+    case InvalidCause::NotRegularFile:
+      return "not_regular_file";
+    case InvalidCause::CannotRead:
+      return "cannot_read";
+    case InvalidCause::Binary:
+      return "binary";
+  }
+  return {};
+}
+
 }  // namespace
 
-FileClassifier::FileClassifier(FileClassifierManager& manager, PropertiesMap& result,
+FileClassifier::FileClassifier(ClassifierContext& context, PropertiesMap& result,
                                const TypeRequest& request)
-    : manager_(manager),
-      store_(manager.store()),
+    : context_(context),
+      store_(context.store()),
       result_(result),
       request_(request),
       fileName_(pathToText(request.path)),
       learningAllowed_(request.learningAllowed) {}
 
-// Every return below is a way to end.
-void FileClassifier::runFlow() {
+void FileClassifier::classify() {
+  const std::size_t modelsBefore = context_.models().addedModels();
+  run(&FileClassifier::findType);
+  run(&FileClassifier::detectHeaderIfAsked);
+  run(&FileClassifier::keepWhatIsNew);
+  if (madeSourcetype_ || context_.models().addedModels() > modelsBefore) {
+    context_.models().adjustMaxDist();
+  }
+}
+
+// Settles the sourcetype and fills the result. Every return below is a way to end.
+void FileClassifier::findType() {
   logDebug(kFlowLog, "Finding type for file: %s", fileName_);
   lookUpConfiguredProps();
   if (isSettledUnread()) return finishWith(sourcetype_);
@@ -52,6 +76,17 @@ void FileClassifier::runFlow() {
   if (matchModels() || !learningAllowed_) return;
   if (const auto found = findRule(RuleTiming::AfterModels)) return finishWith(*found);
   createSourcetype();
+}
+
+// What is in the result when a stage throws remains there.
+template <class Stage>
+void FileClassifier::run(Stage stage) {
+  try {
+    (this->*stage)();
+  } catch (const std::exception& error) {
+    logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_TYPE__%s", fileName_);
+    logDebug(kFlowLog, "%s", error.what());
+  }
 }
 
 // The input's "sourcetype" or "given_type" wins over a configured sourcetype, but a configured
@@ -143,11 +178,11 @@ bool FileClassifier::isBinarySample() const {
 }
 
 void FileClassifier::finishWith(std::string_view sourcetype) {
-  manager_.getSourcetypeSettings(result_, sourcetype);
+  getSourcetypeSettings(context_, result_, sourcetype);
 }
 
 std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
-  return manager_.rules().findRuleSourcetype(*sample_, timing, budget_);
+  return context_.rules().findRuleSourcetype(*sample_, timing, budget_);
 }
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {
@@ -156,7 +191,7 @@ void FileClassifier::finishWithRule(std::string_view sourcetype) {
 }
 
 bool FileClassifier::matchModels() {
-  const auto found = manager_.models().matchModels(fileName_, *sample_);
+  const auto found = context_.models().matchModels(fileName_, *sample_);
   if (found) finishWith(*found);
   modelMatched_ = found.has_value();
   return modelMatched_;
@@ -204,40 +239,6 @@ void FileClassifier::createSourcetype() {
   learning_ = Learning::Yes;
 }
 
-void FileClassifier::keepWhatIsNew() {
-  if (newSourcetype_ && !addUnderFreeName()) return;  // no model without its stanza
-  if (learning_ == Learning::Yes) return learnNewSourcetype();
-  if (learning_ == Learning::No || !learningAllowed_ || !result_.getBool(key::kLearnModel, true)) {
-    return;
-  }
-  manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype), kMaxRuleModels);
-}
-
-// A stanza whose files cannot be recognised would get another one beside it at every run.
-void FileClassifier::learnNewSourcetype() {
-  ModelStore& models = manager_.models();
-  const std::string sourcetype = result_.get(key::kSourcetype);
-  const std::size_t failedBefore = models.failedModels();
-  models.trainModels(fileName_, *sample_, sourcetype);
-  if (models.failedModels() > failedBefore && models.countModels(sourcetype) == 0) {
-    store_.takeBackStanza(store_.getProps(), sourcetype);
-  }
-}
-
-// When another process has taken the name of the new sourcetype meanwhile, the next free one is as
-// good. False when the stanza could not be written.
-bool FileClassifier::addUnderFreeName() {
-  while (true) {
-    const auto outcome = store_.addStanza(store_.getProps(), result_.get(key::kSourcetype),
-                                          newSourcetype_->settings, false);
-    if (outcome != WriteOutcome::Overtaken) {
-      madeSourcetype_ = outcome == WriteOutcome::Written;
-      return madeSourcetype_;
-    }
-    result_.set(key::kSourcetype, makeUniqueTypeName(fileName_, store_));
-  }
-}
-
 void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {
   if (singleLine_) return;
   try {
@@ -263,7 +264,7 @@ void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
       store_.getStanzaSettings(store_.getProps(), settings, std::span(&sourcetype, 1),
                                PatternMatching::No);
       const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-      parser.emplace(manager_.timestampFormats(), settings,
+      parser.emplace(context_.timestampFormats(), settings,
                      formatText("FileClassifier %s", sourcetype), now);
     }
     return parser->parse(line);
@@ -271,7 +272,11 @@ void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
 }
 
 void FileClassifier::markInvalid(InvalidCause cause) {
-  FileClassifierManager::markInvalid(result_, request_.path, cause);
+  result_.set(key::kIsValid, flagText(false));
+  result_.set(key::kSourcetype, kUnknownSourcetype);
+  result_.set(key::kInvalidCause, causeText(cause));
+  logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_INVALID_FILE__%s_%s", fileName_,
+             causeText(cause));
 }
 
 void FileClassifier::detectHeaderIfAsked() {
@@ -294,8 +299,61 @@ void FileClassifier::detectHeaderIfAsked() {
 // Whether a model was learned from this very text: no further model could be closer to it.
 bool FileClassifier::isLearned() {
   constexpr float kOwnDistance = 0.001F;  // stored weights are rounded
-  const auto closest = manager_.models().findClosest(*sample_);
+  const auto closest = context_.models().findClosest(*sample_);
   return closest && closest->distance < kOwnDistance;
+}
+
+void FileClassifier::keepWhatIsNew() {
+  if (newSourcetype_ && !addUnderFreeName()) return;  // no model without its stanza
+  if (learning_ == Learning::Yes) return learnNewSourcetype();
+  if (learning_ == Learning::No || !learningAllowed_ || !result_.getBool(key::kLearnModel, true)) {
+    return;
+  }
+  context_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype), kMaxRuleModels);
+}
+
+// A stanza whose files cannot be recognised would get another one beside it at every run.
+void FileClassifier::learnNewSourcetype() {
+  ModelStore& models = context_.models();
+  const std::string sourcetype = result_.get(key::kSourcetype);
+  const std::size_t failedBefore = models.failedModels();
+  models.trainModels(fileName_, *sample_, sourcetype);
+  if (models.failedModels() > failedBefore && models.countModels(sourcetype) == 0) {
+    store_.takeBackStanza(store_.getProps(), sourcetype);
+  }
+}
+
+// When another process has taken the name of the new sourcetype meanwhile, the next free one is as
+// good. False when the stanza could not be written.
+bool FileClassifier::addUnderFreeName() {
+  while (true) {
+    const auto outcome = store_.addStanza(store_.getProps(), result_.get(key::kSourcetype),
+                                          newSourcetype_->settings, false);
+    if (outcome != WriteOutcome::Overtaken) {
+      madeSourcetype_ = outcome == WriteOutcome::Written;
+      return madeSourcetype_;
+    }
+    result_.set(key::kSourcetype, makeUniqueTypeName(fileName_, store_));
+  }
+}
+
+void getSourcetypeSettings(ClassifierContext& context, PropertiesMap& result,
+                           std::string_view sourcetype) {
+  const std::string name(sourcetype);
+  ConfStore& store = context.store();
+  store.getStanzaSettings(store.getProps(), result, std::span(&name, 1), PatternMatching::No);
+  context.expressionCheck().check(result);
+  result.set(key::kSourcetype, sourcetype);
+  if (!result.tryGet(key::kIsValid)) {
+    result.set(key::kIsValid, flagText(!result.tryGet(key::kInvalidCause)));
+  }
+}
+
+std::vector<std::string> sourceStanzas(const std::filesystem::path& path,
+                                       std::string_view sourcetype) {
+  std::vector<std::string> names{"source::" + pathToText(path)};
+  if (!sourcetype.empty()) names.emplace_back(sourcetype);
+  return names;
 }
 
 }  // namespace sourcetype
