@@ -10,9 +10,9 @@
 
 #include "classifier/file_classifier_manager.h"
 #include "main/driver.h"
-#include "main/xml_libraries.h"
 #include "stanzas.h"
 #include "support.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
 namespace {

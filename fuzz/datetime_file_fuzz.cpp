@@ -1,8 +1,8 @@
 // The configuration of timestamps. Input: datetime.xml and the lines of a log.
-#include "main/xml_libraries.h"
 #include "support.h"
 #include "timestamp/timestamp_formats.h"
 #include "timestamp/timestamp_parser.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
 

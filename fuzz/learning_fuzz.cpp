@@ -6,9 +6,9 @@
 
 #include "classifier/file_classifier_manager.h"
 #include "classifier/type_name.h"
-#include "main/xml_libraries.h"
 #include "stanzas.h"
 #include "support.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
 namespace {

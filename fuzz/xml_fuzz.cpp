@@ -12,8 +12,8 @@
 #include <memory>
 #include <utility>
 
-#include "main/xml_libraries.h"
 #include "support.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
 namespace {

@@ -11,9 +11,9 @@
 #include "classifier/file_classifier_manager.h"
 #include "classifier/properties.h"
 #include "conf/conf_store.h"
+#include "conf/environment.h"
 #include "conf/properties_map.h"
-#include "main/environment.h"
-#include "main/xml_libraries.h"
+#include "timestamp/xml_libraries.h"
 
 int main(int count, char** words) try {
   const char* home = std::getenv("TARNEL_HOME");

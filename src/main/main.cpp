@@ -8,11 +8,11 @@
 #include <system_error>
 
 #include "conf/conf_store.h"
+#include "conf/environment.h"
 #include "main/driver.h"
-#include "main/environment.h"
-#include "main/xml_libraries.h"
 #include "platform/entry_point.h"
 #include "platform/environment.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype {
 

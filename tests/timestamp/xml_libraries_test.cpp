@@ -1,4 +1,4 @@
-#include "main/xml_libraries.h"
+#include "timestamp/xml_libraries.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
