@@ -207,7 +207,7 @@ void run(std::string_view input) {
 
   records().str({});
   tree().clear();
-  static const XmlLibraries kLibraries(tree().root());
+  static const XmlLibraries kLibraries;
   tree().write("system/local/props.conf", props);
   tree().write("work/here/stdin.txt", standardInput);
   tree().write("work/here/training.conf", training);

@@ -34,7 +34,7 @@ std::vector<std::string> seeds() {
 }
 
 void run(std::string_view input) {
-  static const XmlLibraries kLibraries(tree().root());
+  static const XmlLibraries kLibraries;
   Parts parts(input);
   const auto formats = TimestampFormats::load(tree().write("datetime.xml", parts.next()));
   for (const auto& form : formats.forms()) {

@@ -110,7 +110,7 @@ std::vector<std::string> seeds() {
 }
 
 void run(std::string_view input) {
-  static const XmlLibraries kLibraries(tree().root());
+  static const XmlLibraries kLibraries;
   records().str({});
   tree().clear();
   Parts parts(input);

@@ -134,7 +134,7 @@ int run(const Options& options) {
   }
   configureLogging("", {});
   ConfStore store(*options.home / "etc");
-  const XmlLibraries xmlLibraries(store.root());
+  const XmlLibraries xmlLibraries;
   const auto formats = TimestampFormats::load(store.root() / "datetime.xml");
   const bool fromStandardInput = !options.file || *options.file == "-";
   TimestampParser parser(formats, settingsOf(options, store),

@@ -21,7 +21,7 @@ int programMain(std::span<const Argument> arguments) try {
   ConfStore store(home ? *home / "etc" : std::filesystem::path());
   std::map<std::string, std::string> variables;
   initEnvironment(store, variables);
-  const XmlLibraries xmlLibraries(store.root());
+  const XmlLibraries xmlLibraries;
   const int status = runDriver(store, arguments);
   if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "stdout");
   return status;
