@@ -1,4 +1,4 @@
-// Open files of POSIX. Included by the POSIX half alone.
+// Descriptors of open files on POSIX systems. Included by *_posix.cpp only.
 #pragma once
 
 #include <fcntl.h>
@@ -19,7 +19,7 @@ namespace sourcetype {
 
 inline constexpr mode_t kOwnerOnly = 0600;
 
-// No file is that large; a read or write of more than 2 GiB is cut short by the kernel.
+// Bytes of one read or write. The kernel transfers at most 2 GiB in a call.
 inline constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
 [[noreturn]] inline void throwLastError(const std::string& what,
@@ -46,7 +46,7 @@ class Descriptor {
   int number_;
 };
 
-// Calls again as long as a signal was what came between.
+// Repeats a call that a signal interrupted.
 template <class Call>
 auto retrying(const Call& call) {
   auto result = call();
@@ -66,8 +66,8 @@ inline bool isFileAt(int file, const std::filesystem::path& path) {
          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
-// Makes a new name in `directory` last through a crash. Some file systems cannot sync a directory;
-// the name itself is there by then, so that is not an error of the write.
+// Makes a new name in `directory` survive a crash. Some file systems cannot sync a directory. That
+// is not an error of the write, since the name exists already.
 inline void syncDirectory(const std::filesystem::path& directory) {
   const Descriptor handle(openRetrying(directory.c_str(), O_RDONLY | O_DIRECTORY));
   if (handle.isOpen()) ::fsync(handle.number());

@@ -1,12 +1,12 @@
-// What tells one version of a file from another.
+// Tells one version of a file from another.
 #pragma once
 
 #include <cstdint>
 
 namespace sourcetype {
 
-// Tells whether a file is the one it was: its place on the disk, its size and when it was written.
-// Two different versions of a file never compare equal, unless somebody sets its times back.
+// The place of a file on the disk, its size and the time of its last change. Two versions of a file
+// never compare equal, unless somebody sets its times back.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;

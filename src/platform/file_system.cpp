@@ -1,21 +1,21 @@
-// What is the same on every system.
+// The part that is the same on every system.
 #include "platform/file_system.h"
 
 #include <algorithm>
 
 namespace sourcetype {
 
-FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes) {
+FileBytes readFile(const std::filesystem::path& path, std::size_t maxBytes) {
   FileBytes result;
   InputFile file(path);
   const auto examine = [&](std::uint64_t size) {
     result.error = file.error();
-    if (!result.error && size > mostBytes) {
+    if (!result.error && size > maxBytes) {
       result.error = std::make_error_code(std::errc::file_too_large);
     }
   };
   examine(file.size());
-  // One byte more than the size tells a file that grew from one that was read whole.
+  // Room for one byte more than the size shows whether the file grew meanwhile.
   std::size_t capacity = static_cast<std::size_t>(file.size()) + 1;
   while (!result.error) {
     auto larger = std::make_unique_for_overwrite<char[]>(capacity);  // NOLINT: as the member
@@ -24,7 +24,7 @@ FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes) {
     result.size += file.read({result.bytes.get() + result.size, capacity - result.size});
     examine(result.size);
     if (result.size < capacity && !result.error) return result;
-    capacity = std::min(capacity * 2, mostBytes + 1);
+    capacity = std::min(capacity * 2, maxBytes + 1);
   }
   result.bytes.reset();
   result.size = 0;

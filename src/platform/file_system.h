@@ -18,24 +18,24 @@ namespace sourcetype {
 
 enum class FileKind { CannotExamine, Regular, Other };
 
-// What stands at `path`, symbolic links followed.
+// The kind of file at `path`. Symbolic links are followed.
 FileKind fileKind(const std::filesystem::path& path);
 
-// True for a directory, symbolic links followed; false also when that cannot be found out.
+// True for a directory. Symbolic links are followed. False also on errors.
 bool isDirectory(const std::filesystem::path& path);
 
-// Where `path` leads, absolute and with every link followed; with `error` set when there is
-// nothing.
+// The absolute path of the file at `path`, with all links resolved. Sets `error` if there is no
+// file.
 std::filesystem::path canonicalPath(const std::filesystem::path& path, std::error_code& error);
 
-// `path` from the root directory on, for messages; as it is where the working directory is gone.
+// `path` made absolute, for messages; unchanged if the working directory does not exist any more.
 std::filesystem::path absolutePath(const std::filesystem::path& path);
 
-// A regular file opened for reading bytes. Anything else (a directory, a FIFO, a device) is refused
-// and never waited for. Moves, does not copy.
+// A regular file that is open for reading. Anything else (a directory, a FIFO, a device) is an
+// error, and opening it never waits. Can be moved, not copied.
 class InputFile {
  public:
-  // Never throws for the file's sake: ask error().
+  // Does not throw if the file cannot be opened: see error().
   explicit InputFile(const std::filesystem::path& path);
   InputFile(InputFile&& other) noexcept;
   InputFile& operator=(InputFile&& other) noexcept;
@@ -43,14 +43,14 @@ class InputFile {
   InputFile& operator=(const InputFile&) = delete;
   ~InputFile();
 
-  // Why the file could not be opened or read; converts to false while all went well.
+  // Why the file could not be opened or read; false as a bool if there was no error.
   std::error_code error() const { return error_; }
 
-  // Bytes at the time of opening. A hint: the file may grow or shrink while it is read.
+  // Bytes when the file was opened. A hint: the file may grow or shrink while it is read.
   std::uint64_t size() const { return size_; }
 
-  // Fills `buffer` as far as the file goes. Fewer bytes than asked for, 0 included, mean the end of
-  // the file or an error().
+  // Reads the next bytes into `buffer` and returns their count. A count below the size of the
+  // buffer means the end of the file or an error().
   std::size_t read(std::span<char> buffer);
 
  private:
@@ -59,9 +59,7 @@ class InputFile {
   std::intptr_t handle_;
 };
 
-// The whole of a file, or why it cannot be had: std::errc::file_too_large where it has more than
-// `mostBytes`, none of which is then read where the system tells the size. `bytes` is empty on
-// error.
+// The content of a file, or the error that prevented reading it. `bytes` is empty on error.
 struct FileBytes {
   std::unique_ptr<char[]> bytes;  // NOLINT(modernize-avoid-c-arrays): not zeroed before the read
   std::size_t size = 0;
@@ -69,24 +67,25 @@ struct FileBytes {
 
   std::string_view view() const { return {bytes.get(), size}; }
 };
-FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes);
+// Reads a whole file. The error is std::errc::file_too_large for a file of more than `maxBytes`,
+// which is not read if the system tells its size.
+FileBytes readFile(const std::filesystem::path& path, std::size_t maxBytes);
 
-// True when the error says that there is no such file, as against one that cannot be read.
+// True if the error means that there is no such file, false if the file cannot be read.
 bool isMissingFile(std::error_code error);
 
-// Makes a directory and those above it that are missing; they last through a crash. Throws
-// std::system_error.
+// Creates a directory and its missing parents; they survive a crash. Throws std::system_error.
 void createDirectories(const std::filesystem::path& directory);
 
-// Where the last name of the path stands; "." where it has no other.
+// The path without its last name; "." for a path of one name.
 std::filesystem::path directoryOf(const std::filesystem::path& path);
 
-// Names of the entries of a directory without "." and "..", in ascending byte order; empty with
-// `error` set when it cannot be read.
+// The names in a directory without "." and "..", in ascending byte order. Empty, with `error` set,
+// if the directory cannot be read.
 std::vector<std::filesystem::path> listDirectory(const std::filesystem::path& directory,
                                                  std::error_code& error);
 
-// All zero when there is no such file.
+// All zero if there is no such file.
 FileIdentity fileIdentity(const std::filesystem::path& path);
 
 }  // namespace sourcetype

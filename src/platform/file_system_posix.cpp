@@ -13,7 +13,7 @@
 namespace sourcetype {
 namespace {
 
-// Less what the account's umask takes away.
+// The account's umask removes some of these bits.
 constexpr mode_t kNewDirectoryMode = 0777;
 
 }  // namespace

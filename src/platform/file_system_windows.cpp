@@ -36,7 +36,7 @@ fs::path canonicalPath(const fs::path& path, std::error_code& error) {
 }
 
 InputFile::InputFile(const fs::path& path)
-    // A directory is opened as well, so that the error can say that it is one.
+    // Directories are opened too, so that the error can say that the path is a directory.
     : handle_(toNumber(openFile(path, GENERIC_READ, OPEN_EXISTING,
                                 FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN)
                            .release())) {
@@ -89,8 +89,8 @@ bool isMissingFile(std::error_code error) {
   if (error.category() != lastSystemError().category()) {
     return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
   }
-  // Nothing can stand under a name that the system does not allow. A server or drive that does not
-  // answer is not missing: what it holds is not known.
+  // No file can have a name that the system does not allow. A server or drive that does not answer
+  // is not missing: its content is not known.
   constexpr std::array kMissing{ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_INVALID_NAME,
                                 ERROR_DIRECTORY};
   return std::ranges::find(kMissing, error.value()) != kMissing.end();
@@ -133,7 +133,7 @@ void createDirectories(const fs::path& wanted) {
     const DWORD error = GetLastError();
     if (isDirectory(next)) continue;  // another process made it
     SetLastError(error);
-    // The system would say that the file exists already, which helps nobody who reads it.
+    // The system's text, "the file exists already", would not help the reader.
     if (error == ERROR_ALREADY_EXISTS) {
       throwError(std::make_error_code(std::errc::not_a_directory), kWhat, next);
     }

@@ -1,4 +1,4 @@
-// What is the same on every system.
+// The part that is the same on every system.
 #include "platform/file_writing.h"
 
 #include "platform/file_system.h"
@@ -11,7 +11,7 @@ void replaceFile(const std::filesystem::path& target, std::string_view content,
   replaceFile(target, content, writeTarget(target), lock);
 }
 
-// What cannot be listed or deleted is harmless where it is.
+// A file that cannot be listed or deleted does no harm.
 void removeLeftovers(const std::filesystem::path& target) {
   const std::filesystem::path file = writeTarget(target);
   const std::filesystem::path directory = directoryOf(file);

@@ -17,7 +17,7 @@
 namespace sourcetype {
 namespace {
 
-// Less what the account's umask takes away.
+// The account's umask removes some of these bits.
 constexpr mode_t kNewFileMode = 0666;
 
 void writeAll(const Descriptor& file, std::string_view content, const std::filesystem::path& path) {
@@ -34,8 +34,8 @@ void sync(const Descriptor& file, const std::filesystem::path& path) {
   if (retrying([&] { return ::fsync(file.number()); }) != 0) throwLastError("cannot sync", path);
 }
 
-// Puts the decisive byte of a text at `offset` of a file, where its placeholder has to be: a
-// program that takes no lock may have changed the file.
+// Writes the decisive byte of a text at `offset` of a file. Its placeholder must be there: a
+// program that uses no lock may have changed the file.
 void putByte(const Descriptor& file, off_t offset, const DecisiveText& text,
              const std::filesystem::path& path) {
   char present = 0;
@@ -51,8 +51,8 @@ void putByte(const Descriptor& file, off_t offset, const DecisiveText& text,
   }
 }
 
-// Gives a file the attributes of the file `model`, or those of a new file in `directory` where
-// there is no model.
+// Gives a file the attributes of the file `model`. If there is no such file, the attributes of any
+// new file in `directory`.
 void setAttributes(const Descriptor& file, const std::filesystem::path& directory,
                    const std::filesystem::path& model) {
   const Descriptor old(openRetrying(model.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
@@ -65,7 +65,7 @@ void setAttributes(const Descriptor& file, const std::filesystem::path& director
   }
 }
 
-// A uniquely named empty file that is deleted again unless it was renamed to its target.
+// An empty file with a unique name. It is deleted again unless it is renamed to its target.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::filesystem::path& target)
@@ -92,8 +92,8 @@ class TemporaryFile {
   bool renamed_ = false;
 };
 
-// Whether writes may go where a link at `path` leads: it is root's, this account's, or its
-// directory's owner's. Another account that may write to the directory could have planted it.
+// Whether a write may follow the link at `path`: its owner is root, this account or the owner of
+// its directory. Any other account that may write to the directory could have created it.
 bool mayRedirect(const struct stat& link, const std::filesystem::path& path) {
   struct stat directory {};
   if (::stat(directoryOf(path).c_str(), &directory) != 0) return false;

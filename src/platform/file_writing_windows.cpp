@@ -23,9 +23,9 @@ using std::chrono::steady_clock;
 
 constexpr milliseconds kPollInterval{10};
 
-// How long a write waits for somebody who has the file open: a reader, or a virus scanner, which
-// opens whatever was written.
-constexpr milliseconds kPatience{2000};
+// How long a write waits while another program has the file open: a reader, or a virus scanner,
+// which opens every written file.
+constexpr milliseconds kMaxWait{2000};
 
 void writeAll(const Handle& file, std::string_view content, const fs::path& path) {
   while (!content.empty()) {
@@ -51,11 +51,11 @@ bool hasSeveralNames(const Handle& file) {
   return information && information->nNumberOfLinks > 1;
 }
 
-// Repeats `attempt` while it fails because somebody else has the file open. `attempt` gives true
-// for a success. Gives false, with the error as the system's last one, when it still fails.
+// Repeats `attempt`, which returns true on success, while it fails because another program has the
+// file open. Returns false, with the system's last error set, if it still fails after kMaxWait.
 template <class Attempt>
 bool patiently(const Attempt& attempt) {
-  const auto deadline = steady_clock::now() + kPatience;
+  const auto deadline = steady_clock::now() + kMaxWait;
   while (!attempt()) {
     const DWORD error = GetLastError();
     const bool mayPass = error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
@@ -69,14 +69,15 @@ bool patiently(const Attempt& attempt) {
   return true;
 }
 
-// A file or directory that nobody may write to. Waiting does not help.
+// True for a directory or a read-only file, for which waiting does not help.
 bool refusesWrites(const fs::path& path) {
   const DWORD attributes = GetFileAttributesW(systemName(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES &&
          (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0;
 }
 
-// Waits for those who have the file open; not open, with the system's last error set, on failure.
+// Waits while other programs have the file open. The result is not open, with the system's last
+// error set, on failure.
 Handle openToWrite(const fs::path& path, DWORD disposition) {
   Handle file(INVALID_HANDLE_VALUE);
   const auto attempt = [&] {
@@ -91,8 +92,8 @@ Handle openToWrite(const fs::path& path, DWORD disposition) {
   return file;
 }
 
-// Gives the new file the access list of another one. Some file systems have none, and a network
-// share may forbid it; the file then has the list of its directory.
+// Gives a new file the access list of another file. If the file system has no lists, or a network
+// share forbids it, the file keeps the list that it got from its directory.
 void copyPermissions(const fs::path& from, const fs::path& to) {
   constexpr SECURITY_INFORMATION kWhat = DACL_SECURITY_INFORMATION;
   const std::wstring source = systemName(from);
@@ -104,7 +105,7 @@ void copyPermissions(const fs::path& from, const fs::path& to) {
   }
 }
 
-// A uniquely named empty file that is deleted again unless it was renamed to its target.
+// An empty file with a unique name. It is deleted again unless it is renamed to its target.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const fs::path& target)
@@ -149,7 +150,7 @@ fs::path writeTarget(fs::path path) {
   const Handle file = openToExamine(path);
   fs::path target;
   if (file.isOpen()) target = finalPath(file);
-  // A link to a file that does not exist yet is not followed: replacing it would lose the link.
+  // A link to a file that does not exist yet cannot be followed; replacing it would lose the link.
   if (target.empty()) throwLastError("cannot follow", path);
   return target;
 }

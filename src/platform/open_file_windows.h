@@ -1,4 +1,4 @@
-// Opens files and examines open ones. Included by the Windows half alone.
+// Opens files and examines open ones. Included by *_windows.cpp only.
 #pragma once
 
 #include <cstddef>
@@ -13,10 +13,10 @@
 
 namespace sourcetype {
 
-// Bytes of one read or write: a multiple of the block size, and no network drive refuses it.
+// Bytes of one read or write: a multiple of the block size, small enough for network drives.
 inline constexpr std::size_t kMaxTransfer = std::size_t{16} << 20;
 
-// Others may read, write, rename and delete what this program has open.
+// Other programs may read, write, rename and delete files that this program has open.
 inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 inline Handle openFile(const std::filesystem::path& path, DWORD access, DWORD disposition,
@@ -25,12 +25,12 @@ inline Handle openFile(const std::filesystem::path& path, DWORD access, DWORD di
                             flags | kNoImpersonation, nullptr));
 }
 
-// Asks for no more than attributes, which also a file that its owner shares with nobody gives.
+// Asks for attributes only: that works also for a file that its owner does not share.
 inline Handle openToExamine(const std::filesystem::path& path) {
   return openFile(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
 }
 
-// Nothing for what is no file of a file system: a device, a pipe.
+// Empty for a device or a pipe, which are not files of a file system.
 inline std::optional<BY_HANDLE_FILE_INFORMATION> informationOf(HANDLE file) {
   BY_HANDLE_FILE_INFORMATION information{};
   if (GetFileType(file) != FILE_TYPE_DISK || !GetFileInformationByHandle(file, &information)) {
@@ -59,7 +59,7 @@ inline FileIdentity identityOf(const BY_HANDLE_FILE_INFORMATION& information) {
           .modified = (ticks - kTicksBefore1970) * kNanosecondsPerTick};
 }
 
-// Where an open file really stands; empty, with the system's last error set, on failure.
+// The path of an open file without links; empty, with the system's last error set, on failure.
 inline std::filesystem::path finalPath(const Handle& file) {
   constexpr std::size_t kMaxPath = 32768;  // characters
   std::wstring name(kMaxPath, L'\0');
