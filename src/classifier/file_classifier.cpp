@@ -18,10 +18,10 @@ namespace {
 
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
-// A sourcetype that rules or header lines decide on needs no more models to be told from others.
+// A sourcetype that rules or header lines recognise needs few models to be told from others.
 constexpr std::size_t kMaxRuleModels = 3;
 
-// Says no more than that a line holds a time of day, which is no start of an event.
+// Matches any line with a time of day, which is not necessarily the start of an event.
 constexpr std::string_view kTimeOfDayExpression = R"(\d+:\d+:\d+)";
 
 constexpr std::string_view causeText(InvalidCause cause) {
@@ -89,8 +89,8 @@ void FileClassifier::run(Stage stage) {
   }
 }
 
-// The input's "sourcetype" or "given_type" wins over a configured sourcetype, but a configured
-// "preprocess" wins over everything.
+// A "sourcetype" or "given_type" of the input overrides a configured sourcetype, but a configured
+// "preprocess" overrides both.
 void FileClassifier::lookUpConfiguredProps() {
   sourcetype_ = usableSourcetype(result_);
   if (sourcetype_.empty()) {
@@ -122,8 +122,8 @@ void FileClassifier::lookUpConfiguredProps() {
   }
 }
 
-// The sourcetype that these properties give. One that could not be stored, which would also break
-// the lines of the output, counts as none.
+// The sourcetype in these properties. Empty for a sourcetype that cannot be stored, which would
+// also break the lines of the output.
 std::string FileClassifier::usableSourcetype(const PropertiesMap& properties,
                                              std::string_view key) const {
   std::string sourcetype = properties.get(key);
@@ -135,12 +135,12 @@ std::string FileClassifier::usableSourcetype(const PropertiesMap& properties,
   return {};
 }
 
-// With the sourcetype known and nothing to find out about the bytes, the file need not be opened.
+// The file need not be opened if its sourcetype is known and its bytes need no examination.
 bool FileClassifier::isSettledUnread() const {
   return !sourcetype_.empty() && noBinaryCheck_ && sampleProps_.get(key::kCharset) != "auto";
 }
 
-// With the sourcetype known, no more is asked of the content than whether it is text.
+// If the sourcetype is known, only the question whether the file is text remains.
 bool FileClassifier::areLinesNeeded() const {
   return sourcetype_.empty() || result_.getBool(key::kCheckForHeader, headerWanted_);
 }
@@ -197,8 +197,7 @@ bool FileClassifier::matchModels() {
   return modelMatched_;
 }
 
-// A small file gets a sourcetype of its own kind, which keeps it out of the ones that mean
-// something.
+// A small file gets a sourcetype for small files, since its few lines show little of its format.
 void FileClassifier::finishTooSmall() {
   PropertiesMap smallProps;
   store_.getStanzaSettings(store_.getProps(), smallProps, kTooSmallSourcetype, PatternMatching::No);
@@ -215,14 +214,14 @@ void FileClassifier::finishTooSmall() {
     settings.remove(key::kSourcetype);
     const auto outcome = store_.addStanza(store_.getProps(), sourcetype, settings, false);
     madeSourcetype_ = outcome == WriteOutcome::Written;
-    // Where another process has made it meanwhile, what that one wrote holds.
+    // If another process has added the stanza meanwhile, its settings apply.
     if (outcome != WriteOutcome::Overtaken) result_ = settings;
   }
   finishWith(sourcetype);
 }
 
-// Nothing recognised the file: it becomes the first of a new sourcetype. Nothing is written before
-// the header line was looked at, which may show that the file belongs to another one.
+// Proposes a new sourcetype for a file that nothing recognised. It is not written yet: the header
+// line may show that the file belongs to an existing sourcetype.
 void FileClassifier::createSourcetype() {
   const PropertiesMap input = result_;
   const std::string sourcetype = makeUniqueTypeName(fileName_, store_);
@@ -250,7 +249,7 @@ void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {
     } else {
       logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_NO_GOOD_REGEX__%s", sourcetype);
     }
-  } catch (const std::exception& error) {  // the sourcetype does without the expression
+  } catch (const std::exception& error) {  // the sourcetype gets no expression
     logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_REGEX__%s", sourcetype);
     logDebug(kFlowLog, "%s", error.what());
   }
@@ -290,13 +289,13 @@ void FileClassifier::detectHeaderIfAsked() {
     madeSourcetype_ = madeSourcetype_ || newSourcetype_;
     newSourcetype_.reset();
   }
-  // Learned, the file is recognised as what it is found to be, also where no header is looked for.
+  // Learn the file, so that it is recognised also where configuration asks for no header.
   if (modelMatched_ && result_.get(key::kSourcetype) != before && !isLearned()) {
     learning_ = Learning::WhileFewModels;
   }
 }
 
-// Whether a model was learned from this very text: no further model could be closer to it.
+// Whether a model was learned from this very text. Then a further model would not be closer.
 bool FileClassifier::isLearned() {
   constexpr float kOwnDistance = 0.001F;  // stored weights are rounded
   const auto closest = context_.models().findClosest(*sample_);
@@ -312,7 +311,8 @@ void FileClassifier::keepWhatIsNew() {
   context_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype), kMaxRuleModels);
 }
 
-// A stanza whose files cannot be recognised would get another one beside it at every run.
+// Without a model the file would not be recognised, and every run would add one more stanza. So the
+// stanza is removed if the model cannot be stored.
 void FileClassifier::learnNewSourcetype() {
   ModelStore& models = context_.models();
   const std::string sourcetype = result_.get(key::kSourcetype);
@@ -323,8 +323,8 @@ void FileClassifier::learnNewSourcetype() {
   }
 }
 
-// When another process has taken the name of the new sourcetype meanwhile, the next free one is as
-// good. False when the stanza could not be written.
+// Writes the stanza of the new sourcetype, under the next free name if another process has used its
+// name meanwhile. Returns false if the stanza cannot be written.
 bool FileClassifier::addUnderFreeName() {
   while (true) {
     const auto outcome = store_.addStanza(store_.getProps(), result_.get(key::kSourcetype),

@@ -66,17 +66,17 @@ class FileClassifier {
   const TypeRequest& request_;
   const std::string fileName_;
 
-  std::string sourcetype_;     // empty until something settles it
-  PropertiesMap sampleProps_;  // how to read the file: "CHARSET" where configuration says it
+  std::string sourcetype_;     // empty until it is known
+  PropertiesMap sampleProps_;  // "CHARSET", if it is configured
   bool learningAllowed_;
   bool headerWanted_ = false;
   bool noBinaryCheck_ = false;
   std::optional<Sample> sample_;
-  MatchBudget budget_{kMaxFileCost};            // of stanza patterns and rules
+  MatchBudget budget_{kMaxFileCost};            // for stanza patterns and rules
   std::optional<NewSourcetype> newSourcetype_;  // until its stanza is written
   bool madeSourcetype_ = false;
   bool singleLine_ = true;     // each line of the sample is an event
-  bool modelMatched_ = false;  // a learned model gave the sourcetype
+  bool modelMatched_ = false;  // the sourcetype is that of a learned model
   Learning learning_ = Learning::No;
 };
 

@@ -26,7 +26,7 @@ int programMain(std::span<const Argument> arguments) try {
   if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "stdout");
   return status;
 } catch (const std::exception& error) {
-  // Whatever becomes of it: nothing throws.
+  // Its result does not matter, since it does not throw.
   static_cast<void>(std::fprintf(stderr, "sourcetype: %s\n", error.what()));
   return kRunFailed;
 }

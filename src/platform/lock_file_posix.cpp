@@ -60,7 +60,7 @@ Descriptor sharedLockFile(const std::filesystem::path& path) {
   }
   if (!S_ISREG(status.st_mode)) {
     errno = EINVAL;
-    throwLastError("will not lock what is no regular file", path);
+    throwLastError("cannot lock, since it is not a regular file:", path);
   }
   if (isOwnLockFile(status)) shareLockFile(file.number(), directoryOf(path));
   return file;

@@ -26,16 +26,16 @@ constexpr LogCategory kXmlLog("XmlParser");
 // 2.7.8. Older versions lack the structured errors and the limits that this program needs.
 constexpr long kMinLibxml2 = 20708;
 
-// Bytes of one piece of a message; the rest is cut.
+// Bytes of one piece of a message. The rest of a longer piece is dropped.
 constexpr std::size_t kMaxPiece = 1024;
 
-// Bytes. A message that grows beyond is logged in parts.
+// Bytes. A longer message is logged in parts.
 constexpr std::size_t kMaxMessage = 8192;
 
-// The libraries keep one set of handlers for the process and hand them no object of ours.
+// The libraries have one set of handlers for the process and pass them no object of this program.
 struct XmlLayer {
   bool initialised = false;
-  std::string message;  // pieces of a generic message whose line has not ended yet
+  std::string message;  // the pieces of a generic message whose line is not complete
 };
 XmlLayer& xmlLayer() {
   static XmlLayer layer;
@@ -66,8 +66,7 @@ void logCollectedMessage() {
   if (const auto text = withoutLineEnd(complete); !text.empty()) logError(kXmlLog, "%s", text);
 }
 
-// printf-style, and a message may come in pieces; a newline ends it. The formats are the
-// libraries', and so is the way to pass arguments.
+// Takes one piece of a message, printf-style as the libraries require; a newline ends the message.
 void collectMessage(void* /*context*/, const char* format, ...) {  // NOLINT(cert-dcl50-cpp)
   std::array<char, kMaxPiece> piece{};
   std::va_list arguments;  // NOLINT(cppcoreguidelines-pro-type-vararg): the libraries' interface
