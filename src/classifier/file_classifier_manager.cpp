@@ -4,6 +4,7 @@
 
 #include "classifier/file_classifier.h"
 #include "classifier/line_break_learner.h"
+#include "classifier/models/distance_limits.h"
 #include "classifier/properties.h"
 #include "classifier/type_name.h"
 #include "conf/ini_file.h"
@@ -53,16 +54,16 @@ void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeReq
       logDebug(kFlowLog, "%s", error.what());
     }
   }
-  if (file.madeSourcetype() || models_.addedModels() > modelsBefore) models_.adjustMaxDist();
+  if (file.madeSourcetype() || models_.addedModels() > modelsBefore) adjustMaxDist(store_);
 }
 
 void FileClassifierManager::learnFile(const std::filesystem::path& path,
-                                      std::string_view sourcetype, Training training,
+                                      std::string_view sourcetype, ModelRetraining* retraining,
                                       std::uint64_t maxLines) {
   if (const auto reason = sourcetypeProblem(sourcetype); !reason.empty()) {
     logError(kFlowLog, "Cannot learn the file %s as sourcetype \"%s\": %s.", pathToText(path),
              sourcetype, reason);
-    if (training == Training::Yes) models_.keepForgotten();
+    if (retraining != nullptr) retraining->keepUnlearned();
     return;
   }
   const std::size_t modelsBefore = models_.addedModels();
@@ -73,13 +74,14 @@ void FileClassifierManager::learnFile(const std::filesystem::path& path,
   if (!sample) {
     logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_CANNOT_OPEN__%s", pathToText(path));
   }
-  if (training == Training::Yes && error && !isMissingFile(error)) {
-    models_.keepForgotten();
+  if (retraining == nullptr) {
+    if (sample) models_.trainModels(pathToText(path), *sample, sourcetype);
+    if (models_.addedModels() > modelsBefore) adjustMaxDist(store_);
+  } else if (error && !isMissingFile(error)) {
+    retraining->keepUnlearned();
   } else if (sample) {
-    models_.trainModels(pathToText(path), *sample, sourcetype);
+    retraining->learn(pathToText(path), *sample, sourcetype);
   }
-  const bool isLast = training == Training::No;
-  if (isLast && models_.addedModels() > modelsBefore) models_.adjustMaxDist();
 }
 
 void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingFile) {
@@ -90,17 +92,17 @@ void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingF
     logWarn(kFlowLog, "There is no training file %s.",
             pathToText(absolutePath(trainingFile).lexically_normal()));
   }
-  models_.forget();
+  ModelRetraining retraining(store_, models_);
   for (const auto& [sourcetype, stanza] : training.stanzas()) {
     logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_TRAINING__%s", sourcetype);
     for (const auto& [key, setting] : stanza.settings) {
       if (key.starts_with('_')) continue;
       logInfo(kFlowLog, "\twith file:%s", setting.value);
-      learnFile(pathFromText(setting.value), sourcetype, Training::Yes);
+      learnFile(pathFromText(setting.value), sourcetype, &retraining);
     }
   }
-  models_.dropForgotten();
-  models_.adjustMaxDist();
+  retraining.finish();
+  adjustMaxDist(store_);
 }
 
 void FileClassifierManager::getSourcetypeSettings(PropertiesMap& result,

@@ -9,6 +9,7 @@
 
 #include "classifier/classifier_settings.h"
 #include "classifier/expression_check.h"
+#include "classifier/models/model_retraining.h"
 #include "classifier/models/model_store.h"
 #include "classifier/rules.h"
 #include "conf/conf_store.h"
@@ -31,10 +32,6 @@ struct TypeRequest {
   std::uint64_t maxLines = kDefaultMaxLines;
 };
 
-// Whether a file is learned as one of a training file's, which settles once for all what follows
-// from having learned (the width of the distance limit).
-enum class Training { No, Yes };
-
 // Owns what lives for the run. Per-file problems are never thrown: they are in the result and in
 // the log. Keeps no state between files but what it wrote.
 class FileClassifierManager {
@@ -47,10 +44,11 @@ class FileClassifierManager {
   // file, and the settings of the sourcetype; keys that were there before keep their values.
   void findTypeForFile(PropertiesMap& result, const TypeRequest& request);
 
-  // Learns the text of a file under a sourcetype's name. A file that cannot be read is logged, and
-  // so is a sourcetype that could not be stored, under which nothing is learned.
-  void learnFile(const std::filesystem::path& path, std::string_view sourcetype, Training training,
-                 std::uint64_t maxLines = kDefaultMaxLines);
+  // Learns the text of a file under a sourcetype's name, as one file of `retraining` if there is
+  // one. A file that cannot be read is logged, and so is a sourcetype that could not be stored,
+  // under which nothing is learned.
+  void learnFile(const std::filesystem::path& path, std::string_view sourcetype,
+                 ModelRetraining* retraining = nullptr, std::uint64_t maxLines = kDefaultMaxLines);
 
   // Learns the files of a training file in the place of all that was learned before: each stanza is
   // a sourcetype, the value of each key that does not begin with "_" one of its files. The old

@@ -3,14 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <limits>
-#include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "classifier/classifier_settings.h"
 #include "classifier/models/fingerprint.h"
@@ -59,26 +57,16 @@ class ModelStore {
   // Models held of a sourcetype.
   std::size_t countModels(std::string_view sourcetype);
 
+  // Names of the stanzas of the models that were added in this run, in their order.
+  const std::vector<std::string>& addedStanzas() const { return addedStanzas_; }
   // Models added in this run, and those that could not be stored.
-  std::size_t addedModels() const { return addedModels_; }
+  std::size_t addedModels() const { return addedStanzas_.size(); }
   std::size_t failedModels() const { return failedModels_; }
 
-  // Forgets every model. Their file keeps them until dropForgotten(), so that a run that does not
-  // get that far loses none.
-  void forget();
-
-  // Says that a file could not be learned again: of the forgotten models only those of files that
-  // were are dropped. So does a new model that cannot be written.
-  void keepForgotten() { keepsForgotten_ = true; }
-
-  // Takes the forgotten models out of their file. A copy of the file without the models added since
-  // forget() stays beside it as "sourcetypes.conf.old". Logs how many were dropped and where the
-  // copy is.
-  void dropForgotten();
-
-  // Raises "maxDist" of the stanza [default] of props.conf where there are thousands of
-  // sourcetypes.
-  void adjustMaxDist();
+  // Forgets every model. Their file keeps them.
+  void forget() { models_.emplace(); }
+  // The next look at the models reads their file again.
+  void reload() { models_.reset(); }
 
  private:
   ModelIndex& models();
@@ -92,12 +80,8 @@ class ModelStore {
   StanzaNumbers stanzaNumbers_;
   std::optional<ModelIndex> models_;
   std::optional<std::string> inheritedMaxDist_;  // of the stanza [default] of sourcetypes.conf
-  std::size_t addedModels_ = 0;
+  std::vector<std::string> addedStanzas_;
   std::size_t failedModels_ = 0;
-  std::map<std::string, ConfStore::StanzaNames, std::less<>> forgotten_;  // by "_source"
-  ConfStore::StanzaNames addedStanzas_;                                   // since forget()
-  std::set<std::string, std::less<>> learnedSources_;                     // since forget()
-  bool keepsForgotten_ = false;
 };
 
 }  // namespace sourcetype

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "classifier/models/distance_limits.h"
 #include "classifier/models/model.h"
+#include "classifier/models/model_retraining.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -240,19 +242,19 @@ TEST(NewModel, HasTheLimitThatItWillInherit) {
   EXPECT_EQ(run.match(similar), "(none)");
 }
 
-TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
+TEST(Retraining, KeepsOldModelsInTheirFileUntilItFinishes) {
   const TempTree tree;
   ProgramRun run(tree);
   EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
   const auto before = tree.read(kLearned);
-  run.models.forget();
+  ModelRetraining retraining(run.store, run.models);
   EXPECT_EQ(run.models.countModels("fruit"), 0U);
   EXPECT_EQ(run.match(repeated(kApples, 100)), "(none)");
-  EXPECT_TRUE(run.train(repeated(kPears, 100), "pears"));
+  retraining.learn("the file.log", sampleOf(repeated(kPears, 100)), "pears");
   EXPECT_TRUE(ProgramRun(tree).train(repeated(kPlums, 100), "plums"));
   EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "fruit");
   CaptureStderr();
-  run.models.dropForgotten();
+  retraining.finish();
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("sourcetypes.conf.old: 1."));
   EXPECT_EQ(tree.read(kLearned).find("[the_file.log_2"), 0U);
   // Has what other processes learned meanwhile, but not what this one did.
@@ -263,30 +265,26 @@ TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
   EXPECT_EQ(ProgramRun(tree).match(repeated(kPlums, 100)), "plums");
 }
 
-TEST(ForgottenModels, LeaveTheDefaultStanza) {
+TEST(Retraining, KeepsTheDefaultStanza) {
   const TempTree tree;
   const std::string defaults = "# limits\n[default]\nmaxDist = 5\n";
   tree.write(kLearned, defaults + "[m]\n_sourcetype = t\nword = 1\n");
   ProgramRun run(tree);
-  run.models.forget();
-  run.models.dropForgotten();
+  ModelRetraining(run.store, run.models).finish();
   EXPECT_EQ(tree.read(kLearned), defaults);
 }
 
-TEST(ForgottenModels, LeaveNoFileBehindWhenTheyWereAll) {
+TEST(Retraining, DeletesTheFileWhenAllModelsAreOld) {
   const TempTree tree;
   ProgramRun run(tree);
-  run.models.forget();  // nothing to forget is no error
-  run.models.dropForgotten();
+  ModelRetraining(run.store, run.models).finish();  // nothing to drop is no error
   EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
   const auto stored = tree.read(kLearned);
-  run.models.forget();
   std::filesystem::create_directories(tree.path(kOld) / "x");
-  run.models.dropForgotten();  // nothing is dropped that cannot be set aside
+  ModelRetraining(run.store, run.models).finish();  // nothing is dropped that cannot be set aside
   EXPECT_EQ(tree.read(kLearned), stored);
   std::filesystem::remove_all(tree.path(kOld));
-  run.models.forget();
-  run.models.dropForgotten();
+  ModelRetraining(run.store, run.models).finish();
   EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
   EXPECT_EQ(tree.read(kOld), stored);
 }
@@ -315,7 +313,7 @@ TEST_P(MaxDist, FollowsTheNumberOfSourcetypes) {
   for (int i = 0; i < GetParam().sourcetypes; ++i) props += "[t" + std::to_string(i) + "]\n";
   tree.write("system/default/props.conf", props + GetParam().before);
   ProgramRun run(tree);
-  run.models.adjustMaxDist();
+  adjustMaxDist(run.store);
   PropertiesMap defaults;
   run.store.getExactStanza(run.store.getProps(), defaults, kDefaultStanza);
   EXPECT_EQ(defaults.get("maxDist"), GetParam().after);
