@@ -6,6 +6,7 @@
 #include "classifier/header_detector.h"
 #include "classifier/line_break_learner.h"
 #include "classifier/properties.h"
+#include "classifier/single_line_check.h"
 #include "classifier/timestamp_learner.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"

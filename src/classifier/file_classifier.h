@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "classifier/file_classifier_manager.h"
-#include "classifier/header_transform.h"
+#include "classifier/header_linker.h"
 #include "classifier/properties.h"
 #include "classifier/rules.h"
 #include "classifier/sample.h"

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "classifier/header_fields.h"
+#include "classifier/header_transform.h"
 #include "classifier/statistics.h"
 #include "util/logging.h"
 #include "util/text.h"

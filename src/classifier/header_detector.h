@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "classifier/header_transform.h"
+#include "classifier/header_linker.h"
 #include "classifier/sample.h"
 #include "conf/conf_store.h"
 #include "conf/properties_map.h"

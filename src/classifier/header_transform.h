@@ -1,5 +1,5 @@
-// The columns of a delimited file as configuration: a transform that extracts them, and the link to
-// it from the file's sourcetype.
+// The columns of a delimited file as configuration: a transform of transforms.conf that extracts
+// them, and the links from sourcetypes to transforms.
 #pragma once
 
 #include <string>
@@ -11,29 +11,30 @@
 
 namespace sourcetype {
 
+// Names of stanzas of transforms.conf.
+using TransformNames = std::vector<std::string>;
+
 // A delimiter as it is written and shown: a tab as "\t".
 std::string delimiterText(char delimiter);
 
 // The values of a transform for these columns. `names` hold no double quote and no line end.
 PropertiesMap makeHeaderTransform(char delimiter, const std::vector<std::string>& names);
 
-// A new sourcetype whose stanza is not written yet.
-struct NewSourcetype {
-  PropertiesMap settings;  // of its stanza
-  PropertiesMap input;     // the result without them
-};
+// The stanzas that have these values and can be linked, whatever else they say.
+TransformNames findIdenticalTransforms(const PropertiesMap& transform, ConfStore& store);
 
-// Links a transform of these values, one that transforms.conf has or a new one, to the sourcetype
-// of `result`. A sourcetype that links other columns keeps them: the file gets its own sourcetype,
-// "<sourcetype>-<number>", or the one that an earlier file with these columns got. `result` then
-// holds its name and settings. What cannot be written is logged by the store and leaves `result` as
-// it was.
-//
-// `made` is given when the sourcetype of `result` is new. Its stanza is written together with the
-// link, or not at all when an earlier file with these columns has a sourcetype of the same type
-// name. False when its stanza is still to be written.
-bool applyHeaderTransform(std::string_view fileName, const PropertiesMap& transform,
-                          PropertiesMap& result, ConfStore& store,
-                          const NewSourcetype* made = nullptr);
+// The transforms that a sourcetype's settings name and that are there.
+TransformNames linkedTransforms(const PropertiesMap& settings, ConfStore& store);
+
+// Whether a sourcetype of these settings has columns. A transform that names none (an expression of
+// its own) does not count.
+bool hasColumns(const PropertiesMap& settings, ConfStore& store);
+
+// The settings that link a transform. What the key of the link names already stays.
+PropertiesMap linkBeside(const PropertiesMap& settings, const std::string& stanza,
+                         ConfStore& store);
+
+// The settings but for links to columns.
+PropertiesMap withoutColumns(PropertiesMap settings, ConfStore& store);
 
 }  // namespace sourcetype

@@ -4,120 +4,17 @@
 #include "classifier/line_break_learner.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <map>
-#include <set>
 #include <span>
 #include <unordered_map>
 
+#include "classifier/line_start.h"
 #include "util/regex.h"
 #include "util/text.h"
 
 namespace sourcetype {
 namespace {
-
-using Lines = std::vector<std::string_view>;
-
-Lines examinedLines(const Sample& sample) {
-  Lines lines(std::min(sample.lineCount(), kMaxExaminedLines));
-  for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = sample.line(i);
-  return lines;
-}
-
-bool holds(std::string_view characters, char c) {
-  return characters.find(c) != std::string_view::npos;
-}
-
-// --- Single lines ---
-
-// A line of dashes and the like, which sets an event off from the next.
-bool isSeparator(std::string_view line) {
-  constexpr std::array<std::string_view, 5> kSeparators{"---", "***", "===", "___", "=+="};
-  while (!line.empty() && isAsciiSpace(line.front())) line.remove_prefix(1);
-  return std::ranges::any_of(kSeparators,
-                             [&](std::string_view mark) { return line.starts_with(mark); });
-}
-
-// Where some lines are indented, but not nearly all, they continue the ones above them.
-bool arePartlyIndented(const Lines& lines) {
-  constexpr float kFewest = 0.05F;  // single precision settles which side a boundary is on
-  constexpr float kMost = 0.98F;
-  const auto count = static_cast<float>(lines.size());
-  const auto indented = std::ranges::count_if(
-      lines, [](std::string_view line) { return line.empty() || isAsciiSpace(line.front()); });
-  const auto fewest = std::max(1L, static_cast<long>(kFewest * count));
-  const auto most = static_cast<long>(kMost * count);
-  return fewest < indented && indented < most;
-}
-
-constexpr std::size_t kShortestSignature = 2;
-constexpr std::size_t kLongestSignature = 9;
-
-// The punctuation of a line, as much of it as is compared. Dots in a row count once whatever stands
-// between them: 10.0.0.1 looks like 1.5.
-std::string punctuationSignature(std::string_view line) {
-  constexpr std::string_view kIgnored = "-_'";
-  std::string signature;
-  char previous = '\0';
-  for (const char c : line) {
-    if (isAsciiLetter(c) || isAsciiDigit(c) || isAsciiSpace(c) || holds(kIgnored, c)) continue;
-    if (c != '.' || previous != '.') signature += c;
-    if (signature.size() == kLongestSignature) break;
-    previous = c;
-  }
-  return signature;
-}
-
-// True when the lines begin with few patterns of punctuation for the length of these.
-bool shareSignatures(const Lines& lines) {
-  constexpr std::size_t kMostSignatures = 15;
-  constexpr float kLeastRatio = 0.7F;  // of length to patterns; in single precision, as above
-  std::vector<std::string> signatures(lines.size());
-  std::ranges::transform(lines, signatures.begin(), punctuationSignature);
-  for (std::size_t length = kShortestSignature; length <= kLongestSignature; ++length) {
-    std::set<std::string_view> distinct;
-    for (const std::string_view signature : signatures) {
-      distinct.insert(signature.substr(0, length));
-      if (distinct.size() > kMostSignatures) return false;
-    }
-    const auto ratio = static_cast<float>(length) / static_cast<float>(distinct.size());
-    if (ratio >= kLeastRatio) return true;
-  }
-  return false;
-}
-
-// --- Line starts ---
-
-constexpr std::string_view kLetter = "[a-zA-Z]";
-constexpr std::string_view kDigit = R"(\d)";
-constexpr std::string_view kSpace = R"(\s)";
-constexpr std::string_view kRepeated = "+";
-
-// Bytes of a line that say what it begins with.
-constexpr std::size_t kLineStartBytes = 30;
-
-bool isClass(std::string_view token) {
-  return token == kLetter || token == kDigit || token == kSpace;
-}
-
-std::string tokenOf(char c) {
-  constexpr std::string_view kEscaped = R"(()[]{}*+^$!-\?)";
-  if (isAsciiLetter(c)) return std::string(kLetter);
-  if (isAsciiDigit(c)) return std::string(kDigit);
-  if (isAsciiSpace(c)) return std::string(kSpace);
-  return holds(kEscaped, c) ? std::string{'\\', c} : std::string(1, c);
-}
-
-std::string withWholeWords(std::string expression) {
-  constexpr std::string_view kLetters = "[a-zA-Z]+";
-  constexpr std::string_view kWord = R"([a-zA-Z](?:[_-]?\w)*)";
-  for (auto at = expression.find(kLetters); at != std::string::npos;
-       at = expression.find(kLetters, at + kWord.size())) {
-    expression.replace(at, kLetters.size(), kWord);
-  }
-  return expression;
-}
 
 struct LineStartStats {
   double last = 0;  // the position of the first occurrence, and from the second one on the last gap
@@ -267,15 +164,6 @@ std::string chooseLineStart(const LineStarts::Stats& candidates, std::size_t lin
 
 }  // namespace
 
-bool isSingleLineSample(const Sample& sample) {
-  constexpr std::size_t kLeastLines = 2;            // a lone line is one event
-  constexpr std::size_t kLeastSignatureLines = 30;  // fewer say nothing about patterns
-  const Lines lines = examinedLines(sample);
-  if (lines.size() < kLeastLines) return true;
-  if (std::ranges::any_of(lines, isSeparator) || arePartlyIndented(lines)) return false;
-  return lines.size() < kLeastSignatureLines || shareSignatures(lines);
-}
-
 std::optional<std::string> learnBreakOnlyBeforeRegex(const Sample& sample) {
   constexpr std::size_t kLeastLines = 1000;
   if (sample.lineCount() < kLeastLines || looksTimestamped(sample)) return std::nullopt;
@@ -299,35 +187,6 @@ bool looksTimestamped(const Sample& sample) {
     if (share > kShare && seen > kFewLines) return true;
   }
   return false;
-}
-
-std::vector<std::string> lineStartCandidates(std::string_view line) {
-  if (line.empty() || isAsciiSpace(line.front())) return {};
-  const auto tokens = tokenizeLineStart(line.substr(0, kLineStartBytes));
-  std::vector<std::string> candidates;
-  std::string joined = "^";
-  for (std::size_t i = 0; i < tokens.size(); ++i) {
-    joined += tokens[i];
-    if (i > 0) candidates.push_back(withWholeWords(joined));
-  }
-  return candidates;
-}
-
-std::vector<std::string> tokenizeLineStart(std::string_view text) {
-  std::vector<std::string> tokens;
-  std::string previous;
-  for (const char c : text) {
-    std::string current = tokenOf(c);
-    const bool continuesRun = current == previous && isClass(current);
-    if (!previous.empty() && !continuesRun) {
-      tokens.push_back(isClass(previous) ? previous.append(kRepeated) : previous);
-    }
-    previous = std::move(current);
-  }
-  if (previous.empty()) return tokens;
-  tokens.push_back(previous);
-  if (isClass(previous)) tokens.emplace_back(kRepeated);
-  return tokens;
 }
 
 }  // namespace sourcetype

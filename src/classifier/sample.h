@@ -1,6 +1,7 @@
 // A bounded piece of one file as lines of UTF-8 text, on which everything else works.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -15,6 +16,9 @@ namespace sourcetype {
 
 // The most bytes of a file that are read, per line of the line limit.
 inline constexpr std::uint64_t kBytesPerLine = 1000;
+
+// As many lines say whether lines are events and where timestamps stand; more are not looked at.
+inline constexpr std::size_t kMaxExaminedLines = 1000;
 
 // Owns its text. Lines are valid UTF-8 where the file's charset is known, else the file's bytes.
 class Sample {

@@ -6,7 +6,6 @@
 #include <numeric>
 #include <vector>
 
-#include "classifier/line_break_learner.h"
 #include "classifier/properties.h"
 #include "conf/message_catalog.h"
 #include "util/format.h"

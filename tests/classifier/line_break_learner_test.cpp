@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include "classifier/line_start.h"
+#include "classifier/single_line_check.h"
 #include "support/temp_tree.h"
 #include "util/regex.h"
 
