@@ -4,15 +4,12 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "util/text.h"
+
 namespace sourcetype {
 namespace {
 
 constexpr char kReplacement = '_';
-
-bool isControl(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F;
-}
 
 std::string_view trimmed(std::string_view field) {
   constexpr std::string_view kAround = "\"\r\n\t ";
@@ -26,7 +23,7 @@ std::string cleanName(std::string_view field) {
   std::string name;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool isQuote = text[i] == kFieldQuote;
-    name += isQuote || isControl(text[i]) ? kReplacement : text[i];
+    name += isQuote || isAsciiControl(text[i]) ? kReplacement : text[i];
     if (isQuote && text.substr(i + 1).starts_with(kFieldQuote)) ++i;
   }
   // A reader could take one for an escape of the quote behind it.
