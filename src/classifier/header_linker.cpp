@@ -17,7 +17,7 @@ constexpr LogCategory kFlowLog{"FileClassifier"};
 
 constexpr std::string_view kTransformBase = "AutoHeader";
 
-// "csv-2" after "csv", and "csv-2-1", made from a numbered one.
+// Returns true for "csv-2" with the base "csv", and for "csv-2-1", which was made from "csv-2".
 bool isNumbered(std::string_view name, std::string_view base) {
   if (!name.starts_with(base)) return false;
   const std::string_view number = name.substr(base.size());
@@ -28,40 +28,41 @@ bool isNumbered(std::string_view name, std::string_view base) {
 class HeaderLinker {
  public:
   HeaderLinker(std::string_view fileName, const PropertiesMap& transform, PropertiesMap& result,
-               ConfStore& store, const NewSourcetype* made)
+               ConfStore& store, const NewSourcetype* newSourcetype)
       : fileName_(fileName),
         transform_(transform),
         result_(result),
         store_(store),
-        made_(made),
+        newSourcetype_(newSourcetype),
         current_(result.get(key::kSourcetype)) {}
 
-  // Decides again when another process has changed meanwhile what the decision rested on. False
-  // when a write failed.
+  // Returns false when a write failed. Starts again when another process has changed the stanzas
+  // that the decision depended on.
   bool run() {
     while (true) {
       const auto outcome = tryToLink();
       if (outcome != WriteOutcome::Overtaken) return outcome == WriteOutcome::Written;
       store_.reload(store_.getProps());
       store_.reload(store_.getTransforms());
-      if (made_ != nullptr) {
+      if (newSourcetype_ != nullptr) {
         current_ = makeUniqueTypeName(fileName_, store_);
       } else {
-        takeSettings(current_);
+        loadSettings(current_);
       }
     }
   }
 
  private:
-  // Written also where nothing had to be.
+  // Returns Written also when nothing had to be written.
   WriteOutcome tryToLink() {
-    const bool isShared = current_ == kTooSmallSourcetype;  // by all small files
+    const bool isShared = current_ == kTooSmallSourcetype;  // the sourcetype of all small files
     if (current_.empty() || (isSpecialStanza(current_) && !isShared)) return WriteOutcome::Written;
     const TransformNames identical = findIdenticalTransforms(transform_, store_);
     if (useLinked(current_, identical)) return WriteOutcome::Written;
-    const PropertiesMap own = made_ != nullptr ? made_->settings : settingsOf(current_);
-    const bool isTaken = isShared || hasColumns(own, store_);
-    if (made_ != nullptr || isTaken) {
+    const PropertiesMap own =
+        newSourcetype_ != nullptr ? newSourcetype_->settings : settingsOf(current_);
+    const bool needsOwn = isShared || hasColumns(own, store_);
+    if (newSourcetype_ != nullptr || needsOwn) {
       for (const auto& relative : relatives()) {
         if (useLinked(relative, identical)) return WriteOutcome::Written;
       }
@@ -75,19 +76,20 @@ class HeaderLinker {
       stanza = identical.front();
       logReuse(stanza);
     }
-    if (made_ != nullptr) return linkMade(stanza);
-    return isTaken ? linkNew(own, stanza) : linkCurrent(own, stanza);
+    if (newSourcetype_ != nullptr) return linkProposed(stanza);
+    return needsOwn ? linkSeparate(own, stanza) : linkCurrent(own, stanza);
   }
 
-  // What the stanza itself says, without what it shares with others.
+  // Returns the settings of the sourcetype's stanza itself, without those of "default".
   PropertiesMap settingsOf(const std::string& sourcetype) {
     PropertiesMap settings;
     store_.getExactStanza(store_.getProps(), settings, sourcetype);
     return settings;
   }
 
-  // The sourcetypes that files such as this one may have got before for their columns: all of the
-  // name that a made-up one is numbered after, or those made from the file's sourcetype.
+  // Returns the sourcetypes that files with the same columns may have got before. When the current
+  // sourcetype is the file's type name with a number, these are the type name and all its numbered
+  // names; otherwise the numbered names of the current sourcetype.
   std::vector<std::string> relatives() {
     const std::string typeName = makeTypeName(fileName_, store_.pathForm());
     if (!isNumbered(current_, typeName)) return numberedNames(current_);
@@ -102,7 +104,7 @@ class HeaderLinker {
     return names;
   }
 
-  // True, with the result as it should be, when the sourcetype links one of these transforms.
+  // When the sourcetype links one of these transforms, changes the result to it and returns true.
   bool useLinked(const std::string& sourcetype, const TransformNames& identical) {
     if (identical.empty()) return false;
     const TransformNames linked = linkedTransforms(settingsOf(sourcetype), store_);
@@ -124,44 +126,46 @@ class HeaderLinker {
             stanza, fileName_);
   }
 
-  // Writes the values that [default] has as well: they are what the stanza is found by.
+  // Writes every value, also one that equals that of "default": findIdenticalTransforms() needs
+  // all.
   WriteOutcome saveTransform(std::string& stanza) {
     Conf& transforms = store_.getTransforms();
     stanza = makeNumberedName(std::string(kTransformBase), transforms, store_);
     return store_.addStanza(transforms, stanza, transform_, true);
   }
 
-  // Writes the link into the stanza of the file's sourcetype, which still has to say `own`.
+  // Adds the link to the stanza of the file's sourcetype if it still has the settings `own`.
   WriteOutcome linkCurrent(const PropertiesMap& own, const std::string& stanza) {
     const auto outcome =
-        store_.writeStanzaIf(store_.getProps(), current_, linkBeside(own, stanza, store_), true,
+        store_.writeStanzaIf(store_.getProps(), current_, addedLink(own, stanza, store_), true,
                              [&] { return settingsOf(current_) == own; });
-    if (outcome == WriteOutcome::Written) takeSettings(current_);
+    if (outcome == WriteOutcome::Written) loadSettings(current_);
     return outcome;
   }
 
-  // Makes a sourcetype that says what the file's so far does, but links this transform.
-  WriteOutcome linkNew(const PropertiesMap& own, const std::string& stanza) {
+  // Makes a sourcetype with the settings of the current one, but with a link to this transform in
+  // place of its columns.
+  WriteOutcome linkSeparate(const PropertiesMap& own, const std::string& stanza) {
     const auto sourcetype = makeNumberedName(current_, store_.getProps(), store_);
     const auto outcome = addLinked(sourcetype, withoutColumns(own, store_), stanza, true);
     if (outcome == WriteOutcome::Written) changeSourcetype(sourcetype);
     return outcome;
   }
 
-  // Writes the sourcetype that was made for the file.
-  WriteOutcome linkMade(const std::string& stanza) {
-    const auto outcome = addLinked(current_, made_->settings, stanza, false);
+  // Writes the new sourcetype of the file, with the link.
+  WriteOutcome linkProposed(const std::string& stanza) {
+    const auto outcome = addLinked(current_, newSourcetype_->settings, stanza, false);
     if (outcome == WriteOutcome::Written) {
-      takeSettings(current_);
+      loadSettings(current_);
       result_.set(key::kSourcetype, current_);
     }
     return outcome;
   }
 
-  // Adds a sourcetype with a link, unless another process has made one for these columns meanwhile.
+  // Adds a sourcetype with a link, unless another process has added one for these columns.
   WriteOutcome addLinked(const std::string& sourcetype, PropertiesMap settings,
                          const std::string& stanza, bool overwriteAll) {
-    const PropertiesMap link = linkBeside(settings, stanza, store_);
+    const PropertiesMap link = addedLink(settings, stanza, store_);
     for (const auto& [name, entry] : link.entries()) settings.set(name, entry.value);
     const auto isFree = [&] {
       return !store_.stanzaExists(store_.getProps(), sourcetype) &&
@@ -176,14 +180,14 @@ class HeaderLinker {
   void changeSourcetype(const std::string& sourcetype) {
     logInfo(kFlowLog, R"(AutoHeader: changing sourcetype from="%s" to="%s" for filename="%s")",
             current_, sourcetype, fileName_);
-    if (made_ != nullptr) result_ = made_->input;
-    takeSettings(sourcetype);
+    if (newSourcetype_ != nullptr) result_ = newSourcetype_->input;
+    loadSettings(sourcetype);
     result_.set(key::kSourcetype, sourcetype);
     result_.set(key::kIsValid, flagText(true));
   }
 
-  // Puts the settings of a sourcetype in the place of those that came from configuration before.
-  void takeSettings(const std::string& sourcetype) {
+  // Replaces the settings in the result that came from configuration by those of a sourcetype.
+  void loadSettings(const std::string& sourcetype) {
     std::vector<std::string> configured;
     for (const auto& [name, entry] : result_.entries()) {
       if (!entry.stanza.empty()) configured.push_back(name);
@@ -197,15 +201,17 @@ class HeaderLinker {
   const PropertiesMap& transform_;
   PropertiesMap& result_;
   ConfStore& store_;
-  const NewSourcetype* made_;  // the sourcetype `current_`, when its stanza is not written yet
-  std::string current_;        // the file's sourcetype so far
+  const NewSourcetype*
+      newSourcetype_;    // describes `current_` if its stanza is not written yet, else null
+  std::string current_;  // the file's sourcetype before the link
 };
 
 }  // namespace
 
 bool applyHeaderTransform(std::string_view fileName, const PropertiesMap& transform,
-                          PropertiesMap& result, ConfStore& store, const NewSourcetype* made) {
-  return HeaderLinker(fileName, transform, result, store, made).run();
+                          PropertiesMap& result, ConfStore& store,
+                          const NewSourcetype* newSourcetype) {
+  return HeaderLinker(fileName, transform, result, store, newSourcetype).run();
 }
 
 }  // namespace sourcetype

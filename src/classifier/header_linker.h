@@ -1,4 +1,4 @@
-// The link from a file's sourcetype to the transform that extracts the file's columns.
+// Links the sourcetype of a file to a transform that extracts the columns of the file.
 #pragma once
 
 #include <string_view>
@@ -11,20 +11,21 @@ namespace sourcetype {
 // A new sourcetype whose stanza is not written yet.
 struct NewSourcetype {
   PropertiesMap settings;  // of its stanza
-  PropertiesMap input;     // the result without them
+  PropertiesMap input;     // the result before these settings were added
 };
 
-// Links a transform of these values, one that transforms.conf has or a new one, to the sourcetype
-// of `result`. A sourcetype that links other columns keeps them: the file gets its own sourcetype,
-// "<sourcetype>-<number>", or the one that an earlier file with these columns got. `result` then
-// holds its name and settings. What cannot be written is logged by the store and leaves `result` as
-// it was.
+// Links a transform to the sourcetype of `result`: a stanza of transforms.conf that has the
+// settings `transform`, or else a new one. When the sourcetype already links other columns, it
+// keeps them, and the file gets another sourcetype: the one that an earlier file with these columns
+// got, or a new one named "<sourcetype>-<number>". `result` is then changed to the name and
+// settings of that one. A write that fails is logged by the store and leaves `result` as it was.
 //
-// `made` is given when the sourcetype of `result` is new. Its stanza is written together with the
-// link, or not at all when an earlier file with these columns has a sourcetype of the same type
-// name. False when its stanza is still to be written.
+// `newSourcetype` is for a new sourcetype in `result`; it is null for one that exists. Its stanza
+// is written together with the link. It is not written when an earlier file with these columns got
+// a sourcetype of the same type name, which `result` then has. Returns false when a write failed,
+// so that the stanza of a new sourcetype is still to be written.
 bool applyHeaderTransform(std::string_view fileName, const PropertiesMap& transform,
                           PropertiesMap& result, ConfStore& store,
-                          const NewSourcetype* made = nullptr);
+                          const NewSourcetype* newSourcetype = nullptr);
 
 }  // namespace sourcetype

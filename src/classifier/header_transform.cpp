@@ -26,8 +26,8 @@ TransformNames splitLinks(std::string_view value) {
   }
 }
 
-// A link reads back as the name that it was made of. "[name" is what a power failure left of a
-// stanza that was being appended.
+// Returns true when a link to this stanza reads back as its name. A power failure while a stanza is
+// appended leaves the name "[name", which is not a complete stanza.
 bool canBeLinked(std::string_view stanza) {
   if (stanza.starts_with('[')) return false;
   const TransformNames names = splitLinks(stanza);
@@ -87,8 +87,8 @@ bool hasColumns(const PropertiesMap& settings, ConfStore& store) {
                              [&](const auto& stanza) { return namesColumns(stanza, store); });
 }
 
-PropertiesMap linkBeside(const PropertiesMap& settings, const std::string& stanza,
-                         ConfStore& store) {
+PropertiesMap addedLink(const PropertiesMap& settings, const std::string& stanza,
+                        ConfStore& store) {
   std::string links;
   for (const auto& link : splitLinks(settings.get(key::kReportHeader))) {
     if (store.stanzaExists(store.getTransforms(), link)) links += link + ", ";

@@ -1,5 +1,5 @@
-// The columns of a delimited file as configuration: a transform of transforms.conf that extracts
-// them, and the links from sourcetypes to transforms.
+// Transforms: stanzas of transforms.conf that extract the columns of delimited files. A sourcetype
+// links transforms by the settings "REPORT-<any>" of its stanza in props.conf.
 #pragma once
 
 #include <string>
@@ -14,27 +14,27 @@ namespace sourcetype {
 // Names of stanzas of transforms.conf.
 using TransformNames = std::vector<std::string>;
 
-// A delimiter as it is written and shown: a tab as "\t".
+// Returns a delimiter as it is written and logged: a tab as "\t".
 std::string delimiterText(char delimiter);
 
-// The values of a transform for these columns. `names` hold no double quote and no line end.
+// Returns the settings of a transform. `names` must not contain double quotes or line ends.
 PropertiesMap makeHeaderTransform(char delimiter, const std::vector<std::string>& names);
 
-// The stanzas that have these values and can be linked, whatever else they say.
+// Returns the stanzas that have all settings of `transform`, perhaps among others, and whose names
+// can be linked.
 TransformNames findIdenticalTransforms(const PropertiesMap& transform, ConfStore& store);
 
-// The transforms that a sourcetype's settings name and that are there.
+// Returns the existing transforms that the settings of a sourcetype link.
 TransformNames linkedTransforms(const PropertiesMap& settings, ConfStore& store);
 
-// Whether a sourcetype of these settings has columns. A transform that names none (an expression of
-// its own) does not count.
+// Returns true when the settings of a sourcetype link a transform that names columns. A transform
+// can extract fields by an expression instead.
 bool hasColumns(const PropertiesMap& settings, ConfStore& store);
 
-// The settings that link a transform. What the key of the link names already stays.
-PropertiesMap linkBeside(const PropertiesMap& settings, const std::string& stanza,
-                         ConfStore& store);
+// Returns the settings to add to those of a sourcetype in order to link one more transform.
+PropertiesMap addedLink(const PropertiesMap& settings, const std::string& stanza, ConfStore& store);
 
-// The settings but for links to columns.
+// Returns the settings without the keys that link a transform that names columns.
 PropertiesMap withoutColumns(PropertiesMap settings, ConfStore& store);
 
 }  // namespace sourcetype

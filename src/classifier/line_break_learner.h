@@ -1,4 +1,4 @@
-// Where events begin in the lines of a sample.
+// Learns where events begin in the lines of a sample.
 #pragma once
 
 #include <optional>
@@ -8,11 +8,13 @@
 
 namespace sourcetype {
 
-// An expression that matches the first line of every event; nothing when the sample has fewer than
-// 1000 lines, when timestamps break its events, or when no good one is found.
+// Returns an expression that matches the first line of every event. Returns nothing when the sample
+// has fewer than 1000 lines, when its lines have timestamps, which break events by themselves, or
+// when no expression is good enough.
 std::optional<std::string> learnBreakOnlyBeforeRegex(const Sample& sample);
 
-// True when more than one line in twenty, of more than 100, holds a time of day such as 12:00:01.
+// Returns true when, after some line beyond the 100th, more than 5 % of the lines so far contain a
+// time of day such as 12:00:01.
 bool looksTimestamped(const Sample& sample);
 
 }  // namespace sourcetype

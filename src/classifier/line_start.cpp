@@ -38,7 +38,7 @@ std::string withWholeWords(std::string expression) {
 
 std::vector<std::string> lineStartCandidates(std::string_view line) {
   if (line.empty() || isAsciiSpace(line.front())) return {};
-  const auto tokens = tokenizeLineStart(line.substr(0, kLineStartBytes));
+  const auto tokens = tokenizeLineStart(line.substr(0, kMaxLineStartBytes));
   std::vector<std::string> candidates;
   std::string joined = "^";
   for (std::size_t i = 0; i < tokens.size(); ++i) {

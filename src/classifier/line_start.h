@@ -1,7 +1,7 @@
-// Expressions for how a line starts.
+// Expressions that match the start of a line.
 //
-// All of this works on bytes: letters, digits and whitespace are those of ASCII, and any other byte
-// is punctuation, also one of a multi-byte character.
+// The functions work on bytes: letters, digits and whitespace are those of ASCII. Every other byte
+// is punctuation, also each byte of a multi-byte character.
 #pragma once
 
 #include <cstddef>
@@ -11,15 +11,16 @@
 
 namespace sourcetype {
 
-// Bytes of a line that say what it begins with.
-inline constexpr std::size_t kLineStartBytes = 30;
+// Bytes of a line that are examined.
+inline constexpr std::size_t kMaxLineStartBytes = 30;
 
-// The expressions that a line proposes for lines such as itself, from the shortest to the longest.
-// Only the line's first 30 bytes count; one that begins with whitespace proposes none.
+// Returns the expressions that a line proposes for lines that start like it, in order of growing
+// length: "^\d+:", "^\d+:\d" and so on. Returns none for a line that begins with whitespace.
 std::vector<std::string> lineStartCandidates(std::string_view line);
 
-// The text as pieces of an expression: a run of letters, digits or whitespace is one piece ("\d+"),
-// every other byte one of its own ("\-"). Of a run at the end the "+" is a piece of its own.
+// Returns the pieces of an expression for the text: one piece ("\d+") for a run of letters, digits
+// or whitespace, and one ("\-") for every other byte. A run at the end gives two pieces ("\d" and
+// "+").
 std::vector<std::string> tokenizeLineStart(std::string_view text);
 
 }  // namespace sourcetype

@@ -20,7 +20,7 @@ Lines examinedLines(const Sample& sample) {
   return lines;
 }
 
-// A line of dashes and the like, which sets an event off from the next.
+// Returns true for a line of dashes or the like, which separates two events.
 bool isSeparator(std::string_view line) {
   constexpr std::array<std::string_view, 5> kSeparators{"---", "***", "===", "___", "=+="};
   while (!line.empty() && isAsciiSpace(line.front())) line.remove_prefix(1);
@@ -28,23 +28,24 @@ bool isSeparator(std::string_view line) {
                              [&](std::string_view mark) { return line.starts_with(mark); });
 }
 
-// Where some lines are indented, but not nearly all, they continue the ones above them.
+// Returns true when some lines are indented, but not nearly all. They continue the lines above
+// them.
 bool arePartlyIndented(const Lines& lines) {
-  constexpr float kFewest = 0.05F;  // single precision settles which side a boundary is on
-  constexpr float kMost = 0.98F;
+  constexpr float kMinShare = 0.05F;  // in single precision, which decides the boundary cases
+  constexpr float kMaxShare = 0.98F;
   const auto count = static_cast<float>(lines.size());
   const auto indented = std::ranges::count_if(
       lines, [](std::string_view line) { return line.empty() || isAsciiSpace(line.front()); });
-  const auto fewest = std::max(1L, static_cast<long>(kFewest * count));
-  const auto most = static_cast<long>(kMost * count);
-  return fewest < indented && indented < most;
+  const auto min = std::max(1L, static_cast<long>(kMinShare * count));
+  const auto max = static_cast<long>(kMaxShare * count);
+  return min < indented && indented < max;
 }
 
-constexpr std::size_t kShortestSignature = 2;
-constexpr std::size_t kLongestSignature = 9;
+constexpr std::size_t kMinSignatureLength = 2;
+constexpr std::size_t kMaxSignatureLength = 9;
 
-// The punctuation of a line, as much of it as is compared. Dots in a row count once whatever stands
-// between them: 10.0.0.1 looks like 1.5.
+// Returns the first punctuation characters of a line. Of dots with no other punctuation between
+// them only the first counts: 10.0.0.1 looks like 1.5.
 std::string punctuationSignature(std::string_view line) {
   constexpr std::string_view kIgnored = "-_'";
   std::string signature;
@@ -53,26 +54,26 @@ std::string punctuationSignature(std::string_view line) {
     if (isAsciiLetter(c) || isAsciiDigit(c) || isAsciiSpace(c)) continue;
     if (kIgnored.find(c) != std::string_view::npos) continue;
     if (c != '.' || previous != '.') signature += c;
-    if (signature.size() == kLongestSignature) break;
+    if (signature.size() == kMaxSignatureLength) break;
     previous = c;
   }
   return signature;
 }
 
-// True when the lines begin with few patterns of punctuation for the length of these.
+// Returns true when, for some length, the lines have few different signatures of that length.
 bool shareSignatures(const Lines& lines) {
-  constexpr std::size_t kMostSignatures = 15;
-  constexpr float kLeastRatio = 0.7F;  // of length to patterns; in single precision, as above
+  constexpr std::size_t kMaxSignatures = 15;
+  constexpr float kMinRatio = 0.7F;  // of length to signatures; in single precision, as above
   std::vector<std::string> signatures(lines.size());
   std::ranges::transform(lines, signatures.begin(), punctuationSignature);
-  for (std::size_t length = kShortestSignature; length <= kLongestSignature; ++length) {
+  for (std::size_t length = kMinSignatureLength; length <= kMaxSignatureLength; ++length) {
     std::set<std::string_view> distinct;
     for (const std::string_view signature : signatures) {
       distinct.insert(signature.substr(0, length));
-      if (distinct.size() > kMostSignatures) return false;
+      if (distinct.size() > kMaxSignatures) return false;
     }
     const auto ratio = static_cast<float>(length) / static_cast<float>(distinct.size());
-    if (ratio >= kLeastRatio) return true;
+    if (ratio >= kMinRatio) return true;
   }
   return false;
 }
@@ -80,12 +81,12 @@ bool shareSignatures(const Lines& lines) {
 }  // namespace
 
 bool isSingleLineSample(const Sample& sample) {
-  constexpr std::size_t kLeastLines = 2;            // a lone line is one event
-  constexpr std::size_t kLeastSignatureLines = 30;  // fewer say nothing about patterns
+  constexpr std::size_t kMinLines = 2;            // a single line is one event
+  constexpr std::size_t kMinSignatureLines = 30;  // fewer are too few to compare signatures
   const Lines lines = examinedLines(sample);
-  if (lines.size() < kLeastLines) return true;
+  if (lines.size() < kMinLines) return true;
   if (std::ranges::any_of(lines, isSeparator) || arePartlyIndented(lines)) return false;
-  return lines.size() < kLeastSignatureLines || shareSignatures(lines);
+  return lines.size() < kMinSignatureLines || shareSignatures(lines);
 }
 
 }  // namespace sourcetype

@@ -16,7 +16,7 @@ namespace {
 
 constexpr LogCategory kModelLog{"FileClassifierManager"};
 
-bool namesSourcetype(std::string_view stanza) {
+bool isSourcetype(std::string_view stanza) {
   constexpr std::array<std::string_view, 4> kOtherKinds{
       "source::", "rule::", "delayedrule::", "eventtype::"};
   return stanza != kDefaultStanza && std::ranges::none_of(kOtherKinds, [&](std::string_view kind) {
@@ -28,13 +28,13 @@ bool namesSourcetype(std::string_view stanza) {
 
 void adjustMaxDist(ConfStore& store) {
   constexpr std::size_t kManySourcetypes = 3000;
-  constexpr std::int64_t kLeastLimit = 500;
-  constexpr std::int64_t kUnsetLimit = 100;
+  constexpr std::int64_t kMinLimit = 500;
+  constexpr std::int64_t kUnsetLimit = 100;  // when props.conf has no "maxDist"
   Conf& props = store.getProps();
-  const auto count = store.countStanzas(props, "", namesSourcetype);
+  const auto count = store.countStanzas(props, "", isSourcetype);
   if (count <= kManySourcetypes) return;
   const auto root = static_cast<std::int64_t>(std::sqrt(static_cast<double>(count)));
-  const std::int64_t limit = std::max(2 * root + 100, kLeastLimit);
+  const std::int64_t limit = std::max(2 * root + 100, kMinLimit);
   PropertiesMap defaults;
   store.getStanzaSettings(props, defaults, kDefaultStanza, PatternMatching::No);
   const std::int64_t current = defaults.getInt(kMaxDistKey, kUnsetLimit);

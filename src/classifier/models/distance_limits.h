@@ -1,13 +1,13 @@
-// How the limit of distances follows the number of sourcetypes.
+// The limit of distances in props.conf follows the number of sourcetypes.
 #pragma once
 
 #include "conf/conf_store.h"
 
 namespace sourcetype {
 
-// When props.conf has more than 3000 sourcetypes, sets "maxDist" of its stanza [default] to the
-// limit that fits their number: 500, or twice its square root and 100 where that is more. Raises a
-// lower limit, which is logged, and lowers a higher one.
+// When props.conf has more than 3000 sourcetypes, sets "maxDist" of its stanza "default" to twice
+// the square root of their number plus 100, at least to 500. This can raise the limit, which is
+// logged, or lower it.
 void adjustMaxDist(ConfStore& store);
 
 }  // namespace sourcetype

@@ -1,11 +1,10 @@
-// Learning anew, and what then happens to the models that were learned before.
+// Learns files anew and then drops the models that were learned before.
 //
 //   ModelRetraining retraining(store, models);
 //   for (each file) retraining.learn(fileName, sample, sourcetype);
 //   retraining.finish();
 //
-// The file of the learned models keeps the old ones until finish(), so that a run that does not get
-// that far loses none.
+// sourcetypes.conf keeps the old models until finish(): a run that ends before loses none.
 #pragma once
 
 #include <cstddef>
@@ -22,15 +21,15 @@ namespace sourcetype {
 
 class ModelRetraining {
  public:
-  // Both must outlive the object. From here on no model that was learned before matches.
+  // Both must outlive the object. From now on `models` has none of the models learned before.
   ModelRetraining(ConfStore& store, ModelStore& models);
 
-  // Learns a file, as ModelStore::trainModels() does. When one of its models cannot be stored, its
-  // old models are kept, and keepUnlearned() is called.
+  // Learns a file as ModelStore::trainModels() does. When a model cannot be stored, keeps the old
+  // models of this file, and those of other files as keepUnlearned() says.
   void learn(std::string_view fileName, const Sample& sample, std::string_view sourcetype);
 
-  // Says that some file could not be learned again: finish() drops the old models of only those
-  // files that were.
+  // Call this when a file could not be learned again. finish() then drops the old models of only
+  // those files that were learned again.
   void keepUnlearned() { keepsUnlearned_ = true; }
 
   // Drops the old models from their file. First copies the file, without the models of this

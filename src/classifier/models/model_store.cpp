@@ -16,19 +16,20 @@ namespace {
 
 constexpr LogCategory kModelLog{"FileClassifierManager"};
 
-constexpr std::size_t kMatchedSegments = 5;
-constexpr std::size_t kTrainedSegments = 20;
+constexpr std::size_t kMaxMatchedSegments = 5;
+constexpr std::size_t kMaxTrainedSegments = 20;
 
-// A model this close is the file's own: no other segment needs to be looked at.
+// A model closer than this was learned from the same text, so no other segment is compared.
 constexpr float kSureDistance = 0.5F;
 
-// Lines of one segment, both included.
+// The first and last line of a segment, both included.
 struct Segment {
   std::size_t first;
   std::size_t last;
 };
 
-// Segments begin every thousand lines and have a thousand or, at the end of the sample, a hundred.
+// A segment begins at every thousandth line. It has a thousand lines or, where the sample ends
+// before, a hundred.
 std::optional<Segment> segmentOf(const Sample& sample, std::size_t number) {
   constexpr std::size_t kStep = 1000;
   const std::size_t first = number * kStep;
@@ -58,7 +59,7 @@ ModelIndex& ModelStore::models() {
   models_.emplace();
   Conf& conf = store_.getConf("sourcetypes");
   const std::string& inherited = inheritedMaxDist();
-  constexpr std::size_t kBytesPerWord = 24;  // in the file, with its share of line shapes
+  constexpr std::size_t kBytesPerWord = 24;  // of the file, line shapes included
   models_->reserve(fileIdentity(store_.learnedFile(conf)).size / kBytesPerWord);
   store_.visitStanzas(conf, [&](std::string_view stanza, auto settings) {
     if (stanza == kDefaultStanza) return;
@@ -66,7 +67,7 @@ ModelIndex& ModelStore::models() {
     const auto model = loadModel(stanza, settings, inherited, keeper);
     if (model) models_->add(*model);
   });
-  store_.reload(conf);  // the index is all that is needed
+  store_.reload(conf);  // frees the settings: the index replaces them
   return *models_;
 }
 
@@ -97,7 +98,7 @@ std::optional<std::string> ModelStore::matchModels(std::string_view fileName,
 
 std::optional<ModelIndex::Closest> ModelStore::findClosest(const Sample& sample) {
   std::optional<ModelIndex::Closest> best;
-  for (std::size_t number = 0; number < kMatchedSegments; ++number) {
+  for (std::size_t number = 0; number < kMaxMatchedSegments; ++number) {
     const auto segment = segmentOf(sample, number);
     if (!segment) break;
     const auto closest = models().findClosestModel(
@@ -113,7 +114,7 @@ bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
   if (!hasEnoughLines(fileName, sample)) return false;
   bool isLearned = false;
   bool isKnown = false;
-  for (std::size_t number = 0; number < kTrainedSegments; ++number) {
+  for (std::size_t number = 0; number < kMaxTrainedSegments; ++number) {
     const auto segment = segmentOf(sample, number);
     if (!segment || countModels(sourcetype) >= maxModels) break;
     const Fingerprint model =
@@ -130,7 +131,7 @@ bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
 
 bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
                           std::string_view sourcetype) {
-  models();  // read before the file has one more
+  models();  // must be read before the file has the new model
   const std::string stanza = makeStanzaName(fileName);
   if (!store_.writeLearnedStanza(store_.getConf("sourcetypes"), stanza,
                                  saveModel(model, fileName, sourcetype))) {

@@ -1,4 +1,8 @@
-// What the tool has learned: models of the text of files, by sourcetype, kept in sourcetypes.conf.
+// The learned models: fingerprints of files, each with a sourcetype, kept in sourcetypes.conf.
+//
+//   ModelStore models(store, settings);
+//   if (auto sourcetype = models.matchModels(fileName, sample)) ...
+//   models.trainModels(fileName, sample, "my_type");
 #pragma once
 
 #include <cstddef>
@@ -18,14 +22,14 @@
 
 namespace sourcetype {
 
-// Fewer lines say too little to recognise a file or to learn from it.
+// Lines that a sample needs to be matched or learned. Fewer are too few to recognise a file by.
 inline constexpr std::size_t kMinModelLines = 100;
 
-// A model at most this far away is the same sourcetype. Line shapes alone can add up to 600: 50 are
-// left for the words of a file that shares no shape.
+// A file has the sourcetype of a model that is at most this far away. Line shapes alone can add up
+// to 600, which leaves 50 for the words of a file that shares no shape.
 inline constexpr float kAcceptDistance = 650.0F;
 
-// Numbers that only have to differ from one another, for the names of stanzas.
+// Numbers that differ from one another, for the names of stanzas. Safe from several threads.
 class StanzaNumbers {
  public:
   explicit StanzaNumbers(std::uint32_t seed) : seed_(seed) {}
@@ -38,34 +42,35 @@ class StanzaNumbers {
 
 class ModelStore {
  public:
-  // Both must outlive the object. Models are read when they are first needed.
+  // Both must outlive the object. The models are read when they are first needed.
   ModelStore(ConfStore& store, ClassifierSettings& settings);
 
-  // The sourcetype of the model that is closest to one of the first 5 segments of the sample, a
-  // thousand lines each. Nothing when none is close enough, or the sample has too few lines.
+  // Returns the sourcetype of the closest model. Compares the first 5 segments of the sample, a
+  // thousand lines each. Returns nothing when no model is close enough, and, with a WARN, when the
+  // sample has too few lines.
   std::optional<std::string> matchModels(std::string_view fileName, const Sample& sample);
 
-  // That model's distance as well, however far it is.
+  // Returns the closest model at any distance, with that distance.
   std::optional<ModelIndex::Closest> findClosest(const Sample& sample);
 
-  // Learns each of the first 20 segments that no model of `sourcetype` is close to, until that
-  // sourcetype has `maxModels` or a model cannot be stored. True when a model was added or a
-  // segment was close to some model.
+  // Adds a model for each of the first 20 segments unless the closest model is close enough and of
+  // `sourcetype`. Stops when that sourcetype has `maxModels`, or when a model cannot be stored.
+  // Returns true when a model was added or some model is close to a segment.
   bool trainModels(std::string_view fileName, const Sample& sample, std::string_view sourcetype,
                    std::size_t maxModels = std::numeric_limits<std::size_t>::max());
 
-  // Models held of a sourcetype.
+  // Number of models of a sourcetype.
   std::size_t countModels(std::string_view sourcetype);
 
-  // Names of the stanzas of the models that were added in this run, in their order.
+  // Stanza names of the models that this object has added, oldest first.
   const std::vector<std::string>& addedStanzas() const { return addedStanzas_; }
-  // Models added in this run, and those that could not be stored.
+  // Numbers of models that this object has added, and that it could not store.
   std::size_t addedModels() const { return addedStanzas_.size(); }
   std::size_t failedModels() const { return failedModels_; }
 
-  // Forgets every model. Their file keeps them.
+  // Forgets the models that were read or added. Their file keeps them.
   void forget() { models_.emplace(); }
-  // The next look at the models reads their file again.
+  // Makes the next use of the models read their file again.
   void reload() { models_.reset(); }
 
  private:
