@@ -201,8 +201,8 @@ class HeaderLinker {
   const PropertiesMap& transform_;
   PropertiesMap& result_;
   ConfStore& store_;
-  const NewSourcetype*
-      newSourcetype_;    // describes `current_` if its stanza is not written yet, else null
+  // Describes `current_` if its stanza is not written yet, else null.
+  const NewSourcetype* newSourcetype_;
   std::string current_;  // the file's sourcetype before the link
 };
 

@@ -15,10 +15,11 @@ struct NewSourcetype {
 };
 
 // Links a transform to the sourcetype of `result`: a stanza of transforms.conf that has the
-// settings `transform`, or else a new one. When the sourcetype already links other columns, it
-// keeps them, and the file gets another sourcetype: the one that an earlier file with these columns
-// got, or a new one named "<sourcetype>-<number>". `result` is then changed to the name and
-// settings of that one. A write that fails is logged by the store and leaves `result` as it was.
+// settings `transform`, or else a new one. When the sourcetype already links other columns, or is
+// "too_small", it stays as it is, and the file gets another sourcetype: the one that an earlier
+// file with these columns got, or a new one named "<sourcetype>-<number>". `result` is then changed
+// to the name and settings of that one. A write that fails is logged by the store and leaves
+// `result` as it was.
 //
 // `newSourcetype` is for a new sourcetype in `result`; it is null for one that exists. Its stanza
 // is written together with the link. It is not written when an earlier file with these columns got

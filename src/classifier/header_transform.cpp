@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <string_view>
 
 #include "classifier/header_fields.h"
 #include "classifier/properties.h"

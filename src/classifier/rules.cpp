@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
 
 #include "classifier/properties.h"
 #include "classifier/type_name.h"

@@ -10,7 +10,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <variant>
@@ -25,7 +24,7 @@ namespace sourcetype {
 
 enum class RuleTiming { BeforeModels, AfterModels };
 
-// Lines of a sample that are tested. More would cost time and rarely change an answer.
+// At most this many lines of a sample are tested.
 inline constexpr std::size_t kMaxRuleLines = 1000;
 
 class Rules {

@@ -24,7 +24,7 @@ void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
                             PropertiesMap& settings, const TimestampFinder& find);
 
 // Returns an expression that matches the text before a timestamp up to its last anchor: a bracket,
-// colon or other character that rarely occurs within fields. Empty when the text has no anchor.
+// colon or other character that plain text rarely has. Empty when the text has no anchor.
 std::string makeTimePrefixRegex(std::string_view textBefore);
 
 }  // namespace sourcetype

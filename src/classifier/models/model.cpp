@@ -41,7 +41,7 @@ std::string escapedKey(std::string key) {
 // Each escape begins with one of these letters, which no learned word contains.
 bool mayContainEscape(std::string_view key) {
   bool found = false;
-  for (const char c : key) found |= c == 'L' || c == 'E';  // faster than a branch for each letter
+  for (const char c : key) found |= c == 'L' || c == 'E';  // faster than branches
   return found;
 }
 
@@ -65,8 +65,7 @@ std::string_view unescapedKey(std::string_view key, TextKeeper& keeper) {
 // A stanza written by hand may contain characters that this program escapes.
 std::string_view withEscapes(std::string_view key, TextKeeper& keeper) {
   bool found = false;
-  for (const char c : key)
-    found |= c == '[' || c == ']' || c == '=';  // faster than a branch for each letter
+  for (const char c : key) found |= c == '[' || c == ']' || c == '=';  // faster than branches
   return found ? keeper.keep(escapedKey(std::string(key))) : key;
 }
 

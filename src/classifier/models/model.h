@@ -1,7 +1,7 @@
 // A learned model, and its stanza in sourcetypes.conf.
 //
 //   PropertiesMap settings = saveModel(buildModel(...), fileName, sourcetype);  // to be written
-//   std::optional<ModelView> model = loadModel(stanza, settings, inherited, keeper);  // as read
+//   std::optional<ModelView> model = loadModel(stanza, settingsRead, inherited, keeper);
 #pragma once
 
 #include <optional>
@@ -62,8 +62,8 @@ PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
 
 // Reads the settings of a model's stanza. Returns nothing, and logs the reason, when "_sourcetype"
 // is missing or unusable, or when there are fewer settings than "_size" says, because a write was
-// cut off. A weight that is not a number counts as 0, and is logged. `inherited` as for viewOf().
-// The texts of the result live as long as the settings and `keeper`.
+// cut off or settings were removed. A weight that is not a number counts as 0, and is logged.
+// `inherited` as for viewOf(). The texts of the result live as long as the settings and `keeper`.
 std::optional<ModelView> loadModel(std::string_view stanza,
                                    std::span<const ConfFile::Setting> settings,
                                    std::string_view inherited, TextKeeper& keeper);
