@@ -66,7 +66,7 @@ void checkLearning(const std::filesystem::path& file, const std::string& sourcet
   const auto props = stanzasOf("props");
   {
     ConfStore store(tree().root());
-    FileClassifierManager(store).learnFile(file, sourcetype, Training::No);
+    FileClassifierManager(store).learnFile(file, sourcetype);
   }
   const auto after = stanzasOf("sourcetypes");
   require(stanzasOf("props") == props, "learning under a name makes no settings");

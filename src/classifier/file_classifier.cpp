@@ -5,7 +5,9 @@
 #include "classifier/binary_test.h"
 #include "classifier/header_detector.h"
 #include "classifier/line_break_learner.h"
+#include "classifier/models/distance_limits.h"
 #include "classifier/properties.h"
+#include "classifier/single_line_check.h"
 #include "classifier/timestamp_learner.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
@@ -55,7 +57,7 @@ void FileClassifier::classify() {
   run(&FileClassifier::detectHeaderIfAsked);
   run(&FileClassifier::keepWhatIsNew);
   if (madeSourcetype_ || context_.models().addedModels() > modelsBefore) {
-    context_.models().adjustMaxDist();
+    adjustMaxDist(store_);
   }
 }
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "classifier/classifier_context.h"
-#include "classifier/header_transform.h"
+#include "classifier/header_linker.h"
 #include "classifier/properties.h"
 #include "classifier/rules.h"
 #include "classifier/sample.h"

@@ -1,6 +1,8 @@
 #include "classifier/file_classifier_manager.h"
 
 #include "classifier/file_classifier.h"
+#include "classifier/models/distance_limits.h"
+#include "classifier/models/model_retraining.h"
 #include "classifier/sample.h"
 #include "classifier/type_name.h"
 #include "conf/ini_file.h"
@@ -20,13 +22,13 @@ void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeReq
 }
 
 void FileClassifierManager::learnFile(const std::filesystem::path& path,
-                                      std::string_view sourcetype, Training training,
+                                      std::string_view sourcetype, ModelRetraining* retraining,
                                       std::uint64_t maxLines) {
   ModelStore& models = context_.models();
   if (const auto reason = sourcetypeProblem(sourcetype); !reason.empty()) {
     logError(kFlowLog, "Cannot learn the file %s as sourcetype \"%s\": %s.", pathToText(path),
              sourcetype, reason);
-    if (training == Training::Yes) models.keepForgotten();
+    if (retraining != nullptr) retraining->keepUnlearned();
     return;
   }
   const std::size_t modelsBefore = models.addedModels();
@@ -38,35 +40,35 @@ void FileClassifierManager::learnFile(const std::filesystem::path& path,
   if (!sample) {
     logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_CANNOT_OPEN__%s", pathToText(path));
   }
-  if (training == Training::Yes && error && !isMissingFile(error)) {
-    models.keepForgotten();
+  if (retraining == nullptr) {
+    if (sample) models.trainModels(pathToText(path), *sample, sourcetype);
+    if (models.addedModels() > modelsBefore) adjustMaxDist(context_.store());
+  } else if (error && !isMissingFile(error)) {
+    retraining->keepUnlearned();
   } else if (sample) {
-    models.trainModels(pathToText(path), *sample, sourcetype);
+    retraining->learn(pathToText(path), *sample, sourcetype);
   }
-  const bool isLast = training == Training::No;
-  if (isLast && models.addedModels() > modelsBefore) models.adjustMaxDist();
 }
 
 void FileClassifierManager::trainFromConf(const std::filesystem::path& trainingFile) {
   std::error_code error;
   const IniFile training = IniFile::read(trainingFile, error);
-  if (error && !isMissingFile(error)) return;  // who knows what it lists
+  if (error && !isMissingFile(error)) return;  // it may list files
   if (error) {
     logWarn(kFlowLog, "There is no training file %s.",
             pathToText(absolutePath(trainingFile).lexically_normal()));
   }
-  ModelStore& models = context_.models();
-  models.forget();
+  ModelRetraining retraining(context_.store(), context_.models());
   for (const auto& [sourcetype, stanza] : training.stanzas()) {
     logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_TRAINING__%s", sourcetype);
     for (const auto& [key, setting] : stanza.settings) {
       if (key.starts_with('_')) continue;
       logInfo(kFlowLog, "\twith file:%s", setting.value);
-      learnFile(pathFromText(setting.value), sourcetype, Training::Yes);
+      learnFile(pathFromText(setting.value), sourcetype, &retraining);
     }
   }
-  models.dropForgotten();
-  models.adjustMaxDist();
+  retraining.finish();
+  adjustMaxDist(context_.store());
 }
 
 void FileClassifierManager::getSourcetypeSettings(PropertiesMap& result,

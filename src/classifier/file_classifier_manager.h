@@ -18,9 +18,7 @@
 
 namespace sourcetype {
 
-// Whether a file is learned alone or as one of a training file's. The distance limits are then
-// adjusted once, after the last file.
-enum class Training { No, Yes };
+class ModelRetraining;
 
 // Owns what serves the whole run. Problems of a file are never thrown: they are in the result and
 // in the log.
@@ -34,10 +32,11 @@ class FileClassifierManager {
   // settings of the sourcetype; keys that were there before keep their values.
   void findTypeForFile(PropertiesMap& result, const TypeRequest& request);
 
-  // Learns the content of a file under the name of a sourcetype. Logs a file that cannot be read,
-  // and a sourcetype that cannot be stored; nothing is then learned.
-  void learnFile(const std::filesystem::path& path, std::string_view sourcetype, Training training,
-                 std::uint64_t maxLines = kDefaultMaxLines);
+  // Learns the content of a file under the name of a sourcetype, as one file of `retraining` if
+  // that is not null. Logs a file that cannot be read, and a sourcetype that cannot be stored;
+  // nothing is then learned.
+  void learnFile(const std::filesystem::path& path, std::string_view sourcetype,
+                 ModelRetraining* retraining = nullptr, std::uint64_t maxLines = kDefaultMaxLines);
 
   // Replaces all learned models by those of the files of a training file: each stanza is a
   // sourcetype, the value of each key that does not begin with "_" one of its files. The old models

@@ -33,7 +33,7 @@ void printTypeOf(FileClassifierManager& manager, const TypeRequest& request) {
 }
 
 void learn(FileClassifierManager& manager, const Argument& file, const Argument& sourcetype) {
-  manager.learnFile(file.path, sourcetype.text, Training::No);
+  manager.learnFile(file.path, sourcetype.text);
   printText("Training on {} of type {}\n", pathToText(file.path), sourcetype.text);
 }
 

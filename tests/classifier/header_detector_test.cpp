@@ -15,13 +15,13 @@ using sourcetype::testing::repeated;
 using sourcetype::testing::TempTree;
 using ::testing::ElementsAre;
 
-TEST(CountDelimiters, LeavesOutWhatIsQuoted) {
+TEST(CountDelimiters, IgnoresQuotedText) {
   EXPECT_THAT(countDelimiters("a,b;\"c,,;\t\"\t,\"d\"\",\",", kDelimiters, '"'),
               ElementsAre(3, 1, 1));
   EXPECT_THAT(countDelimiters("\"open,", kDelimiters, '"'), ElementsAre(0, 0, 0));
 }
 
-TEST(Statistics, SayWhatAListLooksLike) {
+TEST(Statistics, DescribeAList) {
   const std::vector<double> samples{3, 1, 3, 1, 7};
   const auto statistics = computeStatistics(samples);
   EXPECT_TRUE(statistics.valid);
@@ -78,10 +78,10 @@ TEST(FieldNames, OfTenThousandBytesAreAllDifferent) {
   }
 }
 
-// A configuration tree and what is detected in it.
+// A configuration tree and the header detection in it.
 class Tree : public TempTree {
  public:
-  // The result for a file of this sourcetype, with everything read again.
+  // Returns the result for a file of this sourcetype. Reads the configuration again.
   PropertiesMap detect(const std::string& text, const std::string& sourcetype,
                        HeaderLimits limits = {}) const {
     ConfStore store(root());

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include "classifier/line_start.h"
+#include "classifier/single_line_check.h"
 #include "support/temp_tree.h"
 #include "util/regex.h"
 
@@ -15,7 +17,7 @@ Sample sampleOf(const std::string& text) {
   return readSampleText(text, {}, "text");
 }
 
-// `count` lines, each with punctuation of its own: "!", "!!" or "#!!" and so on.
+// Returns `count` lines with different punctuation: "!", "!!" or "#!!" and so on.
 std::string differentLines(int count) {
   constexpr std::string_view kMarks = "!#$%&";
   std::string text;
@@ -56,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
         SingleLineCase{"TooFewForPunctuation", differentLines(29), true},
         SingleLineCase{"ManyPatterns", differentLines(30), false},
         SingleLineCase{"SamePattern", repeated("a [b] c\n", 30), true},
-        // 3, 4, 5 ... patterns pass from 2 / 2, 3 / 4, 4 / 5, 5 / 7, 7 / 10 on
+        // length / patterns must be at least 0.7: 2 / 2, 3 / 4, 4 / 5, 5 / 7, 7 / 10 pass
         SingleLineCase{"SevenOfTen",
                        repeated("!1#2!3#4!5#6!\n", 21) + "!!\n!#\n!$\n##\n#!\n#$\n$$\n$!\n$#\n",
                        true},
@@ -98,12 +100,12 @@ TEST(LooksTimestamped, NeedsMoreThanAHundredLinesAndFivePercent) {
   EXPECT_FALSE(looksTimestamped(sampleOf(repeated(stamp, 100))));
   EXPECT_TRUE(looksTimestamped(sampleOf(repeated(stamp, 101))));
   EXPECT_FALSE(looksTimestamped(sampleOf(repeated("12:30 1::2:3\n", 200))));
-  // The share is looked at in a line that matches: 6 of 120 are no more than 5 %, 6 of 119 are.
+  // The share is computed at each matching line: 6 of 120 are not more than 5 %, 6 of 119 are.
   EXPECT_FALSE(looksTimestamped(sampleOf(repeated("a\n", 114) + repeated(stamp, 5) + "a\n1:2:3")));
   EXPECT_TRUE(looksTimestamped(sampleOf(repeated("a\n", 113) + repeated(stamp, 6))));
 }
 
-// `events` events of a first line and `continued` more.
+// Returns `events` events, each of a first line and `continued` more lines.
 std::string eventsOf(const std::string& first, int events, int continued) {
   return repeated(first + "\n" + repeated("  more\n", continued), events);
 }
@@ -134,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
                       "(none)"},
         LineStartCase{"FrequentEnough", eventsOf("<ab>", 20, 1) + repeated(" x\n", 960),
                       "^<[a-zA-Z](?:[_-]?\\w)*>"},
-        // Both spreads are capped, so the scores are equal: the first in byte order.
+        // Both spreads are limited, so the scores are equal: the first in byte order wins.
         LineStartCase{"Tie", eventsOf(";1;", 250, 1) + eventsOf(",1,", 250, 1), "^,\\d+,"},
         // Twenty lines in a row have the gaps 1, 2, 2, 3, 3 ... 10, 10, so a spread of 3.03 and a
         // lower score than ten times as many with the largest spread.

@@ -10,7 +10,7 @@ namespace {
 using sourcetype::testing::repeated;
 using sourcetype::testing::TempTree;
 
-// The rule that props.conf gives a text.
+// Returns the sourcetype that the rules of a props.conf find for a text.
 std::string found(const std::string& props, const std::string& text,
                   RuleTiming timing = RuleTiming::BeforeModels) {
   const TempTree tree;
@@ -84,7 +84,7 @@ TEST(Rules, AreNotTriedAnyMoreWhenTheirBudgetIsSpent) {
   tree.write("system/local/props.conf",
              "[rule::1]\nsourcetype=a\nMORE_THAN_1=x\n[rule::2]\nsourcetype=b\nLESS_THAN_0=!\n");
   ConfStore store(tree.root());
-  MatchBudget budget(10'300);  // for compiling the first
+  MatchBudget budget(10'300);  // enough to compile the first expression
   EXPECT_EQ(Rules(store).findRuleSourcetype(readSampleText(repeated("y\n", 1000), {}, "text"),
                                             RuleTiming::BeforeModels, budget),
             std::nullopt);

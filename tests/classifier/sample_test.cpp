@@ -44,14 +44,14 @@ TEST(Sample, OfAnEmptyFileHasNothingAndIsNoBinary) {
 TEST(Sample, CompletesALineInTheNextChunk) {
   const std::string head(kChunk - 3, 'a');
   EXPECT_EQ(linesOf(sampleOf(head + "\nbcdef\ng")), (Lines{head, "bcdef", "g"}));
-  // The chunk ends exactly with the line, or between CR and LF.
+  // The chunk ends at the end of the line, or between CR and LF.
   const std::string exact(kChunk - 1, 'a');
   EXPECT_EQ(linesOf(sampleOf(exact + "\nb")), (Lines{exact, "b"}));
   EXPECT_EQ(linesOf(sampleOf(exact + "\r\nb")), (Lines{exact, "b"}));
 }
 
 TEST(Sample, KeepsOfALongLineWhatTheLastChunkHolds) {
-  // Two whole chunks without an end are dropped but for the last of them before the end.
+  // Of whole chunks without a line end, only the last before the line end is kept.
   const std::string text =
       "first\n" + std::string(kChunk - 6, 'x') + std::string(kChunk, 'y') + "end\nnext";
   EXPECT_EQ(linesOf(sampleOf(text)), (Lines{"first", std::string(kChunk, 'y') + "end", "next"}));
@@ -113,7 +113,7 @@ TEST(SampleText, IsConvertedAndSplitInOnePass) {
 
 struct MarkCase {
   const char* name;
-  const char* charset;  // as CHARSET; empty: without one
+  const char* charset;  // the CHARSET; empty if there is none
   std::string_view bytes;
   const char* detected;
   const char* line;

@@ -30,12 +30,12 @@ INSTANTIATE_TEST_SUITE_P(
                       PrefixCase{R"(C:\a)", R"(\)"}, PrefixCase{"a?b?", R"((?:.*?\?){2})"},
                       PrefixCase{"x@", "@"}));
 
-// A line of `before` bytes, the last of which is an anchor, and a timestamp of ten behind them.
+// Returns a line of `before` bytes, the last of which is an anchor, and a timestamp of ten bytes.
 std::string stamped(std::size_t before) {
   return std::string(before - 1, 'x') + "=2026-01-02\n";
 }
 
-// Finds "2026-01-02", and takes "[...]" for the second piece.
+// Finds "2026-01-02" as the first part and "[...]" as the second part of a timestamp.
 std::optional<Timestamp> find(std::string_view line) {
   const auto at = line.find("2026-01-02");
   if (at == std::string_view::npos) return std::nullopt;

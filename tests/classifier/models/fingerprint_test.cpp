@@ -53,7 +53,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "for\n",
                   "for 0.2500|one 0.2500|tri 0.2500|two 0.2500|"},
         WordsCase{"Ignored", "ignored IGNORED upper\n", "upper 1.0000|"},
-        // 1 of 1001 goes, 1 of 1000 would stay; what stays is not divided again.
+        // 1 of 1001 is dropped, 1 of 1000 would stay; the other weights do not change.
         WordsCase{"OneOfAThousand", repeated("one ", 999) + "two", "one 0.9990|two 0.0010|"},
         WordsCase{"LessThanAThousandth", repeated("one ", 500) + repeated("two ", 500) + "tri",
                   "one 0.4995|two 0.4995|"}),

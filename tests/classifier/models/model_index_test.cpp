@@ -1,4 +1,4 @@
-// The fast matcher against the distance as it is defined, on random models.
+// Compares the fast matcher with the distance as it is defined, on random models.
 #include "classifier/models/model_index.h"
 
 #include <gtest/gtest.h>
@@ -60,7 +60,7 @@ class RandomModels {
     return std::uniform_int_distribution<std::size_t>(0, end - 1)(random_);
   }
 
-  // A few words are in nearly every text, most in few.
+  // A few words are in nearly every text, the others in few.
   PlainModel text() {
     PlainModel text;
     const auto words = below(13);
@@ -73,7 +73,7 @@ class RandomModels {
     return text;
   }
 
-  // What may stand in a file that others write.
+  // A model with a limit and, like one written by hand, perhaps with odd weights.
   PlainModel model(const std::vector<PlainModel>& earlier) {
     if (!earlier.empty() && below(8) == 0) return earlier[below(earlier.size())];
     PlainModel model = text();

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "classifier/models/distance_limits.h"
 #include "classifier/models/model.h"
+#include "classifier/models/model_retraining.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -21,7 +23,7 @@ using ::testing::internal::GetCapturedStderr;
 constexpr const char* kLearned = "apps/learned/local/sourcetypes.conf";
 constexpr const char* kOld = "apps/learned/local/sourcetypes.conf.old";
 
-// Texts that have nothing in common, neither words nor shapes.
+// Texts that have no common words and no common shapes.
 constexpr const char* kApples = "apple (red);\n";
 constexpr const char* kPears = "pear; #[green]=\\ [\n";
 constexpr const char* kPlums = "plum/blue?\n";
@@ -30,7 +32,7 @@ Sample sampleOf(const std::string& text) {
   return readSampleText(text, {}, "text");
 }
 
-// What one run of the program knows of a configuration tree.
+// One run of the program on a configuration tree.
 struct ProgramRun {
   explicit ProgramRun(const TempTree& tree) : store(tree.root()) {}
 
@@ -47,7 +49,7 @@ struct ProgramRun {
   ModelStore models{store, settings};
 };
 
-// The models that are stored, in the order in which they load.
+// Returns the stored models in the order in which they load.
 ModelIndex storedModels(const TempTree& tree) {
   ConfStore store(tree.root());
   ModelIndex index;
@@ -164,7 +166,7 @@ TEST(TornAppend, LosesNoMoreThanItsOwnModel) {
     EXPECT_EQ(run.match(repeated(kApples, 100)), "fruit");
     const auto pears = run.match(repeated(kPears, 100));
     const auto log = GetCapturedStderr();
-    // The last value is a count that nobody needs.
+    // The last value is the count of a shape, which is not used.
     EXPECT_EQ(pears, size > whole.rfind('=') ? "pears" : "(none)");
     EXPECT_TRUE(pears == "pears" || size < before + 4 || !log.empty());
     CaptureStderr();
@@ -179,9 +181,9 @@ TEST(TornAppend, LosesNoMoreThanItsOwnModel) {
 
 struct StanzaCase {
   const char* name;
-  const char* settings;  // beside those of the text
+  const char* settings;  // in addition to those of the test
   const char* sourcetype;
-  const char* local = "";  // what the layer of the system has
+  const char* local = "";  // the file of the system's local layer
 };
 
 class StoredStanza : public ::testing::TestWithParam<StanzaCase> {};
@@ -196,7 +198,7 @@ TEST_P(StoredStanza, Recognises) {
                                              "a '_sourcetype' value."));
 }
 
-// With the word "grape" the word part of the distance is about 160, without "red" thousands.
+// The word part of the distance is about 160 with the word "grape", and thousands without "red".
 INSTANTIATE_TEST_SUITE_P(
     Stanzas, StoredStanza,
     ::testing::Values(
@@ -240,22 +242,22 @@ TEST(NewModel, HasTheLimitThatItWillInherit) {
   EXPECT_EQ(run.match(similar), "(none)");
 }
 
-TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
+TEST(Retraining, KeepsOldModelsInTheirFileUntilItFinishes) {
   const TempTree tree;
   ProgramRun run(tree);
   EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
   const auto before = tree.read(kLearned);
-  run.models.forget();
+  ModelRetraining retraining(run.store, run.models);
   EXPECT_EQ(run.models.countModels("fruit"), 0U);
   EXPECT_EQ(run.match(repeated(kApples, 100)), "(none)");
-  EXPECT_TRUE(run.train(repeated(kPears, 100), "pears"));
+  retraining.learn("the file.log", sampleOf(repeated(kPears, 100)), "pears");
   EXPECT_TRUE(ProgramRun(tree).train(repeated(kPlums, 100), "plums"));
   EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "fruit");
   CaptureStderr();
-  run.models.dropForgotten();
+  retraining.finish();
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("sourcetypes.conf.old: 1."));
   EXPECT_EQ(tree.read(kLearned).find("[the_file.log_2"), 0U);
-  // Has what other processes learned meanwhile, but not what this one did.
+  // The copy has the models that other processes learned in between, but not those of this one.
   EXPECT_THAT(tree.read(kOld), AllOf(StartsWith(before), HasSubstr("= plums\n")));
   EXPECT_THAT(tree.read(kOld), Not(HasSubstr("= pears\n")));
   EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "(none)");
@@ -263,35 +265,31 @@ TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
   EXPECT_EQ(ProgramRun(tree).match(repeated(kPlums, 100)), "plums");
 }
 
-TEST(ForgottenModels, LeaveTheDefaultStanza) {
+TEST(Retraining, KeepsTheDefaultStanza) {
   const TempTree tree;
   const std::string defaults = "# limits\n[default]\nmaxDist = 5\n";
   tree.write(kLearned, defaults + "[m]\n_sourcetype = t\nword = 1\n");
   ProgramRun run(tree);
-  run.models.forget();
-  run.models.dropForgotten();
+  ModelRetraining(run.store, run.models).finish();
   EXPECT_EQ(tree.read(kLearned), defaults);
 }
 
-TEST(ForgottenModels, LeaveNoFileBehindWhenTheyWereAll) {
+TEST(Retraining, DeletesTheFileWhenAllModelsAreOld) {
   const TempTree tree;
   ProgramRun run(tree);
-  run.models.forget();  // nothing to forget is no error
-  run.models.dropForgotten();
+  ModelRetraining(run.store, run.models).finish();  // without models this is not an error
   EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
   const auto stored = tree.read(kLearned);
-  run.models.forget();
   std::filesystem::create_directories(tree.path(kOld) / "x");
-  run.models.dropForgotten();  // nothing is dropped that cannot be set aside
+  ModelRetraining(run.store, run.models).finish();  // drops nothing when the copy cannot be written
   EXPECT_EQ(tree.read(kLearned), stored);
   std::filesystem::remove_all(tree.path(kOld));
-  run.models.forget();
-  run.models.dropForgotten();
+  ModelRetraining(run.store, run.models).finish();
   EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
   EXPECT_EQ(tree.read(kOld), stored);
 }
 
-TEST(StoredStanza, IsReportedWithWhatInItIsNoNumber) {
+TEST(StoredStanza, IsLoggedWithItsInvalidNumbers) {
   const TempTree tree;
   tree.write(kLearned, "[m]\n_sourcetype=t\na=x\nb=inf\nc=1\nmaxDist=-1\n");
   CaptureStderr();
@@ -315,7 +313,7 @@ TEST_P(MaxDist, FollowsTheNumberOfSourcetypes) {
   for (int i = 0; i < GetParam().sourcetypes; ++i) props += "[t" + std::to_string(i) + "]\n";
   tree.write("system/default/props.conf", props + GetParam().before);
   ProgramRun run(tree);
-  run.models.adjustMaxDist();
+  adjustMaxDist(run.store);
   PropertiesMap defaults;
   run.store.getExactStanza(run.store.getProps(), defaults, kDefaultStanza);
   EXPECT_EQ(defaults.get("maxDist"), GetParam().after);
