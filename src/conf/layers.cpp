@@ -2,16 +2,14 @@
 
 #include <algorithm>
 
+#include "conf/store_log.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
-#include "util/logging.h"
 
 namespace sourcetype {
 namespace {
 
 using std::filesystem::path;
-
-constexpr LogCategory kStoreLog{"ConfObjectManagerDB"};
 
 // Empty for a directory that is not there; one that cannot be read is logged.
 std::vector<path> entriesOf(const path& directory) {
