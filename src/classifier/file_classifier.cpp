@@ -9,6 +9,7 @@
 #include "classifier/timestamp_learner.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
+#include "conf/stanza_kinds.h"
 #include "timestamp/timestamp_parser.h"
 #include "util/format.h"
 #include "util/text.h"

@@ -8,6 +8,7 @@
 #include "classifier/type_name.h"
 #include "conf/ini_file.h"
 #include "conf/message_catalog.h"
+#include "conf/stanza_kinds.h"
 
 namespace sourcetype {
 namespace {
@@ -32,7 +33,7 @@ constexpr std::string_view causeText(InvalidCause cause) {
 
 std::vector<std::string> sourceStanzas(const std::filesystem::path& path,
                                        std::string_view sourcetype) {
-  std::vector<std::string> names{"source::" + pathToText(path)};
+  std::vector<std::string> names{std::string(kSourceKind) + pathToText(path)};
   if (!sourcetype.empty()) names.emplace_back(sourcetype);
   return names;
 }

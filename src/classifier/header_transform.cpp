@@ -5,6 +5,7 @@
 #include "classifier/header_fields.h"
 #include "classifier/properties.h"
 #include "classifier/type_name.h"
+#include "conf/stanza_kinds.h"
 #include "util/logging.h"
 #include "util/text.h"
 

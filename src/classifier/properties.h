@@ -44,7 +44,6 @@ inline constexpr std::string_view kFields = "FIELDS";
 
 // Sourcetypes with a meaning of their own.
 inline constexpr std::string_view kUnknownSourcetype = "unknown";
-inline constexpr std::string_view kTooSmallSourcetype = "too_small";
 inline constexpr std::string_view kPreprocessSourcetype = "preprocess";
 
 }  // namespace sourcetype

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classifier/properties.h"
+#include "conf/stanza_kinds.h"
 #include "util/text.h"
 
 namespace sourcetype {
@@ -11,7 +12,6 @@ namespace {
 constexpr std::string_view kDefaultTypeName = "generic";
 constexpr std::size_t kShortestName = 3;
 constexpr char kControlReplacement = '_';
-constexpr std::string_view kKindSeparator = "::";
 
 // Extensions that say no more than that the file is a log.
 bool isTelling(std::string_view extension) {

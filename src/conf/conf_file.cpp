@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "conf/stanza_kinds.h"
 #include "platform/path_form.h"
 #include "util/text.h"
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <tuple>
 
-#include "conf/logical_lines.h"
+#include "conf/stanza_kinds.h"
 #include "util/logging.h"
 #include "util/record_limit.h"
 #include "util/utf8.h"

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "conf/conf_file.h"
+#include "conf/stanza_kinds.h"
 #include "platform/path_form.h"
 
 namespace sourcetype {

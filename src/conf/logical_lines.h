@@ -20,9 +20,6 @@ namespace sourcetype {
 
 inline constexpr LogCategory kIniFileLog{"IniFile"};
 
-// The stanza of settings that stand before any header, and the one that completes every other.
-inline constexpr std::string_view kDefaultStanza = "default";
-
 // Keeps the texts that do not stand in a file as they read (a continued value, an unescaped key).
 // A view of a kept text lives as long as the keeper, also after the keeper was moved.
 class TextKeeper {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "conf/stanza_kinds.h"
 #include "util/logging.h"
 #include "util/regex.h"
 
@@ -15,7 +16,6 @@ namespace {
 
 constexpr LogCategory kLog("PropertiesMapConfig");
 
-constexpr std::string_view kHostPrefix = "host::";
 constexpr std::string_view kAnyRun = "...";
 
 bool contains(std::string_view text, std::string_view part) {
@@ -24,8 +24,8 @@ bool contains(std::string_view text, std::string_view part) {
 
 // Where the text behind the first "::" begins; the name's size when there is none.
 std::size_t patternStart(std::string_view name) {
-  const auto colons = name.find("::");
-  return colons == std::string_view::npos ? name.size() : colons + 2;
+  const auto colons = name.find(kKindSeparator);
+  return colons == std::string_view::npos ? name.size() : colons + kKindSeparator.size();
 }
 
 // Bytes of the wildcard that `text` begins with; 0 when it begins with none.
@@ -89,7 +89,7 @@ LiteralEnds literalEnds(std::string_view name, PathForm form) {
     if (isSyntax(at)) firstSyntax = std::min(firstSyntax, at);
     ++at;
   }
-  if (name.starts_with(kHostPrefix)) firstSyntax = kHostPrefix.size();  // "(?i)"
+  if (name.starts_with(kHostKind)) firstSyntax = kHostKind.size();  // "(?i)"
   if (firstSyntax == name.size()) {
     return {.prefix = firstWildcard, .suffix = name.size() - suffixStart, .isPlain = true};
   }
@@ -105,7 +105,7 @@ LiteralEnds literalEnds(std::string_view name, PathForm form) {
 }  // namespace
 
 bool isStanzaPattern(std::string_view name) {
-  if (name.starts_with(kHostPrefix)) return true;
+  if (name.starts_with(kHostKind)) return true;
   const std::string_view pattern = name.substr(patternStart(name));
   return contains(pattern, "*") || contains(pattern, kAnyRun);
 }
@@ -114,7 +114,7 @@ std::optional<std::string> expandStanzaPattern(std::string_view stanzaName, Path
   if (!isStanzaPattern(stanzaName)) return std::nullopt;
   const std::size_t start = patternStart(stanzaName);
   std::string expression(stanzaName.substr(0, start));
-  if (stanzaName.starts_with(kHostPrefix)) expression += "(?i)";
+  if (stanzaName.starts_with(kHostKind)) expression += "(?i)";
   for (std::size_t at = start; at < stanzaName.size();) {
     const char c = stanzaName[at];
     const std::size_t wildcard = wildcardSize(stanzaName.substr(at));

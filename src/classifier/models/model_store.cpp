@@ -10,6 +10,7 @@
 
 #include "classifier/models/model.h"
 #include "conf/message_catalog.h"
+#include "conf/stanza_kinds.h"
 #include "platform/environment.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
@@ -47,8 +48,7 @@ std::uint32_t seedOfThisRun() {
 }
 
 bool namesSourcetype(std::string_view stanza) {
-  constexpr std::array<std::string_view, 4> kOtherKinds{
-      "source::", "rule::", "delayedrule::", "eventtype::"};
+  constexpr std::array kOtherKinds{kSourceKind, kRuleKind, kDelayedRuleKind, kEventtypeKind};
   return stanza != kDefaultStanza && std::ranges::none_of(kOtherKinds, [&](std::string_view kind) {
            return stanza.starts_with(kind);
          });

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "classifier/models/model.h"
+#include "conf/stanza_kinds.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
