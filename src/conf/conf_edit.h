@@ -1,5 +1,5 @@
-// The text that a write puts into a .conf file, and the check that it reads back as intended.
-// Everything here works on texts: nothing is read from or written to a disk.
+// The text that a write puts into a .conf file, and the check that this text reads back as
+// intended. These functions do not access the disk; a `path` is the one that the text is for.
 #pragma once
 
 #include <filesystem>
@@ -14,26 +14,26 @@ namespace sourcetype {
 
 using StanzaNames = std::unordered_set<std::string>;
 
-// Why a file that exceeds the limits of ConfFile, or would, is not written.
+// The reason why a file is not written that exceeds the limits of ConfFile, or would then.
 inline constexpr const char* kTooLarge =
     "it holds more settings or stanzas than are read of a file";
 
-// A copy of `text` as the file `path` would contain it.
+// A parsed copy of `text`. Nothing is logged.
 ConfFile parseText(const std::filesystem::path& path, std::string_view text);
 
-// A new stanza for the file `path`; bytes() is its text. Throws std::runtime_error when a key or
-// value has no form that would read back the same.
+// A new stanza; bytes() is its text. Throws std::runtime_error when a key or value cannot be
+// written in a form that reads back the same.
 ConfFile makeStanza(const std::filesystem::path& path, std::string_view stanza,
                     const PropertiesMap& settings, std::string_view lineEnd);
 
 PropertiesMap settingsOf(const ConfFile::Stanza& stanza);
 
-// Throws std::runtime_error unless `after` is `before` with `changes` in one stanza, nothing else
-// is new, lost or changed, and a read would accept it.
+// Throws std::runtime_error unless `after` is `before` with `changes` in one stanza: nothing else
+// may be new, lost or changed, and readConfFile() must accept the text.
 void requireExactEdit(const ConfFile& before, const ConfFile& after, std::string_view stanza,
                       const PropertiesMap& changes);
 
-// A text of stanzas without some of them.
+// A text after some stanzas were removed, and the names of those that it had.
 struct RemainingStanzas {
   std::string text;
   StanzaNames removed;

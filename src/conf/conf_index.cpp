@@ -19,7 +19,7 @@ std::string_view nameOf(const ConfIndex::Occurrence& occurrence) {
 void readFile(ConfIndex::Layer& layer, Report report) {
   layer.identity = fileIdentity(layer.path);
   layer.added.clear();
-  layer.file.reset();  // first, so that memory holds one of the two
+  layer.file.reset();  // before the read: two versions of a large file may not fit into memory
   FileBytes bytes = readConfFile(layer.path);
   const auto error = layer.error = bytes.error;
   if (!error) {

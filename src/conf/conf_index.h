@@ -16,8 +16,7 @@
 
 namespace sourcetype {
 
-// Reads the files when they are first asked for. Whatever changes a file or forget() ends the life
-// of occurrences.
+// Reads the files at the first access. Occurrences live until forget() or a change of a file.
 class ConfIndex {
  public:
   // A stanza in one of the files.
@@ -25,43 +24,47 @@ class ConfIndex {
     const ConfFile::Stanza* stanza;
     const ConfFile* file;
   };
-  // In ascending byte order of the names; of one name, the strongest layer first.
+  // In ascending byte order of the names. Occurrences of the same name: the strongest layer first.
   using Occurrences = std::span<const Occurrence>;
 
   // The configuration's file in one layer.
   struct Layer {
     std::filesystem::path path;                   // of the file
-    std::unique_ptr<ConfFile> file;               // empty where there is none
-    std::deque<std::unique_ptr<ConfFile>> added;  // what was appended since it was read
-    std::error_code error;                        // why it has no file
-    FileIdentity identity;                        // of what is known
+    std::unique_ptr<ConfFile> file;               // null when `error` is set
+    std::deque<std::unique_ptr<ConfFile>> added;  // stanzas appended after the file was read
+    std::error_code error;                        // why the file could not be read
+    FileIdentity identity;                        // of the version in `file` and `added`
   };
 
-  // `root` is the configuration tree, `fileName` the name of its file in each layer.
+  // `root` is the configuration tree, `fileName` the name of the file in each layer ("props.conf").
   ConfIndex(std::filesystem::path root, std::string fileName)
       : root_(std::move(root)), fileName_(std::move(fileName)) {}
 
   Occurrences all();
   Occurrences find(std::string_view stanza);
-  // Those whose names begin with `prefix`.
+  // All occurrences whose names begin with `prefix`.
   Occurrences findPrefix(std::string_view prefix);
 
-  // Another number whenever the names of pattern stanzas may have changed; never 0 after a read.
+  // A number that grows when the names of pattern stanzas may have changed; at least 1 once the
+  // files were read.
   std::uint64_t patternVersion() const { return patternVersion_; }
 
-  // The next access reads the files again.
+  // Frees everything that was read. The next access reads the files again.
   void forget();
 
-  // For writes. The layer that has the file `path`, which is one that a write may create.
+  // The functions below are for writers.
+
+  // The layer whose file is `path`, in system/local or in the local layer of a listed app.
   Layer& layerOf(const std::filesystem::path& path);
   bool isStrongest(const Layer& layer) const { return &layer == &layers_.front(); }
   // Reads the file of a layer again.
   void reread(Layer& layer);
-  // The same if somebody else has written to it, or it could not be read.
+  // Reads the file again if another process has changed it, or if it could not be read before.
   void refresh(Layer& layer);
-  // The layer's file was replaced by `file`.
+  // Records that `file` has replaced the file of the layer.
   void setFile(Layer& layer, std::unique_ptr<ConfFile> file);
-  // `added`, a stanza, was appended to the file of the strongest layer, which did not have it.
+  // Records that the stanza in `added` was appended to the file of the strongest layer, which did
+  // not have a stanza of this name.
   void addStanza(Layer& strongest, std::unique_ptr<ConfFile> added);
 
  private:

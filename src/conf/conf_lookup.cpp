@@ -17,8 +17,8 @@ constexpr LogCategory kLookupLog{"PropertiesMapConfig"};
 constexpr std::int64_t kExactPriority = 100;
 constexpr std::int64_t kPatternPriority = 0;
 
-// Steps that one lookup may spend on patterns: the first lookup of a file leaves as much to the
-// second one, which asks for the same name again, and to the rules.
+// Steps that one lookup may spend on patterns: half of the budget of a file. The other half is for
+// the second lookup, which matches the same name again, and for the rules.
 constexpr std::uint64_t kMaxLookupCost = kMaxFileCost / 2;
 
 std::string joinNames(std::span<const std::string> names) {
@@ -66,7 +66,7 @@ void ConfLookup::visitStanzas(const StanzaVisitor& visit) {
       for (auto layer = first; layer != last; ++layer) {
         merged.insert(merged.end(), layer->stanza->settings.begin(), layer->stanza->settings.end());
       }
-      // The strongest layer's setting stands first among equals.
+      // The sort is stable: among equal keys, the setting of the strongest layer is the first.
       std::ranges::stable_sort(merged, {}, &ConfFile::Setting::key);
       const auto isSameKey = [](const auto& a, const auto& b) { return a.key() == b.key(); };
       merged.erase(std::unique(merged.begin(), merged.end(), isSameKey), merged.end());
@@ -137,10 +137,10 @@ std::int64_t ConfLookup::priority(std::string_view stanza, std::int64_t fallback
   return fallback;
 }
 
-// A pattern that does not compile or costs too much is told once a run.
+// Logs a pattern that does not compile or costs too much, once a run.
 std::vector<const StanzaPattern*> ConfLookup::matchingPatterns(const std::string& name,
                                                                MatchBudget& budget) {
-  // An expression matches no byte that is not UTF-8, but the name of a file may hold any.
+  // An expression never matches an invalid UTF-8 byte, but the name of a file may contain any byte.
   const std::string matchable = withInvalidUtf8Replaced(name);
   std::vector<const StanzaPattern*> matching;
   RecordLimit invalid;

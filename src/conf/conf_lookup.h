@@ -1,5 +1,5 @@
-// The effective settings of stanzas: merged over the layers, completed by pattern stanzas and
-// "default".
+// The effective settings of a stanza: merged over the layers, with those of the pattern stanzas
+// that match its name and those of "default".
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ namespace sourcetype {
 
 enum class PatternMatching { No, Yes };
 
-// Lookups in one configuration. ConfStore, which offers each of them, says what they return.
+// Lookups in one configuration. ConfStore has a function for each and documents the results.
 class ConfLookup {
  public:
   ConfLookup(ConfIndex& index, PathForm pathForm) : index_(index), pathForm_(pathForm) {}
@@ -42,7 +42,7 @@ class ConfLookup {
  private:
   struct Candidate;
 
-  // `budget`: for the pattern stanzas; null when these do not count.
+  // `budget` is for the pattern stanzas; null: these do not apply.
   void addCandidates(PropertiesMap& out, std::span<const std::string> names, MatchBudget* budget);
   std::vector<Candidate> candidates(const std::string& name, MatchBudget* budget);
   std::vector<const StanzaPattern*> matchingPatterns(const std::string& name, MatchBudget& budget);
@@ -52,13 +52,12 @@ class ConfLookup {
   ConfIndex& index_;
   PathForm pathForm_;
 
-  // Gathered at the first lookup that needs them.
-  std::vector<const StanzaPattern*> patterns_;
-  std::uint64_t patternVersion_ = 0;  // of the index when they were
+  std::vector<const StanzaPattern*> patterns_;  // those of the index at patternVersion_
+  std::uint64_t patternVersion_ = 0;            // 0: not collected yet
 
-  // For the life of the object: each name is converted, and compiled, at most once.
+  // By name, for the life of the object: a pattern is converted and compiled at most once.
   std::unordered_map<std::string, StanzaPattern> patternCache_;
-  std::unordered_set<const StanzaPattern*> reportedPatterns_;  // invalid or costly ones
+  std::unordered_set<const StanzaPattern*> reportedPatterns_;  // invalid or over budget, and logged
 };
 
 }  // namespace sourcetype

@@ -18,7 +18,7 @@ std::vector<std::string> splitNames(std::string_view names) {
   }
 }
 
-// Calls `visit` with each name that begins with `prefix`, once.
+// Calls `visit` once for each name that begins with `prefix`.
 template <class Visit>
 void visitNames(ConfIndex& index, std::string_view prefix, const Visit& visit) {
   std::optional<std::string_view> previous;

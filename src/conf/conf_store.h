@@ -1,5 +1,13 @@
-// The configuration of the server as one: every .conf file of every layer, read when first asked
-// for, and written back without harm to what others wrote.
+// The configuration of the server: the .conf files of all layers, seen as one. A file is read at
+// the first access. A write changes the lines of its own stanza only.
+//
+//   ConfStore store(home / "etc");
+//   PropertiesMap settings;
+//   store.getStanzaSettings(store.getProps(), settings, "syslog", PatternMatching::No);
+//   settings.get("TIME_FORMAT");
+//   if (!store.writeStanza(store.getProps(), "syslog", {{"CHARSET", "UTF-8"}}, false)) return;
+//
+// Lookups and writes may be called from several threads.
 #pragma once
 
 #include <chrono>
@@ -26,7 +34,8 @@
 
 namespace sourcetype {
 
-// The configuration of one short name ("props" for props.conf) over all layers. Owned by the store.
+// One configuration over all layers: all files of one short name ("props" for props.conf). Only
+// the store makes these objects, and owns them.
 class Conf {
  public:
   Conf(const std::filesystem::path& root, std::string name, PathForm pathForm, WriteLocks& locks);
@@ -44,101 +53,106 @@ class Conf {
 
 class ConfStore {
  public:
-  // A process that holds a lock this long is stopped or stuck: it needs milliseconds.
+  // A write needs the lock for milliseconds. A process that has had it this long is stopped or
+  // stuck.
   static constexpr std::chrono::minutes kMaxLockWait{1};
 
-  // `root` is the configuration tree, $TARNEL_HOME/etc. Reads nothing yet. A write is given up when
-  // one process has kept its lock for `maxLockWait`.
+  // `root` is the configuration tree, $TARNEL_HOME/etc. The constructor reads nothing. A write
+  // fails when one other process has had the lock for `maxLockWait`.
   explicit ConfStore(std::filesystem::path root, PathForm pathForm = nativePathForm(),
                      std::chrono::milliseconds maxLockWait = kMaxLockWait);
 
   const std::filesystem::path& root() const { return root_; }
   PathForm pathForm() const { return pathForm_; }
 
-  // The object lives as long as the store.
+  // The configuration of a short name. The object lives as long as the store.
   Conf& getConf(std::string_view name);
   Conf& getProps() { return getConf("props"); }
   Conf& getTransforms() { return getConf("transforms"); }
   Conf& getInputs() { return getConf("inputs"); }
 
-  // True when a stanza of that name stands in any layer.
+  // True when any layer has a stanza of that name.
   bool stanzaExists(Conf& conf, std::string_view stanza);
 
-  // Names that begin with `prefix`, each once, in ascending byte order.
+  // The names that begin with `prefix`, each once, in ascending byte order.
   std::vector<std::string> stanzaNames(Conf& conf, std::string_view prefix);
-  // How many of these there are that `counts` says yes to.
+  // The number of these names for which `counts` returns true.
   std::size_t countStanzas(Conf& conf, std::string_view prefix,
                            bool (*counts)(std::string_view name));
 
-  // The file that a setting's value comes from; empty when no layer has it.
+  // The file that the value of a setting comes from; empty when no layer has the setting.
   std::filesystem::path settingFile(Conf& conf, std::string_view stanza, std::string_view key);
 
-  // Adds the settings of the stanza of exactly that name, stronger layers first; keys that `out`
-  // has already keep their values, here and below.
+  // Adds the settings of the stanza of exactly that name; the value of the strongest layer counts.
+  // A key that `out` already has keeps its value, here and in getStanzaSettings().
   void getExactStanza(Conf& conf, PropertiesMap& out, std::string_view stanza);
 
-  // Calls `visit` with each stanza's name and settings, merged over all layers, in ascending byte
-  // order of the names. The settings, in byte order of the keys, live as long as the call.
+  // Calls `visit` once for each stanza name, in ascending byte order, with the settings of that
+  // name merged over all layers. The settings are in byte order of their keys and live until
+  // `visit` returns.
   using StanzaVisitor = ConfLookup::StanzaVisitor;
   void visitStanzas(Conf& conf, const StanzaVisitor& visit);
 
-  // Adds the effective settings of one or more names. For each name in turn these are the settings
-  // of the stanza of that name and, with `matching`, of the pattern stanzas that match it, by
-  // falling "priority" (100 for the exact stanza, 0 for a pattern, where it has none) and, among
-  // equals, in byte order of the stanza names. "default" fills what is then missing.
+  // Adds the effective settings of one or more names, the first name first. For each name it adds
+  // the settings of the stanza of that name and of the pattern stanzas that match the name. Stanzas
+  // with a higher "priority" come first; without this key, the exact stanza has 100 and a pattern
+  // 0. Stanzas of equal priority come in byte order of their names. Last come the settings of
+  // "default".
   //
-  // The expressions of the patterns draw on `budget`, on half of kMaxFileCost at most; those that
-  // are left when it is spent do not apply, which is logged.
+  // The expressions of the patterns spend steps of `budget`, at most half of kMaxFileCost. When
+  // these steps are spent, the remaining patterns do not apply, and a warning is logged.
   void getStanzaSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
                          MatchBudget& budget);
-  // The same with a budget of its own, or without patterns.
+  // The same with a budget of its own, or without pattern stanzas.
   void getStanzaSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
                          PatternMatching matching);
-  // The same for a list of names with "|" between them.
+  // The same for names separated by "|".
   void getStanzaSettings(Conf& conf, PropertiesMap& out, std::string_view names,
                          PatternMatching matching);
 
-  // Makes `settings` the effective settings of the stanza: writes those that differ (with
-  // `overwriteAll`, every one) to the system's local layer and deletes none. The next lookup sees
-  // them. False, with the reason logged and the file as it was, when that cannot be done; also when
-  // a setting has no form in which it would read back the same.
+  // Makes `settings` the effective settings of the stanza: writes the settings that differ (with
+  // `overwriteAll`, all of them) to the local layer of the system, and deletes none. The next
+  // lookup sees them. On failure it logs the reason, leaves the file as it was and returns false. A
+  // setting that cannot be written in a form that reads back the same is a failure too.
   bool writeStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                    bool overwriteAll);
 
-  // The same, if `stillHolds` says so while no other process can write. It may look up what it
-  // wants in the store, where `conf` is as it is now.
+  // The same, if `stillHolds` returns true. It is called while no other process can write, after
+  // the file in system/local was read again if it had changed, and may call the lookups of this
+  // store.
   using Condition = ConfWriter::Condition;
   WriteOutcome writeStanzaIf(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                              bool overwriteAll, const Condition& stillHolds);
 
-  // Writes a stanza that no layer has; Overtaken when one has it.
+  // Writes a stanza that no layer has; returns Overtaken when a layer has it.
   WriteOutcome addStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                          bool overwriteAll);
 
-  // Removes the stanza when it is the last one that this object has added, and holds just what was
-  // written. A failure is logged.
+  // Removes the stanza that this object added last, if it still has exactly the settings that were
+  // written. Does nothing for any other stanza. A failure is logged.
   void takeBackStanza(Conf& conf, std::string_view stanza);
 
-  // The same as writeStanza() for a learned model: all settings go to the local layer of the app
-  // "learned". A stanza that its file does not have yet is appended, in time independent of the
-  // file's size; a crash may leave a part of it at the end of the file.
+  // As writeStanza(), for a learned model: writes all settings to the local layer of the app
+  // "learned". A stanza that the file does not have yet is appended, in time independent of the
+  // file's size; a crash may leave a part of the stanza at the end of the file.
   bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
 
-  // Removes the stanzas `names` from the file that writeLearnedStanza() writes to, in one step. An
-  // empty result deletes the file, or empties it if it is reached by a link. First a copy of the
-  // file without the stanzas `added` is written to "<file>.old", replacing an older copy; with a
-  // link, beside the file that it leads to. Writes nothing when the file has none of `names`.
+  // Removes the stanzas `names` from learnedFile() in one step. A file that is empty then is
+  // deleted; if a link leads to the file, the file stays and is empty. Before that, the function
+  // writes a copy of the file without the stanzas `added` to "<file>.old" and replaces an older
+  // copy; if a link leads to the file, the copy is beside the target of the link. Writes nothing
+  // when the file has none of `names`.
   using StanzaNames = sourcetype::StanzaNames;
   using Dropped = LearnedStanzas::Dropped;
   Dropped dropLearnedStanzas(Conf& conf, const StanzaNames& names, const StanzaNames& added);
 
-  // Where writeLearnedStanza() writes.
+  // The file that writeLearnedStanza() writes to.
   std::filesystem::path learnedFile(const Conf& conf) const;
 
-  // Forgets what was read, so that the next lookup reads the files again.
+  // Frees everything that was read. The next lookup reads the files again.
   void reload(Conf& conf);
 
-  // True when a write was given up because another process kept its lock.
+  // True when a write has failed because another process did not release the lock.
   bool hasGivenUp() const { return locks_.hasGivenUp(); }
 
  private:
@@ -149,7 +163,8 @@ class ConfStore {
   WriteLocks locks_;
   std::map<std::string, Conf, std::less<>> confs_;
 
-  // One for all configurations: a write sees, and leaves, a settled state. Operations call others.
+  // One mutex for all configurations: a write reads one and may depend on another. It is recursive
+  // because callbacks of lookups and writes call the store.
   std::recursive_mutex mutex_;
 };
 

@@ -14,7 +14,7 @@
 namespace sourcetype {
 namespace {
 
-// Whether what is written behind the text begins a line of its own.
+// True when text that is appended to `text` begins a new logical line.
 bool endsWithWholeLine(std::string_view text) {
   if (!text.ends_with('\n')) return false;
   const auto last = text.find_last_not_of("\r\n");
@@ -55,7 +55,7 @@ WriteOutcome ConfWriter::write(const std::filesystem::path& file, std::string_vi
 void ConfWriter::edit(ConfIndex::Layer& layer, std::string_view stanza,
                       const PropertiesMap& changes, const FileLock& lock) {
   if (append(layer, stanza, changes, lock)) return;
-  // One text again: what was appended is not in the bytes of the file that was read.
+  // Stanzas that were appended after the read are not in the bytes of layer.file.
   if (!layer.added.empty()) index_.reread(layer);
   if (layer.error && !isMissingFile(layer.error)) {
     throw std::system_error(layer.error, "cannot read what it holds");
@@ -79,10 +79,9 @@ void ConfWriter::replace(ConfIndex::Layer& layer, std::unique_ptr<ConfFile> file
   index_.setFile(layer, std::move(file));
 }
 
-// Adds a stanza that the file does not have at its end, at a cost that the file's size has no part
-// in. False where the file has to be replaced instead. Until all of the stanza is on the disk its
-// header reads "[[name]", which is the stanza of no sourcetype; then a line end takes the place of
-// the first bracket.
+// Appends a stanza that the file does not have, in time independent of the file's size. False when
+// the file has to be replaced instead. Until the whole stanza is on the disk, its header is
+// "[[name]", the stanza of no sourcetype; then a line end replaces the first bracket.
 bool ConfWriter::append(ConfIndex::Layer& layer, std::string_view stanza,
                         const PropertiesMap& changes, const FileLock& lock) {
   if (!canAppend(layer, stanza)) return false;
@@ -100,7 +99,7 @@ bool ConfWriter::append(ConfIndex::Layer& layer, std::string_view stanza,
 }
 
 bool ConfWriter::canAppend(const ConfIndex::Layer& layer, std::string_view stanza) {
-  if (!index_.isStrongest(layer)) return false;  // others need their place in the index
+  if (!index_.isStrongest(layer)) return false;  // the index adds stanzas to that layer only
   if (layer.file == nullptr) return false;
   if (!layer.file->isComplete()) throw std::runtime_error(kTooLarge);
   const std::size_t headers = layer.file->stanzas().size() + layer.added.size();
@@ -118,7 +117,7 @@ void ConfWriter::takeBack(const std::filesystem::path& file, std::string_view st
     locks_.underLock(file, [&](const FileLock& held) {
       const auto now = fileIdentity(file);
       const bool isLast = now == addition.after && now.number == addition.before.number;
-      if (isLast) {  // this needs no room on the disk
+      if (isLast) {  // cutting works on a full disk too
         held.ensureHeld();
         cutFile(file, addition.before.size);
       }

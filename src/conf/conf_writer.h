@@ -1,5 +1,5 @@
-// Writes stanzas of one configuration: appends or replaces under the lock of the file, and verifies
-// the result before the file is touched.
+// Writes stanzas of one configuration: locks the file, verifies the new text, then appends to the
+// file or replaces it.
 #pragma once
 
 #include <filesystem>
@@ -19,8 +19,8 @@
 
 namespace sourcetype {
 
-// What became of a write that was decided on by what other stanzas say. Overtaken: another process
-// has written meanwhile, so that nothing was written now; the configuration is read anew.
+// The result of a write that depends on what the configuration has. Overtaken: it no longer has
+// that, because another process has written, so nothing was written. Lookups see the new state.
 enum class WriteOutcome { Written, Failed, Overtaken };
 
 class ConfWriter {
@@ -28,24 +28,21 @@ class ConfWriter {
   ConfWriter(ConfIndex& index, ConfLookup& lookup, WriteLocks& locks)
       : index_(index), lookup_(lookup), locks_(locks) {}
 
-  // Makes `settings` the effective settings of the stanza, if `stillHolds` says so while no other
-  // process can write: writes those that differ (with `overwriteAll`, every one) to `file`, which
-  // belongs to a layer. A failure is logged and leaves the file as it was.
+  // As ConfStore::writeStanzaIf(), to `file`, which is the file of a layer.
   using Condition = std::function<bool()>;
   WriteOutcome write(const std::filesystem::path& file, std::string_view stanza,
                      const PropertiesMap& settings, bool overwriteAll, const Condition& stillHolds);
 
-  // Removes the stanza from `file` when it is the last one that this object has added, and has just
-  // what was written. A failure is logged.
+  // As ConfStore::takeBackStanza(), from `file`.
   void takeBack(const std::filesystem::path& file, std::string_view stanza);
 
  private:
-  // The stanza that was added last.
+  // The stanza that this object added last.
   struct Addition {
     std::string stanza;
     PropertiesMap settings;
-    FileIdentity before;  // of the file
-    FileIdentity after;
+    FileIdentity before;  // the file's, before the write
+    FileIdentity after;   // and after it
   };
 
   void edit(ConfIndex::Layer& layer, std::string_view stanza, const PropertiesMap& changes,

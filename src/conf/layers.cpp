@@ -11,7 +11,8 @@ namespace {
 
 using std::filesystem::path;
 
-// Empty for a directory that is not there; one that cannot be read is logged.
+// The paths of the entries; empty if there is no such directory. Logs a directory that cannot be
+// read.
 std::vector<path> entriesOf(const path& directory) {
   std::error_code error;
   std::vector<path> entries = listDirectory(directory, error);

@@ -23,7 +23,6 @@ bool LearnedStanzas::write(std::string_view stanza, const PropertiesMap& setting
   return writer_.write(file_, stanza, settings, true, [] { return true; }) == WriteOutcome::Written;
 }
 
-// Reads the file again if it has changed.
 void LearnedStanzas::read() {
   const FileIdentity identity = fileIdentity(file_);
   if (known_ && known_->identity == identity) return;
@@ -41,8 +40,8 @@ void LearnedStanzas::read() {
   known_->endsInNewline = bytes.size == 0 || bytes.view().ends_with('\n');
 }
 
-// Adds a stanza at the end of the file, behind a blank line, which is also what a line that a crash
-// left unfinished goes on in; false when the file has the stanza already.
+// Appends a stanza after a blank line; false when the file already has the stanza. If a crash has
+// left a line that ends in a backslash, the blank line is its continuation, and the header is not.
 bool LearnedStanzas::append(std::string_view stanza, const PropertiesMap& settings,
                             const FileLock& lock) {
   read();
@@ -51,7 +50,7 @@ bool LearnedStanzas::append(std::string_view stanza, const PropertiesMap& settin
   const bool isFull = known_->stanzas.size() >= ConfFile::kMaxHeaders;
   if (isFull || settingsAfter > ConfFile::kMaxSettings) throw std::runtime_error(kTooLarge);
   std::string text(makeStanza(file_, stanza, settings, "\n").bytes());
-  // For the record alone: reading all layers for each model would take ever longer.
+  // Only if the record is written: reading all layers for each model takes longer with every model.
   if (kStoreLog.isEnabled(LogLevel::Debug)) {
     logSaving(file_, true, lookup_.settingsWithDefaults(stanza), settings);
   }
@@ -73,7 +72,7 @@ LearnedStanzas::Dropped LearnedStanzas::drop(const StanzaNames& names, const Sta
   try {
     return locks_.underLock(
         file_, [&](const FileLock& held) { return dropUnderLock(names, added, held); });
-  } catch (const std::runtime_error& failure) {  // of a call of the system, or the tree is gone
+  } catch (const std::runtime_error& failure) {  // a system call failed, or there is no tree
     logError(kStoreLog, "Cannot set aside what was learned before: %s", failure.what());
     const auto* const error = dynamic_cast<const std::system_error*>(&failure);
     const auto gone = std::make_error_code(std::errc::no_such_file_or_directory);
@@ -90,14 +89,14 @@ LearnedStanzas::Dropped LearnedStanzas::dropUnderLock(const StanzaNames& names,
   }
   const RemainingStanzas kept = removeStanzas(bytes.view(), names);
   if (kept.removed.empty()) return {};  // another process has dropped them
-  // Where a link leads to the file, the copy stays on the disk and in the directory that somebody
-  // chose for the file, and under the same lock.
+  // If a link leads to the file, the copy is beside the target of the link: on the disk and in the
+  // directory that the administrator chose, and under the same lock.
   const auto target = writeTarget(file_);
   auto copy = target;
   copy += ".old";
   removeLeftovers(copy);
   replaceFile(copy, removeStanzas(bytes.view(), added).text, target, &lock);
-  // A link is an administrator's: it stays, and the file that it leads to is emptied.
+  // A link was made by an administrator: it stays, and its target is empty then.
   if (target != file_ || !kept.text.empty()) {
     replaceFile(target, kept.text, &lock);
   } else {

@@ -1,5 +1,5 @@
-// The file of learned stanzas of one configuration. It grows to thousands of models, so that a
-// stanza is added without parsing all layers.
+// The file of learned stanzas of one configuration: etc/apps/learned/local/sourcetypes.conf. It may
+// have thousands of models, so a new stanza is appended without parsing the layers.
 #pragma once
 
 #include <cstddef>
@@ -33,13 +33,13 @@ class LearnedStanzas {
   // As ConfStore::dropLearnedStanzas().
   struct Dropped {
     std::size_t stanzas = 0;
-    std::filesystem::path copy;  // "<file>.old"; empty where nothing was written
-    std::error_code error;       // set: no stanza was dropped, and the reason is logged
+    std::filesystem::path copy;  // "<file>.old"; empty when nothing was written
+    std::error_code error;       // if set, no stanza was dropped, and the reason was logged
   };
   Dropped drop(const StanzaNames& names, const StanzaNames& added);
 
  private:
-  // What is known of the file, so that a stanza can be added without reading it again.
+  // What an append has to know of the file, so that it need not read the file again.
   struct Known {
     FileIdentity identity;
     StanzaNames stanzas;
@@ -47,6 +47,7 @@ class LearnedStanzas {
     bool endsInNewline = true;
   };
 
+  // Reads the file again if it has changed.
   void read();
   bool append(std::string_view stanza, const PropertiesMap& settings, const FileLock& lock);
   Dropped dropUnderLock(const StanzaNames& names, const StanzaNames& added, const FileLock& lock);

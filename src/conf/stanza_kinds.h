@@ -1,12 +1,12 @@
-// The kinds of stanzas in props.conf and sourcetypes.conf, as their names show them. A stanza of
-// any other name has the settings, or a model, of the sourcetype of that name.
+// The kinds of stanzas in props.conf and sourcetypes.conf. The beginning of a name shows the kind;
+// any other name is that of a sourcetype.
 #pragma once
 
 #include <string_view>
 
 namespace sourcetype {
 
-// Separates the kind from the rest of the name: "source::/var/log/messages".
+// Between the kind and the rest of the name: "source::/var/log/messages".
 inline constexpr std::string_view kKindSeparator = "::";
 
 inline constexpr std::string_view kSourceKind = "source::";  // settings of files, by their path

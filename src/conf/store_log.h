@@ -10,8 +10,8 @@ namespace sourcetype {
 
 inline constexpr LogCategory kStoreLog{"ConfObjectManagerDB"};
 
-// Log a write to `file` at DEBUG: before it, the settings of the stanza and those that are wanted;
-// after it, the file and the place that its links lead to.
+// Log a write to `file` at DEBUG. logSaving(), before the write: the settings that the stanza has
+// and those that it shall have. logSaved(), after the write: the file, and the target of its links.
 void logSaving(const std::filesystem::path& file, bool overwriteAll, const PropertiesMap& existing,
                const PropertiesMap& desired);
 void logSaved(const std::filesystem::path& file);

@@ -8,11 +8,10 @@
 namespace sourcetype {
 namespace {
 
-// Once a run has given up, every further write would wait as long again.
+// The maximum wait after a wait that has failed.
 constexpr std::chrono::milliseconds kMaxWaitAfterwards{1000};
 
-// The lock file of a file in the tree at `root`. A root that is not there was mistyped: nothing is
-// made below it.
+// The lock file of a file in the tree at `root`.
 std::filesystem::path lockFileBelow(const std::filesystem::path& root,
                                     const std::filesystem::path& target) {
   if (!isDirectory(root)) {

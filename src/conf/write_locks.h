@@ -13,15 +13,15 @@ namespace sourcetype {
 
 class WriteLocks {
  public:
-  // A write is given up when one process has kept its lock for `maxWait`. After that the next lock
-  // is waited for at most a second, so that a run does not wait as long for each of its writes.
+  // Waiting for a lock fails when one process has had it for `maxWait`. The wait after a failure is
+  // at most a second: otherwise every write of the run would wait for `maxWait`.
   WriteLocks(std::filesystem::path root, std::chrono::milliseconds maxWait)
       : root_(std::move(root)), maxWait_(maxWait) {}
 
-  // Runs an action that decides and writes, with the lock of the file `target` as its argument.
-  // Where the lock was lost before anything was written, it decides again. Throws what the action
-  // throws, std::system_error when the lock cannot be had, std::runtime_error when there is no
-  // tree: its path was mistyped, and nothing is created below it.
+  // Locks the file `target` and calls `action(lock)`, which decides and writes. Calls it again when
+  // the lock was lost before anything was written. Throws what the action throws, std::system_error
+  // when the lock cannot be had, and std::runtime_error when the directory `root` does not exist:
+  // then its path was mistyped, and nothing is created below it.
   template <class Action>
   auto underLock(const std::filesystem::path& target, const Action& action) {
     while (true) {
@@ -35,7 +35,7 @@ class WriteLocks {
     }
   }
 
-  // True when a write was given up because another process kept its lock.
+  // True when a wait has failed because another process did not release the lock.
   bool hasGivenUp() const { return hasGivenUp_; }
 
  private:
@@ -44,7 +44,7 @@ class WriteLocks {
   std::filesystem::path root_;
   std::chrono::milliseconds maxWait_;
   bool hasGivenUp_ = false;
-  bool hasJustGivenUp_ = false;  // since the last lock
+  bool hasJustGivenUp_ = false;  // at the last attempt
 };
 
 }  // namespace sourcetype
