@@ -1,10 +1,13 @@
 #include "conf/conf_file.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string>
 #include <utility>
 
 #include "conf/stanza_kinds.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 #include "util/text.h"
 
 namespace sourcetype {

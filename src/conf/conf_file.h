@@ -4,13 +4,14 @@
 //   if (const auto* stanza = file.find("syslog")) use(stanza->settings);
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
-#include <memory>
 #include <span>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 #include <vector>
 
 #include "conf/logical_lines.h"

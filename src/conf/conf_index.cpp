@@ -8,6 +8,7 @@
 #include "conf/stanza_pattern.h"
 #include "conf/store_log.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {

@@ -22,7 +22,6 @@
 #include <vector>
 
 #include "conf/conf_edit.h"
-#include "conf/conf_file.h"
 #include "conf/conf_index.h"
 #include "conf/conf_lookup.h"
 #include "conf/conf_writer.h"

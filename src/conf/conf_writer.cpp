@@ -1,6 +1,8 @@
 #include "conf/conf_writer.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <exception>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -10,6 +12,7 @@
 #include "conf/logical_lines.h"
 #include "conf/store_log.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {

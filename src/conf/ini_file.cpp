@@ -5,7 +5,9 @@
 
 #include "conf/conf_file.h"
 #include "conf/stanza_kinds.h"
+#include "platform/file_system.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {

@@ -5,7 +5,9 @@
 //   replaceFile(path, file.toText());
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>

@@ -1,10 +1,12 @@
 #include "conf/layers.h"
 
 #include <algorithm>
+#include <system_error>
 
 #include "conf/store_log.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {

@@ -1,5 +1,6 @@
 #include "conf/learned_stanzas.h"
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 
@@ -7,6 +8,7 @@
 #include "conf/logical_lines.h"
 #include "conf/store_log.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 

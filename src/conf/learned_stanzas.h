@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "conf/conf_edit.h"
 #include "conf/conf_index.h"

@@ -13,11 +13,13 @@
 //   }
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "util/logging.h"
 #include "util/record_limit.h"

@@ -3,11 +3,13 @@
 
 #include <chrono>
 #include <filesystem>
+#include <utility>
 
 #include "conf/store_log.h"
 #include "platform/file_lock.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 
