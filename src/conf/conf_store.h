@@ -52,8 +52,7 @@ class Conf {
 
 class ConfStore {
  public:
-  // A write needs the lock for milliseconds. A process that has had it this long is stopped or
-  // stuck.
+  // A write needs the lock for milliseconds: a process that has had it this long hangs.
   static constexpr std::chrono::minutes kMaxLockWait{1};
 
   // `root` is the configuration tree, $TARNEL_HOME/etc. The constructor reads nothing. A write
@@ -117,8 +116,7 @@ class ConfStore {
                    bool overwriteAll);
 
   // The same, if `stillHolds` returns true. It is called while no other process can write, after
-  // the file in system/local was read again if it had changed, and may call the lookups of this
-  // store.
+  // the file was read again if it had changed, and may call the lookups of this store.
   using Condition = ConfWriter::Condition;
   WriteOutcome writeStanzaIf(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                              bool overwriteAll, const Condition& stillHolds);

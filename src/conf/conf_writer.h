@@ -19,8 +19,8 @@
 
 namespace sourcetype {
 
-// The result of a write that depends on what the configuration has. Overtaken: it no longer has
-// that, because another process has written, so nothing was written. Lookups see the new state.
+// The result of a write with a condition. Overtaken: the condition is no longer true, because
+// another process has written. Then nothing was written, and the next lookup sees the new state.
 enum class WriteOutcome { Written, Failed, Overtaken };
 
 class ConfWriter {
