@@ -11,6 +11,7 @@
 #include "classifier/timestamp_learner.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
+#include "conf/stanza_kinds.h"
 #include "timestamp/timestamp_parser.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -353,7 +354,7 @@ void getSourcetypeSettings(ClassifierContext& context, PropertiesMap& result,
 
 std::vector<std::string> sourceStanzas(const std::filesystem::path& path,
                                        std::string_view sourcetype) {
-  std::vector<std::string> names{"source::" + pathToText(path)};
+  std::vector<std::string> names{std::string(kSourceKind) + pathToText(path)};
   if (!sourcetype.empty()) names.emplace_back(sourcetype);
   return names;
 }

@@ -8,6 +8,7 @@
 #include "classifier/header_transform.h"
 #include "classifier/properties.h"
 #include "classifier/type_name.h"
+#include "conf/stanza_kinds.h"
 #include "util/logging.h"
 
 namespace sourcetype {

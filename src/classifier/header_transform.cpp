@@ -6,6 +6,7 @@
 
 #include "classifier/header_fields.h"
 #include "classifier/properties.h"
+#include "conf/stanza_kinds.h"
 #include "util/text.h"
 
 namespace sourcetype {

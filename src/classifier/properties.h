@@ -43,7 +43,6 @@ inline constexpr std::string_view kFields = "FIELDS";
 
 // Sourcetypes with a special meaning.
 inline constexpr std::string_view kUnknownSourcetype = "unknown";
-inline constexpr std::string_view kTooSmallSourcetype = "too_small";
 inline constexpr std::string_view kPreprocessSourcetype = "preprocess";
 
 }  // namespace sourcetype

@@ -7,6 +7,7 @@
 #include "classifier/properties.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
+#include "conf/stanza_kinds.h"
 
 namespace sourcetype {
 namespace {
@@ -17,7 +18,7 @@ constexpr LogCategory kFlowLog{"FileClassifier"};
 constexpr std::uint64_t kMaxTestCost = kMaxFileCost / 4;
 
 constexpr std::string_view stanzaPrefix(RuleTiming timing) {
-  return timing == RuleTiming::BeforeModels ? "rule::" : "delayedrule::";
+  return timing == RuleTiming::BeforeModels ? kRuleKind : kDelayedRuleKind;
 }
 
 constexpr std::size_t kCountAll = ~std::size_t{0};

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classifier/properties.h"
+#include "conf/stanza_kinds.h"
 #include "util/text.h"
 
 namespace sourcetype {
@@ -11,7 +12,6 @@ namespace {
 constexpr std::string_view kDefaultTypeName = "generic";
 constexpr std::size_t kMinNameLength = 3;
 constexpr char kControlReplacement = '_';
-constexpr std::string_view kKindSeparator = "::";
 
 // Returns false for an extension that only says that the file is a log, or is too short.
 bool isSpecific(std::string_view extension) {

@@ -1,5 +1,5 @@
-// One table of inputs for each family; every row is also cut in two at each place, and fed byte by
-// byte.
+// A table of inputs for each family. Each row is also converted in two pieces, for all positions,
+// and byte by byte.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -28,7 +28,7 @@ std::string caseName(const ::testing::TestParamInfo<ConverterCase>& test) {
 
 class Conversion : public ::testing::TestWithParam<ConverterCase> {};
 
-TEST_P(Conversion, GivesTheSameTextHoweverTheInputIsCut) {
+TEST_P(Conversion, ReturnsTheSameTextForAnyPieces) {
   const auto& [name, charset, bytes, text, invalid] = GetParam();
   const Converted expected{std::string(text), invalid};
   EXPECT_EQ(convertAll(charset, bytes), expected);
@@ -197,7 +197,7 @@ INSTANTIATE_TEST_SUITE_P(
                       "\U0001F600中\\x81\\x30", 1},
         ConverterCase{"PairForTwoCharacters", "big5-hkscs", "\x88\x62\0\x88\x62\xFF"sv,
                       "\u00CA\u0304\\x00\u00CA\u0304\\xFF", 2},
-        // glibc reports the missing pair behind it, GNU libiconv at it.
+        // glibc reports the unassigned pair after it, GNU libiconv before it.
         ConverterCase{"PairThatIconvStepsOver", "cp949", "\xB0\xA1\xA2\xE8\xA2\xE8\nz\xA2\xE8",
                       "가\\xA2\\xE8\\xA2\\xE8\nz\\xA2\\xE8", 3}),
     caseName);
@@ -214,8 +214,8 @@ INSTANTIATE_TEST_SUITE_P(
                       ConverterCase{"HzNul", "hz", "\0~{V\0VP~}"sv, R"(\x00\x56\x00中)", 3}),
     caseName);
 
-// The run of ASCII is measured in words and blocks; each place in them is tried.
-TEST(AsciiRun, EndsAtTheFirstOtherByteWhereverItStands) {
+// asciiRunLength() reads words and blocks; the test has the other byte at each position in them.
+TEST(AsciiRun, EndsAtTheFirstOtherByte) {
   const std::string ascii = repeated("a~\x01\x7F", 25);
   for (std::size_t at = 0; at < ascii.size(); ++at) {
     for (const auto& [byte, escaped] : {std::pair{'\0', "\\x00"}, std::pair{'\x80', "\\x80"}}) {

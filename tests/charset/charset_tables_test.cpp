@@ -1,5 +1,5 @@
-// Tables against a source of their own: the digests were made from the codecs that come with Python
-// 3.11, written the way the converter writes, \xHH for what has no character.
+// Compares the tables with an independent source: the digests were made with the codecs of Python
+// 3.11, in the output format of the converters (\xHH for a unit without a character).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,9 +19,9 @@ struct ByteDigest {
   std::uint64_t digest, invalid;
 };
 
-// All bytes from 00 to FF. Python has no VISCII, which is from perl's Encode; its TIS-620 has the
-// controls 80-9F, which are left out here. Of ARMSCII-8, the Georgian sets and ISO 646 neither has
-// a table. CP1255 is left out since Python has nothing at CA.
+// All bytes from 00 to FF. VISCII is from perl's Encode, because Python does not have it. TIS-620
+// of Python has the controls 80-9F, which are omitted here. Neither has a table of ARMSCII-8, the
+// Georgian sets and ISO 646. CP1255 is not tested, because Python has no character at CA.
 constexpr std::array kByteDigests{
     ByteDigest{"cp1250", 0xCB6A9FA5DD89422FU, 6},
     ByteDigest{"cp1251", 0x2990EEF89FA6E326U, 2},
@@ -88,10 +88,10 @@ struct PairDigest {
   std::uint64_t digest;
 };
 
-// All pairs in these ranges that are one character outside the private use area, which every
-// library gives to users differently. The ranges leave out where Python's table is another one:
-// symbols of Big5, GB 18030 before 2005 (rows A6, A8, FE), the letters of Johab that stand alone,
-// the tilde of JIS X 0212, and what KS X 1001 got in 1998 and 2002.
+// All pairs in these ranges with one character outside the private use area, where libraries
+// differ. The ranges do not include the pairs for which Python has another table: symbols of Big5,
+// GB 18030 before 2005 (rows A6, A8, FE), the single letters of Johab, the tilde of JIS X 0212, and
+// the characters added to KS X 1001 in 1998 and 2002.
 constexpr std::array kPairDigests{
     PairDigest{"shiftjis", {0x81, 0xFC}, {0x40, 0xFC}, 6879, 0xAB4999241605A6F7U},
     PairDigest{"cp932", {0x81, 0xFC}, {0x40, 0xFC}, 7724, 0x992C8770C7DF5D75U},

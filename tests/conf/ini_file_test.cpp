@@ -24,7 +24,7 @@ constexpr std::string_view kText =
     "two lines\n"
     "# the end\n";
 
-TEST(IniFile, KeepsCommentsWhereTheyBelongAndTheFirstOfTwoValues) {
+TEST(IniFile, KeepsTheCommentsOfSettingsAndTheFirstOfTwoValues) {
   ::testing::internal::CaptureStderr();
   const auto file = IniFile::parse(kText, "x.conf");
   EXPECT_NE(::testing::internal::GetCapturedStderr().find(
@@ -70,7 +70,7 @@ struct EditCase {
 
 class AddedStanza : public ::testing::TestWithParam<EditCase> {};
 
-TEST_P(AddedStanza, LeavesWhatStandsBeforeIt) {
+TEST_P(AddedStanza, KeepsTheTextBeforeIt) {
   auto file = IniFile::parse(GetParam().before, "x.conf", Report::No);
   file.set("n", "k", "v");
   EXPECT_EQ(file.toText(), GetParam().after);

@@ -85,7 +85,7 @@ TEST(LogicalLines, CountPhysicalLinesAndReportTheirNumber) {
       << log;
 }
 
-TEST(LogicalLines, LimitKeysButNotTheBlanksBehindThem) {
+TEST(LogicalLines, LimitKeysButNotTheBlanksAfterThem) {
   TextKeeper keeper;
   const std::string blanks(70000, ' ');
   const std::string longKey(kMaxKeyBytes + 1, 'k');
@@ -101,7 +101,7 @@ TEST(LogicalLines, LimitKeysButNotTheBlanksBehindThem) {
   EXPECT_EQ(log.find("line 1"), std::string::npos) << log;
 }
 
-TEST(LogicalLines, ReportCarriageReturnsThatEndNoLine) {
+TEST(LogicalLines, ReportCarriageReturnsThatDoNotEndALine) {
   for (const auto& [bytes, line] :
        {std::pair{"[a]\rk = v\r", "line 1"}, std::pair{"# c\r\n[a]\n\rk = v\r\n", "line 3"},
         std::pair{"[a]\r\nk = v\r", ""}}) {
@@ -115,15 +115,15 @@ TEST(LogicalLines, ReportCarriageReturnsThatEndNoLine) {
   }
 }
 
-TEST(LogicalLines, SpecFilesMayHoldLinesThatAreNoSettings) {
+TEST(LogicalLines, MayHaveAnyTextInSpecFiles) {
   TextKeeper keeper;
   ::testing::internal::CaptureStderr();
   linesOf("free text\n", keeper, "props.conf.spec");
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
-// Whatever a name, key or value holds: rendered and read, it is the same again, or it begins or
-// ends with a blank. Nothing it holds becomes a line of its own.
+// Names, keys and values of any bytes read back the same, except blanks at both ends. No part of
+// them becomes a line of its own.
 TEST(RenderedLines, ReadBackTheSame) {
   std::mt19937 random(1);
   constexpr std::string_view kAlphabet = "\\\\\n\n\r=[]#; \tab\0"sv;

@@ -33,7 +33,7 @@ TEST(MessageCatalog, MakesATextForAnUnknownCodeAndKeepsIt) {
   EXPECT_EQ(catalog.lookup("A_B__%s__%lu"), "found later");
 }
 
-TEST(LogMessage, ShowsTheTextAsItIsAndItsArgumentsHarmless) {
+TEST(LogMessage, KeepsTheTextAndEscapesItsArguments) {
   const TempTree tree;
   const LogCategory category("Catalog");
   const auto configuration =
@@ -48,7 +48,7 @@ TEST(LogMessage, ShowsTheTextAsItIsAndItsArgumentsHarmless) {
             std::string(kFallback) + "TEST_CODE Arguments: _x_7\nfirst a\\x0Ab\nsecond\n");
 }
 
-// The settings of the shipped file as MessageCatalog::add() gets them.
+// The settings of the shipped file, as loadMessages() adds them.
 MessageCatalog shippedCatalog() {
   MessageCatalog catalog;
   std::ifstream file(SOURCETYPE_ETC_DIR "/system/default/literals.conf");

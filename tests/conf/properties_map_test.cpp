@@ -25,7 +25,7 @@ struct IntCase {
   std::int64_t asInt;
   std::uint64_t asUnsigned;
 };
-TEST(PropertiesMap, GivesTheFallbackForWhatIsNoNumberOfTheType) {
+TEST(PropertiesMap, ReturnsTheFallbackForTextThatIsNotANumber) {
   for (const auto& [value, asInt, asUnsigned] : {
            IntCase{"100", 100, 100},
            {" 7\t", 7, 7},
@@ -66,7 +66,7 @@ TEST(PropertiesMap, KnowsTheWordsOfABoolean) {
   }
 }
 
-TEST(PropertiesMap, RemembersTheStanzaOfWhatALookupInserts) {
+TEST(PropertiesMap, KeepsTheStanzaOfASetting) {
   PropertiesMap map{{"mine", ""}};
   map.insertIfAbsent("mine", "theirs", "s");
   map.insertIfAbsent("new", "1", "s");
@@ -86,7 +86,7 @@ TEST(PropertiesMap, RemovesByKeyAndByValue) {
   EXPECT_EQ(map, (PropertiesMap{{"b", "y"}}));
 }
 
-TEST(PropertiesMap, DiffIsWhatHasToBeWritten) {
+TEST(PropertiesMap, DiffHasTheSettingsToWrite) {
   const PropertiesMap desired{
       {"same", "1"}, {"changed", "new"}, {"emptied", ""}, {"added", "2"}, {"addedEmpty", ""}};
   const PropertiesMap existing{{"same", "1"}, {"changed", "old"}, {"emptied", "x"}, {"other", "y"}};

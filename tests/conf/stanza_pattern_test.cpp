@@ -13,7 +13,7 @@ namespace {
 
 struct ExpandCase {
   const char* name;
-  const char* windows;  // null: no pattern
+  const char* windows;  // null: not a pattern
   const char* posix;
 };
 TEST(ExpandStanzaPattern, WritesTheExpressionForEitherPathForm) {
@@ -84,7 +84,7 @@ TEST(StanzaPattern, MatchesWholeNames) {
            {"source::/ab{0}*", "source::/a", kPosixPathForm, true},
            {"source::x*|source::y", "source::y", kPosixPathForm, true},
            {"source::a*a", "source::a", kPosixPathForm, false},
-           // Text at the end that is no literal text.
+           // The text at the end is syntax.
            {"source::/*(?x)#.log", "source::/a", kPosixPathForm, true},
            {"source::/*[.log]", "source::/a.o", kPosixPathForm, true},
            {"(*ACCEPT)::a*b", "", kPosixPathForm, true},
@@ -95,8 +95,8 @@ TEST(StanzaPattern, MatchesWholeNames) {
   }
 }
 
-// Whatever the pattern: comparing literal text first changes no answer.
-TEST(StanzaPattern, AnswersAsItsExpressionDoes) {
+// For any pattern, comparing literal text first does not change the result.
+TEST(StanzaPattern, ReturnsTheResultOfItsExpression) {
   constexpr std::array kPieces{"*",    "...", ".",     "\\",  "(",   ")",      "|",         "?",
                                "[",    "]",   "{0}",   "{",   "}",   "+",      "^",         "$",
                                "a",    "b",   "ab",    "/",   "::",  "\u00e9", "(?i)",      "(?x)",
@@ -115,11 +115,11 @@ TEST(StanzaPattern, AnswersAsItsExpressionDoes) {
     try {
       regex.emplace(expandStanzaPattern(name, form).value_or("("));
     } catch (const RegexException&) {
-      continue;  // such a pattern matches nothing, and is tested above
+      continue;  // it matches nothing, as tested above
     }
     const StanzaPattern stanza(name, form);
     for (int i = 0; i < 12; ++i) {
-      // Mostly near the pattern: its own text with pieces put in and characters left out.
+      // Most names are similar to the pattern: its text, with pieces added and characters removed.
       std::string subject = random() % 4 == 0 ? "" : name.substr(0, random() % (name.size() + 1));
       for (auto count = random() % 5; count > 0; --count) subject += pick(kTexts);
       std::erase_if(subject, [&](char c) {

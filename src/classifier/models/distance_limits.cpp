@@ -10,6 +10,7 @@
 #include "classifier/models/model.h"
 #include "conf/message_catalog.h"
 #include "conf/properties_map.h"
+#include "conf/stanza_kinds.h"
 
 namespace sourcetype {
 namespace {
@@ -17,8 +18,7 @@ namespace {
 constexpr LogCategory kModelLog{"FileClassifierManager"};
 
 bool isSourcetype(std::string_view stanza) {
-  constexpr std::array<std::string_view, 4> kOtherKinds{
-      "source::", "rule::", "delayedrule::", "eventtype::"};
+  constexpr std::array kOtherKinds{kSourceKind, kRuleKind, kDelayedRuleKind, kEventtypeKind};
   return stanza != kDefaultStanza && std::ranges::none_of(kOtherKinds, [&](std::string_view kind) {
            return stanza.starts_with(kind);
          });

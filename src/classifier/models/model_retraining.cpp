@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classifier/models/model.h"
+#include "conf/stanza_kinds.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 #include "util/logging.h"

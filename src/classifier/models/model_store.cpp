@@ -8,6 +8,7 @@
 
 #include "classifier/models/model.h"
 #include "conf/message_catalog.h"
+#include "conf/stanza_kinds.h"
 #include "platform/environment.h"
 #include "platform/file_system.h"
 

@@ -6,6 +6,7 @@
 #include "classifier/models/distance_limits.h"
 #include "classifier/models/model.h"
 #include "classifier/models/model_retraining.h"
+#include "conf/stanza_kinds.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
