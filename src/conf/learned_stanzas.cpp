@@ -95,14 +95,14 @@ LearnedStanzas::Dropped LearnedStanzas::dropUnderLock(const StanzaNames& names,
   if (kept.removed.empty()) return {};  // another process has dropped them
   // If a link leads to the file, the copy is beside the target of the link: on the disk and in the
   // directory that the administrator chose, and under the same lock.
-  const auto target = writeTarget(file_);
-  auto copy = target;
+  const auto file = writeTarget(file_);
+  auto copy = file;
   copy += ".old";
   removeLeftovers(copy);
-  replaceFile(copy, removeStanzas(bytes.view(), added).text, target, &lock);
+  replaceFile(copy, removeStanzas(bytes.view(), added).text, file, &lock);
   // A link was made by an administrator: it stays, and its target is empty then.
-  if (target != file_ || !kept.text.empty()) {
-    replaceFile(target, kept.text, &lock);
+  if (file != file_ || !kept.text.empty()) {
+    replaceFile(file, kept.text, &lock);
   } else {
     lock.ensureHeld();
     if (const auto error = removeFile(file_)) {
