@@ -289,7 +289,7 @@ bool looksTimestamped(const Sample& sample) {
   constexpr double kShare = 0.05;
   constexpr std::size_t kFewLines = 100;
   // Found in the same lines as "\d+:\d+:\d+", but in one pass also over a line of digits.
-  const Regex timeOfDay(R"(\d:\d+:\d)", Regex::kNoOptions, Regex::Study::Yes);
+  const Regex timeOfDay(R"(\d:\d+:\d)", Regex::kNoOptions, Regex::Compile::ToMachineCode);
   std::size_t matched = 0;
   for (std::size_t i = 0; i < sample.lineCount(); ++i) {
     if (!timeOfDay.match(sample.line(i))) continue;

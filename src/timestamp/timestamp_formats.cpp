@@ -160,7 +160,7 @@ struct LazyStampExpression::State {
 
   void compile() {
     try {
-      Regex regex("\\A(?:" + source + ")", kExpressionOptions, Regex::Study::Yes);
+      Regex regex("\\A(?:" + source + ")", kExpressionOptions, Regex::Compile::ToMachineCode);
       auto groups = fieldGroups(regex);
       compiled = StampExpression{.regex = std::move(regex), .groups = std::move(groups)};
     } catch (const std::runtime_error& error) {

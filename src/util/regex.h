@@ -67,9 +67,9 @@ class MatchResult {
 // match. The steps do not depend on the machine, and the subject is always searched as a whole.
 class Regex {
  public:
-  // Whether to compile to machine code, some three times as fast. Machine code is not metered, so
-  // this is for expressions of the program's own alone.
-  enum class Study { No, Yes };
+  // Machine code is about three times as fast as the interpreter, but its searches are not metered.
+  // It is for expressions of the program itself, never for those of configuration.
+  enum class Compile { ForInterpreter, ToMachineCode };
   enum class Mode { Search = 0, Whole = 1, Partial = 2 };
 
   // Compile options; UTF mode is always on.
@@ -78,7 +78,7 @@ class Regex {
 
   // Throws RegexException.
   explicit Regex(std::string_view pattern, std::uint32_t options = kNoOptions,
-                 Study study = Study::No);
+                 Compile target = Compile::ForInterpreter);
   Regex(Regex&& other) noexcept;
   Regex& operator=(Regex&& other) noexcept;
   Regex(const Regex&) = delete;
