@@ -4,25 +4,23 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "util/text.h"
+
 namespace sourcetype {
 namespace {
 
 constexpr char kReplacement = '_';
+
+// Dropped around a name.
+constexpr std::string_view kAround = "\"\r\n\t ";
 
 bool isControl(char c) {
   const auto byte = static_cast<unsigned char>(c);
   return byte < 0x20 || byte == 0x7F;
 }
 
-std::string_view trimmed(std::string_view field) {
-  constexpr std::string_view kAround = "\"\r\n\t ";
-  const auto begin = field.find_first_not_of(kAround);
-  if (begin == std::string_view::npos) return {};
-  return field.substr(begin, field.find_last_not_of(kAround) - begin + 1);
-}
-
 std::string cleanName(std::string_view field) {
-  const std::string_view text = trimmed(field);
+  const std::string_view text = trim(field, kAround);
   std::string name;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool isQuote = text[i] == kFieldQuote;

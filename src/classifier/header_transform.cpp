@@ -14,22 +14,16 @@ namespace {
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
 constexpr std::string_view kTransformBase = "AutoHeader";
-constexpr char kLinkSeparator = ',';
+constexpr std::string_view kLinkSeparator = ",";
 
 using Names = std::vector<std::string>;
 
-std::string inQuotes(std::string_view text) {
-  return kFieldQuote + std::string(text) + kFieldQuote;
-}
-
 Names splitLinks(std::string_view value) {
   Names names;
-  while (true) {
-    const auto end = value.find(kLinkSeparator);
-    if (const auto name = trimBlanks(value.substr(0, end)); !name.empty()) names.emplace_back(name);
-    if (end == std::string_view::npos) return names;
-    value.remove_prefix(end + 1);
+  for (const auto link : split(value, kLinkSeparator)) {
+    if (const auto name = trimBlanks(link); !name.empty()) names.emplace_back(name);
   }
+  return names;
 }
 
 // A link reads back as the name that it was made of. "[name" is what a power failure left of a

@@ -14,10 +14,6 @@ bool isWordByte(char c) {
   return isAsciiLetter(c) || isAsciiDigit(c) || c == '_';
 }
 
-constexpr bool isOneOf(char c, std::string_view set) {
-  return set.find(c) != std::string_view::npos;
-}
-
 // True when the bytes up to the last blank, quote, bracket or column separator hold a slash.
 bool isInsidePath(std::string_view before) {
   for (; !before.empty(); before.remove_suffix(1)) {

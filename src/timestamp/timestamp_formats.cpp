@@ -42,10 +42,6 @@ class FaultyEntry : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-std::string inQuotes(std::string_view text) {
-  return "\"" + std::string(text) + "\"";
-}
-
 std::string_view view(const xmlChar* text) {
   return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
 }

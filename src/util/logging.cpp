@@ -55,10 +55,6 @@ constexpr unsigned kSyslogPort = 514;
 // The appender that is made when a configuration has none. No other one has a comma in its name.
 constexpr const char* kStandardError = "standard error,";
 
-std::string inQuotes(std::string_view text) {
-  return "\"" + std::string(text) + "\"";
-}
-
 std::optional<unsigned> parseNumber(std::string_view text, unsigned least, unsigned most) {
   const char* end = text.data() + text.size();
   unsigned result = 0;

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace sourcetype {
 
@@ -72,11 +74,31 @@ constexpr bool isBlank(char c) {
   return c == ' ' || c == '\t';
 }
 
-// Without the blanks and tabs at both ends. An empty result stands where the text did.
-constexpr std::string_view trimBlanks(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+// Whether `set` contains `c`.
+constexpr bool isOneOf(char c, std::string_view set) {
+  for (const char member : set) {
+    if (member == c) return true;
+  }
+  return false;
+}
+
+// `text` without the characters of `set` at both ends. An empty result points into `text`, too.
+constexpr std::string_view trim(std::string_view text, std::string_view set) {
+  while (!text.empty() && isOneOf(text.front(), set)) text.remove_prefix(1);
+  while (!text.empty() && isOneOf(text.back(), set)) text.remove_suffix(1);
   return text;
+}
+
+constexpr std::string_view trimBlanks(std::string_view text) {
+  return trim(text, " \t");
+}
+
+// The pieces of `text` between the characters of `separators`, in order, as views into `text`. At
+// least one piece; pieces may be empty.
+std::vector<std::string_view> split(std::string_view text, std::string_view separators);
+
+inline std::string inQuotes(std::string_view text) {
+  return '"' + std::string(text) + '"';
 }
 
 }  // namespace sourcetype
