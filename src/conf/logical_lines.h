@@ -7,7 +7,6 @@
 // backslashes.
 #pragma once
 
-#include <deque>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -15,6 +14,7 @@
 
 #include "util/logging.h"
 #include "util/record_limit.h"
+#include "util/text_keeper.h"
 
 namespace sourcetype {
 
@@ -22,16 +22,6 @@ inline constexpr LogCategory kIniFileLog{"IniFile"};
 
 // The stanza of settings that stand before any header, and the one that completes every other.
 inline constexpr std::string_view kDefaultStanza = "default";
-
-// Keeps the texts that do not stand in a file as they read (a continued value, an unescaped key).
-// A view of a kept text lives as long as the keeper, also after the keeper was moved.
-class TextKeeper {
- public:
-  std::string_view keep(std::string text) { return texts_.emplace_back(std::move(text)); }
-
- private:
-  std::deque<std::string> texts_;
-};
 
 enum class LineKind { Blank, Comment, Header, Setting, Malformed };
 
