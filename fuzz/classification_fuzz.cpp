@@ -8,7 +8,7 @@
 #include "main/xml_libraries.h"
 #include "stanzas.h"
 #include "support.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype::fuzzing {
 namespace {

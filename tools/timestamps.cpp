@@ -22,7 +22,7 @@
 #include "timestamp/timestamp_formats.h"
 #include "timestamp/timestamp_parser.h"
 #include "timestamp/timestamp_text.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype {
 namespace {

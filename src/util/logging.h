@@ -3,8 +3,6 @@
 #pragma once
 
 #include <atomic>
-#include <filesystem>
-#include <map>
 #include <string>
 #include <string_view>
 
@@ -61,24 +59,5 @@ template <class... Args>
 void logError(const LogCategory& category, std::string_view format, const Args&... args) {
   logAt(LogLevel::Error, category, format, args...);
 }
-
-// Configures the back end from a property file (util/log_properties.h says how it is read), in
-// place of what an earlier call set up:
-//   rootCategory = LEVEL[, APPENDER...]       every category that names no level has this one
-//   category.NAME = [LEVEL][, APPENDER...]    additivity.NAME = false keeps it from root's
-//   appenders appender.NAME = ConsoleAppender           .target = stdout | stderr
-//       | FileAppender              .fileName, .append = true | false
-//       | RollingFileAppender       and .maxFileSize (bytes), .maxBackupIndex
-//       | DailyRollingFileAppender  .fileName, .append, .maxDaysKeep
-//       | SyslogAppender            .syslogName, .syslogHost, .portNumber (UDP)
-//   appender.NAME.threshold = LEVEL
-//   appender.NAME.layout = BasicLayout | SimpleLayout | PatternLayout (.layout.ConversionPattern)
-// A level is a name or its number in the back end's scale. Types may be written with a path before
-// them ("org.x.FileAppender"). An appender that no category names is not made. A value that cannot
-// be used counts as not set, an appender that cannot be used as not named; without a root category
-// or any appender of it that can be used, records of its level, or WARN and above, go to standard
-// error. Gives a line for each fault, with the file that it stands in; empty when there is none.
-std::string configureLogging(const std::filesystem::path& file,
-                             const std::map<std::string, std::string>& variables);
 
 }  // namespace sourcetype

@@ -7,7 +7,7 @@
 #include "support/system.h"
 #include "support/temp_tree.h"
 #include "timestamp/timestamp_parser.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype {
 namespace {
