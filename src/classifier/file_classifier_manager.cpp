@@ -8,6 +8,7 @@
 #include "classifier/type_name.h"
 #include "conf/ini_file.h"
 #include "conf/message_catalog.h"
+#include "timestamp/datetime_file.h"
 
 namespace sourcetype {
 namespace {
@@ -115,8 +116,7 @@ void FileClassifierManager::getSourcetypeSettings(PropertiesMap& result,
 }
 
 const TimestampFormats& FileClassifierManager::timestampFormats() {
-  if (!timestampFormats_)
-    timestampFormats_ = TimestampFormats::load(store_.root() / "datetime.xml");
+  if (!timestampFormats_) timestampFormats_ = readDatetimeFile(store_.root() / "datetime.xml");
   return *timestampFormats_;
 }
 

@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "timestamp/surroundings.h"
-#include "timestamp/time_format.h"
 #include "util/logging.h"
 #include "util/text.h"
 
@@ -17,49 +16,19 @@ namespace sourcetype {
 namespace {
 
 using std::chrono::days;
-using std::chrono::seconds;
 using std::chrono::sys_seconds;
 
 constexpr LogCategory kLog("TimestampParser");
-
-constexpr std::int64_t kDefaultLookahead = 200;  // bytes
 
 // Steps for the searches of TIME_PREFIX and TIME_FORMAT. Useful ones take a few for a byte, so that
 // what the lines add is enough for them, however many lines there are.
 constexpr std::uint64_t kStartingBudget = 200'000'000;
 constexpr std::uint64_t kCostPerLine = 10'000;
 constexpr std::uint64_t kCostPerByte = 64;
-constexpr std::int64_t kDefaultDaysAgo = 36500;
-constexpr std::int64_t kDefaultDaysHence = 7;
-constexpr std::int64_t kDefaultSecondsAgo = std::int64_t{24} * 3600;
-constexpr std::int64_t kDefaultSecondsHence = std::int64_t{30} * 24 * 3600;
-
-// Limits are read up to here, about 2,700 years, so that sums stay within the calendar's range.
-constexpr std::int64_t kMostDays = 1'000'000;
-constexpr std::int64_t kMostSeconds = kMostDays * 24 * 3600;
 
 // Dates and times that stand apart are remembered up to here, so that a line of nothing else costs
 // no more than another.
-constexpr std::size_t kMostParts = 8;
-
-std::int64_t limit(const PropertiesMap& settings, std::string_view key, std::int64_t fallback,
-                   std::int64_t most) {
-  return std::clamp<std::int64_t>(settings.getInt(key, fallback), 0, most);
-}
-
-TimeLimits timeLimits(const PropertiesMap& settings, sys_seconds reference) {
-  return {
-      .reference = reference,
-      .earliest = reference - days(limit(settings, "MAX_DAYS_AGO", kDefaultDaysAgo, kMostDays)),
-      .latest = reference + days(limit(settings, "MAX_DAYS_HENCE", kDefaultDaysHence, kMostDays))};
-}
-
-std::size_t lookaheadOf(const PropertiesMap& settings) {
-  const auto bytes = settings.getInt("MAX_TIMESTAMP_LOOKAHEAD", kDefaultLookahead);
-  if (bytes < 0) return TimestampParser::kMaxLookahead;
-  return static_cast<std::size_t>(
-      std::min<std::int64_t>(bytes, std::int64_t{TimestampParser::kMaxLookahead}));
-}
+constexpr std::size_t kMaxParts = 8;
 
 TimestampSpan span(std::size_t start, std::size_t end) {
   return {.start = static_cast<std::ptrdiff_t>(start), .end = static_cast<std::ptrdiff_t>(end)};
@@ -80,67 +49,22 @@ bool isTimeKey(std::string_view key, const TimestampFormats::WordSet& timeKeys) 
 TimestampParser::TimestampParser(const TimestampFormats& formats, const PropertiesMap& settings,
                                  const std::string& name, sys_seconds reference)
     : formats_(formats),
-      limits_(timeLimits(settings, reference)),
-      dates_(limits_),
-      lookahead_(lookaheadOf(settings)),
-      mostAgo_(limit(settings, "MAX_DIFF_SECS_AGO", kDefaultSecondsAgo, kMostSeconds)),
-      mostHence_(limit(settings, "MAX_DIFF_SECS_HENCE", kDefaultSecondsHence, kMostSeconds)),
+      settings_(readTimestampSettings(settings, formats.zones(), name, reference)),
+      dates_(settings_.limits),
       budget_(kStartingBudget),
-      timesSeen_(formats.forms().size() + 1) {
-  readPrefix(settings);
-  readFormat(settings);
-  readZone(settings, name);
-}
-
-void TimestampParser::readPrefix(const PropertiesMap& settings) {
-  constexpr const char* kKey = "TIME_PREFIX";
-  const auto prefix = settings.tryGet(kKey);
-  if (!prefix) return;
-  try {
-    prefix_.emplace(*prefix);
-  } catch (const RegexException& error) {
-    reportInvalidRegex(kLog, *prefix, error.what(), settings.stanzaOf(kKey), kKey);
-  }
-}
-
-void TimestampParser::readFormat(const PropertiesMap& settings) {
-  constexpr const char* kKey = "TIME_FORMAT";
-  const auto format = settings.tryGet(kKey);
-  if (!format) return;
-  try {
-    format_.emplace(timeFormatExpression(*format), Regex::kCaseless);
-    for (const auto& [group, number] : format_->groupNumbers()) {
-      if (const auto field = stampFieldNamed(group)) {
-        formatGroups_.push_back({static_cast<std::uint16_t>(number), *field});
-      }
-    }
-    std::ranges::sort(formatGroups_, {}, &FieldGroup::group);
-  } catch (const std::runtime_error& error) {
-    reportInvalidRegex(kLog, *format, error.what(), settings.stanzaOf(kKey), kKey);
-  }
-}
-
-void TimestampParser::readZone(const PropertiesMap& settings, std::string_view name) {
-  const auto text = settings.tryGet("TZ");
-  if (!text) return;
-  if (const auto zone = formats_.zones().find(*text)) {
-    zone_ = *zone;
-  } else {
-    logWarn(kLog, R"(%s: TZ "%s" is ignored: it is no offset and no known name.)", name, *text);
-  }
-}
+      history_(formats.forms().size() + 1, settings_.maxAgo, settings_.maxHence) {}
 
 std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
   Search search{.line = line, .begin = 0, .end = 0};
-  if (prefix_) {
-    if (!match(*prefix_, line)) return std::nullopt;
+  if (settings_.prefix) {
+    if (!match(*settings_.prefix, line)) return std::nullopt;
     search.begin = match_.end(0);
   }
-  search.end = search.begin + std::min(lookahead_, line.size() - search.begin);
-  countedRefusal_ = false;
+  search.end = search.begin + std::min(settings_.lookahead, line.size() - search.begin);
+  history_.beginLine();
   sawImpossibleDate_ = false;
   impossibleUntil_ = 0;
-  return format_ ? parseFormat(search) : findStamp(search);
+  return settings_.format ? parseFormat(search) : findStamp(search);
 }
 
 // A match of an expression from configuration, in match_.
@@ -157,16 +81,16 @@ bool TimestampParser::match(const Regex& regex, std::string_view text) {
 
 std::optional<Timestamp> TimestampParser::parseFormat(const Search& search) {
   const auto window = search.from(search.begin);
-  if (!match(*format_, window)) return std::nullopt;
-  const auto end =
-      readFields(match_, window, formatGroups_, formats_.names(), formats_.zones(), fields_);
+  if (!match(settings_.format->regex, window)) return std::nullopt;
+  const auto end = readFields(match_, window, settings_.format->groups, formats_.names(),
+                              formats_.zones(), fields_);
   if (!end || *end == match_.start(0)) return std::nullopt;  // blanks alone fit everywhere
   const auto instant = instantOf(fields_);
   if (!instant) return std::nullopt;
-  return taken(Piece{.form = static_cast<FormIndex>(formats_.forms().size()),
-                     .start = search.begin + match_.start(0),
-                     .end = search.begin + *end,
-                     .instant = *instant});
+  return accept(Piece{.form = static_cast<FormIndex>(formats_.forms().size()),
+                      .start = search.begin + match_.start(0),
+                      .end = search.begin + *end,
+                      .instant = *instant});
 }
 
 std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
@@ -179,7 +103,7 @@ std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
       places.skipTo(piece->end);
       if (!isFree(search, *piece)) {
         if (!insideWord) insideWord = piece;
-      } else if (auto stamp = taken(*piece)) {
+      } else if (auto stamp = accept(*piece)) {
         return stamp;
       }
     } else if (place->start >= impossibleUntil_ && !formats_.partForms(place->look).empty()) {
@@ -187,7 +111,7 @@ std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
     }
   }
   if (auto stamp = findApart(search)) return stamp;
-  return insideWord ? taken(*insideWord) : std::nullopt;
+  return insideWord ? accept(*insideWord) : std::nullopt;
 }
 
 // The longest whole stamp at a place.
@@ -195,22 +119,24 @@ std::optional<TimestampParser::Piece> TimestampParser::wholeAt(const Search& sea
                                                                const StampPlace& place) {
   const auto forms = formats_.wholeForms(place.look);
   if (forms.empty() || place.continuesNumber) return std::nullopt;
-  if (forms.size() == 1) return matched(search, forms.front(), place);
+  if (forms.size() == 1) return matchForm(search, forms.front(), place);
   std::optional<Piece> longest;
   const auto tryForm = [&](FormIndex form) {
-    const auto piece = matched(search, form, place);
+    const auto piece = matchForm(search, form, place);
     if (piece && (!longest || piece->end > longest->end)) longest = piece;
   };
-  const bool lastFits = lastForm_ && std::ranges::find(forms, *lastForm_) != forms.end();
-  if (lastFits) tryForm(*lastForm_);
+  const auto last = history_.lastForm();
+  const bool lastFits = last && std::ranges::find(forms, *last) != forms.end();
+  if (lastFits) tryForm(*last);
   for (const FormIndex form : forms) {
-    if (!lastFits || form != *lastForm_) tryForm(form);
+    if (!lastFits || form != *last) tryForm(form);
   }
   return longest;
 }
 
-std::optional<TimestampParser::Piece> TimestampParser::matched(const Search& search, FormIndex form,
-                                                               const StampPlace& place) {
+std::optional<TimestampParser::Piece> TimestampParser::matchForm(const Search& search,
+                                                                 FormIndex form,
+                                                                 const StampPlace& place) {
   const StampForm& shape = formats_.forms()[form];
   const auto subject = search.from(place.offset);
   if (!mayStandAt(search, form, place.offset)) return std::nullopt;
@@ -255,7 +181,7 @@ std::optional<TimestampParser::Part> TimestampParser::partAt(const Search& searc
   std::optional<Part> longest;
   if (!beginsFreely(search.line, search.begin, place.start)) return longest;
   for (const FormIndex form : formats_.partForms(place.look)) {
-    const auto piece = matched(search, form, place);
+    const auto piece = matchForm(search, form, place);
     if (!piece || (longest && piece->end <= longest->end)) continue;
     if (isFree(search, *piece) && !isDecoy(search, *piece)) longest = Part{*piece, fields_};
   }
@@ -287,26 +213,26 @@ std::optional<Timestamp> TimestampParser::findApart(const Search& search) {
       if (!parts.epoch) parts.epoch = part;
     } else {
       auto& list = kind == StampKind::Date ? parts.dates : parts.times;
-      if (list.size() < kMostParts) list.push_back(*part);
+      if (list.size() < kMaxParts) list.push_back(*part);
     }
   }
 
-  if (auto stamp = takenPair(search, parts)) return stamp;
+  if (auto stamp = acceptPair(search, parts)) return stamp;
   if (parts.epoch) {
-    if (auto stamp = taken(*parts.epoch)) return stamp;
+    if (auto stamp = accept(*parts.epoch)) return stamp;
   }
   if (sawImpossibleDate_) parts.times.clear();
   for (const auto* list : {&parts.dates, &parts.times}) {
     for (const Piece& piece : *list) {
       if (!standsAlone(piece)) continue;
-      if (auto stamp = taken(piece)) return stamp;
+      if (auto stamp = accept(piece)) return stamp;
     }
   }
   return std::nullopt;
 }
 
 // The first time of day that has a date, with the date closest to it.
-std::optional<Timestamp> TimestampParser::takenPair(const Search& search, const Parts& parts) {
+std::optional<Timestamp> TimestampParser::acceptPair(const Search& search, const Parts& parts) {
   const auto gap = [](const Piece& time, const Piece& date) {
     return date.start < time.start ? time.start - date.end : date.start - time.end;
   };
@@ -317,7 +243,7 @@ std::optional<Timestamp> TimestampParser::takenPair(const Search& search, const 
       if (closest == nullptr || gap(time, date) < gap(time, *closest)) closest = &date;
     }
     if (closest == nullptr) continue;
-    if (auto stamp = taken(time, *closest)) return stamp;
+    if (auto stamp = accept(time, *closest)) return stamp;
   }
   return std::nullopt;
 }
@@ -339,16 +265,17 @@ bool TimestampParser::belongTogether(const Search& search, const Piece& time,
 std::optional<TimestampParser::Instant> TimestampParser::instantOf(
     const StampFields& fields) const {
   if (fields.epoch) {
-    if (!limits_.contain(*fields.epoch)) return std::nullopt;
+    if (!settings_.limits.contain(*fields.epoch)) return std::nullopt;
     return Instant{*fields.epoch, fields.nanoseconds, std::nullopt};
   }
   const auto timeOfDay = fields.timeOfDay();
   if (!timeOfDay) return std::nullopt;
-  const TimeInZone time{.timeOfDay = *timeOfDay, .zone = fields.zone ? *fields.zone : zone_};
+  const TimeInZone time{.timeOfDay = *timeOfDay,
+                        .zone = fields.zone ? *fields.zone : settings_.zone};
   if (!fields.hasDate()) {
-    const auto today = time.zone.toLocal(previous_.value_or(limits_.reference));
+    const auto today = time.zone.toLocal(history_.previous().value_or(settings_.limits.reference));
     const auto instant = time.on(std::chrono::floor<days>(today));
-    if (!limits_.contain(instant)) return std::nullopt;
+    if (!settings_.limits.contain(instant)) return std::nullopt;
     return Instant{instant, fields.nanoseconds, std::nullopt};
   }
   const auto date = dates_.read(fields, time);
@@ -357,7 +284,7 @@ std::optional<TimestampParser::Instant> TimestampParser::instantOf(
 }
 
 // A time of day and the date that belongs to it.
-std::optional<Timestamp> TimestampParser::taken(const Part& time, const Part& date) {
+std::optional<Timestamp> TimestampParser::accept(const Part& time, const Part& date) {
   StampFields fields = date.fields;
   for (const auto field :
        {StampField::Hour, StampField::Minute, StampField::Second, StampField::Half}) {
@@ -367,38 +294,21 @@ std::optional<Timestamp> TimestampParser::taken(const Part& time, const Part& da
   fields.zone = time.fields.zone;
   const auto instant = instantOf(fields);
   if (!instant) return std::nullopt;
-  return taken({.form = time.form, .start = time.start, .end = time.end, .instant = *instant},
-               span(date.start, date.end));
+  return accept({.form = time.form, .start = time.start, .end = time.end, .instant = *instant},
+                span(date.start, date.end));
 }
 
 // The piece as the line's timestamp; remembers it. Nothing when it is too far from the stamp
 // before.
-std::optional<Timestamp> TimestampParser::taken(const Piece& piece, TimestampSpan date) {
+std::optional<Timestamp> TimestampParser::accept(const Piece& piece, TimestampSpan date) {
   const Instant& instant = piece.instant;
-  if (!isPlausible(piece.form, instant.time)) return std::nullopt;
-  countForm(piece.form);
-  lastForm_ = piece.form;
-  previous_ = instant.time;
+  if (!history_.accept(piece.form, instant.time)) return std::nullopt;
+  history_.add(piece.form, instant.time);
   if (instant.evidence) dates_.confirm(*instant.evidence);
   return Timestamp{.seconds = instant.time.time_since_epoch().count(),
                    .nanoseconds = instant.nanoseconds,
                    .main = span(piece.start, piece.end),
                    .second = date};
-}
-
-// A form that is refused counts as seen, too: where the first line of a file was odd, the form of
-// the others is soon that of the majority.
-bool TimestampParser::isPlausible(FormIndex form, sys_seconds time) {
-  if (!previous_) return true;
-  const seconds since = time - *previous_;
-  if (-mostAgo_ <= since && since <= mostHence_) return true;
-  if (timesSeen_[form] > 0 && timesSeen_[form] == mostSeen_) return true;
-  if (!std::exchange(countedRefusal_, true)) countForm(form);
-  return false;
-}
-
-void TimestampParser::countForm(FormIndex form) {
-  mostSeen_ = std::max(mostSeen_, ++timesSeen_[form]);
 }
 
 }  // namespace sourcetype
