@@ -5,20 +5,19 @@
 namespace sourcetype::pcre {
 namespace {
 
-// Steps that one search may take: some 5 ms, and 0.1 us a byte. A search that needs more runs over
-// the same text again and again, as "\w+[!?]" does from each of ten thousand letters in a row.
+// Steps of one search: about 5 ms, and 0.1 us a byte. A search that needs more reads the same text
+// many times, as "\w+[!?]" does from each of ten thousand letters in a row.
 constexpr std::uint64_t kMaxSearchCost = 4'000'000;
 constexpr std::uint64_t kMaxSearchCostPerByte = 64;
 
-// Steps for starting the matcher, and the bytes that it checks and skips in one step.
+// Steps for starting the matcher, and the bytes that it skips in one step.
 constexpr std::uint64_t kStartCost = 64;
 constexpr std::size_t kSkippedBytesPerStep = 8;
 
-// A light search: the steps back that it may take and the length of its subject. Between two steps
-// back the matcher runs over the subject once at most.
+// Steps back of a light search. Between two of them the matcher reads the subject at most once.
 constexpr std::uint32_t kLightMatchLimit = 64;
 
-// What it is charged: an eighth of the most that it can cost. Most take much less.
+// Steps that a light search spends: an eighth of its maximum. Most searches need much less.
 constexpr std::uint64_t lightCost(std::size_t subjectSize) {
   return kStartCost + kLightMatchLimit * subjectSize / 8;
 }

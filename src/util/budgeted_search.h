@@ -1,15 +1,14 @@
-// One search of a compiled expression, within limits of steps. Private to util/regex.cpp.
+// One search with a compiled expression, within limits. Private to regex.cpp.
 //
-// How a search is bounded:
-// - An expression from configuration is interpreted, and its searches are metered: each draws on a
-//   limit of its own and on the caller's budget (see search_meter.h). A search that reaches either
-//   is no match. The subject is never cut.
-// - Metering costs about half as much again. An expression that can only match at the start of a
-//   short line is tried without it first, with so few steps that it cannot cost much; most lines
-//   fail or match within them.
-// - An expression of the program's own may be compiled to machine code, which counts little.
-// - The interpreter's backtracking frames and the stack of machine code are bounded in bytes, and
-//   so is the length of a pattern.
+// - Expressions from configuration are interpreted, and their searches are metered. Each search has
+//   a limit of its own and spends the caller's budget (see search_meter.h). A search that reaches
+//   either limit is no match. The subject is never cut.
+// - Metering takes half as much time again. An expression that can only match at the start of a
+//   short line is therefore tried without a meter first, with a limit of few steps back. Most lines
+//   match or fail within that limit.
+// - Expressions of the program itself may be machine code, whose only limit is kMatchLimit.
+// - The interpreter's backtracking frames, the stack of machine code and the length of a pattern
+//   are limited in bytes.
 #pragma once
 
 #include <cstddef>
@@ -24,24 +23,26 @@
 
 namespace sourcetype::pcre {
 
-// Code that was compiled with PCRE2_AUTO_CALLOUT.
+// Must be compiled with PCRE2_AUTO_CALLOUT.
 struct MeteredCode {
   const pcre2_code& code;
   const ItemCosts& costs;
 };
 
-// One search; the library's answer. Its groups are in `space`.
+// Searches for a match that starts at `lastStart` or before. Returns the library's result code; the
+// groups are in `space`.
 int execute(Workspace& space, const pcre2_code& code, std::string_view subject,
             std::uint32_t options, std::size_t lastStart);
 
-// The same for a match at offset 0 alone, by machine code: without the checks of arguments.
+// The same for machine code that matches at offset 0 only. Skips the library's argument checks.
 int executeMachineCodeAtStart(Workspace& space, const pcre2_code& code, std::string_view subject);
 
-// The same at the cost of `budget`; PCRE2_ERROR_MATCHLIMIT when the search costs too much.
+// The same as execute(), and spends `budget`. PCRE2_ERROR_MATCHLIMIT when the search reaches its
+// limit or the budget is spent.
 int searchMetered(Workspace& space, const MeteredCode& metered, std::string_view subject,
                   std::uint32_t options, std::size_t lastStart, MatchBudget& budget);
 
-// The longest subject of a light search, in bytes.
+// Bytes of the subject of a light search.
 constexpr std::size_t kMaxLightSubject = 512;
 
 // A search at offset 0 alone without a meter, in a few steps. Nothing when it needs more than

@@ -27,14 +27,14 @@ namespace {
 
 using log4cpp::Priority;
 
-// The layout of an appender that names none, or one that cannot be used.
+// The layout of an appender without a usable layout of its own.
 constexpr const char* kDefaultPattern = "%d{%Y-%m-%d %H:%M:%S.%l} %-5p %c - %m%n";
 
-// Digits of a field width in a pattern: up to 999. A record is padded to its width in memory.
+// Digits of a field width in a pattern. The back end pads a record to the width in memory.
 constexpr std::size_t kMaxWidthDigits = 3;
 
-// Bytes. The back end writes a time into a buffer of 100 and prints what happens to be there when
-// the time does not fit. The rest is for months and days with longer names than today's.
+// Bytes. The back end writes a time into a buffer of 100 bytes. If the time does not fit, it prints
+// undefined bytes. The difference is for months and days with longer names than today's.
 constexpr std::size_t kMaxTimeLength = 80;
 
 constexpr unsigned kMaxBackups = 999;  // each roll renames all of them
@@ -52,7 +52,7 @@ std::string_view typeName(std::string_view value) {
   return value.substr(value.rfind('.') + 1);
 }
 
-// The settings of one appender. A value that cannot be used is complained of, by its full key, and
+// The settings of one appender. A value that cannot be used adds a complaint with its full key and
 // counts as not set.
 class AppenderSettings {
  public:
@@ -65,7 +65,7 @@ class AppenderSettings {
 
   const std::string& name() const { return name_; }
 
-  // `key` begins with a dot; empty is the key of the appender itself.
+  // `key` begins with a dot; an empty key is the appender's type.
   std::string text(std::string_view key, std::string_view fallback = {}) const {
     const auto found = properties_.find(prefix_ + std::string(key));
     return found == properties_.end() ? std::string(fallback) : found->second.value;
@@ -88,7 +88,7 @@ class AppenderSettings {
     return result.value_or(fallback);
   }
 
-  // A key that is missing is told with the file that the appender's type stands in.
+  // The file of a missing key is the file that has the appender's type.
   void complain(std::string_view key, std::string_view reason) const {
     const auto fullKey = prefix_ + std::string(key);
     auto place = properties_.find(fullKey);
@@ -109,13 +109,13 @@ AppenderPtr makeConsoleAppender(const AppenderSettings& settings) {
   const auto target = toAsciiUpper(settings.text(".target", "stdout"));
   const bool isKnown = target == "STDOUT" || target == "STDERR";
   if (!isKnown) settings.complain(".target", "neither stdout nor stderr: " + inQuotes(target));
-  // In doubt not between the results.
+  // An unknown target must not mix records with the results on standard output.
   return std::make_unique<log4cpp::OstreamAppender>(settings.name(),
                                                     target == "STDOUT" ? &std::cout : &std::cerr);
 }
 
-// `Appender` takes its name, the file's name, then `arguments`. It opens the file when it is made
-// and keeps silent about a failure, so that is asked for afterwards. Null when it cannot be opened.
+// The constructor of `Appender` takes the appender's name, the file's name, then `arguments`. It
+// opens the file but does not report a failure; reopen() does. Null if the file cannot be opened.
 template <class Appender, class... Arguments>
 AppenderPtr makeFileAppender(const AppenderSettings& settings, Arguments... arguments) {
   const std::string file = settings.text(".fileName");
@@ -165,8 +165,8 @@ AppenderPtr makeAppender(const AppenderSettings& settings) {
   return nullptr;
 }
 
-// What the back end takes and cannot handle: huge fields, times that overflow its buffer. Empty
-// when there is nothing of that.
+// The reason why a pattern is refused, or empty. The back end would accept very wide fields and
+// times that overflow its buffer.
 std::string faultOf(std::string_view pattern) {
   while (true) {
     const auto percent = pattern.find('%');
@@ -181,7 +181,7 @@ std::string faultOf(std::string_view pattern) {
     }
     if (pattern.starts_with("d{")) {
       std::string format(pattern.substr(2, pattern.find('}') - 2));
-      // The back end's own conversion for milliseconds; C libraries differ in what they make of it.
+      // "%l" is the back end's conversion for milliseconds. C libraries differ in its meaning.
       if (const auto millis = format.find("%l"); millis != std::string::npos) {
         format.replace(millis, 2, "999");
       }

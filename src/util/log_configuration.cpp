@@ -20,10 +20,10 @@ namespace {
 
 using log4cpp::Priority;
 
-// Bytes. The back end walks up a category's name recursively, one call for each dot.
+// Bytes. The back end recurses once for each dot in a category's name.
 constexpr std::size_t kMaxCategoryName = 200;
 
-// A whole configuration, ready to be put in force. Owns the appenders.
+// A whole configuration, ready for use. Owns the appenders.
 class LogSetup {
  public:
   LogSetup() = default;
@@ -49,7 +49,7 @@ class LogSetup {
     }
   }
 
-  // Back to how the categories were before putInForce().
+  // Undoes putInForce().
   void withdraw() {
     for (const auto& [name, settings] : categories_) {
       auto& backEnd = log4cpp::Category::getInstance(name);
@@ -67,8 +67,8 @@ class LogSetup {
     std::vector<log4cpp::Appender*> appenders;  // owned by appenders_
   };
 
-  // The settings of the category that a key names; the root's name is empty. Null when it can be
-  // none.
+  // The settings of the category that a key names; the root's name is empty. Null if the name is
+  // refused.
   CategorySettings* category(const std::string& key, const LogSetting& setting,
                              LogComplaints& complaints) {
     if (key == "rootCategory") return &categories_[""];
@@ -119,8 +119,8 @@ class LogSetup {
     }
   }
 
-  // Made when it is first asked for: what no category names opens no file. Null when it cannot be
-  // used.
+  // Makes the appender at its first use, so that an appender that no category names opens no file.
+  // Null if it cannot be used.
   log4cpp::Appender* appender(const LogProperties& properties, const std::string& name,
                               LogComplaints& complaints) {
     const auto [known, isNew] = appenders_.try_emplace(name);
@@ -128,8 +128,8 @@ class LogSetup {
     return known->second.get();
   }
 
-  // No record is lost for a fault: where it leaves a category no appender, the root's take the
-  // records, and standard error those of the root.
+  // A fault loses no record. If it leaves a category without an appender, the root's appenders take
+  // the records; if it leaves the root without one, standard error does.
   void replaceWhatIsMissing() {
     auto& root = categories_[""];
     if (root.level == Priority::NOTSET) root.level = Priority::WARN;
@@ -151,7 +151,7 @@ class LogSetup {
   std::map<std::string, CategorySettings> categories_;
 };
 
-// The configuration in force, for the life of the process: the back end, too, is one per process.
+// The configuration in use. There is one for the whole process, as there is one back end.
 class ActiveSetup {
  public:
   // The back end is made first, so that it outlives this.
@@ -160,8 +160,8 @@ class ActiveSetup {
   ActiveSetup& operator=(const ActiveSetup&) = delete;
   ~ActiveSetup() { setup_.withdraw(); }
 
-  // `make` gives the LogSetup. While it runs nothing is in force: two appenders of one name or file
-  // would get in each other's way.
+  // `make` returns the new LogSetup. The old one is withdrawn before, because two appenders with
+  // one name or file would conflict.
   template <class Make>
   void replace(const Make& make) {
     setup_.withdraw();
@@ -181,7 +181,7 @@ std::string configureLogging(const std::filesystem::path& file,
   static ActiveSetup active;
   LogComplaints complaints;
   const auto properties = readLogProperties(file, variables, complaints);
-  // What is told already may be the reason why it is missing.
+  // Another complaint may be the reason why it is missing.
   if (!properties.contains("rootCategory") && complaints.empty()) {
     complaints.add(file, "rootCategory is missing");
   }

@@ -28,11 +28,11 @@
 
 namespace sourcetype {
 
-// Configures the back end from `file` and replaces what an earlier call set up. A value that cannot
-// be used counts as not set, an appender that cannot be used as not named. Without a root category,
-// or without any usable appender of it, records of the root's level (WARN where it has none) and
-// above go to standard error. Returns one line for each fault, with the file that has it; empty
-// when there is none.
+// Configures the back end from `file`; replaces the configuration of an earlier call. A value that
+// cannot be used counts as not set, an appender that cannot be used as not named. If the root
+// category is missing or has no usable appender, records of its level and above go to standard
+// error; without a level that is WARN. Returns one line for each fault, with its file; empty if
+// there is none.
 std::string configureLogging(const std::filesystem::path& file,
                              const std::map<std::string, std::string>& variables);
 

@@ -11,7 +11,7 @@
 namespace sourcetype {
 namespace {
 
-// Bytes. A hundred times what ships; a larger file was named by mistake.
+// Bytes, a hundred times the file that ships. A larger file was named by mistake.
 constexpr std::size_t kMaxFileSize = std::size_t{256} << 10;
 
 constexpr std::string_view kBlanks = " \t\r";

@@ -10,7 +10,7 @@ namespace sourcetype {
 
 std::optional<unsigned> parseLogNumber(std::string_view text, unsigned min, unsigned max);
 
-// By its name, or by its number in the back end's scale (0 for EMERG, 800 for NOTSET).
+// `text` is a name in any case, or a number in the back end's scale (0 for EMERG, 800 for NOTSET).
 std::optional<log4cpp::Priority::Value> parseLogLevel(std::string_view text);
 
 std::optional<bool> parseLogFlag(std::string_view text);

@@ -1,5 +1,9 @@
-// Logging: named categories and four entry points. The back end is configured once at start-up
-// (main/environment); before that, records are dropped.
+// Logging: named categories and a function for each level.
+//
+//   constexpr LogCategory kLog("Reader");
+//   logWarn(kLog, "Cannot read %s (%m).", path, error);
+//
+// util/log_configuration.h configures the back end at start-up. Before that, records are dropped.
 #pragma once
 
 #include <atomic>
@@ -17,13 +21,13 @@ namespace sourcetype {
 // In rising order of severity.
 enum class LogLevel { Debug = 0, Info = 1, Warn = 3, Error = 4 };
 
-// A named source of log records. Categories are the only global state of the program: a record must
-// find its way from any depth, and what they hold is a name and the back end's object for it.
+// A named source of log records. Categories are the only global state of the program, because code
+// at any depth logs. A category has only a name and a pointer to the back end's object.
 class LogCategory {
  public:
   constexpr explicit LogCategory(const char* name) : name_(name) {}
 
-  // Cheap, and keeps errno for a "%m" that follows.
+  // Cheap. Does not change errno, so that a "%m" that follows has its error.
   bool isEnabled(LogLevel level) const;
   void write(LogLevel level, const std::string& record) const;
 
@@ -31,11 +35,11 @@ class LogCategory {
   log4cpp::Category& backEnd() const;
 
   const char* name_;
-  mutable std::atomic<log4cpp::Category*> backEnd_ = nullptr;  // the back end's, found at first use
+  mutable std::atomic<log4cpp::Category*> backEnd_ = nullptr;  // set at first use
 };
 
-// Logs `format`, filled with `args` as formatText() does, when the category's level asks for it. A
-// record is one line unless `format` holds a newline or an argument is MultiLineText.
+// Logs formatText(format, args...) if the level is enabled for the category. A record is one line
+// unless `format` contains a newline or an argument is MultiLineText.
 template <class... Args>
 void logAt(LogLevel level, const LogCategory& category, std::string_view format,
            const Args&... args) {

@@ -7,15 +7,15 @@
 namespace sourcetype::pcre {
 namespace {
 
-// KiB of backtracking frames in the interpreter: some 10^5 repetitions of a group.
+// KiB of backtracking frames of the interpreter: enough for about 10^5 repetitions of a group.
 constexpr std::uint32_t kHeapLimitKib = 32 * 1024;
 
-// Bytes of stack for machine code: address space, of which pages come in as they are touched.
+// Bytes of stack for machine code. This is address space; pages take memory once they are used.
 constexpr std::size_t kJitStackStart = std::size_t{32} * 1024;
 constexpr std::size_t kJitStackMax = std::size_t{4} * 1024 * 1024;
 
-// Workspaces that no match uses: as many as there were matches at a time. Where there is one at a
-// time, the first is all that is needed, without a lock.
+// Workspaces that no match uses; there are as many as the highest number of matches at one time.
+// With one match at a time only `first_` is used, which needs no lock.
 class SpareWorkspaces {
  public:
   std::unique_ptr<Workspace> take() {
@@ -41,7 +41,7 @@ class SpareWorkspaces {
   std::unique_ptr<Workspace> others_;
 };
 
-// Stays until the process ends: expressions may be matched in destructors of static objects.
+// Never destroyed: destructors of static objects may match expressions.
 SpareWorkspaces& spare() {
   static auto& all = *new SpareWorkspaces;
   return all;

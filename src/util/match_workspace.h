@@ -1,5 +1,8 @@
-// The memory that a match writes to, reused by later matches. Private to util/regex.cpp and its
-// parts.
+// The memory that a match writes to; later matches reuse it. Private to regex.cpp and
+// budgeted_search.
+//
+//   const UsedWorkspace space;
+//   if (execute(*space, code, subject, 0, lastStart) >= 0) use(space->lastMatch());
 #pragma once
 
 #include <cstddef>
@@ -10,11 +13,11 @@
 
 namespace sourcetype::pcre {
 
-// Groups reported at most, group 0 included: an offset vector of 1024 integers, three a group.
+// Groups that a match reports, including group 0: an offset vector of 1024 integers, three a group.
 constexpr std::uint32_t kMaxGroups = 341;
 
-// Steps back that the library may take from one start position. The interpreter's searches reach
-// their own limit first; machine code has no other.
+// Steps back that the library may take from one start position. Metered searches reach their own
+// limit first; machine code has no other limit.
 constexpr std::uint32_t kMatchLimit = 1'000'000;
 
 struct Extent {
@@ -22,12 +25,12 @@ struct Extent {
   std::size_t end;
 };
 
-// What matching writes to, which allocates nothing once it has grown.
+// Once it has grown, matching allocates nothing.
 struct Workspace {
   PcrePtr<pcre2_match_data> data = owned(pcre2_match_data_create(kMaxGroups, memoryContext()));
   PcrePtr<pcre2_match_context> context = owned(pcre2_match_context_create(memoryContext()));
   PcrePtr<pcre2_jit_stack> jitStack;
-  std::unique_ptr<Workspace> next;  // among the spare ones
+  std::unique_ptr<Workspace> next;  // in the list of spare workspaces
 
   Workspace();
 
@@ -36,8 +39,9 @@ struct Workspace {
   Extent lastMatch() const { return {.start = offsets()[0], .end = offsets()[1]}; }
 };
 
-// A workspace for the time of one match and of reading what it found. A thread_local one would do
-// without a lock, but those of mingw-w64 may have lost their memory when they are destroyed.
+// Takes a spare workspace for one match and the reading of its result, and returns it afterwards. A
+// thread_local workspace would need no lock, but with mingw-w64 its memory may be gone when it is
+// destroyed.
 class UsedWorkspace {
  public:
   UsedWorkspace();

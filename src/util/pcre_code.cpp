@@ -5,10 +5,10 @@
 namespace sourcetype::pcre {
 namespace {
 
-// Nested parentheses in a pattern; the compilers recurse on the machine stack for each.
+// Nested parentheses in a pattern. The compilers recurse on the machine stack for each.
 constexpr std::uint32_t kMaxNesting = 250;
 
-// Made at the first compilation and only read afterwards.
+// Created by the first compilation, and only read after that.
 pcre2_compile_context* compileContext() {
   static const auto kContext = [] {
     auto made = owned(pcre2_compile_context_create(memoryContext()));

@@ -1,5 +1,5 @@
-// Compiling with PCRE2, and its objects as owning pointers. Private to util/regex.cpp and its
-// parts.
+// Compiles expressions with PCRE2, and owns the objects of that library. Private to regex.cpp,
+// match_workspace and budgeted_search.
 #pragma once
 
 #define PCRE2_CODE_UNIT_WIDTH 8
@@ -31,8 +31,8 @@ PcrePtr<T> owned(T* made) {
   return PcrePtr<T>(made);
 }
 
-// Allocates through operator new, so that running out of memory ends the run in the usual way and a
-// good expression is not taken for a faulty one.
+// Allocates through operator new. When memory runs out, the run ends as usual; otherwise a good
+// expression would count as one that does not compile.
 pcre2_general_context* memoryContext();
 
 inline PCRE2_SPTR bytes(std::string_view text) {
@@ -46,17 +46,19 @@ struct CompileError {
   std::string text() const;
 };
 
-// \C could cut a character; the offset limit is what bounds a window.
+// Options of every expression. "\C" is refused because it could cut a character. The offset limit
+// lets execute() limit where a match may start.
 constexpr std::uint32_t kAlwaysOn =
     PCRE2_UTF | PCRE2_MATCH_INVALID_UTF | PCRE2_NEVER_BACKSLASH_C | PCRE2_USE_OFFSET_LIMIT;
 
-// Bytes of a pattern. What the library can hold at most is about as long when compiled.
+// Bytes of a pattern. The library's own limit for compiled code is about as large.
 constexpr std::size_t kMaxPatternBytes = std::size_t{64} * 1024;
 
 // Null when the pattern does not compile.
 CodePtr compile(std::string_view pattern, std::uint32_t options, CompileError& error);
 
-// Where the library has no machine code for this processor or pattern, the interpreter matches.
+// Does nothing if the library has no machine code for this processor or pattern; the interpreter
+// then matches.
 void compileToMachineCode(pcre2_code& code);
 
 }  // namespace sourcetype::pcre

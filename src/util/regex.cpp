@@ -40,7 +40,7 @@ bool spans(const pcre::Extent& extent, std::string_view subject) {
   return extent.start == 0 && extent.end == subject.size();
 }
 
-// Only the limit of each search counts.
+// For searches without a caller's budget: only the limit of each search counts.
 constexpr MatchBudget kUnlimited(std::numeric_limits<std::uint64_t>::max());
 
 }  // namespace
@@ -81,15 +81,16 @@ struct Regex::Program {
     }
   }
 
-  // The source in another form, compiled when first asked for; null when it does not compile so.
+  // The source compiled with other options, when a search first needs it. `code` is null if it does
+  // not compile with them.
   struct Form {
     CodePtr code;
     ItemCosts costs;
     std::once_flag made;
   };
 
-  // Options of forms beside `options`. Subjects of ASCII alone need not be looked at for invalid
-  // sequences: that takes longer than to see that a line does not begin like the expression.
+  // What a form is for. Subjects of ASCII need no check for invalid sequences. The check takes
+  // longer than to find that a line does not begin with a match.
   enum class Metering { No, Yes };
   enum class Subject { Any, Ascii };
 
@@ -105,8 +106,8 @@ struct Regex::Program {
     return wanted;
   }
 
-  // The source between "(?:" and ")\z", anchored; null when that does not compile, as after a
-  // comment without an end.
+  // The source between "(?:" and ")\z", anchored. Its code is null if that does not compile, for
+  // example when the source ends with a comment.
   const Form& whole() const {
     std::call_once(wholeForm.made, [this] {
       make(wholeForm, std::string(kWholePrefix) + source + ")\\z", options | PCRE2_ANCHORED,
@@ -125,11 +126,11 @@ struct Regex::Program {
     if (form.code && isMeteredForm) form.costs = ItemCosts(*form.code, text);
   }
 
-  // The library's answer for the first match that begins at one of the bytes up to `lastStart`.
+  // Returns the library's result code for the first match that begins at `lastStart` or before.
   int search(Workspace& space, std::string_view subject, std::uint32_t runOptions,
              std::size_t lastStart, MatchBudget& budget) const {
     if (!isMetered) {
-      // Where machine code has no room, the interpreter's frames may have.
+      // The interpreter has more room for its frames than machine code has stack.
       if (anchored && hasMachineCode && runOptions == 0) {
         const int answer = pcre::executeMachineCodeAtStart(space, *main, subject);
         if (answer != PCRE2_ERROR_JIT_STACKLIMIT) return answer;
@@ -157,7 +158,7 @@ struct Regex::Program {
 
   Outcome match(Workspace& space, std::string_view subject, Mode mode, MatchBudget& budget) const {
     if (mode != Mode::Whole) {
-      // Soft: a complete match goes before a partial one, and has its groups.
+      // Soft: the library prefers a complete match to a partial one.
       const std::uint32_t partial = mode == Mode::Partial ? PCRE2_PARTIAL_SOFT : 0;
       return outcomeOf(search(space, subject, partial, kAnywhere, budget));
     }
@@ -190,7 +191,8 @@ struct Regex::Program {
     readNames();
   }
 
-  // Entries of the library's table: two bytes of number, high byte first, and the name up to a NUL.
+  // An entry of the library's table is a number of two bytes, high byte first, and a name that ends
+  // with NUL.
   void readNames() {
     std::uint32_t count = 0;
     std::uint32_t width = 0;

@@ -1,4 +1,4 @@
-// Small helpers for ASCII inside byte strings; no locale is asked.
+// Helpers for ASCII in byte strings. They do not depend on the locale.
 #pragma once
 
 #include <algorithm>
@@ -26,8 +26,8 @@ constexpr bool isAsciiSpace(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// Bytes of the control character that `text` begins with: one of ASCII, or U+0080 to U+009F in
-// UTF-8, which some terminals obey as they obey ESC. 0 where it begins with none.
+// The length of the control character that `text` begins with, in bytes; 0 if it begins with none.
+// U+0080 to U+009F count, too: some terminals obey them as they obey ESC.
 constexpr std::size_t controlLength(std::string_view text) {
   if (text.empty()) return 0;
   const auto first = static_cast<unsigned char>(text[0]);
@@ -61,7 +61,7 @@ constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
                             [](char x, char y) { return toAsciiLower(x) == toAsciiLower(y); });
 }
 
-// As "<", but quick where the texts differ in their first bytes, as neighbours in a sorted list do.
+// The same as "<", but faster for texts that differ in their first bytes.
 constexpr bool isBeforeInBytes(std::string_view a, std::string_view b) {
   const std::size_t common = std::min(a.size(), b.size());
   for (std::size_t i = 0; i < common; ++i) {

@@ -1,4 +1,6 @@
 // Owns texts that views refer to.
+//
+//   std::string_view name = keeper.keep(unescape(raw));  // valid as long as `keeper`
 #pragma once
 
 #include <deque>
@@ -8,8 +10,8 @@
 
 namespace sourcetype {
 
-// Keeps the texts that do not stand in a file as they read (a continued value, an unescaped key).
-// A view of a kept text lives as long as the keeper, also after the keeper was moved.
+// Keeps texts that differ from the bytes of their file, such as a continued value or an unescaped
+// key. A view of a kept text stays valid as long as the keeper, also after the keeper was moved.
 class TextKeeper {
  public:
   std::string_view keep(std::string text) { return texts_.emplace_back(std::move(text)); }
