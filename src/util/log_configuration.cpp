@@ -7,7 +7,7 @@
 #include <log4cpp/Priority.hh>
 
 #include <memory>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "util/log_appenders.h"

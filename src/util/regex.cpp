@@ -4,7 +4,6 @@
 #include <array>
 #include <limits>
 #include <mutex>
-#include <utility>
 
 #include "util/budgeted_search.h"
 #include "util/logging.h"

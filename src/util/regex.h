@@ -7,9 +7,9 @@
 //   if (regex.tryMatch(line, found, budget) == Regex::Answer::Match) ...
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
