@@ -63,12 +63,12 @@ class PlaceInLine {
 
 // False when the file was deleted meanwhile.
 bool waitInLine(const std::shared_ptr<LockFile>& file, const std::filesystem::path& path,
-                milliseconds patience) {
+                milliseconds maxWait) {
   PlaceInLine place(file);
   LockHolder holder = file->holder();
   auto since = steady_clock::now();
   while (true) {
-    if (const auto answer = place.waitFor(std::min(kLookInterval, patience))) {
+    if (const auto answer = place.waitFor(std::min(kLookInterval, maxWait))) {
       if (*answer) throwError(*answer, "cannot lock", path);
       return true;
     }
@@ -77,7 +77,7 @@ bool waitInLine(const std::shared_ptr<LockFile>& file, const std::filesystem::pa
     if (now != holder) {
       holder = now;
       since = steady_clock::now();
-    } else if (steady_clock::now() - since >= patience) {
+    } else if (steady_clock::now() - since >= maxWait) {
       throwError(std::make_error_code(std::errc::timed_out), nameOf(holder) + " holds the lock",
                  path);
     }
@@ -86,7 +86,7 @@ bool waitInLine(const std::shared_ptr<LockFile>& file, const std::filesystem::pa
 
 }  // namespace
 
-FileLock::FileLock(const std::filesystem::path& lockPath, milliseconds patience) : path_(lockPath) {
+FileLock::FileLock(const std::filesystem::path& lockPath, milliseconds maxWait) : path_(lockPath) {
   createDirectories(directoryOf(lockPath));
   while (true) {
     const auto file = std::make_shared<LockFile>(lockPath);
@@ -94,7 +94,7 @@ FileLock::FileLock(const std::filesystem::path& lockPath, milliseconds patience)
     if (error && error != std::errc::resource_unavailable_try_again) {
       throwError(error, "cannot lock", lockPath);
     }
-    const bool isLocked = !error || waitInLine(file, lockPath, patience);
+    const bool isLocked = !error || waitInLine(file, lockPath, maxWait);
     if (isLocked && file->isInPlace()) {
       file->announce();
       file_ = file;

@@ -25,9 +25,9 @@ class LockLost : public std::runtime_error {
 class FileLock {
  public:
   // Waits in line as long as the lock changes hands. Throws std::system_error: std::errc::timed_out
-  // when one holder has kept the lock for `patience`, with that process in the text where the
+  // when one holder has kept the lock for `maxWait`, with that process in the text where the
   // system tells it.
-  FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds patience);
+  FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds maxWait);
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
   ~FileLock();

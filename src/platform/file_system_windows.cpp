@@ -28,7 +28,7 @@ constexpr milliseconds kPollInterval{10};
 
 // How long a write waits for somebody who has the file open: a reader, or a virus scanner, which
 // opens whatever was written.
-constexpr milliseconds kPatience{2000};
+constexpr milliseconds kMaxWait{2000};
 
 // Others may read, write, rename and delete what this program has open.
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -100,7 +100,7 @@ FileIdentity identityOf(const BY_HANDLE_FILE_INFORMATION& information) {
 // for a success. Gives false, with the error as the system's last one, when it still fails.
 template <class Attempt>
 bool patiently(const Attempt& attempt) {
-  const auto deadline = steady_clock::now() + kPatience;
+  const auto deadline = steady_clock::now() + kMaxWait;
   while (!attempt()) {
     const DWORD error = GetLastError();
     const bool mayPass = error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
