@@ -20,8 +20,8 @@
 #include "platform/environment.h"
 #include "platform/path_form.h"
 #include "timestamp/datetime_file.h"
+#include "timestamp/instant_text.h"
 #include "timestamp/timestamp_parser.h"
-#include "timestamp/timestamp_text.h"
 #include "util/log_configuration.h"
 
 namespace sourcetype {

@@ -1,4 +1,4 @@
-// The document is read as a tree, and every entry is judged by itself.
+// libxml2 reads the document into a tree. A faulty entry does not affect the others.
 #include "timestamp/datetime_file.h"
 
 #include <libxml/parser.h>
@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <map>
 #include <memory>
 #include <new>
@@ -13,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -27,15 +29,15 @@ namespace {
 
 constexpr LogCategory kLog("TimestampFormats");
 
-// Bytes of the file. Ours has some 25,000.
+// Bytes of the file. The one that ships has about 20,000.
 constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20U;
-// Bytes of an expression once its parts are put in. Parts may hold parts, so that their size could
+// Bytes of an expression with its parts inserted. Parts may contain parts, so that their size could
 // double with every line of the file.
 constexpr std::size_t kMaxExpressionBytes = 8192;
-// Forms in all; each costs some kilobytes of machine code.
+// Each form needs some kilobytes of machine code.
 constexpr std::size_t kMaxForms = 500;
 
-// What is wrong with an entry, as a sentence.
+// The text continues a sentence that begins with the entry: "has no attribute ...".
 class FaultyEntry : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -53,7 +55,7 @@ struct XmlDeleter {
 };
 using XmlParser = std::unique_ptr<xmlParserCtxt, XmlDeleter>;
 
-// An attribute's text; a reference to an entity in it ends it, as there are no entities.
+// The text of an attribute, up to a reference to an entity: entities are not allowed.
 std::optional<std::string> attribute(const xmlNode& node, const char* name) {
   const xmlAttr* found = xmlHasProp(&node, reinterpret_cast<const xmlChar*>(name));
   if (found == nullptr) return std::nullopt;
@@ -109,11 +111,11 @@ Value oneOf(const std::array<std::pair<std::string_view, Value>, Count>& choices
   return found->second;
 }
 
-constexpr std::array<std::pair<std::string_view, StampKind>, kStampKinds> kKinds{{
-    {"whole", StampKind::Whole},
-    {"epoch", StampKind::Epoch},
-    {"date", StampKind::Date},
-    {"time", StampKind::Time},
+constexpr std::array<std::pair<std::string_view, TimestampKind>, kTimestampKinds> kKinds{{
+    {"whole", TimestampKind::Whole},
+    {"epoch", TimestampKind::Epoch},
+    {"date", TimestampKind::Date},
+    {"time", TimestampKind::Time},
 }};
 constexpr std::array<std::pair<std::string_view, WordSide>, 2> kSides{{
     {"before", WordSide::Before},
@@ -124,11 +126,11 @@ class DatetimeReader {
  public:
   explicit DatetimeReader(std::string file) : file_(std::move(file)) {}
 
-  // Logs what is wrong and leaves it out.
+  // Logs faults and skips the faulty entries.
   TimestampEntries read(std::string_view text) {
     const XmlParser parser(xmlNewParserCtxt());
     if (parser == nullptr) throw std::bad_alloc();
-    // Entities are not put in, nothing is fetched, and what is wrong is told below.
+    // Does not expand entities and fetches nothing. Errors are reported below.
     const xmlDoc* document =
         xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr,
                           nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
@@ -159,7 +161,7 @@ class DatetimeReader {
     logError(kLog, "%s:%d: %s.", file_, line, what);
   }
 
-  // Where an entry stands, as messages begin.
+  // File, line and name of an entry: the beginning of a message.
   std::string origin(const xmlNode& node) const {
     return file_ + ":" + std::to_string(xmlGetLineNo(&node)) + ": <" +
            std::string(view(node.name)) + ">";
@@ -177,7 +179,7 @@ class DatetimeReader {
       } else if (name == "part") {
         readPart(node);
       } else if (name == "stamp") {
-        readStamp(node);
+        readForm(node);
       } else if (name == "words") {
         readWords(node);
       } else if (name == "keys") {
@@ -237,14 +239,15 @@ class DatetimeReader {
     }
   }
 
-  // The expression with the parts it names put in. A part must stand above, so there is no circle.
+  // The expression with its parts inserted. A part must come before its use, so that there is no
+  // circle.
   std::string expanded(std::string_view text) const {
     const std::string source = withoutLineBreaks(text);
     if (source.empty()) throw FaultyEntry("has no expression");
     std::string result;
     for (std::size_t i = 0; i < source.size();) {
       const auto end = source.find('}', i);
-      // What follows a letter behind a backslash belongs to it: \x{fe}.
+      // A brace after a backslash and a letter is part of an escape: \x{fe}.
       const bool mayBeReference =
           source[i] == '{' && end != std::string::npos && (i < 2 || source[i - 2] != '\\');
       const auto name =
@@ -266,28 +269,28 @@ class DatetimeReader {
     return result;
   }
 
-  void readStamp(const xmlNode& node) {
+  void readForm(const xmlNode& node) {
     if (entries_.forms.size() >= kMaxForms) throw FaultyEntry("is one too many");
     const auto begins = words(required(node, "begins"));
     std::vector<PlaceLook> looks;
     for (const auto& word : begins) {
-      const auto meant = looksOf(word);
-      if (meant.empty()) {
+      const auto found = looksOf(word);
+      if (found.empty()) {
         throw FaultyEntry("begins with " + inQuotes(word) + ", which means nothing");
       }
-      looks.insert(looks.end(), meant.begin(), meant.end());
+      looks.insert(looks.end(), found.begin(), found.end());
     }
     const auto place = attribute(node, "place").value_or("");
     const auto alone = attribute(node, "alone").value_or("");
     if (!place.empty() && place != "first") throw FaultyEntry("has an unknown place");
     if (!alone.empty() && alone != "no") throw FaultyEntry("has an unknown value of alone");
     auto expression = expanded(content(node));
-    StampForm form{.name = required(node, "name"),
-                   .kind = oneOf(kKinds, "kind", required(node, "kind")),
-                   .expression = {std::move(expression), origin(node)},
-                   .behindLetters = attribute(node, "after").value_or(""),
-                   .onlyFirst = !place.empty(),
-                   .standsAlone = alone.empty()};
+    TimestampForm form{.name = required(node, "name"),
+                       .kind = oneOf(kKinds, "kind", required(node, "kind")),
+                       .expression = {std::move(expression), origin(node)},
+                       .afterLetters = attribute(node, "after").value_or(""),
+                       .onlyFirst = !place.empty(),
+                       .standsAlone = alone.empty()};
     entries_.forms.push_back({.form = std::move(form), .looks = std::move(looks)});
   }
 

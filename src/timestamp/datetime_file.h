@@ -9,9 +9,9 @@
 
 namespace sourcetype {
 
-// Never throws for the file's sake: a faulty entry is logged with file and line and left out (a
-// faulty expression when it is first tried), a missing or unreadable file is logged and gives
-// formats that find nothing.
+// Never throws for a fault of the file. A faulty entry is logged with file and line, and skipped; a
+// faulty expression is logged when it is first tried. A file that cannot be read is logged, and the
+// result finds no timestamps.
 TimestampFormats readDatetimeFile(const std::filesystem::path& file);
 
 }  // namespace sourcetype

@@ -15,7 +15,7 @@ constexpr std::string_view kZoneName =
 
 struct Conversion {
   char letter;
-  std::string_view group;  // the field it fills, empty when it fills none
+  std::string_view group;  // the field that it sets; empty if it sets none
   std::string_view expression;
 };
 constexpr std::array kConversions{
@@ -109,7 +109,7 @@ class Translator {
     result_ += c;
   }
 
-  // Takes the conversion, whose "%" is gone, off the front of `format`.
+  // Consumes the conversion at the start of `format`, whose "%" is already consumed.
   void appendConversion(std::string_view& format) {
     std::string spelling = "%";
     int width = 0;

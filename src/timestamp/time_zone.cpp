@@ -1,6 +1,7 @@
 #include "timestamp/time_zone.h"
 
 #include <charconv>
+#include <system_error>
 
 #include "util/text.h"
 
@@ -10,14 +11,14 @@ namespace {
 using std::chrono::local_seconds;
 using std::chrono::sys_seconds;
 
-// The library's units count 64 bits.
+// The units of the standard library have 64 bits.
 using hours = std::chrono::duration<std::int32_t, std::ratio<3600>>;
 using minutes = std::chrono::duration<std::int32_t, std::ratio<60>>;
 
 // No clock on Earth is further from UTC, and none ever was by more than this.
 constexpr ZoneSeconds kMaxOffset = hours(18);
 
-// A number of exactly these digits; nothing for any other text.
+// The value of a text of digits; nothing for any other text.
 std::optional<int> number(std::string_view digits) {
   int value = 0;
   const char* const end = digits.data() + digits.size();
@@ -43,7 +44,8 @@ local_seconds ClockChange::in(std::chrono::year year) const {
   return local_seconds(day) + time;
 }
 
-// `standard` is local time without the summer's shift; by that clock summer ends earlier.
+// `standard` is a local time, by the wall clock if `endIsEarlierBy` is 0. By a clock that stays on
+// standard time, summer time ends earlier by what it adds.
 bool TimeZone::isSummer(local_seconds standard, ZoneSeconds endIsEarlierBy) const {
   const std::chrono::year_month_day date(std::chrono::floor<std::chrono::days>(standard));
   const auto begin = summer_->begin.in(date.year());

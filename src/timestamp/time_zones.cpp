@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 
 #include "timestamp/time_zone_table.h"
@@ -19,7 +21,7 @@ constexpr std::size_t zoneNameHash(std::string_view name) {
          static_cast<std::size_t>(name.back() & 31);
 }
 
-// Most words after a time are no zone. This tells so for all but one in about fifty.
+// The hashes of all names. Most words after a time are no zone, and most of them have another hash.
 constexpr auto kIsHashOfName = [] {
   std::array<std::uint64_t, kHashes / 64> bits{};
   for (const ZoneEntry& zone : kZoneTable) {

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <bitset>
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>

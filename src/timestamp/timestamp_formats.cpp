@@ -18,7 +18,7 @@ std::vector<FormsOfLook> formsByLook(const std::vector<TimestampEntries::Form>& 
     const auto index = static_cast<std::uint16_t>(i);
     for (const PlaceLook look : forms[i].looks) {
       auto& entry = result[look.index()];
-      auto& list = forms[i].form.kind == StampKind::Whole ? entry.whole : entry.part;
+      auto& list = forms[i].form.kind == TimestampKind::Whole ? entry.whole : entry.part;
       // A look may be named twice, by "99*" and "99-".
       if (list.empty() || list.back() != index) list.push_back(index);
     }
@@ -36,7 +36,7 @@ TimestampFormats::TimestampFormats(TimestampEntries entries)
   const auto lists = formsByLook(entries.forms);
   for (auto& entry : entries.forms) forms_.push_back(std::move(entry.form));
 
-  // Most places share few lists of forms.
+  // There are thousands of looks, but few different lists of forms.
   std::map<std::vector<std::uint16_t>, std::uint16_t> known{{{}, 0}};
   const auto groupOf = [&](const std::vector<std::uint16_t>& list) {
     const auto next = static_cast<std::uint16_t>(groups_.size());

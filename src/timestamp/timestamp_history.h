@@ -1,4 +1,7 @@
-// What the timestamps of the lines before say of the next one.
+// Decides by the timestamps of earlier lines whether the next one is plausible.
+//
+//   history.beginLine();
+//   if (history.accept(form, time)) history.add(form, time);
 #pragma once
 
 #include <chrono>
@@ -13,7 +16,7 @@ class TimestampHistory {
  public:
   using FormIndex = std::uint16_t;
 
-  // `maxAgo`, `maxHence`: how far a timestamp may be before or after the one before it.
+  // A timestamp may be up to `maxAgo` before the previous one, and up to `maxHence` after it.
   TimestampHistory(std::size_t forms, std::chrono::seconds maxAgo, std::chrono::seconds maxHence)
       : maxAgo_(maxAgo), maxHence_(maxHence), timesSeen_(forms) {}
 
@@ -22,12 +25,12 @@ class TimestampHistory {
 
   void beginLine() { hasCountedRefusal_ = false; }
 
-  // Whether a timestamp is close enough to the one before, or has the form that was seen most
-  // often. A form that is refused counts as seen, once a line: where the first line of a file was
-  // odd, the form of the others is soon that of the majority.
+  // Whether a timestamp is close enough to the previous one, or has the form that was seen most
+  // often. A refused form counts as seen, once for each line. So if only the first line of a file
+  // is unusual, the form of the other lines soon has the majority.
   bool accept(FormIndex form, std::chrono::sys_seconds time);
 
-  // The timestamp that the line has.
+  // Adds the timestamp of the line.
   void add(FormIndex form, std::chrono::sys_seconds time);
 
  private:

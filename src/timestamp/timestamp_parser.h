@@ -19,10 +19,10 @@
 
 #include "conf/properties_map.h"
 #include "timestamp/date_reader.h"
-#include "timestamp/stamp_place.h"
 #include "timestamp/timestamp.h"
 #include "timestamp/timestamp_formats.h"
 #include "timestamp/timestamp_history.h"
+#include "timestamp/timestamp_place.h"
 #include "timestamp/timestamp_settings.h"
 #include "util/match_budget.h"
 #include "util/regex.h"
@@ -40,11 +40,12 @@ namespace sourcetype {
 //   6. date and time together inside a longer word, path or URL
 class TimestampParser {
  public:
-  // `formats` must outlive the object.
+  // `formats` must outlive the object. `name` is the name of the file, for the log. `reference` is
+  // the present: dates without a year are close to it.
   TimestampParser(const TimestampFormats& formats, const PropertiesMap& settings,
                   const std::string& name, std::chrono::sys_seconds reference);
 
-  // Nothing when the line has no timestamp.
+  // Nothing if the line has no timestamp.
   std::optional<Timestamp> parse(std::string_view line);
 
  private:
@@ -56,16 +57,16 @@ class TimestampParser {
     std::int32_t nanoseconds = 0;
     std::optional<OrderEvidence> evidence;
   };
-  // A piece of a line that has a form and names a possible instant.
+  // A piece of a line that matches a form and names an instant within the limits.
   struct Piece {
     FormIndex form = 0;
     std::size_t start = 0;  // bytes from the line's start
     std::size_t end = 0;
     Instant instant;
   };
-  // A piece that may have to be completed by another one.
+  // A piece that another one may complete: a date and a time.
   struct Part : Piece {
-    StampFields fields;
+    TimestampFields fields;
   };
   // A line and the part of it that is searched.
   struct Search {
@@ -75,7 +76,7 @@ class TimestampParser {
 
     std::string_view from(std::size_t offset) const { return line.substr(offset, end - offset); }
   };
-  // What stands apart in a line.
+  // The dates and times of a line that are not directly together.
   struct Parts {
     std::optional<Piece> epoch;
     std::vector<Part> dates;
@@ -84,20 +85,20 @@ class TimestampParser {
 
   bool match(const Regex& regex, std::string_view text);
   std::optional<Timestamp> parseFormat(const Search& search);
-  std::optional<Timestamp> findStamp(const Search& search);
+  std::optional<Timestamp> findTimestamp(const Search& search);
   std::optional<Timestamp> findApart(const Search& search);
 
-  std::optional<Piece> wholeAt(const Search& search, const StampPlace& place);
-  std::optional<Part> partAt(const Search& search, const StampPlace& place);
-  std::optional<Piece> matchForm(const Search& search, FormIndex form, const StampPlace& place);
+  std::optional<Piece> wholeAt(const Search& search, const TimestampPlace& place);
+  std::optional<Part> partAt(const Search& search, const TimestampPlace& place);
+  std::optional<Piece> matchForm(const Search& search, FormIndex form, const TimestampPlace& place);
   bool mayStandAt(const Search& search, FormIndex form, std::size_t offset) const;
   bool isFree(const Search& search, const Piece& piece) const;
   bool isDecoy(const Search& search, const Piece& piece) const;
   bool belongTogether(const Search& search, const Piece& time, const Piece& date) const;
   bool standsAlone(const Piece& piece) const { return formats_.forms()[piece.form].standsAlone; }
-  StampKind kindOf(const Piece& piece) const { return formats_.forms()[piece.form].kind; }
+  TimestampKind kindOf(const Piece& piece) const { return formats_.forms()[piece.form].kind; }
 
-  std::optional<Instant> instantOf(const StampFields& fields) const;
+  std::optional<Instant> instantOf(const TimestampFields& fields) const;
   std::optional<Timestamp> accept(const Piece& piece, TimestampSpan date = {});
   std::optional<Timestamp> accept(const Part& time, const Part& date);
   std::optional<Timestamp> acceptPair(const Search& search, const Parts& parts);
@@ -108,12 +109,12 @@ class TimestampParser {
   MatchBudget budget_;  // of TIME_PREFIX and TIME_FORMAT
   TimestampHistory history_;
 
-  // What is found in one line; members for their memory.
+  // Results for one line. They are members so that their memory is reused.
   MatchResult match_;
-  StampFields fields_;  // of the form matched last
-  std::vector<StampPlace> partPlaces_;
-  bool sawImpossibleDate_ = false;   // no time of day is taken without its date
-  std::size_t impossibleUntil_ = 0;  // end of a whole stamp that cannot be; nor can its parts
+  TimestampFields fields_;  // of the form matched last
+  std::vector<TimestampPlace> partPlaces_;
+  bool sawImpossibleDate_ = false;   // then a time without a date is no timestamp
+  std::size_t impossibleUntil_ = 0;  // end of a whole, impossible timestamp; its parts do not count
 };
 
 }  // namespace sourcetype

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "timestamp/time_format.h"
 #include "util/logging.h"
@@ -24,7 +22,7 @@ constexpr std::int64_t kDefaultDaysHence = 7;
 constexpr std::int64_t kDefaultSecondsAgo = std::int64_t{24} * 3600;
 constexpr std::int64_t kDefaultSecondsHence = std::int64_t{30} * 24 * 3600;
 
-// Limits are read up to here, about 2,700 years, so that sums stay within the calendar's range.
+// Larger limits are cut to this, about 2,700 years, so that sums stay within the calendar's range.
 constexpr std::int64_t kMaxDays = 1'000'000;
 constexpr std::int64_t kMaxSeconds = kMaxDays * 24 * 3600;
 
@@ -59,15 +57,15 @@ std::optional<Regex> readPrefix(const PropertiesMap& settings) {
   }
 }
 
-std::optional<StampExpression> readFormat(const PropertiesMap& settings) {
+std::optional<TimestampExpression> readFormat(const PropertiesMap& settings) {
   constexpr const char* kKey = "TIME_FORMAT";
   const auto format = settings.tryGet(kKey);
   if (!format) return std::nullopt;
   try {
-    StampExpression result{.regex = Regex(timeFormatExpression(*format), Regex::kCaseless),
-                           .groups = {}};
+    TimestampExpression result{.regex = Regex(timeFormatExpression(*format), Regex::kCaseless),
+                               .groups = {}};
     for (const auto& [group, number] : result.regex.groupNumbers()) {
-      if (const auto field = stampFieldNamed(group)) {
+      if (const auto field = timestampFieldNamed(group)) {
         result.groups.push_back({static_cast<std::uint16_t>(number), *field});
       }
     }

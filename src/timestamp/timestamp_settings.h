@@ -23,27 +23,27 @@
 
 #include "conf/properties_map.h"
 #include "timestamp/date_reader.h"
-#include "timestamp/stamp_form.h"
 #include "timestamp/time_zones.h"
+#include "timestamp/timestamp_form.h"
 #include "util/regex.h"
 
 namespace sourcetype {
 
 struct TimestampSettings {
-  std::optional<Regex> prefix;            // TIME_PREFIX
-  std::optional<StampExpression> format;  // TIME_FORMAT
-  std::size_t lookahead;                  // MAX_TIMESTAMP_LOOKAHEAD
-  TimeZone zone;                          // TZ
-  TimeLimits limits;                      // MAX_DAYS_AGO, MAX_DAYS_HENCE
-  std::chrono::seconds maxAgo;            // MAX_DIFF_SECS_AGO
-  std::chrono::seconds maxHence;          // MAX_DIFF_SECS_HENCE
+  std::optional<Regex> prefix;                // TIME_PREFIX
+  std::optional<TimestampExpression> format;  // TIME_FORMAT
+  std::size_t lookahead;                      // MAX_TIMESTAMP_LOOKAHEAD
+  TimeZone zone;                              // TZ
+  TimeLimits limits;                          // MAX_DAYS_AGO, MAX_DAYS_HENCE
+  std::chrono::seconds maxAgo;                // MAX_DIFF_SECS_AGO
+  std::chrono::seconds maxHence;              // MAX_DIFF_SECS_HENCE
 };
 
 // Bytes of a line that are searched at most.
 constexpr std::size_t kMaxTimestampLookahead = 10'000;
 
 // A TIME_PREFIX, TIME_FORMAT or TZ that cannot be used is logged and counts as unset. `name` is the
-// file's, for the log.
+// name of the file, for the log.
 TimestampSettings readTimestampSettings(const PropertiesMap& settings, const TimeZones& zones,
                                         const std::string& name,
                                         std::chrono::sys_seconds reference);

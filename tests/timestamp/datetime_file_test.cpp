@@ -116,7 +116,7 @@ TEST_F(DatetimeFile, PutsPartsIntoPartsUpToABound) {
 
 TEST_F(DatetimeFile, ShipsWithoutFaults) {
   const auto formats = readDatetimeFile(SOURCETYPE_ETC_DIR "/datetime.xml");
-  for (const StampForm& form : formats.forms()) form.expression.get();
+  for (const TimestampForm& form : formats.forms()) form.expression.get();
   EXPECT_EQ(log(), "");
 }
 

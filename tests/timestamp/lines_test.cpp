@@ -6,8 +6,8 @@
 #include <string>
 
 #include "timestamp/datetime_file.h"
+#include "timestamp/instant_text.h"
 #include "timestamp/timestamp_parser.h"
-#include "timestamp/timestamp_text.h"
 
 namespace sourcetype {
 namespace {

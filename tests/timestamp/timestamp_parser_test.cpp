@@ -10,7 +10,7 @@
 #include <array>
 #include <vector>
 
-#include "timestamp/timestamp_text.h"
+#include "timestamp/instant_text.h"
 
 namespace sourcetype {
 namespace {

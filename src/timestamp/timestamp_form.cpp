@@ -1,4 +1,4 @@
-#include "timestamp/stamp_form.h"
+#include "timestamp/timestamp_form.h"
 
 #include <algorithm>
 #include <atomic>
@@ -15,14 +15,14 @@ namespace {
 
 constexpr LogCategory kLog("TimestampFormats");
 
-// Numbers and names that are matched caselessly are spelled so in the expressions themselves.
+// Expressions that ignore case say so themselves.
 constexpr auto kExpressionOptions = Regex::kNoOptions;
 
 std::vector<FieldGroup> fieldGroups(const Regex& expression) {
   std::vector<FieldGroup> groups;
   for (const auto& [name, number] : expression.groupNumbers()) {
     if (name.starts_with("same_")) continue;
-    const auto field = stampFieldNamed(name);
+    const auto field = timestampFieldNamed(name);
     if (!field) {
       throw std::runtime_error("has a group " + inQuotes(name) + ", which is no field");
     }
@@ -34,18 +34,18 @@ std::vector<FieldGroup> fieldGroups(const Regex& expression) {
 
 }  // namespace
 
-struct LazyStampExpression::State {
+struct LazyTimestampExpression::State {
   std::string source;
   std::string origin;
   std::once_flag compiling;
   std::atomic<bool> isCompiled = false;
-  std::optional<StampExpression> compiled;
+  std::optional<TimestampExpression> compiled;
 
   void compile() {
     try {
       Regex regex("\\A(?:" + source + ")", kExpressionOptions, Regex::Compile::ToMachineCode);
       auto groups = fieldGroups(regex);
-      compiled = StampExpression{.regex = std::move(regex), .groups = std::move(groups)};
+      compiled = TimestampExpression{.regex = std::move(regex), .groups = std::move(groups)};
     } catch (const std::runtime_error& error) {
       logError(kLog, "%s %s.", origin, error.what());
     }
@@ -53,16 +53,17 @@ struct LazyStampExpression::State {
   }
 };
 
-LazyStampExpression::LazyStampExpression(std::string source, std::string origin)
+LazyTimestampExpression::LazyTimestampExpression(std::string source, std::string origin)
     : state_(std::make_unique<State>()) {
   state_->source = std::move(source);
   state_->origin = std::move(origin);
 }
-LazyStampExpression::LazyStampExpression(LazyStampExpression&&) noexcept = default;
-LazyStampExpression& LazyStampExpression::operator=(LazyStampExpression&&) noexcept = default;
-LazyStampExpression::~LazyStampExpression() = default;
+LazyTimestampExpression::LazyTimestampExpression(LazyTimestampExpression&&) noexcept = default;
+LazyTimestampExpression& LazyTimestampExpression::operator=(LazyTimestampExpression&&) noexcept =
+    default;
+LazyTimestampExpression::~LazyTimestampExpression() = default;
 
-const StampExpression* LazyStampExpression::get() const {
+const TimestampExpression* LazyTimestampExpression::get() const {
   State& state = *state_;
   if (!state.isCompiled.load(std::memory_order_acquire)) {
     std::call_once(state.compiling, &State::compile, &state);
