@@ -6,6 +6,7 @@
 
 #include "platform/path_form.h"
 #include "support/temp_tree.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype {
 namespace {

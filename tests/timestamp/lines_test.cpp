@@ -5,8 +5,9 @@
 #include <fstream>
 #include <string>
 
+#include "timestamp/datetime_file.h"
+#include "timestamp/instant_text.h"
 #include "timestamp/timestamp_parser.h"
-#include "timestamp/timestamp_text.h"
 
 namespace sourcetype {
 namespace {
@@ -57,7 +58,7 @@ std::string shown(std::string line, TimestampSpan span, std::string_view begin,
 }
 
 TEST(TimestampLines, AreReadAsTheTableSays) {
-  const auto formats = TimestampFormats::load(SOURCETYPE_ETC_DIR "/datetime.xml");
+  const auto formats = readDatetimeFile(SOURCETYPE_ETC_DIR "/datetime.xml");
   const auto reference = *instantFromText(kReference);
   std::ifstream table(SOURCETYPE_LINES_FILE);
   ASSERT_TRUE(table) << SOURCETYPE_LINES_FILE;

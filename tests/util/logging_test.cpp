@@ -1,4 +1,4 @@
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include "platform/path_form.h"
 #include "support/system.h"
 #include "support/temp_tree.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {

@@ -13,7 +13,7 @@ namespace {
 
 using testing::repeated;
 using Mode = Regex::Mode;
-using Study = Regex::Study;
+using Compile = Regex::Compile;
 
 const std::string kLong = repeated("a", 20000) + "b";
 
@@ -42,8 +42,8 @@ void PrintTo(const MatchCase& row, std::ostream* out) {
 class Match : public ::testing::TestWithParam<MatchCase> {};
 TEST_P(Match, IsTheSameInterpretedAndStudied) {
   const auto& [pattern, subject, mode, matches, start, end] = GetParam();
-  for (const Study study : {Study::No, Study::Yes}) {
-    const Regex regex(pattern, Regex::kNoOptions, study);
+  for (const Compile compile : {Compile::ForInterpreter, Compile::ToMachineCode}) {
+    const Regex regex(pattern, Regex::kNoOptions, compile);
     MatchResult result;
     ASSERT_EQ(regex.match(subject, result, mode), matches) << pattern << " on " << subject;
     ASSERT_EQ(result.has(0), matches);
@@ -249,8 +249,8 @@ TEST(Regex, ConsumeMovesPastTheMatchUpToTheEnd) {
 }
 
 TEST(Regex, FindObeysItsOptions) {
-  for (const Study study : {Study::No, Study::Yes}) {
-    const Regex regex("b+", Regex::kNoOptions, study);
+  for (const Compile compile : {Compile::ForInterpreter, Compile::ToMachineCode}) {
+    const Regex regex("b+", Regex::kNoOptions, compile);
     EXPECT_EQ(regex.find("abb"), 1U);
     EXPECT_EQ(regex.find("abb", {.anchoredAtStart = true}), std::nullopt);
     EXPECT_EQ(regex.find("bba", {.anchoredAtStart = true}), 0U);
@@ -274,7 +274,7 @@ TEST(Regex, IgnoresCaseWhenAsked) {
 }
 
 TEST(Regex, MatchesFromSeveralThreads) {
-  const Regex regex("(\\d+)-(\\d+)", Regex::kNoOptions, Study::Yes);
+  const Regex regex("(\\d+)-(\\d+)", Regex::kNoOptions, Compile::ToMachineCode);
   const auto work = [&](int base) {
     for (int i = 0; i < 500; ++i) {
       const std::string subject = std::to_string(base) + "-" + std::to_string(i);
