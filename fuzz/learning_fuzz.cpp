@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <set>
 
+#include "classifier/file_classifier.h"
 #include "classifier/file_classifier_manager.h"
 #include "classifier/type_name.h"
 #include "stanzas.h"
