@@ -216,9 +216,22 @@ complain("it leaves temporary files") if $tree->temporaries;
   flock $lock, LOCK_EX or die "$file: $!";
   kill CONT => $pid;
   complain('it does not wait for the new lock file') if has_ended($pid) || $tree->get($name) ne $before;
+  sleep 1;    # it is given up after a minute and not after a second
   close $lock;
   finish($pid);
   complain('it is not written then') if $tree->get($name) !~ /^\[first\]$/m;
+}
+
+# A program that takes no lock replaces the file after a stanza was written to it.
+{
+  my $name = 'system/local/props.conf';
+  $tree->restore;
+  my $pid = stopped_at('sync', 2, $name, 'first.log') // die 'it does not sync twice';
+  $tree->put("etc/$name.new", "[theirs]\n");
+  rename "$tree->{root}/etc/$name.new", "$tree->{root}/etc/$name" or die "$name: $!";
+  kill CONT => $pid;
+  finish($pid);
+  complain('it is not written to the new file') if $tree->get($name) !~ /^\[theirs\]\n.*^\[first\]$/ms;
 }
 
 printf "%d processes with %d files each: %d sourcetypes, %d models, %d transforms; %d overlapping runs; %d errors\n",
