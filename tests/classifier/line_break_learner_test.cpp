@@ -82,8 +82,8 @@ TEST(TokenizeLineStart, JoinsRunsOfAClass) {
   EXPECT_THAT(tokenizeLineStart("2012-01-05 10:00:01 abc"),
               ElementsAre(R"(\d+)", R"(\-)", R"(\d+)", R"(\-)", R"(\d+)", R"(\s+)", R"(\d+)", ":",
                           R"(\d+)", ":", R"(\d+)", R"(\s+)", "[a-zA-Z]", "+"));
-  EXPECT_THAT(tokenizeLineStart("((.?\\_\"7"),
-              ElementsAre(R"(\()", R"(\()", ".", R"(\?)", R"(\\)", "_", "\"", R"(\d)", "+"));
+  EXPECT_THAT(tokenizeLineStart("((.+?\\_\"7"), ElementsAre(R"(\()", R"(\()", ".", R"(\+)", R"(\?)",
+                                                            R"(\\)", "_", "\"", R"(\d)", "+"));
   EXPECT_THAT(tokenizeLineStart("\xC3\xA9"), ElementsAre("\xC3", "\xA9"));
   EXPECT_THAT(tokenizeLineStart(""), ElementsAre());
 }

@@ -28,7 +28,7 @@ INSTANTIATE_TEST_SUITE_P(
                       PrefixCase{"[10/Oct/2000:13:55:36 ", "(?:.*?:){3}"},
                       PrefixCase{"a\t", R"(\t)"}, PrefixCase{"\t\ta", R"((?:.*?\t){2})"},
                       PrefixCase{R"(C:\a)", R"(\)"}, PrefixCase{"a?b?", R"((?:.*?\?){2})"},
-                      PrefixCase{"x@", "@"}));
+                      PrefixCase{"x@", "@"}, PrefixCase{"a+", R"(\+)"}));
 
 // A line of `before` bytes, the last of which is an anchor, and a timestamp of ten behind them.
 std::string stamped(std::size_t before) {
