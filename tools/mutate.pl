@@ -4,9 +4,9 @@
 #   tools/mutate.pl BUILD-DIRECTORY [TABLE [PATTERN]]
 #
 # TABLE is tests/mutation/mutants.txt (its head says how it is written); PATTERN chooses faults. The
-# build directory is of this tree; the tests of units and of the executable are run, and with
-# MUTATE_CTEST set those of ctest that it matches. A file that a fault is planted in is restored also
-# when the run is interrupted. Ends with 1 when a fault without a reason survived.
+# build directory is of this tree; the tests of units and of the executable are run, and those of ctest
+# that the table names. A file that a fault is planted in is restored also when the run is interrupted.
+# Ends with 1 when a fault without a reason survived.
 use strict;
 use warnings;
 $| = 1;
@@ -30,23 +30,39 @@ sub content {
 # Whether a command ends with 0; what it prints goes to the log.
 sub passes { return system("timeout $kTimeLimit $_[0] >>$build/mutate.log 2>&1") == 0 }
 
-sub survives {
-  return 'does not compile' unless passes("cmake --build $build --target sourcetype_tests sourcetype_cli_tests timestamps");
-  return 0 unless passes("$build/tests/sourcetype_tests --gtest_brief=1 --gtest_fail_fast");
-  return 0 unless passes("$build/tests/sourcetype_cli_tests --gtest_brief=1 --gtest_fail_fast");
-  my $more = $ENV{MUTATE_CTEST};
-  return !$more || passes("ctest --test-dir $build -R '$more' -j2") ? 'SURVIVED' : 0;
+# A filter for the tests of units that stand beside the file: most faults fail one of them.
+sub own_tests {
+  my ($file) = @_;
+  my $tests = $file =~ s,^src/,tests/,r =~ s,\.\w+$,_test.cpp,r;
+  return '-*' unless -e $tests;
+  return join ':', map {"*$_.*"} content($tests) =~ /^TEST(?:_[FP])?\((\w+)/mg;
+}
+
+sub is_built { return passes("cmake --build $build --target @_") }
+
+sub outcome {
+  my ($mutant) = @_;
+  my $units    = "$build/tests/sourcetype_tests --gtest_brief=1 --gtest_fail_fast";
+  my $program  = "$build/tests/sourcetype_cli_tests --gtest_brief=1 --gtest_fail_fast";
+  return 'does not compile' unless is_built('sourcetype_tests');
+  return 'killed' unless passes("$units --gtest_filter='" . own_tests($mutant->{file}) . "'") && passes($units);
+  return 'does not compile' unless is_built('sourcetype_cli_tests', 'timestamps');
+  return 'killed' unless passes($program);
+  my $more = $mutant->{more};
+  return !$more || passes("ctest --test-dir $build -R '$more'") ? 'SURVIVED' : 'killed';
 }
 
 my @mutants;
+my $more = '';
 for my $line (split /\n/, content($table)) {
   next if $line =~ /^\s*(#|$)/;
   if ($line =~ /^\| *(.*)/) { $mutants[-1]{reason} = $1; next }
+  if ($line =~ /^@ *(.*)/)  { $more = $1; next }
   my ($file, $from, $to) = map { s/\\\|/|/gr } split /(?<!\\)\|/, $line, -1;
-  push @mutants, {file => "src/$file", from => $from, to => $to, line => $line};
+  push @mutants, {file => "src/$file", from => $from, to => $to, line => $line, more => $more};
 }
 
-my ($planted, $bad) = (0, 0);
+my ($planted, $killed, $bad) = (0, 0, 0);
 my ($changed, $original);
 sub restore { content($changed, $original) if defined $changed; undef $changed }
 $SIG{INT} = $SIG{TERM} = sub { restore(); exit 2 };
@@ -60,14 +76,14 @@ for my $mutant (@mutants) {
   }
   ($changed, $original) = ($mutant->{file}, $text);
   content($changed, $text =~ s/\Q$mutant->{from}\E/$mutant->{to}/r);
-  my $result = survives();
+  my $outcome = outcome($mutant);
   restore();
   ++$planted;
-  next unless $result;
   my $reason = $mutant->{reason};
-  print "$result  $mutant->{line}", defined $reason ? "  ($reason)" : '', "\n";
-  ++$bad unless defined $reason;
+  print "$outcome  $mutant->{line}", defined $reason ? "  ($reason)" : '', "\n";
+  ++$killed if $outcome eq 'killed';
+  ++$bad    if $outcome ne 'killed' && !defined $reason;
 }
-passes("cmake --build $build --target sourcetype_tests sourcetype_cli_tests timestamps");
-print "$planted planted, $bad without an explanation\n";
+is_built('sourcetype_tests', 'sourcetype_cli_tests', 'timestamps');
+print "$planted planted, $killed killed, $bad without an explanation\n";
 exit($bad ? 1 : 0);

@@ -1,10 +1,11 @@
 #include "conf/write_locks.h"
-#include "platform/file_system.h"
 
 #include <algorithm>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
+
+#include "platform/file_system.h"
 
 namespace sourcetype {
 namespace {

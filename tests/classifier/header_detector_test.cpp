@@ -135,7 +135,9 @@ INSTANTIATE_TEST_SUITE_P(
         // Two of three lines have the mode 1: fraction .667, deviation .577, mean 1.333, variation
         // .433. With a line of 4: deviation 1.732, mean 2, variation .866.
         HeaderCase{"EvenEnough", "a,b\n1,2\n1,2,3\n", kAb},
-        HeaderCase{"TooUneven", "a,b\n1,2\n1,2,3,4,5\n", ""}),
+        HeaderCase{"TooUneven", "a,b\n1,2\n1,2,3,4,5\n", ""},
+        // 683 of a thousand lines have the mode: variation .682, score .5004. Of one more, .4999.
+        HeaderCase{"AThousandLines", "a,b\n" + repeated("1,2\n", 682) + repeated("x\n", 318), kAb}),
     [](const auto& test) { return test.param.name; });
 
 TEST(Header, GoesByTheLimits) {

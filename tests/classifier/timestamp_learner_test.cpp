@@ -28,7 +28,7 @@ INSTANTIATE_TEST_SUITE_P(
                       PrefixCase{"[10/Oct/2000:13:55:36 ", "(?:.*?:){3}"},
                       PrefixCase{"a\t", R"(\t)"}, PrefixCase{"\t\ta", R"((?:.*?\t){2})"},
                       PrefixCase{R"(C:\a)", R"(\)"}, PrefixCase{"a?b?", R"((?:.*?\?){2})"},
-                      PrefixCase{"x@", "@"}));
+                      PrefixCase{"x@", "@"}, PrefixCase{"a+", R"(\+)"}));
 
 // Returns a line of `before` bytes, the last of which is an anchor, and a timestamp of ten bytes.
 std::string stamped(std::size_t before) {
@@ -89,13 +89,13 @@ INSTANTIATE_TEST_SUITE_P(
                   repeated(stamped(20), 35) + repeated("xxxxxxxxxxxxxxxxxxx:2026-01-02\n", 5),
                   {},
                   {{"MAX_TIMESTAMP_LOOKAHEAD", "50"}}},
-        // Mean ends 19.75 and 22 bytes: the lines at 10 are near, the one at 400 and more are not.
+        // Mean ends of 19.75 and 12.3 bytes: the lines at 10 are near, those at 140 and 33 are not.
         LearnCase{"LookaheadOf37In40",
                   repeated("2026-01-02\n", 37) + repeated(stamped(130), 3),
                   {},
                   {{"MAX_TIMESTAMP_LOOKAHEAD", "30"}}},
         LearnCase{
-            "LookaheadOf36In40", repeated("2026-01-02\n", 36) + repeated(stamped(100), 4), {}, {}},
+            "LookaheadOf36In40", repeated("2026-01-02\n", 36) + repeated(stamped(23), 4), {}, {}},
         LearnCase{"PrefixIsThere",
                   repeated(stamped(20), 40) + "none\n",
                   {{"TIME_PREFIX", "x"}},

@@ -302,6 +302,18 @@ INSTANTIATE_TEST_SUITE_P(Causes, InvalidFile,
                                            InvalidCase{"TenPercentNul", "binary", "binary"}),
                          [](const auto& test) { return test.param.name; });
 
+// The last chunk that is read ends with the line that reaches the limit. What follows it is no
+// text.
+TEST(InvalidFile, IsFoundWithinTwentyThousandLines) {
+  const Installation server;
+  const std::string some = repeated("\xFF\n", 3900) + repeated("a\n", 16098);
+  const std::string binary(10000, '\xFF');
+  server.write("reached", some + "a\na\n" + binary);
+  server.write("one_less", some + "aaa\n" + binary);
+  EXPECT_EQ(printed(server.run({"reached"}), "invalid_cause"), "(absent)");
+  EXPECT_EQ(printed(server.run({"one_less"}), "invalid_cause"), "binary");
+}
+
 TEST(InvalidFile, OfAGivenTypeCannotBeReadEither) {
   const Installation server;
   const auto run = server.run({"--test", std::string("--file=") + kDevice, "--given_type=t"});

@@ -4,8 +4,9 @@
 #
 # The model of the disk: a sync of a file keeps its content, a sync of a directory keeps the names in
 # it. Of what was written to a file after its sync, the first bytes are there, cut anywhere, or NULs in
-# the place of all. Of the changes of names in a directory after its sync, the first few are there.
-# Which ones are there in one file or directory says nothing about the others.
+# the place of all; a later write may be there without an earlier one. Of the changes of names in a
+# directory after its sync, the first few are there. Which ones are there in one file or directory says
+# nothing about the others.
 use strict;
 use warnings;
 use FindBin;
@@ -56,6 +57,7 @@ sub start_disk {
 # words, in the middle, at the end of a line, and before its last byte.
 sub written {
   my ($old, $offset, $text) = @_;
+  $old .= "\0" x ($offset - length $old) if $offset > length $old;
   my $half = int(length($text) / 2);
   my @cuts = (4, $half, 1 + index($text, "\n", $half), length($text) - 1, length $text);
   my @remains = map { substr $text, 0, $_ } @cuts;
@@ -70,8 +72,7 @@ sub change {
     @$states = $states->[-1];
   } elsif ($what eq 'write' || $what eq 'truncate') {
     my $states = $contents{$file_of{$inode}};
-    my $old    = $states->[-1];
-    push @$states, $what eq 'truncate' ? substr $old, 0, $number : written($old, $number, $bytes);
+    push @$states, $what eq 'truncate' ? substr $states->[-1], 0, $number : map { written($_, $number, $bytes) } @$states;
   } else {
     my $states = $names{dirname($path)} //= [{}];
     my %new    = %{$states->[-1] // {}};

@@ -117,6 +117,8 @@ for my $run (@runs) {
         complain(@about, "it leaves @left") if @left;
       }
       complain(@about, "it writes to a file that is linked to its path") if $tree->get('victim') ne $victim;
+      complain(@about, 'it does not say so')
+        if $calls eq 'sync' && $expected eq 'exact' && $path =~ /\.(conf|old|tmp)$/ && $tree->said !~ /cannot sync/;
       complain(@about, 'its answer is another one') if $expected eq 'same' && $tree->out ne $out{$bare};
       next if $checked{join "\n\n", map { Tree::text_of($now->{$_}) } @Tree::files}++;
       my $verdict = $tree->verdict($program);

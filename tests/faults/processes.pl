@@ -203,22 +203,36 @@ complain('it does not run') if $tree->run($program, 'stopped.log') != 0;
 complain('it is not written') if $tree->get('system/local/props.conf') !~ /^\[stopped\]$/m;
 complain("it leaves temporary files") if $tree->temporaries;
 
-# A lock file that is deleted after a process has opened it, and made again by another one, is the
-# other one's.
-{
-  my $name   = 'system/local/props.conf';
-  my $file   = "$tree->{root}/etc/$name.lock";
+# A lock file that is deleted after a process has opened or locked it, and made again by another one,
+# is the other one's.
+for my $case (['system/local/props.conf', qr/^\[first\]$/m, 'lock', 1, 'first.log'],
+  [$model_file, qr/^_sourcetype = first$/m, 'read', 3, 'first.log', 'first']) {
+  my ($name, $written, $calls, $at, @words) = @$case;
+  my $file = "$tree->{root}/etc/$name.lock";
   $tree->restore;
   my $before = $tree->get($name);
-  my $pid    = stopped_at('lock', 1, '', 'first.log') // die 'it does not lock';
+  my $pid    = stopped_at($calls, $at, $name, @words) // die "no $calls $at of $name";
   unlink $file or die "$file: $!";
   open my $lock, '>', $file or die "$file: $!";
   flock $lock, LOCK_EX or die "$file: $!";
   kill CONT => $pid;
-  complain('it does not wait for the new lock file') if has_ended($pid) || $tree->get($name) ne $before;
+  complain("$name: it does not wait for the new lock file") if has_ended($pid) || $tree->get($name) ne $before;
+  sleep 1;    # it is given up after a minute and not after a second
   close $lock;
   finish($pid);
-  complain('it is not written then') if $tree->get($name) !~ /^\[first\]$/m;
+  complain("$name: it is not written then") if $tree->get($name) !~ $written;
+}
+
+# A program that takes no lock replaces the file after a stanza was written to it.
+{
+  my $name = 'system/local/props.conf';
+  $tree->restore;
+  my $pid = stopped_at('sync', 2, $name, 'first.log') // die 'it does not sync twice';
+  $tree->put("etc/$name.new", "[theirs]\n");
+  rename "$tree->{root}/etc/$name.new", "$tree->{root}/etc/$name" or die "$name: $!";
+  kill CONT => $pid;
+  finish($pid);
+  complain('it is not written to the new file') if $tree->get($name) !~ /^\[theirs\]\n.*^\[first\]$/ms;
 }
 
 printf "%d processes with %d files each: %d sourcetypes, %d models, %d transforms; %d overlapping runs; %d errors\n",

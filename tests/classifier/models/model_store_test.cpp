@@ -138,6 +138,33 @@ TEST(Training, TwiceAddsNothing) {
   EXPECT_EQ(run.models.addedModels(), 1U);
 }
 
+TEST(Training, AddsNothingAt650) {
+  const TempTree tree;
+  tree.write(kLearned, "[m]\n_sourcetype=t\napple=.5\nred=0.2985386\ngrape=0\n~_();=1\n");
+  ProgramRun run(tree);
+  EXPECT_TRUE(run.train(repeated(kApples, 100), "t"));
+  EXPECT_EQ(run.models.addedModels(), 0U);
+}
+
+TEST(Training, TakesTwentySegmentsAndMatchingFive) {
+  const TempTree tree;
+  ProgramRun run(tree);
+  EXPECT_TRUE(run.train(repeated(kApples, 19000) + repeated(kPears, 1000) + repeated(kPlums, 1000),
+                        "fruit"));
+  EXPECT_EQ(run.models.countModels("fruit"), 2U);
+  EXPECT_EQ(run.match(repeated(kPlums, 4000) + repeated(kPears, 1000)), "fruit");
+}
+
+TEST(Matching, GoesOnWhereNoSegmentIsTheFilesOwn) {
+  const TempTree tree;
+  ProgramRun run(tree);
+  EXPECT_TRUE(run.train(repeated(kApples, 1000), "apples"));
+  EXPECT_TRUE(run.train(repeated(kPears, 1000), "pears"));
+  const auto nearlyApples = repeated(kApples, 992) + repeated("apple (apple);\n", 8);
+  EXPECT_EQ(run.match(nearlyApples), "apples");  // at a distance of 2
+  EXPECT_EQ(run.match(nearlyApples + repeated(kPears, 1000)), "pears");
+}
+
 TEST(Training, LeavesIgnoredWordsOut) {
   const TempTree tree;
   tree.write("system/local/source-classifier.conf", "[s]\nIgnored_Model_Keywords = red, apple\n");
@@ -209,6 +236,9 @@ INSTANTIATE_TEST_SUITE_P(
         StanzaCase{"EmptySourcetype", "_sourcetype=\nred=0.5", "(none)"},
         StanzaCase{"FewerThanItSays", "_sourcetype=t\nred=0.5\n_size=5", "(none)"},
         StanzaCase{"InTwoLayers", "_sourcetype=t\nred=9", "u", "[m]\n_sourcetype=u\nred=0.5\n"},
+        // The distance is (ln 2 x (red - 0.5))^2 / 3 x 100000.
+        StanzaCase{"At650", "_sourcetype=t\nred=0.2985386\ngrape=0", "t"},
+        StanzaCase{"Beyond650", "_sourcetype=t\nred=0.298538\ngrape=0", "(none)"},
         StanzaCase{"NanIsZero", "_sourcetype=t\nred=0.5\nx=nan", "t"},
         StanzaCase{"InfinityIsZero", "_sourcetype=t\nred=0.5\nx=-inf\ny=1e99", "t"},
         StanzaCase{"WordIsZero", "_sourcetype=t\nred=0.5\nx=abc", "t"},
@@ -296,7 +326,8 @@ TEST(StoredStanza, IsLoggedWithItsInvalidNumbers) {
   CaptureStderr();
   EXPECT_EQ(ProgramRun(tree).models.countModels("t"), 1U);
   EXPECT_THAT(GetCapturedStderr(),
-              AllOf(HasSubstr("[m]: 2 weights"), HasSubstr("[m]: maxDist '-1'")));
+              AllOf(HasSubstr("[m]: 2 weights"),
+                    HasSubstr("[m]: maxDist '-1' is no number above 0, 9999 holds.")));
 }
 
 struct LimitCase {
