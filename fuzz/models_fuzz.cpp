@@ -7,8 +7,8 @@
 #include "classifier/models/model.h"
 #include "classifier/models/model_index.h"
 #include "conf/conf_file.h"
+#include "plain_distance.h"
 #include "support.h"
-#include "support/plain_distance.h"
 #include "util/text.h"
 
 namespace sourcetype::fuzzing {

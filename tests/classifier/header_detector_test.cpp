@@ -6,12 +6,15 @@
 
 #include "classifier/header_fields.h"
 #include "classifier/statistics.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
 namespace {
 
+using sourcetype::testing::forEachRow;
 using sourcetype::testing::repeated;
+using sourcetype::testing::Row;
 using sourcetype::testing::TempTree;
 using ::testing::ElementsAre;
 
@@ -38,37 +41,13 @@ TEST(Statistics, SayWhatAListLooksLike) {
   EXPECT_EQ(computeStatistics({}).mode, -9.99e99);
 }
 
-struct NamesCase {
-  const char* name;
-  std::string line;
-  std::vector<std::string> expected;
-};
-
-class FieldNamesTest : public ::testing::TestWithParam<NamesCase> {};
-
-TEST_P(FieldNamesTest, AreCleanAndUnique) {
-  EXPECT_EQ(nameFields(splitFields(GetParam().line, ',')), GetParam().expected);
+TEST(FieldNames, AreCleanAndUnique) {
+  forEachRow("classifier/field_names.txt", 3, [](const Row& row) {
+    std::string names;
+    for (const auto& name : nameFields(splitFields(row[1], ','))) names += name + "\n";
+    EXPECT_EQ(names, row[2] + "\n");
+  });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Headers, FieldNamesTest,
-    ::testing::Values(NamesCase{"Trimmed", " a ,\"b\", \" c d \"\r", {"a", "b", "c d"}},
-                      NamesCase{"QuotedDelimiters", "\"a,b\",c", {"a,b", "c"}},
-                      NamesCase{"QuotesWithin", R"("a ""b"" c",d"e)", {"a _b_ c", "d_e"}},
-                      NamesCase{"ControlCharacters",
-                                std::string("a\x01\x7F"
-                                            "b\0c,\td\t",
-                                            10),
-                                {"a__b_c", "d"}},
-                      NamesCase{"Backslashes", R"(\\host\x,y\,\\)", {R"(\\host\x)", "y_", "__"}},
-                      NamesCase{"Brackets", "[a]=b#;,\xFF", {"[a]=b#;", "\xFF"}},
-                      NamesCase{"Empty", "a,,\"\" ,", {"a", "field_2", "field_3", "field_4"}},
-                      NamesCase{"Repeated", "a,a,b,a,A", {"a", "a_2", "b", "a_3", "A"}},
-                      NamesCase{"RepeatedBesideNumbered",
-                                "a,a,a_2,a_2,",
-                                {"a", "a_3", "a_2", "a_2_2", "field_5"}},
-                      NamesCase{"EmptyBesideNumbered", "field_2,", {"field_2", "field_2_2"}}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(FieldNames, OfTenThousandBytesAreAllDifferent) {
   for (const auto& line : {repeated("a,", 5000), repeated(",", 10000)}) {
@@ -102,41 +81,15 @@ class Tree : public TempTree {
   }
 };
 
-struct HeaderCase {
-  const char* name;
-  std::string text;
-  const char* transform;
-};
-
-class HeaderTest : public ::testing::TestWithParam<HeaderCase> {};
-
-TEST_P(HeaderTest, IsFoundInDelimitedLines) {
-  const Tree tree;
-  tree.detect(GetParam().text, "t");
-  EXPECT_EQ(tree.readIfThere("transforms.conf"), GetParam().transform);
-}
-
 constexpr const char* kAb = "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"a\", \"b\"\n";
 
-INSTANTIATE_TEST_SUITE_P(
-    Files, HeaderTest,
-    ::testing::Values(
-        HeaderCase{"Comma", "a,b\n1,2\n3,4\n", kAb},
-        HeaderCase{"CommaBeforeTab", "a,b\tc\n1,2\t3\n",
-                   "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"a\", \"b_c\"\n"},
-        HeaderCase{"Tab", "a\tb\n1\t2\n",
-                   "[AutoHeader-1]\nDELIMS = \"\\t\"\nFIELDS = \"a\", \"b\"\n"},
-        HeaderCase{"Semicolon", "a;b;c\n1,5;2;3\n1;2;3,5\n",
-                   "[AutoHeader-1]\nDELIMS = \";\"\nFIELDS = \"a\", \"b\", \"c\"\n"},
-        HeaderCase{"NoDelimiter", "a b\n1 2\n", ""}, HeaderCase{"BlankLinesAlone", " \n\t\n", ""},
-        HeaderCase{"TitleBeforeTheHeader", "Report\n \na,b\n" + repeated("1,2\n", 20), kAb},
-        HeaderCase{"TenthLine", repeated("x\n \n", 9) + "a,b\n" + repeated("1,2\n", 99), kAb},
-        HeaderCase{"EleventhLine", repeated("x\n", 10) + "a,b\n" + repeated("1,2\n", 99), ""},
-        // Two of three lines have the mode 1: fraction .667, deviation .577, mean 1.333, variation
-        // .433. With a line of 4: deviation 1.732, mean 2, variation .866.
-        HeaderCase{"EvenEnough", "a,b\n1,2\n1,2,3\n", kAb},
-        HeaderCase{"TooUneven", "a,b\n1,2\n1,2,3,4,5\n", ""}),
-    [](const auto& test) { return test.param.name; });
+TEST(Header, IsFoundInDelimitedLines) {
+  forEachRow("classifier/headers.txt", 3, [](const Row& row) {
+    const Tree tree;
+    tree.detect(row[1], "t");
+    EXPECT_EQ(tree.readIfThere("transforms.conf"), row[2]);
+  });
+}
 
 TEST(Header, GoesByTheLimits) {
   const Tree tree;

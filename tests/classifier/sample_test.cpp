@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "classifier/binary_test.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -111,50 +112,14 @@ TEST(SampleText, IsConvertedAndSplitInOnePass) {
   EXPECT_EQ(sample.bytesRead(), text.size() + 2);
 }
 
-struct MarkCase {
-  const char* name;
-  const char* charset;  // as CHARSET; empty: without one
-  std::string_view bytes;
-  const char* detected;
-  const char* line;
-};
-
-class ByteOrderMarks : public ::testing::TestWithParam<MarkCase> {};
-
-TEST_P(ByteOrderMarks, AreNoText) {
-  const auto sample = readSampleText(GetParam().bytes, {{"CHARSET", GetParam().charset}}, "name");
-  EXPECT_EQ(sample.detectedCharset(), GetParam().detected);
-  EXPECT_EQ(linesOf(sample), Lines{GetParam().line});
+TEST(ByteOrderMarks, AreNoText) {
+  sourcetype::testing::forEachRow(
+      "classifier/marks.txt", 5, [](const sourcetype::testing::Row& row) {
+        const auto sample = readSampleText(row[2], {{"CHARSET", row[1]}}, "name");
+        EXPECT_EQ(sample.detectedCharset(), row[3]);
+        EXPECT_EQ(linesOf(sample), Lines{row[4]});
+      });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Auto, ByteOrderMarks,
-    ::testing::Values(MarkCase{"Utf8", "auto", "\uFEFFA", "UTF-8", "A"},
-                      MarkCase{"Utf16Be", "auto", "\xFE\xFF\0A"sv, "UTF-16BE", "A"},
-                      MarkCase{"Utf16Le", "auto", "\xFF\xFE\x41\0"sv, "UTF-16LE", "A"},
-                      MarkCase{"Utf16LeNul", "auto", "\xFF\xFE\0\1"sv, "UTF-16LE", "\xC4\x80"},
-                      MarkCase{"Utf32Le", "auto", "\xFF\xFE\0\0A\0\0\0"sv, "UTF-32LE", "A"},
-                      MarkCase{"Utf32Be", "auto", "\0\0\xFE\xFF\0\0\0A"sv, "UTF-32BE", "A"},
-                      MarkCase{"UtfEbcdic", "auto", "\xDD\x73\x66\x73\xC1", "UTF-EBCDIC", "A"},
-                      MarkCase{"Utf7", "auto", "+/v8-A", "UTF-7", "A"},
-                      MarkCase{"Utf7InARun", "auto", "+/v8A5A-b", "UTF-7", "\u00E4b"},
-                      MarkCase{"OneByte", "auto", "\xFF", "", "\\xFF"},
-                      MarkCase{"None", "auto", "A", "", "A"}),
-    [](const auto& test) { return test.param.name; });
-
-INSTANTIATE_TEST_SUITE_P(
-    Named, ByteOrderMarks,
-    ::testing::Values(MarkCase{"NoCharset", "", "\uFEFFA", "", "A"},
-                      MarkCase{"Utf8", "UTF-8", "\uFEFFA", "", "A"},
-                      MarkCase{"OnlyTheFirst", "UTF-8", "\uFEFF\uFEFFA", "", "\uFEFFA"},
-                      MarkCase{"Utf16", "UTF-16", "\xFF\xFE\x41\0"sv, "", "A"},
-                      MarkCase{"Ucs2", "UCS-2", "\xFE\xFF\0A"sv, "", "A"},
-                      MarkCase{"Utf16WithoutMark", "UTF-16", "\0A"sv, "", "A"},
-                      MarkCase{"Utf16Le", "UTF-16LE", "\xFF\xFE\x41\0"sv, "", "A"},
-                      MarkCase{"Ucs4", "UCS-4", "\xFF\xFE\0\0A\0\0\0"sv, "", "A"},
-                      MarkCase{"Gb18030", "GB18030", "\x84\x31\x95\x33\x41", "", "A"},
-                      MarkCase{"OfAnotherCharset", "latin1", "\xEF\xBB\xBF\x41", "", "ï»¿A"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(ChooseCharset, TakesTheConfiguredNameOverAMark) {
   EXPECT_EQ(chooseCharset({{"CHARSET", "Latin-1"}}, "\xFE\xFF", "f").charset, "Latin-1");

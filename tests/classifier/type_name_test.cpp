@@ -2,37 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
 namespace {
 
-struct NameCase {
-  const char* file;
-  const char* name;
-};
-
-class TypeName : public ::testing::TestWithParam<NameCase> {};
-
-TEST_P(TypeName, ComesFromTheFileName) {
-  EXPECT_EQ(makeTypeName(GetParam().file, kPosixPathForm), GetParam().name);
+TEST(TypeName, ComesFromTheFileName) {
+  testing::forEachRow("classifier/type_names.txt", 2, [](const testing::Row& row) {
+    EXPECT_EQ(makeTypeName(row[0], kPosixPathForm), row[1]);
+  });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, TypeName,
-    ::testing::Values(NameCase{"/var/log/weblogic.log", "weblogic"},
-                      NameCase{"/d.conf/access", "access"}, NameCase{"access.iis", "iis"},
-                      NameCase{"access.Log.old", "old"}, NameCase{"access.log.1", "access.log"},
-                      NameCase{"access.LOGS", "access"}, NameCase{"access.txt2", "access"},
-                      NameCase{"access.7z9", "access"}, NameCase{"access.gz", "access"},
-                      NameCase{"app-2026-03", "app"}, NameCase{"report.abc123", "abc"},
-                      NameCase{"2026.log", "generic"}, NameCase{"ab.log", "generic"},
-                      NameCase{"", "generic"}, NameCase{"a.x9", "generic"},
-                      NameCase{"rule::mine", "generic"}, NameCase{"a.host::b", "generic"},
-                      NameCase{" \t\n\xC2\x85 lead.log", "lead"}, NameCase{"  ab.log", "generic"},
-                      NameCase{"a\tb\n\x7F\xC2\x9B\xC3\x85x.log", "a_b___\xC3\x85x"},
-                      NameCase{"x.ab\rc", "ab_c"}, NameCase{".profile", "profile"},
-                      NameCase{"C:\\logs\\iis.log", "C:\\logs\\iis"}));
 
 TEST(TypeName, GoesByTheSeparatorOfThePathForm) {
   EXPECT_EQ(makeTypeName("C:\\logs.d\\iis.log", kWindowsPathForm), "iis");

@@ -5,6 +5,7 @@
 #include "conf/ini_file.h"
 #include "platform/path_form.h"
 #include "support/system.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -67,39 +68,13 @@ TEST(ConfStore, SkipsAFileThatCannotBeOpenedWithAWarning) {
   EXPECT_NE(::testing::internal::GetCapturedStderr().find("Failed to open: "), std::string::npos);
 }
 
-struct LookupCase {
-  const char* name;
-  const char* conf;
-  const char* names;
-  const char* expected;  // of the key k
-};
-
-class Lookup : public ::testing::TestWithParam<LookupCase> {};
-
-TEST_P(Lookup, GivesTheValueOf) {
-  Tree tree;
-  tree.write("system/local/props.conf", GetParam().conf);
-  EXPECT_EQ(tree.matched(GetParam().names).get("k"), GetParam().expected);
+TEST(ConfStore, LooksStanzasUpByPriorityAndName) {
+  sourcetype::testing::forEachRow("conf/lookups.txt", 4, [](const sourcetype::testing::Row& row) {
+    Tree tree;
+    tree.write("system/local/props.conf", row[1]);
+    EXPECT_EQ(tree.matched(row[2]).get("k"), row[3]);
+  });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Candidates, Lookup,
-    ::testing::Values(
-        LookupCase{"ExactOverPattern", "[source::/*]\nk=p\n[source::/a]\nk=e\n", "source::/a", "e"},
-        LookupCase{"StrongerPattern", "[source::/*]\nk=p\npriority=101\n[source::/a]\nk=e\n",
-                   "source::/a", "p"},
-        LookupCase{"UnreadablePriority", "[source::/*]\nk=p\npriority=x\n[source::/a]\nk=e\n",
-                   "source::/a", "e"},
-        LookupCase{"EqualPatternsByName", "[source::/b*]\nk=2\n[source::...]\nk=1\n", "source::/b",
-                   "1"},
-        LookupCase{"EarlierNameWins", "[t]\nk=t\npriority=900\n[source::/a]\nk=s\n", "source::/a|t",
-                   "s"},
-        LookupCase{"LaterNameFills", "[t]\nk=t\n[source::/a]\nj=s\n", "source::/a|t", "t"},
-        LookupCase{"DefaultIsLast", "[default]\nk=d\n[t]\nk=t\n", "s|t", "t"},
-        LookupCase{"DefaultFills", "[default]\nk=d\n", "source::/a", "d"},
-        LookupCase{"BrokenPatternIsLeftOut", "[source::(*]\nk=p\n[default]\nk=d\n", "source::(a",
-                   "d"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(ConfStore, LeavesTheCallersKeysAlone) {
   Tree tree;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/table.h"
+
 namespace sourcetype {
 namespace {
 
@@ -20,35 +22,12 @@ TEST(PropertiesMap, PrintsItsEntriesInByteOrder) {
   EXPECT_EQ(PropertiesMap().toString(), "PropertiesMap: {\n}\n");
 }
 
-struct IntCase {
-  const char* value;
-  std::int64_t asInt;
-  std::uint64_t asUnsigned;
-};
 TEST(PropertiesMap, GivesTheFallbackForWhatIsNoNumberOfTheType) {
-  for (const auto& [value, asInt, asUnsigned] : {
-           IntCase{"100", 100, 100},
-           {" 7\t", 7, 7},
-           {"+7", 7, 7},
-           {"-7", -7, 99},
-           {"010", 10, 10},
-           {"9223372036854775807", INT64_MAX, INT64_MAX},
-           {"9223372036854775808", 99, 9223372036854775808U},
-           {"18446744073709551616", 99, 99},
-           {"-9223372036854775808", INT64_MIN, 99},
-           {"", 99, 99},
-           {" ", 99, 99},
-           {"7x", 99, 99},
-           {"7 8", 99, 99},
-           {"0x10", 99, 99},
-           {"1.5", 99, 99},
-           {"+-7", 99, 99},
-           {"+", 99, 99},
-       }) {
-    const PropertiesMap map{{"k", value}};
-    EXPECT_EQ(map.getInt("k", 99), asInt) << value;
-    EXPECT_EQ(map.getUnsigned("k", 99), asUnsigned) << value;
-  }
+  testing::forEachRow("conf/numbers.txt", 3, [](const testing::Row& row) {
+    const PropertiesMap map{{"k", row[0]}};
+    EXPECT_EQ(std::to_string(map.getInt("k", 99)), row[1]);
+    EXPECT_EQ(std::to_string(map.getUnsigned("k", 99)), row[2]);
+  });
 }
 
 TEST(PropertiesMap, KnowsTheWordsOfABoolean) {

@@ -59,8 +59,8 @@ std::string shown(std::string line, TimestampSpan span, std::string_view begin,
 TEST(TimestampLines, AreReadAsTheTableSays) {
   const auto formats = TimestampFormats::load(SOURCETYPE_ETC_DIR "/datetime.xml");
   const auto reference = *instantFromText(kReference);
-  std::ifstream table(SOURCETYPE_LINES_FILE);
-  ASSERT_TRUE(table) << SOURCETYPE_LINES_FILE;
+  std::ifstream table(SOURCETYPE_TESTS_DIR "/timestamp/lines.txt");
+  ASSERT_TRUE(table) << SOURCETYPE_TESTS_DIR "/timestamp/lines.txt";
 
   Row row;
   PropertiesMap settings;

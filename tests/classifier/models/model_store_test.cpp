@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "classifier/models/model.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -177,50 +178,19 @@ TEST(TornAppend, LosesNoMoreThanItsOwnModel) {
   }
 }
 
-struct StanzaCase {
-  const char* name;
-  const char* settings;  // beside those of the text
-  const char* sourcetype;
-  const char* local = "";  // what the layer of the system has
-};
-
-class StoredStanza : public ::testing::TestWithParam<StanzaCase> {};
-
-TEST_P(StoredStanza, Recognises) {
-  const TempTree tree;
-  tree.write("system/local/sourcetypes.conf", GetParam().local);
-  tree.write(kLearned, std::string("[bad]\nred=1\n[m]\napple=.5\n~_();=1\n") + GetParam().settings);
-  CaptureStderr();
-  EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), GetParam().sourcetype);
-  EXPECT_THAT(GetCapturedStderr(), HasSubstr("Ignoring sourcetypes.conf stanza that does not have "
-                                             "a '_sourcetype' value."));
-}
-
 // With the word "grape" the word part of the distance is about 160, without "red" thousands.
-INSTANTIATE_TEST_SUITE_P(
-    Stanzas, StoredStanza,
-    ::testing::Values(
-        StanzaCase{"Whole", "_sourcetype=t\nred=0.5", "t"},
-        StanzaCase{"HalfOfTheWords", "_sourcetype=t", "(none)"},
-        StanzaCase{"NoSourcetype", "red=0.5", "(none)"},
-        StanzaCase{"EmptySourcetype", "_sourcetype=\nred=0.5", "(none)"},
-        StanzaCase{"FewerThanItSays", "_sourcetype=t\nred=0.5\n_size=5", "(none)"},
-        StanzaCase{"InTwoLayers", "_sourcetype=t\nred=9", "u", "[m]\n_sourcetype=u\nred=0.5\n"},
-        StanzaCase{"NanIsZero", "_sourcetype=t\nred=0.5\nx=nan", "t"},
-        StanzaCase{"InfinityIsZero", "_sourcetype=t\nred=0.5\nx=-inf\ny=1e99", "t"},
-        StanzaCase{"WordIsZero", "_sourcetype=t\nred=0.5\nx=abc", "t"},
-        StanzaCase{"NegativeStays", "_sourcetype=t\nred=0.5\nx=-1", "(none)"},
-        StanzaCase{"NumberAndText", "_sourcetype=t\nred=+5e-1x", "t"},
-        StanzaCase{"OwnLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=100", "(none)"},
-        StanzaCase{"NoLimit", "_sourcetype=t\nred=0.5\ngrape=.1", "t"},
-        StanzaCase{"ZeroIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=0", "t"},
-        StanzaCase{"TextIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=abc", "t"},
-        StanzaCase{"NegativeIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=-1", "t"},
-        StanzaCase{"InheritedLimit", "_sourcetype=t\nred=0.5\ngrape=.1", "(none)",
-                   "[default]\nmaxDist=100\n"},
-        StanzaCase{"OwnLimitWins", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=900", "t",
-                   "[default]\nmaxDist=100\n"}),
-    [](const auto& test) { return test.param.name; });
+TEST(StoredStanza, Recognises) {
+  sourcetype::testing::forEachRow(
+      "classifier/models/stored_stanzas.txt", 4, [](const sourcetype::testing::Row& row) {
+        const TempTree tree;
+        tree.write("system/local/sourcetypes.conf", row[2]);
+        tree.write(kLearned, "[bad]\nred=1\n[m]\napple=.5\n~_();=1\n" + row[1]);
+        CaptureStderr();
+        EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), row[3]);
+        EXPECT_THAT(GetCapturedStderr(), HasSubstr("Ignoring sourcetypes.conf stanza that does not "
+                                                   "have a '_sourcetype' value."));
+      });
+}
 
 TEST(StoredShape, WrittenInTwoWaysCountsOnce) {
   const TempTree tree;
@@ -300,34 +270,27 @@ TEST(StoredStanza, IsReportedWithWhatInItIsNoNumber) {
               AllOf(HasSubstr("[m]: 2 weights"), HasSubstr("[m]: maxDist '-1'")));
 }
 
-struct LimitCase {
-  const char* name;
-  int sourcetypes;
-  const char* before;
-  const char* after;
-};
-
-class MaxDist : public ::testing::TestWithParam<LimitCase> {};
-
-TEST_P(MaxDist, FollowsTheNumberOfSourcetypes) {
-  const TempTree tree;
-  std::string props = "[source::a]\n[rule::a]\n[delayedrule::a]\n[eventtype::a]\n";
-  for (int i = 0; i < GetParam().sourcetypes; ++i) props += "[t" + std::to_string(i) + "]\n";
-  tree.write("system/default/props.conf", props + GetParam().before);
-  ProgramRun run(tree);
-  run.models.adjustMaxDist();
-  PropertiesMap defaults;
-  run.store.getExactStanza(run.store.getProps(), defaults, kDefaultStanza);
-  EXPECT_EQ(defaults.get("maxDist"), GetParam().after);
+TEST(MaxDist, FollowsTheNumberOfSourcetypes) {
+  struct Case {
+    int sourcetypes;
+    const char* before;
+    const char* after;
+  };
+  for (const auto& [sourcetypes, before, after] :
+       {Case{3000, "", ""}, Case{3001, "", "500"}, Case{10000, "[default]\nmaxDist=x\n", "500"},
+        Case{90000, "[default]\nmaxDist=500\n", "700"},
+        Case{3100, "[default]\nmaxDist=900\n", "500"}}) {
+    const TempTree tree;
+    std::string props = "[source::a]\n[rule::a]\n[delayedrule::a]\n[eventtype::a]\n";
+    for (int i = 0; i < sourcetypes; ++i) props += "[t" + std::to_string(i) + "]\n";
+    tree.write("system/default/props.conf", props + before);
+    ProgramRun run(tree);
+    run.models.adjustMaxDist();
+    PropertiesMap defaults;
+    run.store.getExactStanza(run.store.getProps(), defaults, kDefaultStanza);
+    EXPECT_EQ(defaults.get("maxDist"), after) << sourcetypes;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Stores, MaxDist,
-    ::testing::Values(LimitCase{"Few", 3000, "", ""}, LimitCase{"Many", 3001, "", "500"},
-                      LimitCase{"TenThousand", 10000, "[default]\nmaxDist=x\n", "500"},
-                      LimitCase{"NinetyThousand", 90000, "[default]\nmaxDist=500\n", "700"},
-                      LimitCase{"Lowered", 3100, "[default]\nmaxDist=900\n", "500"}),
-    [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace sourcetype
