@@ -12,14 +12,13 @@ using sourcetype::testing::repeated;
 using sourcetype::testing::TempTree;
 
 // The rule that props.conf gives a text.
-std::string found(const std::string& props, const std::string& text,
-                  RuleTiming timing = RuleTiming::BeforeModels) {
+std::string found(const std::string& props, const std::string& text) {
   const TempTree tree;
   tree.write("system/local/props.conf", props);
   ConfStore store(tree.root());
   MatchBudget budget(kMaxFileCost);
   return Rules(store)
-      .findRuleSourcetype(readSampleText(text, {}, "text"), timing, budget)
+      .findRuleSourcetype(readSampleText(text, {}, "text"), RuleTiming::BeforeModels, budget)
       .value_or("(none)");
 }
 
@@ -53,19 +52,6 @@ TEST(Rules, AreNotTriedAnyMoreWhenTheirBudgetIsSpent) {
   EXPECT_EQ(Rules(store).findRuleSourcetype(readSampleText(repeated("y\n", 1000), {}, "text"),
                                             RuleTiming::BeforeModels, budget),
             std::nullopt);
-}
-
-TEST(Rules, FindNothingInAnEmptySample) {
-  EXPECT_EQ(found("[rule::r]\nsourcetype=t\nMORE_THAN_1=^\n", ""), "(none)");
-  EXPECT_EQ(found("[rule::r]\nsourcetype=t\nLESS_THAN_0=^\nMORE_THAN_0=^\n", ""), "t");
-}
-
-TEST(Rules, AreTriedInTheOrderOfTheirNames) {
-  const std::string props =
-      "[rule::syslog]\nsourcetype=S\nMORE_THAN_1=x\n[rule::access]\nsourcetype=A\nMORE_THAN_1=x\n"
-      "[rule::Never]\nsourcetype=N\nMORE_THAN_1=y\n[delayedrule::a]\nsourcetype=D\nMORE_THAN_1=x\n";
-  EXPECT_EQ(found(props, "x\n"), "A");
-  EXPECT_EQ(found(props, "x\n", RuleTiming::AfterModels), "D");
 }
 
 TEST(Rules, WithFaultsAreReportedOnce) {

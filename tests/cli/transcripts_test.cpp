@@ -85,7 +85,10 @@ class Session : public ::testing::Test {
   }
 
   void act(const std::string& command, std::istream& words) {
-    if (command.starts_with("run")) return run(command.substr(3), words);
+    if (command.starts_with("run")) return run(SOURCETYPE_EXECUTABLE, command.substr(3), words);
+    if (command.starts_with("timestamps")) {
+      return run(TIMESTAMPS_EXECUTABLE, command.substr(10), words);
+    }
     if (command == "input") return input_.assign(rest(words)), void();
     if (command == "home") return home_.assign(rest(words)), void();
     if (command == "out") return expect(run_.out == rest(words));
@@ -119,10 +122,10 @@ class Session : public ::testing::Test {
   }
 
   // `status` is "", for 0, or "=" and a number.
-  void run(const std::string& status, std::istream& words) {
+  void run(const char* program, const std::string& status, std::istream& words) {
     std::vector<std::string> arguments;
     while (words.good() && words.peek() != EOF) arguments.push_back(word(words));
-    before_ = std::exchange(run_, server_.run(arguments, input_, home_));
+    before_ = std::exchange(run_, server_.runProgram(program, arguments, input_, home_));
     input_.clear();
     home_ = ".";
     EXPECT_EQ(run_.status, status.empty() ? 0 : std::stoi(status.substr(1))) << run_.err;

@@ -111,35 +111,6 @@ TEST(WriteStanza, SeesWhatAnotherProcessWroteMeanwhile) {
   EXPECT_TRUE(tree.store.stanzaExists(tree.props, "theirs"));
 }
 
-TEST(WriteStanza, RefusesWhatWouldNotReadBackTheSame) {
-  Tree tree;
-  tree.write("system/local/props.conf", "[s]\nk = 1\n");
-  for (const PropertiesMap& map :
-       {PropertiesMap{{"k", " padded"}}, PropertiesMap{{"k", "a\t"}}, PropertiesMap{{" k", "v"}},
-        PropertiesMap{{"k", " "}}, PropertiesMap{{"k", "a\0b\0c\0d\0"s}}}) {
-    ::testing::internal::CaptureStderr();
-    EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", map, false)) << map.toString();
-    EXPECT_NE(::testing::internal::GetCapturedStderr().find("would not read back"),
-              std::string::npos);
-    EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\nk = 1\n");
-    EXPECT_EQ(tree.settings("s").get("k"), "1");
-  }
-}
-
-TEST(WriteStanza, KeepsWhateverAMapHolds) {
-  Tree tree;
-  const std::string stanza = "source::/logs/a\nb]=c\\";
-  const PropertiesMap map{{"a=b", "[x]\nk = v\n"}, {"#c", "tail\\"}, {"[d", "\n\n"},
-                          {"e\nf", ";\r"},         {"\\", "="},      {"g", "[default]\r\nk=1"}};
-  ASSERT_TRUE(tree.store.writeStanza(tree.props, stanza, map, false));
-  EXPECT_EQ(tree.settings(stanza), map);
-  tree.store.reload(tree.props);
-  EXPECT_EQ(tree.store.stanzaNames(tree.props, ""), std::vector<std::string>{stanza});
-  PropertiesMap read;
-  tree.store.getExactStanza(tree.props, read, stanza);
-  EXPECT_EQ(read, map);
-}
-
 TEST(WriteStanza, FailsWhereTheFileHoldsMoreThanIsRead) {
   Tree tree;
   const auto file = tree.write("system/local/props.conf", "");

@@ -31,18 +31,13 @@ TEST(PropertiesMap, GivesTheFallbackForWhatIsNoNumberOfTheType) {
 }
 
 TEST(PropertiesMap, KnowsTheWordsOfABoolean) {
-  for (const char* value : {"t", "T", "true", "TRUE", "True", "yes", "YeS", "1"}) {
-    EXPECT_TRUE((PropertiesMap{{"k", value}}).getBool("k", false)) << value;
-    EXPECT_EQ((PropertiesMap{{"k", value}}).tryGetBool("k"), true) << value;
-  }
-  for (const char* value : {"f", "F", "false", "FALSE", "no", "NO", "0"}) {
-    EXPECT_FALSE((PropertiesMap{{"k", value}}).getBool("k", true)) << value;
-    EXPECT_EQ((PropertiesMap{{"k", value}}).tryGetBool("k"), false) << value;
-  }
-  for (const char* value : {"", "y", "n", "01", "on", " true", "truee"}) {
-    EXPECT_TRUE((PropertiesMap{{"k", value}}).getBool("k", true)) << value;
-    EXPECT_EQ((PropertiesMap{{"k", value}}).tryGetBool("k"), std::nullopt) << value;
-  }
+  testing::forEachRow("conf/booleans.txt", 2, [](const testing::Row& row) {
+    const PropertiesMap map{{"k", row[0]}};
+    const bool isKnown = row[1] != "neither";
+    EXPECT_EQ(map.getBool("k", false), row[1] == "true");
+    EXPECT_EQ(map.getBool("k", true), row[1] != "false");
+    EXPECT_EQ(map.tryGetBool("k"), isKnown ? std::optional(row[1] == "true") : std::nullopt);
+  });
 }
 
 TEST(PropertiesMap, RemembersTheStanzaOfWhatALookupInserts) {

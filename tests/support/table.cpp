@@ -11,6 +11,8 @@ namespace sourcetype::testing {
 namespace {
 
 constexpr std::string_view kSeparator = " | ";
+constexpr std::string_view kLetters = "nrts";
+constexpr std::string_view kMeanings = "\n\r\t ";
 
 std::string_view trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(' ');
@@ -58,37 +60,21 @@ std::string unescaped(std::string_view cell) {
       text += cell[at];
       continue;
     }
-    switch (const char letter = cell[++at]) {
-      case 'n':
-        text += '\n';
-        break;
-      case 'r':
-        text += '\r';
-        break;
-      case 't':
-        text += '\t';
-        break;
-      case 's':
-        text += ' ';
-        break;
-      case 'e':
-        break;
-      case 'x':
-        text += static_cast<char>(std::stoi(std::string(cell.substr(at + 1, 2)), nullptr, 16));
-        at += 2;
-        break;
-      case '*':
-      case '#': {
-        const auto open = cell.find('{', at);
-        const auto close = closingBrace(cell, open);
-        const auto inner = unescaped(cell.substr(open + 1, close - open - 1));
-        const std::string count(cell.substr(at + 1, open - at - 1));
-        text += letter == '*' ? repeated(inner, std::stoi(count)) : numbered(inner, count);
-        at = close;
-        break;
-      }
-      default:
-        text += letter;
+    const char letter = cell[++at];
+    if (letter == 'e') continue;
+    if (letter == 'x') {
+      text += static_cast<char>(std::stoi(std::string(cell.substr(at + 1, 2)), nullptr, 16));
+      at += 2;
+    } else if (letter == '*' || letter == '#') {
+      const auto open = cell.find('{', at);
+      const auto close = closingBrace(cell, open);
+      const auto inner = unescaped(cell.substr(open + 1, close - open - 1));
+      const std::string count(cell.substr(at + 1, open - at - 1));
+      text += letter == '*' ? repeated(inner, std::stoi(count)) : numbered(inner, count);
+      at = close;
+    } else {
+      const auto known = kLetters.find(letter);
+      text += known == kLetters.npos ? letter : kMeanings[known];
     }
   }
   return text;

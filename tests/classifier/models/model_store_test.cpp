@@ -74,32 +74,6 @@ TEST(LearnedModel, IsFoundByALaterRun) {
   EXPECT_EQ(second.match(repeated(kPlums, 100)), "(none)");
 }
 
-TEST(LearnedModel, MeasuresTheSameAfterLoadingWhateverItsShapes) {
-  const std::string text = repeated("a[b]=c (word) {other} third\n", 60) + repeated("=#;'x\n", 60) +
-                           repeated("word\n", 60) + repeated(" ]]==[[*!^ long\n", 60);
-  const auto file = buildModel(sampleOf(text), 0, 200, {});
-  const auto settings = saveModel(file, "source", "t");
-  std::vector<ConfFile::Setting> saved;
-  for (const auto& [key, entry] : settings.entries()) saved.push_back({key, entry.value});
-  TextKeeper unescaped;
-  ModelIndex inMemory;
-  inMemory.add(loadModel("stanza", saved, {}, unescaped).value());
-  EXPECT_LT(inMemory.findClosestModel(file).value().distance, 1e-3F);
-
-  const TempTree tree;
-  ConfStore store(tree.root());
-  ASSERT_TRUE(store.writeLearnedStanza(store.getConf("sourcetypes"), "stanza", settings));
-  auto loaded = storedModels(tree);
-  const auto distance = [](ModelIndex& index, const Fingerprint& of) {
-    const auto closest = index.findClosestModel(of);
-    return closest ? closest->distance : -1.0F;
-  };
-  for (const auto& other : {text, std::string("word (x)\n=#;y\n"), std::string("third [x]=y\n")}) {
-    const auto model = buildModel(sampleOf(other), 0, 200, {});
-    EXPECT_EQ(distance(loaded, model), distance(inMemory, model));
-  }
-}
-
 TEST(Training, NeedsAHundredLines) {
   const TempTree tree;
   ProgramRun run(tree);
@@ -148,33 +122,6 @@ TEST(Training, OfAFileOfAnyNameIsKept) {
     const TempTree tree;
     EXPECT_TRUE(ProgramRun(tree).train(repeated(kApples, 100), "fruit", name));
     EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "fruit") << name;
-  }
-}
-
-TEST(TornAppend, LosesNoMoreThanItsOwnModel) {
-  const TempTree tree;
-  EXPECT_TRUE(ProgramRun(tree).train(repeated(kApples, 100), "fruit", "f"));
-  const auto before = tree.read(kLearned).size();
-  EXPECT_TRUE(ProgramRun(tree).train(repeated(kPears, 100), "pears", "g"));
-  const auto whole = tree.read(kLearned);
-  for (auto size = before; size < whole.size(); ++size) {
-    SCOPED_TRACE(whole.substr(before, size - before));
-    tree.write(kLearned, whole.substr(0, size));
-    CaptureStderr();
-    ProgramRun run(tree);
-    EXPECT_EQ(run.match(repeated(kApples, 100)), "fruit");
-    const auto pears = run.match(repeated(kPears, 100));
-    const auto log = GetCapturedStderr();
-    // The last value is a count that nobody needs.
-    EXPECT_EQ(pears, size > whole.rfind('=') ? "pears" : "(none)");
-    EXPECT_TRUE(pears == "pears" || size < before + 4 || !log.empty());
-    CaptureStderr();
-    EXPECT_TRUE(run.train(repeated(kPlums, 100), "plums", "h"));
-    ProgramRun later(tree);
-    EXPECT_EQ(later.match(repeated(kApples, 100)), "fruit");
-    EXPECT_EQ(later.match(repeated(kPears, 100)), pears);
-    EXPECT_EQ(later.match(repeated(kPlums, 100)), "plums");
-    GetCapturedStderr();
   }
 }
 
@@ -241,24 +188,6 @@ TEST(ForgottenModels, LeaveTheDefaultStanza) {
   run.models.forget();
   run.models.dropForgotten();
   EXPECT_EQ(tree.read(kLearned), defaults);
-}
-
-TEST(ForgottenModels, LeaveNoFileBehindWhenTheyWereAll) {
-  const TempTree tree;
-  ProgramRun run(tree);
-  run.models.forget();  // nothing to forget is no error
-  run.models.dropForgotten();
-  EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
-  const auto stored = tree.read(kLearned);
-  run.models.forget();
-  std::filesystem::create_directories(tree.path(kOld) / "x");
-  run.models.dropForgotten();  // nothing is dropped that cannot be set aside
-  EXPECT_EQ(tree.read(kLearned), stored);
-  std::filesystem::remove_all(tree.path(kOld));
-  run.models.forget();
-  run.models.dropForgotten();
-  EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
-  EXPECT_EQ(tree.read(kOld), stored);
 }
 
 TEST(StoredStanza, IsReportedWithWhatInItIsNoNumber) {

@@ -1,7 +1,7 @@
-// All names of charsets, which are those in charset_digests.txt. The digests there were made on
-// Linux, when the tables of the usual charsets were found equal to those of other implementations.
-// They are made anew by running this with SOURCETYPE_WRITE_DIGESTS set to anything. How bytes are
-// cut, and lines after damaged ones, are tried in fuzz/sampler_fuzz.cpp.
+// The names of all charsets are those in charset_digests.txt. The digests there were made on Linux,
+// when the tables of the usual charsets were found equal to those of other implementations. They
+// are made anew by running this with SOURCETYPE_WRITE_DIGESTS set to anything. How bytes are cut in
+// every charset, and lines after damaged ones, are tried in fuzz/sampler_fuzz.cpp.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -16,12 +16,74 @@
 #include <vector>
 
 #include "charset/charset_registry.h"
-#include "support/converted.h"
+#include "support/table.h"
+#include "support/temp_tree.h"
 
 namespace sourcetype::testing {
 namespace {
 
 constexpr const char* kDigestsFile = SOURCETYPE_TESTS_DIR "/charset/charset_digests.txt";
+
+struct Converted {
+  std::string text;
+  std::uint64_t invalid = 0;
+
+  bool operator==(const Converted&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Converted& converted) {
+  return out << '"' << converted.text << "\" with " << converted.invalid << " invalid";
+}
+
+Converted convertInPieces(std::string_view charset, std::string_view bytes, std::size_t firstPiece,
+                          std::size_t pieceSize) {
+  const auto converter = findConverter(charset);
+  EXPECT_NE(converter, nullptr) << charset;
+  if (!converter) return {};
+  Converted result;
+  converter->convert(bytes.substr(0, firstPiece), result.text);
+  for (std::size_t at = firstPiece; at < bytes.size(); at += pieceSize) {
+    converter->convert(bytes.substr(at, pieceSize), result.text);
+  }
+  converter->finish(result.text);
+  result.invalid = converter->invalidCount();
+  return result;
+}
+
+Converted convertAll(std::string_view charset, std::string_view bytes) {
+  return convertInPieces(charset, bytes, bytes.size(), 1);
+}
+
+std::uint64_t digestOf(std::string_view text) {
+  std::uint64_t digest = 0xCBF29CE484222325U;
+  for (const char c : text) digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
+  return digest;
+}
+
+TEST(Conversion, GivesTheSameTextHoweverTheInputIsCut) {
+  forEachRow("charset/conversions.txt", 5, [](const Row& row) {
+    const auto &charset = row[1], &bytes = row[2];
+    const Converted expected{row[3], row.number(4)};
+    EXPECT_EQ(convertAll(charset, bytes), expected);
+    EXPECT_EQ(convertInPieces(charset, bytes, 0, 1), expected) << "byte by byte";
+    for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
+      EXPECT_EQ(convertInPieces(charset, bytes, cut, bytes.size()), expected) << "cut at " << cut;
+    }
+  });
+}
+
+// The run of ASCII is measured in words and blocks; each place in them is tried.
+TEST(AsciiRun, EndsAtTheFirstOtherByteWhereverItStands) {
+  const std::string ascii = repeated("a~\x01\x7F", 25);
+  for (std::size_t at = 0; at < ascii.size(); ++at) {
+    for (const auto& [byte, escaped] : {std::pair{'\0', "\\x00"}, std::pair{'\x80', "\\x80"}}) {
+      std::string bytes = ascii, text = ascii;
+      bytes[at] = byte;
+      text.replace(at, 1, escaped);
+      EXPECT_EQ(convertAll("utf-8", bytes), (Converted{text, 1})) << at;
+    }
+  }
+}
 
 struct Range {
   unsigned first, last;
