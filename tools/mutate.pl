@@ -1,12 +1,13 @@
 #!/usr/bin/env perl
-# Plants the faults of a table one at a time and tells which of them no test sees.
+# Plants the faults of a table one at a time and tells which tests see each: "units", "program",
+# "properties" (which are tried when the others pass), or "NONE".
 #
 #   tools/mutate.pl BUILD-DIRECTORY [TABLE [PATTERN]]
 #
 # TABLE is tests/mutation/mutants.txt (its head says how it is written); PATTERN chooses faults. The
-# build directory is of this tree; the tests of units and of the executable are run, and with
-# MUTATE_CTEST set those of ctest that it matches. A file that a fault is planted in is restored also
-# when the run is interrupted. Ends with 1 when a fault without a reason survived.
+# build directory is of this tree. With MUTATE_CTEST set, the tests of ctest that it matches are run
+# in the place of the properties. A file that a fault is planted in is restored also when the run is
+# interrupted. Ends with 1 when a fault without a reason survived.
 use strict;
 use warnings;
 $| = 1;
@@ -28,14 +29,19 @@ sub content {
 }
 
 # Whether a command ends with 0; what it prints goes to the log.
-sub passes { return system("timeout $kTimeLimit $_[0] >>$build/mutate.log 2>&1") == 0 }
+sub succeeds { return system("$_[0] >>$build/mutate.log 2>&1") == 0 }
+sub passes { return succeeds("timeout $kTimeLimit $_[0]") }
+sub builds { return succeeds("cmake --build $build --target @_") }
 
-sub survives {
-  return 'does not compile' unless passes("cmake --build $build --target sourcetype_tests sourcetype_cli_tests timestamps");
-  return 0 unless passes("$build/tests/sourcetype_tests --gtest_brief=1 --gtest_fail_fast");
-  return 0 unless passes("$build/tests/sourcetype_cli_tests --gtest_brief=1 --gtest_fail_fast");
+# What sees the fault that is planted now.
+sub seen_by {
+  return 'DOES NOT COMPILE' unless builds('sourcetype_tests sourcetype_cli_tests timestamps');
+  return 'units' unless passes("$build/tests/sourcetype_tests --gtest_brief=1 --gtest_fail_fast");
+  return 'program' unless passes("$build/tests/sourcetype_cli_tests --gtest_brief=1 --gtest_fail_fast");
   my $more = $ENV{MUTATE_CTEST};
-  return !$more || passes("ctest --test-dir $build -R '$more' -j2") ? 'SURVIVED' : 0;
+  return passes("ctest --test-dir $build -R '$more' -j2") ? 'NONE' : 'others' if $more;
+  return 'DOES NOT COMPILE' unless builds('fuzz_targets');
+  return passes("ctest --test-dir $build -R '^Property' -j2") ? 'NONE' : 'properties';
 }
 
 my @mutants;
@@ -60,14 +66,14 @@ for my $mutant (@mutants) {
   }
   ($changed, $original) = ($mutant->{file}, $text);
   content($changed, $text =~ s/\Q$mutant->{from}\E/$mutant->{to}/r);
-  my $result = survives();
+  my $seen = seen_by();
   restore();
   ++$planted;
-  next unless $result;
-  my $reason = $mutant->{reason};
-  print "$result  $mutant->{line}", defined $reason ? "  ($reason)" : '', "\n";
-  ++$bad unless defined $reason;
+  my $survived = $seen =~ /^[A-Z]/;
+  my $reason = $survived ? $mutant->{reason} : undef;
+  printf "%-10s  %s%s\n", $seen, $mutant->{line}, defined $reason ? "  ($reason)" : '';
+  ++$bad if $survived && !defined $reason;
 }
-passes("cmake --build $build --target sourcetype_tests sourcetype_cli_tests timestamps");
+builds('sourcetype_tests sourcetype_cli_tests timestamps fuzz_targets');
 print "$planted planted, $bad without an explanation\n";
 exit($bad ? 1 : 0);

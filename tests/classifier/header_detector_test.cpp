@@ -94,37 +94,6 @@ TEST(Header, GoesByTheLimits) {
   EXPECT_EQ(tree.readIfThere("transforms.conf"), kAb);
 }
 
-TEST(HeaderTransform, IsLinkedToTheSourcetype) {
-  const Tree tree;
-  tree.write("system/default/props.conf", "[default]\nKV_MODE = auto\n");
-  const auto result = tree.detect("a,b\n1,2\n", "t");
-  EXPECT_EQ(result,
-            (PropertiesMap{
-                {"KV_MODE", "none"}, {"REPORT-AutoHeader", "AutoHeader-1"}, {"sourcetype", "t"}}));
-  const auto props = tree.readIfThere("props.conf");
-  EXPECT_EQ(props, "[t]\nKV_MODE = none\nREPORT-AutoHeader = AutoHeader-1\n");
-  EXPECT_EQ(tree.detect("a,b\n5,6\n", "t"), result);
-  EXPECT_EQ(tree.readIfThere("props.conf"), props);
-}
-
-TEST(HeaderTransform, OfOtherColumnsGetsASourcetypeOfItsOwnOnce) {
-  const Tree tree;
-  tree.write("system/local/props.conf",
-             "[t]\nSHOULD_LINEMERGE = False\nREPORT-x = regex\nREPORT-y = mine\n");
-  tree.write("system/local/transforms.conf", "[regex]\nREGEX = x\n[mine]\nFIELDS = a\n");
-  const auto other = tree.detect("a,b\n1,2\n", "t");
-  EXPECT_EQ(other, (PropertiesMap{{"KV_MODE", "none"},
-                                  {"REPORT-AutoHeader", "AutoHeader-1"},
-                                  {"REPORT-x", "regex"},
-                                  {"SHOULD_LINEMERGE", "False"},
-                                  {"is_valid", "True"},
-                                  {"sourcetype", "t-2"}}));
-  EXPECT_EQ(tree.detect("a,b\n3,4\n", "t"), other);
-  EXPECT_EQ(tree.detect("c,d\n3,4\n", "t").get("sourcetype"), "t-3");
-  EXPECT_EQ(tree.detect("a,b\n3,4\n", "t"), other);
-  EXPECT_EQ(tree.detect("c,d\n3,4\n", "t").get("REPORT-AutoHeader"), "AutoHeader-2");
-}
-
 TEST(HeaderTransform, IsDecidedAgainWhenAnotherProcessWasFaster) {
   for (const char* text : {"a,b\n1,2\n", "c,d\n1,2\n"}) {
     const Tree tree;
@@ -140,16 +109,6 @@ TEST(HeaderTransform, IsDecidedAgainWhenAnotherProcessWasFaster) {
   }
 }
 
-TEST(HeaderTransform, IsLinkedBesideTransformsWithoutColumns) {
-  const Tree tree;
-  tree.write("system/local/props.conf", "[t]\nREPORT-AutoHeader = gone, regex\nREPORT-x = regex\n");
-  tree.write("system/local/transforms.conf", "[regex]\nREGEX = x\n");
-  const auto result = tree.detect("a,b\n1,2\n", "t");
-  EXPECT_EQ(result.get("sourcetype"), "t");
-  EXPECT_EQ(result.get("REPORT-AutoHeader"), "regex, AutoHeader-1");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "t"), result);
-}
-
 TEST(HeaderTransform, BringsFilesOfANumberedNameBackTogether) {
   const Tree tree;
   EXPECT_EQ(tree.detect("a,b\n1,2\n", "csv").get("sourcetype"), "csv");
@@ -159,32 +118,6 @@ TEST(HeaderTransform, BringsFilesOfANumberedNameBackTogether) {
     EXPECT_EQ(tree.detect("c,d\n1,2\n", sourcetype).get("sourcetype"), "csv-2");
   }
   EXPECT_EQ(tree.detect("a,b\n1,2\n", "mine").get("sourcetype"), "mine");
-}
-
-TEST(HeaderTransform, ReusesAnIdenticalStanza) {
-  const Tree tree;
-  tree.write("system/default/transforms.conf",
-             "[default]\nDELIMS = \",\"\nFIELDS = \"a\", \"b\"\n[a, b]\n[near]\nFIELDS = \"a\"\n"
-             "[mine]\nKEEP = 1\nFIELDS = \"a\", \"b\"\nDELIMS = \",\"\n");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "t").get("REPORT-AutoHeader"), "mine");
-  EXPECT_EQ(tree.readIfThere("transforms.conf"), "");
-  EXPECT_EQ(tree.detect("a,c\n1,2\n", "u").get("REPORT-AutoHeader"), "AutoHeader-1");
-  EXPECT_EQ(tree.detect("a,c\n1,2\n", "u").get("REPORT-AutoHeader"), "AutoHeader-1");
-}
-
-TEST(HeaderTransform, NeverChangesWhatOtherFilesShare) {
-  const Tree tree;
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "too_small").get("sourcetype"), "too_small-1");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "too_small").get("sourcetype"), "too_small-1");
-  for (const char* name : {"", "default", "rule::x"}) {
-    EXPECT_EQ(tree.detect("c,d\n1,2\n", name).get("REPORT-AutoHeader"), "") << name;
-  }
-}
-
-TEST(HeaderTransform, ThatCannotBeWrittenChangesNothing) {
-  const Tree tree;
-  tree.write("system/local/props.conf/directory", "");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "t"), (PropertiesMap{{"sourcetype", "t"}}));
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ namespace {
 using sourcetype::testing::Finished;
 using sourcetype::testing::Installation;
 using sourcetype::testing::unescaped;
+using sourcetype::testing::valueOf;
 
 constexpr const char* kFile = SOURCETYPE_TESTS_DIR "/cli/transcripts.txt";
 
@@ -26,14 +27,6 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
   for (auto at = text.find(from); at != text.npos; at = text.find(from, at + to.size())) {
     text.replace(at, from.size(), to);
   }
-}
-
-// The value that a printed map gives a key.
-std::string valueOf(const std::string& printed, const std::string& key) {
-  const auto begin = printed.find("\t" + key + " -> ");
-  if (begin == printed.npos) return "(absent)";
-  const auto value = begin + key.size() + 5;
-  return printed.substr(value, printed.find('\n', value) - value);
 }
 
 class Session : public ::testing::Test {

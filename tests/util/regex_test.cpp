@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <string>
-#include <thread>
 
 #include "support/table.h"
 #include "support/temp_tree.h"
@@ -193,20 +192,6 @@ TEST(Regex, KnowsWhetherItIsAnchored) {
 TEST(Regex, IgnoresCaseWhenAsked) {
   EXPECT_TRUE(Regex("\u00e9a", Regex::kCaseless).match("\u00c9A", Mode::Whole));
   EXPECT_FALSE(Regex("\u00e9a").match("\u00c9A"));
-}
-
-TEST(Regex, MatchesFromSeveralThreads) {
-  const Regex regex("(\\d+)-(\\d+)", Regex::kNoOptions, Study::Yes);
-  const auto work = [&](int base) {
-    for (int i = 0; i < 500; ++i) {
-      const std::string subject = std::to_string(base) + "-" + std::to_string(i);
-      MatchResult result;
-      ASSERT_TRUE(regex.match(subject, result, Mode::Whole));
-      ASSERT_EQ(result.text(2, subject), std::to_string(i));
-    }
-  };
-  const std::jthread first(work, 1000);
-  const std::jthread second(work, 2000);
 }
 
 }  // namespace
