@@ -27,22 +27,11 @@ std::optional<Timestamp> find(std::string_view line) {
   return place;
 }
 
-// Settings like "a=1; b=2".
-PropertiesMap settingsFrom(std::string_view text) {
-  PropertiesMap settings;
-  while (!text.empty()) {
-    const auto setting = text.substr(0, text.find("; "));
-    settings.set(setting.substr(0, setting.find('=')), setting.substr(setting.find('=') + 1));
-    text.remove_prefix(std::min(setting.size() + 2, text.size()));
-  }
-  return settings;
-}
-
 TEST(TimestampSettings, AreLearned) {
   testing::forEachRow("classifier/timestamp_settings.txt", 4, [](const testing::Row& row) {
-    PropertiesMap settings = settingsFrom(row[2]);
+    PropertiesMap settings = testing::settingsFrom(row[2]);
     learnTimestampSettings("t", readSampleText(row[1], {}, "text"), settings, find);
-    EXPECT_EQ(settings, settingsFrom(row[3])) << settings.toString();
+    EXPECT_EQ(settings, testing::settingsFrom(row[3])) << settings.toString();
   });
 }
 

@@ -49,25 +49,6 @@ TEST(ConfStore, TakesEachSettingFromTheStrongestLayerThatHasIt) {
   }
 }
 
-TEST(ConfStore, MergesRepeatedHeadersAndKeepsTheLastValueOfAFile) {
-  Tree tree;
-  tree.write("system/local/props.conf", "early=0\n[s]\na=1\nb=1\n[t]\n[s]\nc=1\na=2\n");
-  EXPECT_EQ(tree.settings("s"),
-            (PropertiesMap{{"a", "2"}, {"b", "1"}, {"c", "1"}, {"early", "0"}}));
-  EXPECT_TRUE(tree.store.stanzaExists(tree.props, "t"));
-  EXPECT_FALSE(tree.store.stanzaExists(tree.props, "u"));
-  EXPECT_EQ(tree.store.stanzaNames(tree.props, "s"), std::vector<std::string>{"s"});
-}
-
-TEST(ConfStore, SkipsAFileThatCannotBeOpenedWithAWarning) {
-  Tree tree;
-  std::filesystem::create_directories(tree.path("system/local/props.conf"));
-  tree.write("system/default/props.conf", "[s]\nk=1\n");
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(tree.settings("s").get("k"), "1");
-  EXPECT_NE(::testing::internal::GetCapturedStderr().find("Failed to open: "), std::string::npos);
-}
-
 TEST(ConfStore, LooksStanzasUpByPriorityAndName) {
   sourcetype::testing::forEachRow("conf/lookups.txt", 4, [](const sourcetype::testing::Row& row) {
     Tree tree;
@@ -159,16 +140,6 @@ TEST(ForeignEncoding, LeavesALayerOutAndUnwritten) {
     EXPECT_TRUE(isEncodingError(error));
     EXPECT_NE(::testing::internal::GetCapturedStderr().find(pathToText(learned)), log.npos);
   }
-}
-
-TEST(WriteStanza, FailsWithPathAndCauseWhereTheTreeCannotBeWritten) {
-  Tree tree;
-  tree.write("system", "a file in the place of the directory");
-  ::testing::internal::CaptureStderr();
-  EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", {{"k", "1"}}, false));
-  const auto log = ::testing::internal::GetCapturedStderr();
-  EXPECT_NE(log.find(pathToText(tree.path("system/local/props.conf"))), std::string::npos) << log;
-  EXPECT_NE(log.find("Not a directory"), std::string::npos) << log;
 }
 
 TEST(AddStanza, LeavesAloneWhatAnotherProcessHasJustWritten) {

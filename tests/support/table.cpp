@@ -80,6 +80,16 @@ std::string unescaped(std::string_view cell) {
   return text;
 }
 
+PropertiesMap settingsFrom(std::string_view text) {
+  PropertiesMap settings;
+  while (!text.empty()) {
+    const auto setting = text.substr(0, text.find("; "));
+    settings.set(setting.substr(0, setting.find('=')), setting.substr(setting.find('=') + 1));
+    text.remove_prefix(std::min(setting.size() + 2, text.size()));
+  }
+  return settings;
+}
+
 bool Row::flag(std::size_t index) const {
   const auto& text = cells_[index];
   EXPECT_TRUE(text == "yes" || text == "no") << text;

@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "conf/properties_map.h"
+
 namespace sourcetype::testing {
 
 class Row {
@@ -33,6 +35,9 @@ class Row {
 
 // A cell without its escapes.
 std::string unescaped(std::string_view cell);
+
+// Settings of a cell like "a=1; b=2".
+PropertiesMap settingsFrom(std::string_view cell);
 
 // Calls `test` with each case of a file below tests/. A failure of the test when the file has no
 // case, or one without exactly `cells` cells; failures within `test` name file and line.

@@ -21,12 +21,8 @@ const TimestampFormats& formats() {
 
 // What one parser says of the lines, "-" for nothing. `settings` are like "a=1; b=2".
 std::string read(const std::string& settings, const std::string& lines) {
-  PropertiesMap map;
-  std::istringstream list(settings);
-  for (std::string setting; std::getline(list >> std::ws, setting, ';');) {
-    map.set(setting.substr(0, setting.find('=')), setting.substr(setting.find('=') + 1));
-  }
-  TimestampParser parser(formats(), map, "test", *instantFromText("2024-06-15T12:00:00Z"));
+  TimestampParser parser(formats(), testing::settingsFrom(settings), "test",
+                         *instantFromText("2024-06-15T12:00:00Z"));
   std::istringstream text(lines);
   std::string result;
   for (std::string line; std::getline(text, line);) {
