@@ -19,12 +19,10 @@ endif()
 # A program that links the library writes #include "conf/conf_store.h", as the sources here do.
 set(header_directory "${CMAKE_INSTALL_INCLUDEDIR}/sourcetype")
 target_include_directories(sourcetype_core INTERFACE "$<INSTALL_INTERFACE:${header_directory}>")
-foreach(layer platform util conf timestamp classifier)
+foreach(layer platform util charset conf timestamp classifier)
   install(DIRECTORY "src/${layer}" DESTINATION "${header_directory}" COMPONENT dev
-          FILES_MATCHING PATTERN "*.h" PATTERN windows_api.h EXCLUDE)
+          FILES_MATCHING PATTERN "*.h" PATTERN "*windows*.h" EXCLUDE)
 endforeach()
-install(FILES src/main/environment.h src/main/xml_libraries.h
-        DESTINATION "${header_directory}/main" COMPONENT dev)
 install(TARGETS sourcetype_core EXPORT sourcetype ARCHIVE COMPONENT dev)
 
 include(CMakePackageConfigHelpers)

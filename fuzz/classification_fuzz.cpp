@@ -5,9 +5,9 @@
 
 #include "classifier/file_classifier_manager.h"
 #include "classifier/type_name.h"
-#include "main/xml_libraries.h"
 #include "stanzas.h"
 #include "support.h"
+#include "timestamp/xml_libraries.h"
 #include "util/logging.h"
 
 namespace sourcetype::fuzzing {
@@ -95,7 +95,7 @@ std::vector<std::string> seeds() {
 
 void run(std::string_view input) {
   tree().clear();
-  static const XmlLibraries kLibraries(tree().root());
+  static const XmlLibraries kLibraries;
   static const auto kProblem = configureLogging(tree().write("log.cfg", kLogging), {});
   require(kProblem.empty(), "logging is configured");
   Parts parts(input);

@@ -8,9 +8,9 @@
 
 #include "classifier/file_classifier_manager.h"
 #include "main/driver.h"
-#include "main/xml_libraries.h"
 #include "stanzas.h"
 #include "support.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
 namespace {
@@ -205,7 +205,7 @@ void run(std::string_view input) {
 
   records().str({});
   tree().clear();
-  static const XmlLibraries kLibraries(tree().root());
+  static const XmlLibraries kLibraries;
   tree().write("system/local/props.conf", props);
   tree().write("work/here/stdin.txt", standardInput);
   tree().write("work/here/training.conf", training);

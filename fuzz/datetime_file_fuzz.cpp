@@ -1,8 +1,8 @@
 // The configuration of timestamps. Input: datetime.xml and the lines of a log.
-#include "main/xml_libraries.h"
 #include "support.h"
 #include "timestamp/timestamp_formats.h"
 #include "timestamp/timestamp_parser.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
 
@@ -34,7 +34,7 @@ std::vector<std::string> seeds() {
 }
 
 void run(std::string_view input) {
-  static const XmlLibraries kLibraries(tree().root());
+  static const XmlLibraries kLibraries;
   Parts parts(input);
   const auto formats = TimestampFormats::load(tree().write("datetime.xml", parts.next()));
   for (const auto& form : formats.forms()) {

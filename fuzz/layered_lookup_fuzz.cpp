@@ -8,6 +8,7 @@
 
 #include "conf/conf_store.h"
 #include "conf/ini_file.h"
+#include "conf/stanza_kinds.h"
 #include "support.h"
 #include "util/regex.h"
 

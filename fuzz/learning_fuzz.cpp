@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <set>
 
+#include "classifier/file_classifier.h"
 #include "classifier/file_classifier_manager.h"
 #include "classifier/type_name.h"
-#include "main/xml_libraries.h"
 #include "stanzas.h"
 #include "support.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
 namespace {
@@ -66,7 +67,7 @@ void checkLearning(const std::filesystem::path& file, const std::string& sourcet
   const auto props = stanzasOf("props");
   {
     ConfStore store(tree().root());
-    FileClassifierManager(store).learnFile(file, sourcetype, Training::No);
+    FileClassifierManager(store).learnFile(file, sourcetype);
   }
   const auto after = stanzasOf("sourcetypes");
   require(stanzasOf("props") == props, "learning under a name makes no settings");
@@ -110,7 +111,7 @@ std::vector<std::string> seeds() {
 }
 
 void run(std::string_view input) {
-  static const XmlLibraries kLibraries(tree().root());
+  static const XmlLibraries kLibraries;
   records().str({});
   tree().clear();
   Parts parts(input);

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "classifier/line_break_learner.h"
+#include "classifier/line_start.h"
+#include "classifier/single_line_check.h"
 #include "classifier/timestamp_learner.h"
 #include "support.h"
 #include "util/regex.h"

@@ -7,6 +7,7 @@
 #include "classifier/models/model.h"
 #include "classifier/models/model_index.h"
 #include "conf/conf_file.h"
+#include "conf/stanza_kinds.h"
 #include "plain_distance.h"
 #include "support.h"
 #include "util/text.h"

@@ -3,11 +3,11 @@
 #include <chrono>
 
 #include "conf/properties_map.h"
-#include "main/xml_libraries.h"
 #include "support.h"
 #include "timestamp/timestamp_formats.h"
 #include "timestamp/timestamp_parser.h"
 #include "timestamp/timestamp_text.h"
+#include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
 namespace {

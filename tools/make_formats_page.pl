@@ -43,15 +43,15 @@ sub code {
 
 sub events {
   my ($settings) = @_;
-  return 'a line each' if $settings->{SHOULD_LINEMERGE} eq 'False';
-  return 'begin with ' . code($settings->{BREAK_ONLY_BEFORE});
+  return 'one per line' if $settings->{SHOULD_LINEMERGE} eq 'False';
+  return 'begin where ' . code($settings->{BREAK_ONLY_BEFORE}) . ' matches';
 }
 
 sub timestamp {
   my ($settings) = @_;
   my $format = $settings->{TIME_FORMAT};
   my $text = $format ? code($format) : 'several forms';
-  $text .= ' behind ' . code($settings->{TIME_PREFIX}) if defined $settings->{TIME_PREFIX};
+  $text .= ' after ' . code($settings->{TIME_PREFIX}) if defined $settings->{TIME_PREFIX};
   $text .= ", $settings->{TZ}" if $settings->{TZ};
   return $text;
 }
@@ -74,17 +74,17 @@ sub page {
 
 <!-- tools/make_formats_page.pl makes this page from etc/apps/*/default/props.conf. -->
 
-$count formats are recognised as installed, by rules that go by where the fields of a line stand. A `delayedrule::` is for
-a form that many programs share: a file gets its sourcetype only when no `rule::` and no learned model knows better.
+The bundled configuration recognises $count formats. Its rules test the positions of fields in lines. A `delayedrule::` is
+for a form that many programs share: it is tried only if no `rule::` and no learned model matches.
 
-To change a setting of a sourcetype, write its stanza with that setting into `etc/system/local/props.conf`. To switch a
-rule off, write the rule's stanza there with a test that nothing passes:
+To change a setting of a sourcetype, write its stanza with that setting to `etc/system/local/props.conf`. To disable a
+rule, write its stanza there with a test that no file passes:
 
     [rule::debian_dpkg]
     LESS_THAN_-1 = ^
 
-"Events" says what makes an event of lines, "timestamp" where it stands and how it is read, "rule" the stanza that
-recognises the format.
+The column "events" shows how lines become events, "timestamp" shows the form of the timestamp and the expression before
+it, and "rule" names the stanza that recognises the format.
 TXT
 }
 

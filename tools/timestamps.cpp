@@ -15,13 +15,13 @@
 #include <system_error>
 
 #include "conf/conf_store.h"
-#include "main/xml_libraries.h"
 #include "platform/entry_point.h"
 #include "platform/environment.h"
 #include "platform/path_form.h"
 #include "timestamp/timestamp_formats.h"
 #include "timestamp/timestamp_parser.h"
 #include "timestamp/timestamp_text.h"
+#include "timestamp/xml_libraries.h"
 #include "util/logging.h"
 
 namespace sourcetype {
@@ -134,7 +134,7 @@ int run(const Options& options) {
   }
   configureLogging("", {});
   ConfStore store(*options.home / "etc");
-  const XmlLibraries xmlLibraries(store.root());
+  const XmlLibraries xmlLibraries;
   const auto formats = TimestampFormats::load(store.root() / "datetime.xml");
   const bool fromStandardInput = !options.file || *options.file == "-";
   TimestampParser parser(formats, settingsOf(options, store),

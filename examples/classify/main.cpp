@@ -11,9 +11,9 @@
 #include "classifier/file_classifier_manager.h"
 #include "classifier/properties.h"
 #include "conf/conf_store.h"
+#include "conf/environment.h"
 #include "conf/properties_map.h"
-#include "main/environment.h"
-#include "main/xml_libraries.h"
+#include "timestamp/xml_libraries.h"
 
 int main(int count, char** words) try {
   const char* home = std::getenv("TARNEL_HOME");
@@ -21,7 +21,7 @@ int main(int count, char** words) try {
   // Logging and the texts of messages; ends the process where TARNEL_HOME is missing.
   std::map<std::string, std::string> variables;
   sourcetype::initEnvironment(store, variables, sourcetype::Quiet::Yes);
-  const sourcetype::XmlLibraries xmlLibraries(store.root());  // what timestamps look like is XML
+  const sourcetype::XmlLibraries xmlLibraries;  // for the forms of timestamps
 
   namespace key = sourcetype::key;
   sourcetype::FileClassifierManager manager(store);

@@ -10,7 +10,7 @@ namespace sourcetype {
 
 enum class ByteOrder { Big, Little };
 
-// The number in the first `kSize` of `bytes`, which must hold as many.
+// The unit in the first `kSize` of `bytes`; needs bytes.size() >= kSize.
 template <std::size_t kSize>
 char32_t readUnit(std::string_view bytes, ByteOrder order) {
   char32_t unit = 0;
@@ -20,7 +20,8 @@ char32_t readUnit(std::string_view bytes, ByteOrder order) {
   return unit;
 }
 
-// The order in which the first unit of `bytes` is a byte-order mark; big-endian without one.
+// The byte order in which the first unit of `bytes` is a byte-order mark; big-endian if there is no
+// mark.
 template <std::size_t kSize>
 ByteOrder orderByMark(std::string_view bytes) {
   constexpr char32_t kMark = 0xFEFF;

@@ -8,7 +8,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// A mark that begins with another one stands before it: the first that fits is taken.
+// The first mark that matches is returned, so a longer mark comes before its own beginning.
 constexpr std::array kByteOrderMarks{
     ByteOrderMark{"\xEF\xBB\xBF"sv, "UTF-8"sv},
     ByteOrderMark{"\xFE\xFF"sv, "UTF-16BE"sv},

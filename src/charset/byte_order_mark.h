@@ -1,4 +1,4 @@
-// The signatures by which a file says what charset it is in.
+// Byte-order marks: signatures at the start of a file that name its charset.
 #pragma once
 
 #include <optional>
@@ -11,7 +11,7 @@ struct ByteOrderMark {
   std::string_view charset;
 };
 
-// The mark that `start`, the first bytes of a file, begins with.
+// The mark at the beginning of `start`, the first bytes of a file; nothing if there is none.
 std::optional<ByteOrderMark> findByteOrderMark(std::string_view start);
 
 }  // namespace sourcetype

@@ -5,6 +5,7 @@
 
 #include "charset/chosen_cells.h"
 #include "charset/iconv_stream.h"
+#include "charset/unit_form.h"
 #include "charset/vendor_tables.h"
 #include "util/utf8.h"
 

@@ -1,4 +1,4 @@
-// What each byte of a single-byte charset stands for.
+// The characters of single-byte charsets.
 #pragma once
 
 #include <array>
@@ -8,18 +8,19 @@
 
 namespace sourcetype {
 
-// The UTF-8 text of every byte, empty where the charset has no character. Byte 00 stands for NUL.
+// The UTF-8 text of each byte; empty if the charset has no character there.
 using ByteTexts = std::array<std::string, 256>;
 
-// As the system's iconv has the charset: byte by byte, so that it cannot join a letter and an
-// accent behind it (as glibc would in CP1255 and CP1258), with the cells of chosen_cells.h. Nothing
-// when the system has no such set.
+// The charset as the system's iconv converts it, except the cells in chosen_cells.h. Each byte is
+// converted by itself: otherwise glibc would join a letter and the accent after it in CP1255 and
+// CP1258. Nothing when the system does not have the charset.
 std::optional<ByteTexts> askIconv(const std::string& charset);
 
-// As its vendor published it; nothing for a name that vendor_tables.h does not hold.
+// The charset as its vendor published it; nothing when vendor_tables.h does not have the name.
 std::optional<ByteTexts> findVendorTexts(std::string_view name);
 
-// JIS X 0201: ASCII with the yen sign and the overline, and half-width katakana from A1 to DF.
+// JIS X 0201: ASCII with a yen sign for "\" and an overline for "~", and half-width katakana in
+// A1-DF.
 ByteTexts jisX0201Texts();
 
 }  // namespace sourcetype

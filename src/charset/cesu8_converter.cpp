@@ -15,8 +15,8 @@ constexpr std::size_t lengthByLead(unsigned char lead) {
 }
 
 struct Sequence {
-  std::size_t length = 1;         // lead and continuation bytes that there are
-  bool isWhole = false;           // as many as the lead asks for
+  std::size_t length = 1;         // of the lead byte and the continuation bytes present
+  bool isWhole = false;           // the length is the one that the lead byte requires
   std::optional<char32_t> value;  // the UTF-16 unit when it is whole and well-formed
 };
 

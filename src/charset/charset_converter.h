@@ -1,4 +1,9 @@
-// One way of turning a charset's bytes into UTF-8, fed piece by piece.
+// Converts the bytes of one charset to UTF-8, piece by piece.
+//
+//   const auto converter = findConverter("latin1");  // of charset_registry.h; null: unknown
+//   while (readPiece(bytes)) converter->convert(bytes, text);
+//   converter->finish(text);
+//   converter->invalidCount();
 #pragma once
 
 #include <cstdint>
@@ -7,9 +12,10 @@
 
 namespace sourcetype {
 
-// Every unit that has no character is written as \xHH for each of its bytes (upper-case digits) and
-// counts once as invalid; so does a decoded U+0000, written as \x00. No byte is lost, and what
-// comes out is valid UTF-8 without a NUL. How the input is cut into pieces makes no difference.
+// A unit is the bytes of one character. A unit without a character is invalid: it is written as
+// \xHH for each of its bytes (upper-case digits) and counted once. U+0000 is invalid too and is
+// written as \x00. No byte is lost, and the output is valid UTF-8 without NUL. The output does not
+// depend on how the input is split into pieces.
 class CharsetConverter {
  public:
   CharsetConverter() = default;
@@ -17,18 +23,18 @@ class CharsetConverter {
   CharsetConverter& operator=(const CharsetConverter&) = delete;
   virtual ~CharsetConverter() = default;
 
-  // Appends `bytes` to `out` as UTF-8. A unit that the end of `bytes` cuts off is kept and
-  // completed by the next call.
+  // Appends `bytes` to `out` as UTF-8. Keeps an unfinished unit at the end of `bytes` for the next
+  // call.
   virtual void convert(std::string_view bytes, std::string& out) = 0;
 
-  // Ends the input: what is kept of an unfinished unit is invalid.
+  // Ends the input: an unfinished unit is invalid then.
   virtual void finish(std::string& out) = 0;
 
-  // Invalid units so far.
+  // The number of invalid units so far.
   std::uint64_t invalidCount() const { return invalidCount_; }
 
  protected:
-  // Writes a unit that has no character and counts it once.
+  // Writes an invalid unit and counts it.
   void appendInvalid(std::string_view unit, std::string& out);
 
  private:

@@ -30,10 +30,10 @@ namespace {
 
 enum class Family : std::uint8_t {
   Utf8,
-  Utf16,  // in the byte order that the byte-order mark says
+  Utf16,  // in the byte order of the byte-order mark
   Utf16Be,
   Utf16Le,
-  Utf32,  // likewise
+  Utf32,  // in the byte order of the byte-order mark
   Utf32Be,
   Utf32Le,
   Utf7,
@@ -48,7 +48,7 @@ enum class Family : std::uint8_t {
   KsC5601,
   Hz,
   SingleByte,  // parameter: the name of the charset in iconv
-  MultiByte,   // likewise
+  MultiByte,   // parameter: the name of the charset in iconv
   Vendor,      // parameter: the name of a table in vendor_tables.h
 };
 
@@ -58,12 +58,13 @@ struct CharsetRow {
   std::string_view parameter = {};
 };
 
-// The aliases of the common iconv libraries, so "gb2312" is EUC-CN, while the names of the standard
-// (GB_2312-80, KS_C_5601-1987, KOREAN, JIS_X0208) mean the two-byte set alone. Names of UTF-16 and
-// UTF-32 that say no byte order take it from the byte-order mark. "internal" is the order of the
-// machine, which is taken to be x86 on every machine: little-endian; "swapped" is the other one.
-// The iconv names are those that both glibc and GNU libiconv know. Big5 is Microsoft's, as in
-// glibc.
+// The names and aliases of the common iconv libraries:
+// - "gb2312" is EUC-CN, but the names of the standards (GB_2312-80, KS_C_5601-1987, KOREAN,
+//   JIS_X0208) mean the two-byte set by itself.
+// - UTF-16 and UTF-32 without a byte order in the name have the order of their byte-order mark.
+// - "internal" is little-endian on every machine, "swapped" is big-endian.
+// - Big5 is the variant of Microsoft, as in glibc.
+// The names in iconv are those that both glibc and GNU libiconv know.
 constexpr std::array<CharsetRow, 275> kCharsets{{
     {"850", Family::SingleByte, "CP850"},
     {"862", Family::SingleByte, "CP862"},
@@ -347,10 +348,10 @@ static_assert(std::ranges::adjacent_find(kCharsets, std::ranges::greater_equal{}
                                          &CharsetRow::name) == kCharsets.end(),
               "searched by halves");
 
-// The table that `make` gives, made when its name is first asked for and kept for the life of the
-// process: a run may read thousands of files in the same charset. Empty where `make` gives nothing.
+// The table that `make` returns; null if it returns nothing. The first call with a name makes the
+// table, and the process keeps it: a run may read thousands of files in the same charset.
 template <class Table, class Make>
-std::shared_ptr<const Table> tableOnce(const std::string& name, const Make& make) {
+std::shared_ptr<const Table> sharedTable(const std::string& name, const Make& make) {
   static std::mutex mutex;
   static std::map<std::string, std::shared_ptr<const Table>> tables;
   const std::scoped_lock lock(mutex);
@@ -362,21 +363,21 @@ std::shared_ptr<const Table> tableOnce(const std::string& name, const Make& make
 }
 
 template <class Converter, class Table>
-std::unique_ptr<CharsetConverter> makeOver(std::shared_ptr<const Table> table) {
+std::unique_ptr<CharsetConverter> makeWith(std::shared_ptr<const Table> table) {
   if (!table) return nullptr;
   return std::make_unique<Converter>(std::move(table));
 }
 
 template <class Make>
 std::unique_ptr<CharsetConverter> makeTableConverter(std::string_view name, const Make& make) {
-  return makeOver<TableConverter>(tableOnce<ByteTexts>(std::string(name), make));
+  return makeWith<TableConverter>(sharedTable<ByteTexts>(std::string(name), make));
 }
 
-// A converter over the set that an EUC charset has behind `prefix`.
+// A converter for the set that an EUC charset has after `prefix`.
 template <class Converter>
 std::unique_ptr<CharsetConverter> makeFromEuc(const std::string& euc,
                                               std::string_view prefix = {}) {
-  return makeOver<Converter>(tableOnce<DoubleByteTable>(
+  return makeWith<Converter>(sharedTable<DoubleByteTable>(
       euc + std::string(prefix), [&] { return DoubleByteTable::fromEuc(euc, prefix); }));
 }
 

@@ -1,4 +1,4 @@
-// The charsets that a file can be read in, and the converter of each.
+// The supported charsets, and the converter of each.
 #pragma once
 
 #include <memory>
@@ -9,12 +9,13 @@
 
 namespace sourcetype {
 
-// "UTF-16LE" becomes "utf16le": bytes that are no ASCII letters or digits are dropped, upper case
-// becomes lower case.
+// "UTF-16LE" becomes "utf16le": drops all bytes except ASCII letters and digits, converts upper
+// case to lower case.
 std::string normaliseCharsetName(std::string_view name);
 
-// A new converter for a charset named in any spelling; nothing when the name is unknown or when the
-// system's iconv, which supplies most tables, does not have the charset.
+// A new converter for a charset, in any spelling that normaliseCharsetName() makes equal. Null when
+// the name is unknown, or when the system's iconv, which has most tables, does not have the
+// charset.
 std::unique_ptr<CharsetConverter> findConverter(std::string_view charsetName);
 
 }  // namespace sourcetype

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
+
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {
@@ -13,14 +14,14 @@ constexpr ByteRange at(unsigned char byte) {
 
 constexpr char32_t kNone = 0;
 constexpr ByteRange kGr{0xA1, 0xFE}, kBelowDelete{0x40, 0x7E}, kAboveDelete{0x80, 0xFC};
-// Controls but for the single shifts 8E and 8F.
+// The controls 80-9F without the single shifts 8E and 8F.
 constexpr ByteRange kControlsBelowShifts{0x80, 0x8D}, kControlsAboveShifts{0x90, 0x9F};
 constexpr std::size_t kBig5Row = 157, kGbkUserRow = 96;
-constexpr char32_t kAboveGap = 63;  // cells of a row below its gap, which begins at 7F
+constexpr char32_t kAboveGap = 63;  // cells of a row before its gap, which begins at 7F
 
-// The reasons are in docs/decisions.md. A code page of Microsoft has its users' cells in the
-// private use area, as its vendor published it; in the standards that others go by these cells are
-// free.
+// docs/decisions.md has the reasons. In the code pages of Microsoft, the cells for users have
+// characters of the private use area, as Microsoft published them. In the other standards these
+// cells are free.
 constexpr std::array kChosen{
     ChosenCells{"BIG5-HKSCS", {at(0x80)}, kNone},
     ChosenCells{"CP1255", {at(0xCA)}, 0x05BA},

@@ -1,4 +1,4 @@
-// A 94x94 set by itself, without shifts to another one.
+// A 94x94 set by itself, without shifts to another set.
 #pragma once
 
 #include <memory>
@@ -9,9 +9,9 @@
 
 namespace sourcetype {
 
-// Space, delete and the controls 01-1F stay what they are, as ISO/IEC 2022 has it beside any set of
-// 94x94 characters: a file has line ends. Invalid units are an unassigned pair, a first byte
-// without a second one, and a byte 80-FF.
+// Space, delete and the controls 01-1F are ASCII, as ISO/IEC 2022 has them with every 94x94 set:
+// files need line ends. Invalid units are an unassigned pair, a first byte without a second one,
+// and a byte in 80-FF.
 class DoubleByteConverter final : public PiecewiseConverter {
  public:
   explicit DoubleByteConverter(std::shared_ptr<const DoubleByteTable> table)

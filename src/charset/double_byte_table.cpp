@@ -13,8 +13,8 @@ constexpr std::size_t cellIndex(unsigned char row, unsigned char column) {
   return (row - std::size_t{0x21}) * kColumns + (column - std::size_t{0x21});
 }
 
-// Whether a character lies in U+E000-F8FF. There GNU libiconv has the rows of EUC-JP that are free
-// for users, which the set itself does not have.
+// True for a character in U+E000-F8FF. GNU libiconv uses these characters for the user rows of
+// EUC-JP, which are not part of the set.
 bool isPrivateUse(std::string_view utf8) {
   return utf8 >= "\xEE\x80\x80" && utf8 <= "\xEF\xA3\xBF";
 }

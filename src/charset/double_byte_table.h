@@ -1,8 +1,7 @@
-// The 94x94 sets of East Asia: two bytes, each 21-7E, for one character.
+// The 94x94 sets of East Asia: a character has two bytes, each in 21-7E.
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,18 +15,18 @@ constexpr bool isDoubleByteHalf(unsigned char byte) {
 
 class DoubleByteTable {
  public:
-  // The set that the EUC charset `euc` has behind the bytes `prefix`, high bits set. Nothing when
-  // the system's iconv does not have that charset.
+  // The set that the EUC charset `euc` has after the bytes `prefix`, where the high bits of its
+  // bytes are set. Nothing when the system's iconv does not have the charset.
   static std::optional<DoubleByteTable> fromEuc(const std::string& euc, std::string_view prefix);
 
-  // The UTF-8 text of a cell, both bytes 21-7E; empty where the set has no character. Lives as long
-  // as the table.
+  // The UTF-8 text of a cell; empty when the set has no character. Needs both bytes in 21-7E. Lives
+  // as long as the table.
   std::string_view text(unsigned char row, unsigned char column) const;
 
  private:
   struct Cell {
     unsigned char length = 0;
-    std::array<char, 3> text{};  // every character of these sets lies below U+10000
+    std::array<char, 3> text{};  // the characters of these sets are below U+10000
   };
 
   DoubleByteTable();

@@ -10,12 +10,11 @@
 namespace sourcetype {
 namespace {
 
-// What a backslash starts: an escape of `length` bytes, or, with length 0, none; or the text ends
-// before that is settled.
+// The text that begins with a backslash.
 struct Escape {
-  std::size_t length = 0;
+  std::size_t length = 0;  // in bytes; 0: this is not an escape
   char32_t character = 0;
-  bool isCutOff = false;
+  bool isCutOff = false;  // it may become an escape: the text ends too early
 };
 
 constexpr bool isHexDigit(char c) {
@@ -60,7 +59,7 @@ Escape readJavaEscape(std::string_view text) {
 
 std::size_t EscapeConverter::decode(std::string_view bytes, Input input, std::string& out) {
   std::size_t at = 0;
-  // Each search goes on where the last one ended, so that many of them take no more than one.
+  // The next backslash. Each search begins after the last one, so all of them read the text once.
   std::size_t backslash = 0;
   while (at < bytes.size()) {
     if (backslash <= at) backslash = std::min(bytes.find('\\', at), bytes.size());

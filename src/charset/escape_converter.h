@@ -1,4 +1,4 @@
-// ASCII with backslash escapes for all other characters.
+// ASCII, with backslash escapes for all other characters.
 #pragma once
 
 #include "charset/piecewise_converter.h"
@@ -6,12 +6,12 @@
 namespace sourcetype {
 
 enum class EscapeSyntax {
-  C99,  // \uXXXX and \UXXXXXXXX, for what C99 allows: U+00A0 and up, "$", "@" and "`"
-  Java  // \uXXXX, for any UTF-16 unit; a character above U+FFFF takes two
+  C99,  // \uXXXX and \UXXXXXXXX, for the characters that C99 allows: from U+00A0, "$", "@" and "`"
+  Java  // \uXXXX, for any UTF-16 unit; a character above U+FFFF has two escapes
 };
 
-// An escape that is malformed or names what it must not name is text like any other; only bytes
-// 80-FF are invalid.
+// A malformed escape, and one for a character that is not allowed, are converted as plain text.
+// Only bytes in 80-FF are invalid.
 class EscapeConverter final : public PiecewiseConverter {
  public:
   explicit EscapeConverter(EscapeSyntax syntax) : syntax_(syntax) {}

@@ -19,7 +19,7 @@ std::size_t HzConverter::decode(std::string_view bytes, Input input, std::string
   return at;
 }
 
-// Follows the escape of a "~" and the byte behind it; false when they are none.
+// Converts the escape of "~" and the byte after it; false when they are not an escape.
 bool HzConverter::takeTilde(char next, std::string& out) {
   if (isShifted_) {
     if (next != '}') return false;
@@ -31,7 +31,7 @@ bool HzConverter::takeTilde(char next, std::string& out) {
   return isShifted_ || next == '~' || next == '\n';
 }
 
-// Converts one byte or pair of the current set and says how many bytes it took.
+// Converts one byte or pair of the current set. Returns the number of bytes.
 std::size_t HzConverter::takeByte(std::string_view rest, std::string& out) {
   const unsigned char first = byteAt(rest, 0);
   if (first == '\n') isShifted_ = false;

@@ -9,9 +9,9 @@
 
 namespace sourcetype {
 
-// "~~" is a tilde, and a "~" before a line feed joins two lines. A line feed ends GB 2312 where a
-// "~}" is missing, so that damage stays in its line. Invalid units are a "~" before anything else,
-// an unassigned pair, a byte of GB 2312 without its partner and, anywhere, 80-FF.
+// "~~" is a tilde, and "~" before a line feed joins two lines. If "~}" is missing, the line feed
+// ends GB 2312, so that damage affects one line. Invalid units are a "~" before any other byte, an
+// unassigned pair, a byte of GB 2312 without its partner, and a byte in 80-FF.
 class HzConverter final : public PiecewiseConverter {
  public:
   explicit HzConverter(std::shared_ptr<const DoubleByteTable> gb2312)

@@ -1,4 +1,4 @@
-// The system's iconv, from any charset to UTF-8.
+// The system's iconv, from one charset to UTF-8.
 #pragma once
 
 #include <memory>
@@ -12,17 +12,18 @@ class IconvStream {
  public:
   enum class Stop {
     End,         // all bytes are converted
-    Unfinished,  // the bytes left are the start of a unit
-    Invalid      // the bytes left start with no character of the charset
+    Unfinished,  // the remaining bytes are the start of a unit
+    Invalid      // the remaining bytes do not begin with a character of the charset
   };
 
-  // Nothing when this system has no such charset.
+  // Nothing when the system does not have the charset.
   static std::optional<IconvStream> open(const std::string& charset);
 
-  // Appends what `bytes` hold to `out` and removes it from `bytes`.
+  // Appends the characters of `bytes` to `out` and removes the bytes converted from `bytes`.
   Stop convert(std::string_view& bytes, std::string& out);
 
-  // Appends a character that was held back (of a unit that stands for two) and starts afresh.
+  // Appends a character that iconv has kept (it may combine with the next one) and resets the
+  // state.
   void flush(std::string& out);
 
  private:

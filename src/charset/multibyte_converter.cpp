@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
+#include <utility>
 
 #include "charset/unit_form.h"
 #include "util/utf8.h"
@@ -11,12 +11,12 @@ namespace sourcetype {
 
 struct MultiByteLayout {
   std::string_view charset;
-  std::array<UnitForm, 3> forms;  // those of one byte are not told
+  std::array<UnitForm, 3> forms;  // of units of two bytes or more
 };
 
 namespace {
 
-constexpr ByteRange kGr{0xA1, 0xFE};  // a row or cell of a 94x94 set with the high bit set
+constexpr ByteRange kGr{0xA1, 0xFE};  // a byte of a 94x94 set with the high bit set
 constexpr ByteRange kSs2{0x8E, 0x8E}, kSs3{0x8F, 0x8F};  // single shifts to the third, fourth set
 constexpr ByteRange kGbLead{0x81, 0xFE}, kDigit{0x30, 0x39};
 
@@ -37,8 +37,8 @@ constexpr std::array kLayouts{
                     {{{{{0x81, 0x9F}, {0x40, 0xFC}}}, {{{0xE0, 0xFC}, {0x40, 0xFC}}}}}},
 };
 
-// Bytes of the longest unit, or start of one, at the start of `bytes`; more than there are where
-// the unit may go on behind them.
+// The size of the longest unit, or beginning of a unit, that `bytes` begins with. More than
+// bytes.size() when the bytes after them may continue the unit.
 std::size_t unitLength(const MultiByteLayout& layout, std::string_view bytes) {
   std::size_t longest = 1;
   for (const UnitForm& form : layout.forms) {
@@ -65,7 +65,7 @@ MultiByteConverter::MultiByteConverter(IconvStream stream, const MultiByteLayout
   }
 }
 
-// NUL is part of no unit, so what stands before one does not go on.
+// No unit contains NUL, so a unit ends before it.
 std::size_t MultiByteConverter::decode(std::string_view bytes, Input input, std::string& out) {
   std::size_t at = 0;
   for (std::size_t nul = bytes.find('\0'); nul != std::string_view::npos;
@@ -92,7 +92,7 @@ std::size_t MultiByteConverter::decodeRun(std::string_view bytes, Input input, s
   return at + decodeByIconv(bytes.substr(at), input, out);
 }
 
-// The first unit that iconv must not see.
+// The first unit that is in chosen_cells.h; iconv must not convert it.
 std::optional<MultiByteConverter::ChosenUnit> MultiByteConverter::findChosen(
     std::string_view bytes) const {
   if (chosen_.empty()) return std::nullopt;
@@ -125,7 +125,7 @@ std::size_t MultiByteConverter::decodeByIconv(std::string_view bytes, Input inpu
       rest = bytes.substr(at - 2);
     const std::size_t length = unitLength(layout_, rest);
     const bool isCutOff = length > rest.size() ||
-                          (stop == IconvStream::Stop::Unfinished && rest.size() < kLongestUnit);
+                          (stop == IconvStream::Stop::Unfinished && rest.size() < kMaxUnitBytes);
     if (isCutOff && input == Input::MayGoOn) return bytes.size() - rest.size();
     stream_.flush(out);
     appendInvalid(rest.substr(0, length), out);
@@ -135,8 +135,8 @@ std::size_t MultiByteConverter::decodeByIconv(std::string_view bytes, Input inpu
   return bytes.size();
 }
 
-// Whether iconv reports a pair only when it has stepped over it, as glibc does with A2 E8 of CP949,
-// which it lacks.
+// True when iconv has consumed the pair before it reports the pair as invalid. glibc does this with
+// A2 E8 of CP949.
 bool MultiByteConverter::stepsOver(std::string_view pair, std::string& out) {
   stream_.flush(out);
   std::string ignored;

@@ -1,5 +1,5 @@
-// Charsets of East Asia in which a character has a varying number of bytes, read by iconv where the
-// libraries agree.
+// Charsets of East Asia in which the characters have different numbers of bytes. iconv converts
+// them, except the cells in chosen_cells.h.
 #pragma once
 
 #include <bitset>
@@ -16,15 +16,16 @@
 
 namespace sourcetype {
 
-// How the bytes of one charset make up units, assigned to a character or not.
+// The forms of the units of one charset, with or without a character.
 struct MultiByteLayout;
 
-// Where iconv finds no character, the longest start of the rest that looks like a unit of the
-// charset is one invalid unit: lead and trail of an unassigned pair, a lead byte alone where no
-// trail byte follows, else one byte. Reading goes on behind it.
+// If iconv finds no character, the longest prefix of the remaining bytes with the form of a unit is
+// one invalid unit: both bytes of an unassigned pair, a lead byte without a trail byte, else one
+// byte. The conversion continues after it.
 class MultiByteConverter final : public PiecewiseConverter {
  public:
-  // Nothing for a charset whose layout is unknown here or that this system's iconv does not have.
+  // `charset` is a name in iconv. Null when its layout is unknown, or when the system's iconv does
+  // not have the charset.
   static std::unique_ptr<MultiByteConverter> create(std::string_view charset);
 
  protected:
@@ -33,7 +34,7 @@ class MultiByteConverter final : public PiecewiseConverter {
  private:
   struct ChosenUnit {
     std::size_t at, length;  // in bytes
-    char32_t character;      // 0 where it has none
+    char32_t character;      // 0 when it has none
   };
 
   MultiByteConverter(IconvStream stream, const MultiByteLayout& layout);

@@ -1,4 +1,4 @@
-// What the converters share that have to wait for the rest of a unit.
+// The base class of converters that may have to wait for the rest of a unit.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace sourcetype {
 
-// Keeps the unfinished unit at the end of a piece and puts it before the next one.
+// Keeps the unfinished unit at the end of a piece and converts it with the next piece.
 class PiecewiseConverter : public CharsetConverter {
  public:
   void convert(std::string_view bytes, std::string& out) final;
@@ -18,12 +18,12 @@ class PiecewiseConverter : public CharsetConverter {
  protected:
   enum class Input { MayGoOn, Ends };
 
-  // Converts the units at the start of `bytes` and says how many bytes they take. What may yet
-  // become a unit is left, which must be short: it is read again with the next piece. When the
-  // input ends nothing is left.
+  // Converts `bytes` and returns the number of bytes converted. With MayGoOn, the beginning of a
+  // unit at the end is left; it must be short, because it is read again with the next piece. With
+  // Ends, no bytes are left.
   virtual std::size_t decode(std::string_view bytes, Input input, std::string& out) = 0;
 
-  // Writes a scalar value, U+0000 as the invalid unit that it is.
+  // Writes a scalar value; U+0000 as an invalid unit.
   void appendCharacter(char32_t c, std::string& out);
 
  private:

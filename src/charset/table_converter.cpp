@@ -7,7 +7,7 @@
 namespace sourcetype {
 namespace {
 
-// Whether 01-7F are ASCII, so that their runs can be copied.
+// True when 01-7F are ASCII: then runs of them can be copied.
 bool isAsciiBased(const ByteTexts& texts) {
   for (std::size_t byte = 1; byte < 0x80; ++byte) {
     if (texts[byte].size() != 1 || texts[byte][0] != static_cast<char>(byte)) return false;

@@ -1,4 +1,4 @@
-// How bytes make up the units of a charset.
+// The forms of the units of a charset, as ranges of bytes.
 #pragma once
 
 #include <algorithm>
@@ -14,22 +14,22 @@ struct ByteRange {
   unsigned char first, last;
 };
 
-// The ranges that the bytes of a unit lie in, one after the other; a range 00-00 ends the unit.
+// A range for each byte of a unit, in their order; a range 00-00 ends the unit.
 using UnitForm = std::array<ByteRange, 4>;
 
-// No charset has longer units.
-constexpr std::size_t kLongestUnit = std::tuple_size_v<UnitForm>;
+// In all charsets.
+constexpr std::size_t kMaxUnitBytes = std::tuple_size_v<UnitForm>;
 
 constexpr std::size_t lengthOf(const UnitForm& form) {
   const auto* const end = std::ranges::find(form, 0, &ByteRange::first);
   return static_cast<std::size_t>(end - form.begin());
 }
 
-// How many bytes at the start of `bytes` lie in their ranges, at most lengthOf(form).
+// The number of bytes at the start of `bytes` that are in their ranges; at most lengthOf(form).
 constexpr std::size_t fittingLength(const UnitForm& form, std::string_view bytes) {
-  const std::size_t longest = std::min(lengthOf(form), bytes.size());
+  const std::size_t max = std::min(lengthOf(form), bytes.size());
   std::size_t fitting = 0;
-  while (fitting < longest && byteAt(bytes, fitting) >= form[fitting].first &&
+  while (fitting < max && byteAt(bytes, fitting) >= form[fitting].first &&
          byteAt(bytes, fitting) <= form[fitting].last) {
     ++fitting;
   }

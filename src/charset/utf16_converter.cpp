@@ -1,5 +1,7 @@
 #include "charset/utf16_converter.h"
 
+#include "util/utf8.h"
+
 namespace sourcetype {
 
 std::size_t Utf16Converter::decode(std::string_view bytes, Input input, std::string& out) {

@@ -1,4 +1,4 @@
-// UTF-16, and UCS-2 as what it became.
+// UTF-16, also for the names of UCS-2, its predecessor.
 #pragma once
 
 #include <optional>
@@ -8,9 +8,9 @@
 
 namespace sourcetype {
 
-// A surrogate without its partner is an invalid unit of two bytes. A byte-order mark is a
-// character like any other. Where no order is given, a mark at the start says it; without one the
-// text is big-endian.
+// A surrogate without its partner is an invalid unit of two bytes. A byte-order mark is converted
+// like any other character. If `order` is empty, a mark at the start decides the order; without a
+// mark the text is big-endian.
 class Utf16Converter final : public PiecewiseConverter {
  public:
   explicit Utf16Converter(std::optional<ByteOrder> order) : order_(order) {}
@@ -19,7 +19,7 @@ class Utf16Converter final : public PiecewiseConverter {
   std::size_t decode(std::string_view bytes, Input input, std::string& out) override;
 
  private:
-  std::optional<ByteOrder> order_;  // none until the first unit is there
+  std::optional<ByteOrder> order_;  // may be empty until the first unit was read
 };
 
 }  // namespace sourcetype

@@ -1,5 +1,7 @@
 #include "charset/utf32_converter.h"
 
+#include "util/utf8.h"
+
 namespace sourcetype {
 
 std::size_t Utf32Converter::decode(std::string_view bytes, Input input, std::string& out) {

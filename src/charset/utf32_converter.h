@@ -1,4 +1,4 @@
-// UTF-32, alias UCS-4.
+// UTF-32, also called UCS-4.
 #pragma once
 
 #include <optional>
@@ -8,9 +8,9 @@
 
 namespace sourcetype {
 
-// Four bytes that hold a surrogate or pass U+10FFFF are one invalid unit. A byte-order mark is a
-// character like any other. Where no order is given, a mark at the start says it; without one the
-// text is big-endian.
+// Four bytes with a surrogate or a value above U+10FFFF are one invalid unit. A byte-order mark is
+// converted like any other character. If `order` is empty, a mark at the start decides the order;
+// without a mark the text is big-endian.
 class Utf32Converter final : public PiecewiseConverter {
  public:
   explicit Utf32Converter(std::optional<ByteOrder> order) : order_(order) {}
@@ -19,7 +19,7 @@ class Utf32Converter final : public PiecewiseConverter {
   std::size_t decode(std::string_view bytes, Input input, std::string& out) override;
 
  private:
-  std::optional<ByteOrder> order_;  // none until the first unit is there
+  std::optional<ByteOrder> order_;  // may be empty until the first unit was read
 };
 
 }  // namespace sourcetype

@@ -1,5 +1,6 @@
 #include "charset/utf7_converter.h"
 
+#include <cstddef>
 #include <optional>
 #include <utility>
 
@@ -13,8 +14,8 @@ constexpr bool isAlphanumeric(char c) {
   return isAsciiLetter(c) || isAsciiDigit(c);
 }
 
-// Sets D and O of the RFC with space, tab and line ends; "+" is not among them.
-constexpr bool standsForItself(char c) {
+// A direct character: sets D and O of the RFC, space, tab and line ends; not "+".
+constexpr bool isDirect(char c) {
   constexpr std::string_view kOthers = "'(),-./:? \t\r\n!\"#$%&*;<=>@[]^_`{|}";
   return isAlphanumeric(c) || kOthers.find(c) != std::string_view::npos;
 }
@@ -47,7 +48,7 @@ void Utf7Converter::takeDirect(char byte, std::string& out) {
   if (byte == '+') {
     isShifted_ = true;
     isRunEmpty_ = true;
-  } else if (standsForItself(byte)) {
+  } else if (isDirect(byte)) {
     out += byte;
   } else {
     appendInvalid({&byte, 1}, out);
@@ -84,7 +85,7 @@ void Utf7Converter::takeUnit(char32_t unit, std::string& out) {
     appendUtf8(joinSurrogates(std::exchange(highSurrogate_, 0), unit), out);
     return;
   }
-  dropHighSurrogate(out);
+  rejectHighSurrogate(out);
   if (isHighSurrogate(unit)) {
     highSurrogate_ = unit;
     highBytes_ = unitBytes_;
@@ -97,13 +98,13 @@ void Utf7Converter::takeUnit(char32_t unit, std::string& out) {
   }
 }
 
-void Utf7Converter::dropHighSurrogate(std::string& out) {
+void Utf7Converter::rejectHighSurrogate(std::string& out) {
   if (std::exchange(highSurrogate_, 0) != 0) appendInvalid(highBytes_, out);
 }
 
 void Utf7Converter::endRun(std::string& out) {
   if (isRunEmpty_) appendInvalid("+", out);
-  dropHighSurrogate(out);
+  rejectHighSurrogate(out);
   if (!unitBytes_.empty()) {
     appendInvalid(unitBytes_, out);
   } else if (bits_ != 0) {

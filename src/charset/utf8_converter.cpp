@@ -1,5 +1,5 @@
-// Valid text is measured first and copied in one piece; only where it ends is a sequence looked at
-// byte by byte.
+// Finds the end of the valid text and copies this text in one piece. Only the sequence after it is
+// examined byte by byte.
 #include "charset/utf8_converter.h"
 
 #include <algorithm>
@@ -9,11 +9,12 @@
 namespace sourcetype {
 namespace {
 
-// Bytes of the sequence that `text` starts with: its lead and the continuation bytes it has.
+// The size of the sequence that `text` begins with: the lead byte and the continuation bytes
+// present.
 std::size_t sequenceLength(std::string_view text) {
-  const std::size_t longest = std::min(lengthByLead(byteAt(text, 0)), text.size());
+  const std::size_t max = std::min(lengthByLead(byteAt(text, 0)), text.size());
   std::size_t length = 1;
-  while (length < longest && isUtf8Continuation(byteAt(text, length))) ++length;
+  while (length < max && isUtf8Continuation(byteAt(text, length))) ++length;
   return length;
 }
 

@@ -1,13 +1,13 @@
-// UTF-8 and ASCII: what is valid stays as it is.
+// UTF-8 and ASCII. Valid text is not changed.
 #pragma once
 
 #include "charset/piecewise_converter.h"
 
 namespace sourcetype {
 
-// Unlike in the other charsets every byte of an invalid sequence counts by itself: that of a lead
-// byte and the continuation bytes behind it which break off early, are overlong, name a surrogate
-// or pass U+10FFFF.
+// Each byte of an invalid sequence is an invalid unit, unlike in the other charsets. Such a
+// sequence is a lead byte and the continuation bytes after it, if it is too short or overlong, or
+// encodes a surrogate or a value above U+10FFFF.
 class Utf8Converter final : public PiecewiseConverter {
  protected:
   std::size_t decode(std::string_view bytes, Input input, std::string& out) override;

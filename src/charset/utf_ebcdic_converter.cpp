@@ -1,5 +1,5 @@
-// Each byte is mapped to its I8 byte, and the I8 sequence is read like UTF-8, but for continuation
-// bytes of five bits (A0-BF) and single bytes up to 9F.
+// Maps each byte to its I8 byte and decodes the I8 sequence. I8 is like UTF-8, except that its
+// continuation bytes (A0-BF) have five bits and its single bytes go up to 9F.
 #include "charset/utf_ebcdic_converter.h"
 
 #include <algorithm>
@@ -10,8 +10,9 @@
 namespace sourcetype {
 namespace {
 
-// The report's byte table: bytes 00-9F of I8 lie where code page 1047 has those characters, with
-// line feed at 15 and next line at 25; A0-FF fill the other places in ascending order.
+// The byte table of the report: bytes 00-9F of I8 are at the places of their characters in code
+// page 1047, with line feed at 15 and next line at 25. A0-FF are at the other places in ascending
+// order.
 // clang-format off
 constexpr std::array<unsigned char, 256> kI8{
     0x00, 0x01, 0x02, 0x03, 0x9C, 0x09, 0x86, 0x7F, 0x97, 0x8D, 0x8E, 0x0B, 0x0C, 0x0D, 0x0E, 0x0F,
@@ -41,8 +42,8 @@ constexpr bool isContinuation(unsigned char i8) {
   return (i8 & 0xE0) == 0xA0;
 }
 
-// Sequences by the number of their bytes: the lowest I8 lead, the lead's bits that belong to the
-// character, and the first character that no shorter sequence holds.
+// Sequences by their length: the lowest I8 lead byte, the bits of the lead byte that are part of
+// the character, and the first character for which no shorter sequence exists.
 struct Form {
   unsigned char firstLead;
   std::size_t length;

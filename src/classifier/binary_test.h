@@ -1,19 +1,19 @@
-// Whether a sample is text.
+// Decides whether a sample is text or binary.
 #pragma once
 
 #include <cstdint>
 
 namespace sourcetype {
 
-// Invalid characters in a hundred bytes; 0 for an empty sample. The count times 100 is taken in 32
-// bits, which holds for every sample that the limits allow.
+// Returns the invalid characters as a percentage of the bytes; 0 for an empty sample. The count
+// times 100 is computed in 32 bits, which is enough for every sample that the limits allow.
 constexpr double invalidPercentage(std::uint64_t invalidCount, std::uint64_t totalBytes) {
   if (totalBytes == 0) return 0;
   const auto product = static_cast<std::uint32_t>(invalidCount * 100);
   return static_cast<double>(product) / static_cast<double>(totalBytes);
 }
 
-// From this share on, the boundary itself included, a file is no text.
+// A file with at least this percentage of invalid characters is binary.
 inline constexpr double kBinaryPercentage = 10.0;
 
 constexpr bool isBinary(std::uint64_t invalidCount, std::uint64_t totalBytes) {

@@ -5,10 +5,13 @@
 #include "classifier/binary_test.h"
 #include "classifier/header_detector.h"
 #include "classifier/line_break_learner.h"
+#include "classifier/models/distance_limits.h"
 #include "classifier/properties.h"
+#include "classifier/single_line_check.h"
 #include "classifier/timestamp_learner.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
+#include "conf/stanza_kinds.h"
 #include "timestamp/timestamp_parser.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -18,25 +21,49 @@ namespace {
 
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
-// A sourcetype that rules or header lines decide on needs no more models to be told from others.
+// A sourcetype that rules or header lines recognise needs few models to be told from others.
 constexpr std::size_t kMaxRuleModels = 3;
 
-// Says no more than that a line holds a time of day, which is no start of an event.
+// Matches any line with a time of day, which is not necessarily the start of an event.
 constexpr std::string_view kTimeOfDayExpression = R"(\d+:\d+:\d+)";
+
+constexpr std::string_view causeText(InvalidCause cause) {
+  switch (cause) {
+    case InvalidCause::FailedStat:
+      return "failed_stat";
+    case InvalidCause::NotRegularFile:
+      return "not_regular_file";
+    case InvalidCause::CannotRead:
+      return "cannot_read";
+    case InvalidCause::Binary:
+      return "binary";
+  }
+  return {};
+}
 
 }  // namespace
 
-FileClassifier::FileClassifier(FileClassifierManager& manager, PropertiesMap& result,
+FileClassifier::FileClassifier(ClassifierContext& context, PropertiesMap& result,
                                const TypeRequest& request)
-    : manager_(manager),
-      store_(manager.store()),
+    : context_(context),
+      store_(context.store()),
       result_(result),
       request_(request),
       fileName_(pathToText(request.path)),
       learningAllowed_(request.learningAllowed) {}
 
-// Every return below is a way to end.
-void FileClassifier::runFlow() {
+void FileClassifier::classify() {
+  const std::size_t modelsBefore = context_.models().addedModels();
+  run(&FileClassifier::findType);
+  run(&FileClassifier::detectHeaderIfAsked);
+  run(&FileClassifier::keepWhatIsNew);
+  if (madeSourcetype_ || context_.models().addedModels() > modelsBefore) {
+    adjustMaxDist(store_);
+  }
+}
+
+// Settles the sourcetype and fills the result. Every return below is a way to end.
+void FileClassifier::findType() {
   logDebug(kFlowLog, "Finding type for file: %s", fileName_);
   lookUpConfiguredProps();
   if (isSettledUnread()) return finishWith(sourcetype_);
@@ -54,8 +81,19 @@ void FileClassifier::runFlow() {
   createSourcetype();
 }
 
-// The input's "sourcetype" or "given_type" wins over a configured sourcetype, but a configured
-// "preprocess" wins over everything.
+// What is in the result when a stage throws remains there.
+template <class Stage>
+void FileClassifier::run(Stage stage) {
+  try {
+    (this->*stage)();
+  } catch (const std::exception& error) {
+    logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_TYPE__%s", fileName_);
+    logDebug(kFlowLog, "%s", error.what());
+  }
+}
+
+// A "sourcetype" or "given_type" of the input overrides a configured sourcetype, but a configured
+// "preprocess" overrides both.
 void FileClassifier::lookUpConfiguredProps() {
   sourcetype_ = usableSourcetype(result_);
   if (sourcetype_.empty()) {
@@ -87,8 +125,8 @@ void FileClassifier::lookUpConfiguredProps() {
   }
 }
 
-// The sourcetype that these properties give. One that could not be stored, which would also break
-// the lines of the output, counts as none.
+// The sourcetype in these properties. Empty for a sourcetype that cannot be stored, which would
+// also break the lines of the output.
 std::string FileClassifier::usableSourcetype(const PropertiesMap& properties,
                                              std::string_view key) const {
   std::string sourcetype = properties.get(key);
@@ -100,12 +138,12 @@ std::string FileClassifier::usableSourcetype(const PropertiesMap& properties,
   return {};
 }
 
-// With the sourcetype known and nothing to find out about the bytes, the file need not be opened.
+// The file need not be opened if its sourcetype is known and its bytes need no examination.
 bool FileClassifier::isSettledUnread() const {
   return !sourcetype_.empty() && noBinaryCheck_ && sampleProps_.get(key::kCharset) != "auto";
 }
 
-// With the sourcetype known, no more is asked of the content than whether it is text.
+// If the sourcetype is known, only the question whether the file is text remains.
 bool FileClassifier::areLinesNeeded() const {
   return sourcetype_.empty() || result_.getBool(key::kCheckForHeader, headerWanted_);
 }
@@ -143,11 +181,11 @@ bool FileClassifier::isBinarySample() const {
 }
 
 void FileClassifier::finishWith(std::string_view sourcetype) {
-  manager_.getSourcetypeSettings(result_, sourcetype);
+  getSourcetypeSettings(context_, result_, sourcetype);
 }
 
 std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
-  return manager_.rules().findRuleSourcetype(*sample_, timing, budget_);
+  return context_.rules().findRuleSourcetype(*sample_, timing, budget_);
 }
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {
@@ -156,14 +194,13 @@ void FileClassifier::finishWithRule(std::string_view sourcetype) {
 }
 
 bool FileClassifier::matchModels() {
-  const auto found = manager_.models().matchModels(fileName_, *sample_);
+  const auto found = context_.models().matchModels(fileName_, *sample_);
   if (found) finishWith(*found);
   modelMatched_ = found.has_value();
   return modelMatched_;
 }
 
-// A small file gets a sourcetype of its own kind, which keeps it out of the ones that mean
-// something.
+// A small file gets a sourcetype for small files, since its few lines show little of its format.
 void FileClassifier::finishTooSmall() {
   PropertiesMap smallProps;
   store_.getStanzaSettings(store_.getProps(), smallProps, kTooSmallSourcetype, PatternMatching::No);
@@ -180,14 +217,14 @@ void FileClassifier::finishTooSmall() {
     settings.remove(key::kSourcetype);
     const auto outcome = store_.addStanza(store_.getProps(), sourcetype, settings, false);
     madeSourcetype_ = outcome == WriteOutcome::Written;
-    // Where another process has made it meanwhile, what that one wrote holds.
+    // If another process has added the stanza meanwhile, its settings apply.
     if (outcome != WriteOutcome::Overtaken) result_ = settings;
   }
   finishWith(sourcetype);
 }
 
-// Nothing recognised the file: it becomes the first of a new sourcetype. Nothing is written before
-// the header line was looked at, which may show that the file belongs to another one.
+// Proposes a new sourcetype for a file that nothing recognised. It is not written yet: the header
+// line may show that the file belongs to an existing sourcetype.
 void FileClassifier::createSourcetype() {
   const PropertiesMap input = result_;
   const std::string sourcetype = makeUniqueTypeName(fileName_, store_);
@@ -204,40 +241,6 @@ void FileClassifier::createSourcetype() {
   learning_ = Learning::Yes;
 }
 
-void FileClassifier::keepWhatIsNew() {
-  if (newSourcetype_ && !addUnderFreeName()) return;  // no model without its stanza
-  if (learning_ == Learning::Yes) return learnNewSourcetype();
-  if (learning_ == Learning::No || !learningAllowed_ || !result_.getBool(key::kLearnModel, true)) {
-    return;
-  }
-  manager_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype), kMaxRuleModels);
-}
-
-// A stanza whose files cannot be recognised would get another one beside it at every run.
-void FileClassifier::learnNewSourcetype() {
-  ModelStore& models = manager_.models();
-  const std::string sourcetype = result_.get(key::kSourcetype);
-  const std::size_t failedBefore = models.failedModels();
-  models.trainModels(fileName_, *sample_, sourcetype);
-  if (models.failedModels() > failedBefore && models.countModels(sourcetype) == 0) {
-    store_.takeBackStanza(store_.getProps(), sourcetype);
-  }
-}
-
-// When another process has taken the name of the new sourcetype meanwhile, the next free one is as
-// good. False when the stanza could not be written.
-bool FileClassifier::addUnderFreeName() {
-  while (true) {
-    const auto outcome = store_.addStanza(store_.getProps(), result_.get(key::kSourcetype),
-                                          newSourcetype_->settings, false);
-    if (outcome != WriteOutcome::Overtaken) {
-      madeSourcetype_ = outcome == WriteOutcome::Written;
-      return madeSourcetype_;
-    }
-    result_.set(key::kSourcetype, makeUniqueTypeName(fileName_, store_));
-  }
-}
-
 void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {
   if (singleLine_) return;
   try {
@@ -249,7 +252,7 @@ void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {
     } else {
       logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_NO_GOOD_REGEX__%s", sourcetype);
     }
-  } catch (const std::exception& error) {  // the sourcetype does without the expression
+  } catch (const std::exception& error) {  // the sourcetype gets no expression
     logMessage(LogLevel::Error, kFlowLog, "FILE_CLASSIFIER_ERROR_GETTING_REGEX__%s", sourcetype);
     logDebug(kFlowLog, "%s", error.what());
   }
@@ -263,7 +266,7 @@ void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
       store_.getStanzaSettings(store_.getProps(), settings, std::span(&sourcetype, 1),
                                PatternMatching::No);
       const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-      parser.emplace(manager_.timestampFormats(), settings,
+      parser.emplace(context_.timestampFormats(), settings,
                      formatText("FileClassifier %s", sourcetype), now);
     }
     return parser->parse(line);
@@ -271,7 +274,11 @@ void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
 }
 
 void FileClassifier::markInvalid(InvalidCause cause) {
-  FileClassifierManager::markInvalid(result_, request_.path, cause);
+  result_.set(key::kIsValid, flagText(false));
+  result_.set(key::kSourcetype, kUnknownSourcetype);
+  result_.set(key::kInvalidCause, causeText(cause));
+  logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_INVALID_FILE__%s_%s", fileName_,
+             causeText(cause));
 }
 
 void FileClassifier::detectHeaderIfAsked() {
@@ -285,17 +292,71 @@ void FileClassifier::detectHeaderIfAsked() {
     madeSourcetype_ = madeSourcetype_ || newSourcetype_;
     newSourcetype_.reset();
   }
-  // Learned, the file is recognised as what it is found to be, also where no header is looked for.
+  // Learn the file, so that it is recognised also where configuration asks for no header.
   if (modelMatched_ && result_.get(key::kSourcetype) != before && !isLearned()) {
     learning_ = Learning::WhileFewModels;
   }
 }
 
-// Whether a model was learned from this very text: no further model could be closer to it.
+// Whether a model was learned from this very text. Then a further model would not be closer.
 bool FileClassifier::isLearned() {
   constexpr float kOwnDistance = 0.001F;  // stored weights are rounded
-  const auto closest = manager_.models().findClosest(*sample_);
+  const auto closest = context_.models().findClosest(*sample_);
   return closest && closest->distance < kOwnDistance;
+}
+
+void FileClassifier::keepWhatIsNew() {
+  if (newSourcetype_ && !addUnderFreeName()) return;  // no model without its stanza
+  if (learning_ == Learning::Yes) return learnNewSourcetype();
+  if (learning_ == Learning::No || !learningAllowed_ || !result_.getBool(key::kLearnModel, true)) {
+    return;
+  }
+  context_.models().trainModels(fileName_, *sample_, result_.get(key::kSourcetype), kMaxRuleModels);
+}
+
+// Without a model the file would not be recognised, and every run would add one more stanza. So the
+// stanza is removed if the model cannot be stored.
+void FileClassifier::learnNewSourcetype() {
+  ModelStore& models = context_.models();
+  const std::string sourcetype = result_.get(key::kSourcetype);
+  const std::size_t failedBefore = models.failedModels();
+  models.trainModels(fileName_, *sample_, sourcetype);
+  if (models.failedModels() > failedBefore && models.countModels(sourcetype) == 0) {
+    store_.takeBackStanza(store_.getProps(), sourcetype);
+  }
+}
+
+// Writes the stanza of the new sourcetype, under the next free name if another process has used its
+// name meanwhile. Returns false if the stanza cannot be written.
+bool FileClassifier::addUnderFreeName() {
+  while (true) {
+    const auto outcome = store_.addStanza(store_.getProps(), result_.get(key::kSourcetype),
+                                          newSourcetype_->settings, false);
+    if (outcome != WriteOutcome::Overtaken) {
+      madeSourcetype_ = outcome == WriteOutcome::Written;
+      return madeSourcetype_;
+    }
+    result_.set(key::kSourcetype, makeUniqueTypeName(fileName_, store_));
+  }
+}
+
+void getSourcetypeSettings(ClassifierContext& context, PropertiesMap& result,
+                           std::string_view sourcetype) {
+  const std::string name(sourcetype);
+  ConfStore& store = context.store();
+  store.getStanzaSettings(store.getProps(), result, std::span(&name, 1), PatternMatching::No);
+  context.expressionCheck().check(result);
+  result.set(key::kSourcetype, sourcetype);
+  if (!result.tryGet(key::kIsValid)) {
+    result.set(key::kIsValid, flagText(!result.tryGet(key::kInvalidCause)));
+  }
+}
+
+std::vector<std::string> sourceStanzas(const std::filesystem::path& path,
+                                       std::string_view sourcetype) {
+  std::vector<std::string> names{std::string(kSourceKind) + pathToText(path)};
+  if (!sourcetype.empty()) names.emplace_back(sourcetype);
+  return names;
 }
 
 }  // namespace sourcetype

@@ -1,39 +1,44 @@
-// The road of one file from first lookup to settled result.
+// The flow of one file: from the lookup of its configuration to the result.
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "classifier/file_classifier_manager.h"
-#include "classifier/header_transform.h"
+#include "classifier/classifier_context.h"
+#include "classifier/header_linker.h"
 #include "classifier/properties.h"
 #include "classifier/rules.h"
 #include "classifier/sample.h"
+#include "classifier/type_request.h"
+#include "conf/conf_store.h"
+#include "conf/properties_map.h"
 
 namespace sourcetype {
 
-// Holds what the whole road needs, for one call. Lower layers may throw through it.
+enum class InvalidCause { FailedStat, NotRegularFile, CannotRead, Binary };
+
+// Has what all stages of one classification need.
 class FileClassifier {
  public:
   // All three must outlive the object.
-  FileClassifier(FileClassifierManager& manager, PropertiesMap& result, const TypeRequest& request);
+  FileClassifier(ClassifierContext& context, PropertiesMap& result, const TypeRequest& request);
 
-  // The three stages, in this order; the later ones are run also when an earlier one has thrown.
-
-  // Fills the result up to the sourcetype's settings.
-  void runFlow();
-  // Looks for a header line where configuration asks for it.
-  void detectHeaderIfAsked();
-  // Writes a new sourcetype, and learns the file, under the sourcetype that the header left.
-  void keepWhatIsNew();
-
-  // True when the file may have got a sourcetype that did not exist before.
-  bool madeSourcetype() const { return madeSourcetype_; }
+  // Fills the result. Throws nothing: an exception of a lower layer ends its stage and is logged.
+  void classify();
 
  private:
   enum class Learning { No, WhileFewModels, Yes };
 
+  // The stages, in this order. A later one runs also when an earlier one has thrown.
+  void findType();
+  void detectHeaderIfAsked();
+  void keepWhatIsNew();
+
+  template <class Stage>
+  void run(Stage stage);
   void lookUpConfiguredProps();
   std::string usableSourcetype(const PropertiesMap& properties,
                                std::string_view key = key::kSourcetype) const;
@@ -55,24 +60,33 @@ class FileClassifier {
   void proposeTimestampSettings(const std::string& sourcetype);
   void markInvalid(InvalidCause cause);
 
-  FileClassifierManager& manager_;
+  ClassifierContext& context_;
   ConfStore& store_;
   PropertiesMap& result_;
   const TypeRequest& request_;
   const std::string fileName_;
 
-  std::string sourcetype_;     // empty until something settles it
-  PropertiesMap sampleProps_;  // how to read the file: "CHARSET" where configuration says it
+  std::string sourcetype_;     // empty until it is known
+  PropertiesMap sampleProps_;  // "CHARSET", if it is configured
   bool learningAllowed_;
   bool headerWanted_ = false;
   bool noBinaryCheck_ = false;
   std::optional<Sample> sample_;
-  MatchBudget budget_{kMaxFileCost};            // of stanza patterns and rules
+  MatchBudget budget_{kMaxFileCost};            // for stanza patterns and rules
   std::optional<NewSourcetype> newSourcetype_;  // until its stanza is written
   bool madeSourcetype_ = false;
   bool singleLine_ = true;     // each line of the sample is an event
-  bool modelMatched_ = false;  // a learned model gave the sourcetype
+  bool modelMatched_ = false;  // the sourcetype is that of a learned model
   Learning learning_ = Learning::No;
 };
+
+// Adds the settings of a sourcetype's stanza to a result. Sets "sourcetype" and, unless it is
+// there, "is_valid": "False" for a result with an "invalid_cause".
+void getSourcetypeSettings(ClassifierContext& context, PropertiesMap& result,
+                           std::string_view sourcetype);
+
+// The names of the stanzas for a file: its source stanza and, unless it is empty, its sourcetype's.
+std::vector<std::string> sourceStanzas(const std::filesystem::path& path,
+                                       std::string_view sourcetype = {});
 
 }  // namespace sourcetype

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "classifier/header_fields.h"
+#include "classifier/header_transform.h"
 #include "classifier/statistics.h"
 #include "util/logging.h"
 #include "util/text.h"
@@ -19,7 +20,7 @@ bool isBlankLine(std::string_view line) {
   return std::ranges::all_of(line, isAsciiSpace);
 }
 
-// For each delimiter, how often it occurs in each line that counts.
+// For each delimiter, how often it occurs in each examined line.
 using DelimiterSamples = std::array<std::vector<double>, kDelimiters.size()>;
 
 DelimiterSamples sampleDelimiters(const Sample& sample, std::size_t maxLines) {
@@ -37,7 +38,7 @@ DelimiterSamples sampleDelimiters(const Sample& sample, std::size_t maxLines) {
 struct ScoredDelimiter {
   char delimiter;
   Statistics statistics;
-  double score = 0;  // 1 when every line has it equally often
+  double score = 0;  // from 0 to 1; 1 when every line has the delimiter equally often
 };
 
 ScoredDelimiter scoreDelimiter(char delimiter, std::span<const double> samples) {
@@ -45,8 +46,8 @@ ScoredDelimiter scoreDelimiter(char delimiter, std::span<const double> samples) 
   const Statistics& statistics = scored.statistics;
   const double deviation =
       statistics.valid ? std::sqrt(statistics.sampleVariance) : kUnsetStatistic;
-  double variation = kUnsetStatistic;  // the deviation for the size of the mean
-  double fraction = kUnsetStatistic;   // of the lines, those that have it as often as most
+  double variation = kUnsetStatistic;  // deviation / mean
+  double fraction = kUnsetStatistic;   // share of the lines that have it as often as the mode
   if (statistics.valid && statistics.mode != 0) {
     if (statistics.mean > 0) variation = deviation / statistics.mean;
     fraction = static_cast<double>(statistics.countOf(statistics.mode)) /
@@ -72,13 +73,14 @@ ScoredDelimiter chooseDelimiter(const Sample& sample, std::size_t maxLines) {
 
 std::optional<std::string_view> findHeaderLine(const Sample& sample,
                                                const ScoredDelimiter& chosen) {
-  constexpr std::size_t kHeaderLines = 10;  // that are examined; blank ones are not
-  const auto least = static_cast<std::size_t>(chosen.statistics.mode);  // above 0, as its score is
+  constexpr std::size_t kMaxHeaderLines = 10;  // that are examined; blank lines do not count
+  // Above 0, because the score is above 0.
+  const auto minDelimiters = static_cast<std::size_t>(chosen.statistics.mode);
   std::size_t examined = 0;
-  for (std::size_t i = 0; i < sample.lineCount() && examined < kHeaderLines; ++i) {
+  for (std::size_t i = 0; i < sample.lineCount() && examined < kMaxHeaderLines; ++i) {
     if (isBlankLine(sample.line(i))) continue;
     ++examined;
-    if (splitFields(sample.line(i), chosen.delimiter).size() > least) return sample.line(i);
+    if (splitFields(sample.line(i), chosen.delimiter).size() > minDelimiters) return sample.line(i);
   }
   return std::nullopt;
 }
@@ -100,7 +102,7 @@ DelimiterCounts countDelimiters(std::string_view line, const decltype(kDelimiter
 }
 
 bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
-                  ConfStore& store, const NewSourcetype* made, HeaderLimits limits) {
+                  ConfStore& store, const NewSourcetype* newSourcetype, HeaderLimits limits) {
   if (sample.lineCount() == 0 || limits.maxLines == 0) return false;
   const ScoredDelimiter chosen = chooseDelimiter(sample, limits.maxLines);
   const std::string delimiter = delimiterText(chosen.delimiter);
@@ -117,7 +119,7 @@ bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap
   logInfo(kFlowLog, R"(AutoHeader: filename="%s", found headerline=[%s])", fileName, *header);
   const auto names = nameFields(splitFields(*header, chosen.delimiter));
   return applyHeaderTransform(fileName, makeHeaderTransform(chosen.delimiter, names), result, store,
-                              made);
+                              newSourcetype);
 }
 
 }  // namespace sourcetype

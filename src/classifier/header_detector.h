@@ -1,35 +1,37 @@
-// Header lines of delimited files.
+// Finds the header line of a delimited file and stores its columns.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <string_view>
 
-#include "classifier/header_transform.h"
+#include "classifier/header_linker.h"
 #include "classifier/sample.h"
 #include "conf/conf_store.h"
 #include "conf/properties_map.h"
 
 namespace sourcetype {
 
-// The characters that may stand between columns; of equally good ones the first is taken.
+// The characters that may separate columns. Among delimiters of equal score the first is chosen.
 inline constexpr std::array kDelimiters{',', ';', '\t'};
 
-// How often each occurs in a line outside quotes.
+// Returns how often each delimiter occurs in a line outside quotes.
 using DelimiterCounts = std::array<std::size_t, kDelimiters.size()>;
 DelimiterCounts countDelimiters(std::string_view line, const decltype(kDelimiters)& delimiters,
                                 char quote);
 
 struct HeaderLimits {
-  std::size_t maxLines = 1000;  // that are counted; blank ones are not
-  double threshold = 0.5;       // score that the delimiter has to pass
+  std::size_t maxLines = 1000;  // lines that are examined; blank lines do not count
+  double threshold = 0.5;       // the score of the delimiter must be greater
 };
 
-// Looks for a line that names the columns: the first of ten lines that has as many delimiters as
-// most lines have. When there is one, a transform that extracts the columns is linked to the
-// sourcetype of `result`, which may be another one then; applyHeaderTransform() says more, also of
-// `made` and what is returned. Without a sourcetype nothing is done.
+// Looks for the line that names the columns: the first of ten non-blank lines that has at least as
+// many delimiters as most lines have. If there is one, links a transform that extracts the columns
+// to the sourcetype of `result`, which may change the sourcetype. `newSourcetype` and the returned
+// value are those of applyHeaderTransform(). Returns false when there is no header line. Does
+// nothing without a sourcetype.
 bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
-                  ConfStore& store, const NewSourcetype* made = nullptr, HeaderLimits limits = {});
+                  ConfStore& store, const NewSourcetype* newSourcetype = nullptr,
+                  HeaderLimits limits = {});
 
 }  // namespace sourcetype

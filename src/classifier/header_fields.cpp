@@ -4,15 +4,12 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "util/text.h"
+
 namespace sourcetype {
 namespace {
 
 constexpr char kReplacement = '_';
-
-bool isControl(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F;
-}
 
 std::string_view trimmed(std::string_view field) {
   constexpr std::string_view kAround = "\"\r\n\t ";
@@ -26,23 +23,23 @@ std::string cleanName(std::string_view field) {
   std::string name;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool isQuote = text[i] == kFieldQuote;
-    name += isQuote || isControl(text[i]) ? kReplacement : text[i];
+    name += isQuote || isAsciiControl(text[i]) ? kReplacement : text[i];
     if (isQuote && text.substr(i + 1).starts_with(kFieldQuote)) ++i;
   }
-  // A reader could take one for an escape of the quote behind it.
+  // Before the closing quote a backslash could be read as an escape of it.
   for (auto c = name.rbegin(); c != name.rend() && *c == '\\'; ++c) *c = kReplacement;
   return name;
 }
 
-// A name that stands in the header is kept: what is appended to others gives way to it.
+// No number makes a name equal to one in the header: the next number is tried.
 void makeUnique(std::vector<std::string>& names) {
-  std::unordered_set<std::string> taken(names.begin(), names.end());
-  std::unordered_map<std::string, std::size_t> uses;  // up to the last number that was tried
+  std::unordered_set<std::string> used(names.begin(), names.end());
+  std::unordered_map<std::string, std::size_t> lastNumbers;  // by name without number
   for (auto& name : names) {
-    std::size_t& used = uses[name];
-    if (++used == 1) continue;
-    std::string numbered = name + "_" + std::to_string(used);
-    while (!taken.insert(numbered).second) numbered = name + "_" + std::to_string(++used);
+    std::size_t& number = lastNumbers[name];
+    if (++number == 1) continue;
+    std::string numbered = name + "_" + std::to_string(number);
+    while (!used.insert(numbered).second) numbered = name + "_" + std::to_string(++number);
     name = std::move(numbered);
   }
 }

@@ -1,4 +1,4 @@
-// The columns that a header line names.
+// The fields of a delimited line, and the column names of a header line.
 #pragma once
 
 #include <string>
@@ -9,14 +9,16 @@ namespace sourcetype {
 
 inline constexpr char kFieldQuote = '"';
 
-// The line's fields between delimiters, as they stand. A delimiter between double quotes is text.
+// Splits a line at its delimiters. Fields keep their quotes and blanks. A delimiter between double
+// quotes does not split. Fields live as long as the text of `line`.
 std::vector<std::string_view> splitFields(std::string_view line, char delimiter);
 
-// A name for each field, all different and fit to stand between double quotes in one line:
-// - without quotes, blanks and line ends around it; a doubled quote within is one quote
-// - quotes and control characters within, and backslashes at the end, become "_"
-// - a field without a name is "field_<n>", counted from 1
-// - of equal names the second and later ones get the first of "_2", "_3" ... that is not taken
+// Returns a name for each field. All names differ and can be written between double quotes:
+// - quotes, blanks, tabs and line ends around a field are removed
+// - a quote or a doubled quote within becomes "_", as does an ASCII control character, and each
+//   backslash at the end
+// - an empty name becomes "field_<n>", where <n> counts the fields from 1
+// - of equal names, the first stays and the others get the first of "_2", "_3" ... that is free
 std::vector<std::string> nameFields(const std::vector<std::string_view>& fields);
 
 }  // namespace sourcetype

@@ -1,9 +1,8 @@
-// The columns of a delimited file as configuration: a transform that extracts them, and the link to
-// it from the file's sourcetype.
+// Transforms: stanzas of transforms.conf that extract the columns of delimited files. A sourcetype
+// links transforms by the settings "REPORT-<any>" of its stanza in props.conf.
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "conf/conf_store.h"
@@ -11,29 +10,30 @@
 
 namespace sourcetype {
 
-// A delimiter as it is written and shown: a tab as "\t".
+// Names of stanzas of transforms.conf.
+using TransformNames = std::vector<std::string>;
+
+// Returns a delimiter as it is written and logged: a tab as "\t".
 std::string delimiterText(char delimiter);
 
-// The values of a transform for these columns. `names` hold no double quote and no line end.
+// Returns the settings of a transform. `names` must not contain double quotes or line ends.
 PropertiesMap makeHeaderTransform(char delimiter, const std::vector<std::string>& names);
 
-// A new sourcetype whose stanza is not written yet.
-struct NewSourcetype {
-  PropertiesMap settings;  // of its stanza
-  PropertiesMap input;     // the result without them
-};
+// Returns the stanzas that have all settings of `transform`, perhaps among others, and whose names
+// can be linked.
+TransformNames findIdenticalTransforms(const PropertiesMap& transform, ConfStore& store);
 
-// Links a transform of these values, one that transforms.conf has or a new one, to the sourcetype
-// of `result`. A sourcetype that links other columns keeps them: the file gets its own sourcetype,
-// "<sourcetype>-<number>", or the one that an earlier file with these columns got. `result` then
-// holds its name and settings. What cannot be written is logged by the store and leaves `result` as
-// it was.
-//
-// `made` is given when the sourcetype of `result` is new. Its stanza is written together with the
-// link, or not at all when an earlier file with these columns has a sourcetype of the same type
-// name. False when its stanza is still to be written.
-bool applyHeaderTransform(std::string_view fileName, const PropertiesMap& transform,
-                          PropertiesMap& result, ConfStore& store,
-                          const NewSourcetype* made = nullptr);
+// Returns the existing transforms that the settings of a sourcetype link.
+TransformNames linkedTransforms(const PropertiesMap& settings, ConfStore& store);
+
+// Returns true when the settings of a sourcetype link a transform that names columns. A transform
+// can extract fields by an expression instead.
+bool hasColumns(const PropertiesMap& settings, ConfStore& store);
+
+// Returns the settings to add to those of a sourcetype in order to link one more transform.
+PropertiesMap addedLink(const PropertiesMap& settings, const std::string& stanza, ConfStore& store);
+
+// Returns the settings without the keys that link a transform that names columns.
+PropertiesMap withoutColumns(PropertiesMap settings, ConfStore& store);
 
 }  // namespace sourcetype

@@ -5,8 +5,7 @@
 
 namespace sourcetype {
 
-// The two ways flags are written: results and event breaking on one hand, NO_BINARY_CHECK on the
-// other.
+// Flags are written in two ways: "True" in results and event breaking, "true" in NO_BINARY_CHECK.
 constexpr std::string_view flagText(bool value) {
   return value ? "True" : "False";
 }
@@ -33,7 +32,7 @@ inline constexpr std::string_view kTimePrefix = "TIME_PREFIX";
 inline constexpr std::string_view kTimeFormat = "TIME_FORMAT";
 inline constexpr std::string_view kMaxTimestampLookahead = "MAX_TIMESTAMP_LOOKAHEAD";
 
-// Field extraction: "REPORT-<any>" of a sourcetype names transforms, with commas between them.
+// Field extraction: "REPORT-<any>" of a sourcetype lists transforms, separated by commas.
 inline constexpr std::string_view kReportPrefix = "REPORT-";
 inline constexpr std::string_view kReportHeader = "REPORT-AutoHeader";
 inline constexpr std::string_view kKvMode = "KV_MODE";
@@ -42,9 +41,8 @@ inline constexpr std::string_view kFields = "FIELDS";
 
 }  // namespace key
 
-// Sourcetypes with a meaning of their own.
+// Sourcetypes with a special meaning.
 inline constexpr std::string_view kUnknownSourcetype = "unknown";
-inline constexpr std::string_view kTooSmallSourcetype = "too_small";
 inline constexpr std::string_view kPreprocessSourcetype = "preprocess";
 
 }  // namespace sourcetype

@@ -2,26 +2,29 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
 
 #include "classifier/properties.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
+#include "conf/stanza_kinds.h"
 
 namespace sourcetype {
 namespace {
 
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
-// Steps that one test may spend, so that one hopeless expression leaves enough for other rules.
+// Steps that one test may spend, so that one costly expression leaves enough for other rules.
 constexpr std::uint64_t kMaxTestCost = kMaxFileCost / 4;
 
 constexpr std::string_view stanzaPrefix(RuleTiming timing) {
-  return timing == RuleTiming::BeforeModels ? "rule::" : "delayedrule::";
+  return timing == RuleTiming::BeforeModels ? kRuleKind : kDelayedRuleKind;
 }
 
 constexpr std::size_t kCountAll = ~std::size_t{0};
 
-// The count of matches from which on a test has its other answer.
+// Returns the smallest count of matches at which a MORE_THAN test passes, or a LESS_THAN test
+// fails.
 std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
   const int limit = std::clamp(comparer == '>' ? percent : percent + 1, 0, 101);
   return (static_cast<std::size_t>(limit) * lines + 99) / 100;
@@ -32,11 +35,11 @@ std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
 struct Rules::Test {
   char comparer;
   int percent;
-  bool hasNumber;  // else `percent` is 0
+  bool hasNumber;  // if false, `percent` is 0
 };
 
-// The test that a key stands for, nothing for any other key. Any text may stand between the prefix
-// and the underscore, so that a stanza can have several tests of a kind.
+// Returns the test that a key describes; nothing for other keys. Text between the prefix and the
+// underscore is ignored, so that a stanza can have several tests of a kind.
 std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
   constexpr std::string_view kLessThan = "LESS_THAN";
   constexpr std::string_view kMoreThan = "MORE_THAN";
@@ -46,7 +49,7 @@ std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
   if (key.size() < kMinKey || (!isLess && !key.starts_with(kMoreThan))) return std::nullopt;
   const auto underscore = key.find('_', kMoreThan.size());
   if (underscore == std::string::npos) return std::nullopt;
-  // As atoi() reads it, but a number that is too large is as large as can be.
+  // As atoi() reads it, but a number that is too large becomes the maximum.
   const char* const start = key.c_str() + underscore + 1;
   char* end = nullptr;
   const long number = std::strtol(start, &end, 10);
@@ -116,7 +119,7 @@ bool Rules::passesTests(const Sample& sample, const std::string& stanza, const P
   return hasTest;
 }
 
-// Tells of a test that cannot mean what it says, once a run.
+// Logs, once a run, a test with an invalid expression or without a percentage.
 void Rules::reportFaults(const std::string& stanza, const std::string& key, const Test& test,
                          const std::string& pattern) {
   const auto* error = std::get_if<std::string>(&compiled(pattern));
@@ -150,11 +153,12 @@ bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, c
   const int counted = percentage(decisiveCount(lines, comparer, percent), budget);
   const bool passes = comparer == '>' ? counted >= percent : counted <= percent;
   if (kFlowLog.isEnabled(LogLevel::Debug)) {
-    // The whole percentage, at the cost of the log and not of the file.
-    MatchBudget ofTheLog(kMaxTestCost);
+    // The log shows the percentage of all lines. Counting them must not spend the budget of the
+    // file.
+    MatchBudget logBudget(kMaxTestCost);
     logDebug(kFlowLog, "MatchRulePattern. %s, Pattern: %s, Percent: %d, Comparer: %c, Actual: %d",
              passes ? "true" : "false", pattern, percent, comparer,
-             percentage(kCountAll, ofTheLog));
+             percentage(kCountAll, logBudget));
   }
   return passes;
 }
@@ -164,11 +168,11 @@ std::size_t Rules::countMatches(const Sample& sample, std::size_t lines, const R
   const std::uint64_t allowed = std::min(budget.left(), kMaxTestCost);
   MatchBudget share(allowed);
   std::size_t matches = 0;
-  MatchResult groups;  // nobody reads them
+  MatchResult unusedGroups;
   for (std::size_t i = 0; i < lines; ++i) {
     const bool isSettled = matches >= decisive || matches + (lines - i) < decisive;
     if (isSettled && decisive != kCountAll) break;
-    const auto answer = regex.tryMatch(sample.line(i), groups, share);
+    const auto answer = regex.tryMatch(sample.line(i), unusedGroups, share);
     if (answer == Regex::Answer::Match) ++matches;
     if (answer != Regex::Answer::TooCostly) continue;
     if (records_.costs.admit()) {

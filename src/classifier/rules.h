@@ -1,15 +1,15 @@
-// Sourcetypes found by the hand-written rules of props.conf.
+// Finds sourcetypes by the rules of props.conf.
 //
-// A stanza whose name begins "rule::" (tried before the learned models) or "delayedrule::" (tried
-// after them) names a "sourcetype" and holds tests: a key such as MORE_THAN_80 or LESS_THAN2_10,
-// whose value is an expression and whose number is the percentage of lines that must at least, or
-// may at most, match it.
+// A rule is a stanza whose name begins with "rule::" (tried before the learned models) or with
+// "delayedrule::" (tried after them). It contains a "sourcetype" and tests such as
+//   MORE_THAN_80 = ^\d+ INFO      at least 80 % of the lines match the expression
+//   LESS_THAN2_10 = ^#            at most 10 % of the lines match the expression
+// Any text can stand between LESS_THAN or MORE_THAN and the underscore.
 #pragma once
 
 #include <optional>
 #include <set>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <variant>
@@ -24,7 +24,7 @@ namespace sourcetype {
 
 enum class RuleTiming { BeforeModels, AfterModels };
 
-// Only so many lines of a sample are tested.
+// At most this many lines of a sample are tested.
 inline constexpr std::size_t kMaxRuleLines = 1000;
 
 class Rules {
@@ -32,15 +32,16 @@ class Rules {
   // `store` must outlive the object.
   explicit Rules(ConfStore& store) : store_(store) {}
 
-  // The sourcetype of the first rule, in byte order of stanza names, all of whose tests pass. A
-  // rule has at least one test; one without a sourcetype is logged and skipped. When `budget` is
-  // spent the rules that are left are not tried, which is logged.
+  // Tries the rules in byte order of their stanza names. Returns the sourcetype of the first rule
+  // that has a test and whose tests all pass. A rule without a usable sourcetype is logged and
+  // skipped. When `budget` is spent, this is logged and the remaining rules are not tried.
   std::optional<std::string> findRuleSourcetype(const Sample& sample, RuleTiming timing,
                                                 MatchBudget& budget);
 
-  // Whether at least (comparer '>') or at most (any other) `percent` of the tested lines match. The
-  // actual percentage is truncated, and 0 without lines. An expression that does not compile
-  // matches no line. A line on which it costs too much ends the counting.
+  // Returns true when at least `percent` of the tested lines match (comparer '>'), or at most
+  // `percent` (any other comparer). The percentage of matching lines is truncated, and 0 when there
+  // are no lines. An expression that does not compile matches no line. Counting ends at a line on
+  // which the expression costs too much.
   bool MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
                         int percent, MatchBudget& budget);
 
@@ -53,15 +54,15 @@ class Rules {
                    MatchBudget& budget);
   void reportFaults(const std::string& stanza, const std::string& key, const Test& test,
                     const std::string& pattern);
-  // Stops where it is certain on which side of `decisive` the count will be.
+  // Counts the matching lines. Stops as soon as it is certain whether the count reaches `decisive`.
   std::size_t countMatches(const Sample& sample, std::size_t lines, const Regex& regex,
                            std::size_t decisive, MatchBudget& budget);
 
-  // An expression, or why it does not compile.
+  // An expression, or the reason why it does not compile.
   using Compiled = std::variant<Regex, std::string>;
   const Compiled& compiled(const std::string& pattern);
 
-  // The records of one search for a rule.
+  // Limits on what one search for a rule logs.
   struct Records {
     RecordLimit noSourcetype;
     RecordLimit faults;
@@ -71,7 +72,7 @@ class Rules {
 
   ConfStore& store_;
   Records records_;
-  std::unordered_map<std::string, Compiled> compiled_;      // once per text and run
+  std::unordered_map<std::string, Compiled> compiled_;      // by text; each is compiled once
   std::set<std::pair<std::string, std::string>> reported_;  // stanzas and keys with faults
 };
 

@@ -15,10 +15,11 @@ namespace {
 
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
-// The unit of reading: limits are tested after each, and a line that no chunk ends is cut to it.
+// The file is converted in chunks of this size. The limits are tested after each chunk. Of a line
+// that spans several chunks, the part in the last of them is kept.
 constexpr std::size_t kChunkBytes = 10000;
 
-// Chunks fetched from the system at once.
+// Chunks that one call to the system reads.
 constexpr std::size_t kChunksPerRead = 26;
 
 }  // namespace
@@ -48,7 +49,7 @@ class Sampler {
     if (keep_ == Keep::CountsOnly) dropEndedLines();
   }
 
-  // `atEndOfFile`: a character that is unfinished by now stays so.
+  // With `atEndOfFile`, an incomplete character at the end is invalid.
   Sample finish(bool atEndOfFile) {
     if (converter_) {
       if (atEndOfFile) converter_->finish(sample_.text_);
@@ -74,8 +75,8 @@ class Sampler {
     sample_.detectedCharset_ = std::move(choice.detected);
   }
 
-  // A mark is the character U+FEFF at the start, in every charset. It can only be separated from
-  // the text after the conversion: in UTF-7 it ends within a byte.
+  // The byte-order mark is the character U+FEFF at the start, in every charset. It is removed after
+  // the conversion, since in UTF-7 it ends within a byte.
   void dropByteOrderMark() {
     constexpr std::string_view kMark = "\xEF\xBB\xBF";
     if (!isAtStart_ || sample_.text_.empty()) return;
@@ -83,8 +84,9 @@ class Sampler {
     if (sample_.text_.starts_with(kMark)) sample_.text_.erase(0, kMark.size());
   }
 
-  // Cuts the text from `begin`, where the chunk's text starts, into lines. What follows the last
-  // line end is carried over; a chunk without a line end takes the place of what was carried.
+  // Splits the text of a chunk, which starts at `begin`, into lines. The text after the last line
+  // end is carried over to the next chunk. A chunk without a line end replaces what was carried
+  // over.
   void splitFrom(std::size_t begin) {
     std::string& text = sample_.text_;
     const char* const end = text.data() + text.size();
@@ -108,7 +110,7 @@ class Sampler {
     }
   }
 
-  // The line that began at lineBegin_ ends before `end`; the next one begins behind it.
+  // Ends the current line before `end`. The next line begins after the terminator at `end`.
   void endLine(std::size_t end) {
     if (end > lineBegin_) {
       ++lineCount_;
@@ -128,8 +130,8 @@ class Sampler {
   Sample sample_;
   std::unique_ptr<CharsetConverter> converter_;
   bool isAtStart_ = true;        // nothing has been converted yet
-  std::size_t lineBegin_ = 0;    // of the line that is not ended yet
-  std::uint64_t lineCount_ = 0;  // ended and not empty, kept or not
+  std::size_t lineBegin_ = 0;    // of the current line
+  std::uint64_t lineCount_ = 0;  // lines that ended and are not empty, kept or not
 };
 
 CharsetChoice chooseCharset(const PropertiesMap& props, std::string_view firstChunk,
@@ -162,8 +164,8 @@ std::optional<Sample> readSample(const std::filesystem::path& path, const Proper
     return std::nullopt;
   }
   Sampler sampler(props, fileName, keep);
-  const std::uint64_t mostBytes = maxLines * kBytesPerLine + kChunkBytes;
-  sampler.expectBytes(std::min(file.size(), mostBytes));
+  const std::uint64_t maxBytes = maxLines * kBytesPerLine + kChunkBytes;
+  sampler.expectBytes(std::min(file.size(), maxBytes));
   const auto wanted = std::min<std::uint64_t>(file.size() / kChunkBytes + 1, kChunksPerRead);
   std::vector<char> buffer(kChunkBytes * static_cast<std::size_t>(wanted));
   while (const std::size_t count = file.read(buffer)) {

@@ -1,6 +1,11 @@
-// A bounded piece of one file as lines of UTF-8 text, on which everything else works.
+// A sample: the beginning of a file as lines of UTF-8 text. All later stages work on it.
+//
+//   if (auto sample = readSample(path, props, kDefaultMaxLines)) {
+//     for (std::size_t i = 0; i < sample->lineCount(); ++i) examine(sample->line(i));
+//   }
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -13,31 +18,35 @@
 
 namespace sourcetype {
 
-// The most bytes of a file that are read, per line of the line limit.
+// The limit of bytes to read is this many bytes for each line of the limit of lines.
 inline constexpr std::uint64_t kBytesPerLine = 1000;
 
-// Owns its text. Lines are valid UTF-8 where the file's charset is known, else the file's bytes.
+// Lines of a sample that are examined to decide whether lines are events and where timestamps are.
+inline constexpr std::size_t kMaxExaminedLines = 1000;
+
+// Owns its text. Lines are valid UTF-8 if the charset of the file is known, else the file's bytes.
 class Sample {
  public:
-  // Lines kept, in file order; 0 where only counts were wanted. Empty lines are dropped, so this is
-  // no count of newlines.
+  // Number of lines that were kept; 0 for Keep::CountsOnly. Empty lines are dropped, so this is not
+  // the number of newlines.
   std::size_t lineCount() const { return extents_.size(); }
-  // Line `index` without its terminator; needs index < lineCount(). Lives as long as *this.
+  // Returns a line without its terminator; needs index < lineCount(). It lives as long as *this.
   std::string_view line(std::size_t index) const {
     return std::string_view(text_).substr(extents_[index].offset, extents_[index].length);
   }
 
-  // Raw bytes read, and characters (in UTF-8: bytes) that could not be converted.
+  // Bytes read, before conversion.
   std::uint64_t bytesRead() const { return bytesRead_; }
+  // Characters (in UTF-8: bytes) that could not be converted.
   std::uint64_t invalidCount() const { return invalidCount_; }
-  // The charset that a byte-order mark named; empty when there was none or nobody asked.
+  // The charset of the byte-order mark. Empty without a mark, and when CHARSET was not "auto".
   const std::string& detectedCharset() const { return detectedCharset_; }
 
  private:
   friend class Sampler;
 
   struct Extent {
-    std::size_t offset;  // in text_: a view would not survive a move of *this
+    std::size_t offset;  // in text_; a view could become invalid when *this is moved
     std::size_t length;
   };
 
@@ -48,32 +57,35 @@ class Sample {
   std::string detectedCharset_;
 };
 
-// The charset to read a file in, and what a byte-order mark says of it.
+// The charset to read a file in, and the charset of its byte-order mark.
 struct CharsetChoice {
   std::string charset;
   std::string detected;  // empty without a mark
 };
 
-// Goes by "CHARSET" of `props`: "UTF-8" where it is missing, the mark at the start of `firstChunk`
-// where it is "auto" ("UTF-8" without a mark). `fileName` is for the log.
+// Returns the "CHARSET" of `props`. If it is missing, returns "UTF-8". If it is "auto", returns the
+// charset of the byte-order mark at the start of `firstChunk`, or "UTF-8" without a mark.
+// `fileName` is for the log.
 CharsetChoice chooseCharset(const PropertiesMap& props, std::string_view firstChunk,
                             std::string_view fileName);
 
-// What of a sample is wanted. Where nobody is going to look at the lines they are cut and counted
-// like any others, for the limits, but not kept.
+// Whether a sample keeps its lines. With CountsOnly the lines are still counted, for the limits,
+// but their text is dropped.
 enum class Keep { Lines, CountsOnly };
 
-// Samples `path` in the charset that `props` asks for, until `maxLines` lines or kBytesPerLine
-// times as many bytes are in. A byte-order mark is not part of the text, whether or not it chose
-// the charset. An unknown charset is logged and leaves the bytes as they are. Of a line longer than
-// 10000 bytes the end is kept. Empty, with the reason logged, when the file cannot be opened.
+// Reads `path` in the charset that chooseCharset() returns for `props`, until it has `maxLines`
+// lines or kBytesPerLine times as many bytes. The text does not include the byte-order mark, even
+// when the mark did not decide the charset. With an unknown charset, which is logged, the bytes
+// stay as they are. Of a line longer than 10000 bytes only the end is kept. When the file cannot be
+// opened, logs the reason and returns nothing.
 std::optional<Sample> readSample(const std::filesystem::path& path, const PropertiesMap& props,
                                  std::uint64_t maxLines, Keep keep = Keep::Lines);
-// The same with the reason, also for a sample that ends where reading failed.
+// The same. Sets `error` when the file cannot be opened, or when reading fails later: the sample
+// then has the lines before.
 std::optional<Sample> readSample(const std::filesystem::path& path, const PropertiesMap& props,
                                  std::uint64_t maxLines, Keep keep, std::error_code& error);
 
-// The same for text in memory, whole.
+// Makes a sample of a text in memory, without limits.
 Sample readSampleText(std::string_view text, const PropertiesMap& props, std::string_view fileName);
 
 }  // namespace sourcetype

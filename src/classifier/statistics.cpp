@@ -27,10 +27,10 @@ Statistics computeStatistics(std::span<const double> samples) {
   result.populationVariance = varies ? std::max(0.0, (squareSum - sum * sum / n) / n) : 0.0;
   result.minimum = result.histogram.begin()->first;
   result.maximum = result.histogram.rbegin()->first;
-  std::size_t most = 0;
+  std::size_t maxCount = 0;
   for (const auto& [value, count] : result.histogram) {
-    if (count <= most) continue;
-    most = count;
+    if (count <= maxCount) continue;
+    maxCount = count;
     result.mode = value;
   }
   result.valid = true;

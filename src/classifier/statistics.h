@@ -1,4 +1,4 @@
-// What a list of numbers looks like.
+// Statistics of a list of numbers.
 #pragma once
 
 #include <cstddef>
@@ -7,25 +7,26 @@
 
 namespace sourcetype {
 
-// Figures that say nothing read as this.
+// The value of a figure that could not be computed.
 inline constexpr double kUnsetStatistic = -9.99e99;
 
 struct Statistics {
-  bool valid = false;  // computed of at least one sample
+  bool valid = false;  // true when there is at least one sample
   std::size_t n = 0;
   double mean = kUnsetStatistic;
-  double sampleVariance = kUnsetStatistic;  // 0 for a single sample, and where rounding left less
-  double populationVariance = kUnsetStatistic;  // the same
+  // Both variances are 0 for a single sample, and when rounding makes them negative.
+  double sampleVariance = kUnsetStatistic;
+  double populationVariance = kUnsetStatistic;
   double minimum = kUnsetStatistic;
   double maximum = kUnsetStatistic;
-  double mode = kUnsetStatistic;            // the most frequent value, of several the smallest
-  std::map<double, std::size_t> histogram;  // samples by value
+  double mode = kUnsetStatistic;            // the most frequent value; if several, the smallest
+  std::map<double, std::size_t> histogram;  // number of samples by value
 
-  // Samples of that value.
+  // Returns the number of samples of that value.
   std::size_t countOf(double value) const;
 };
 
-// Not valid for an empty list.
+// The result of an empty list is not valid.
 Statistics computeStatistics(std::span<const double> samples);
 
 }  // namespace sourcetype

@@ -6,7 +6,6 @@
 #include <numeric>
 #include <vector>
 
-#include "classifier/line_break_learner.h"
 #include "classifier/properties.h"
 #include "conf/message_catalog.h"
 #include "util/format.h"
@@ -17,32 +16,33 @@ namespace {
 
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
-// As many timestamps, or fewer, say nothing about a sourcetype.
+// This many timestamps, or fewer, are too few to propose settings.
 constexpr std::size_t kTooFewTimestamps = 30;
 
-// Of the timestamps, as many have to agree.
-constexpr double kAgreeingShare = 0.9;
+// Share of the timestamps that have to agree.
+constexpr double kMinAgreeingShare = 0.9;
 
-// What the lines with a timestamp showed.
+// What was observed in the lines that have a timestamp.
 struct Observations {
   std::vector<std::ptrdiff_t> starts;  // byte offsets, in the order of the lines
   std::vector<std::ptrdiff_t> ends;
-  std::map<std::string, std::size_t> prefixes;  // lines by the expression for the text before
+  // Number of lines by the expression for the text before the timestamp.
+  std::map<std::string, std::size_t> prefixes;
 
   std::size_t count() const { return starts.size(); }
 };
 
 Observations observe(const Sample& sample, std::size_t lines, const TimestampFinder& find) {
-  constexpr std::ptrdiff_t kAbsentStart = 9999999;  // behind the end of every line
+  constexpr std::ptrdiff_t kAbsentStart = 9999999;  // after the end of every line
   Observations seen;
   for (std::size_t i = 0; i < lines; ++i) {
     const std::string_view line = sample.line(i);
-    const auto stamp = find(line);
-    if (!stamp || stamp->main.start < 0 || stamp->main.end < 0) continue;
-    const auto secondStart = stamp->second.start < 0 ? kAbsentStart : stamp->second.start;
-    const auto start = std::min(stamp->main.start, secondStart);
+    const auto timestamp = find(line);
+    if (!timestamp || timestamp->main.start < 0 || timestamp->main.end < 0) continue;
+    const auto secondStart = timestamp->second.start < 0 ? kAbsentStart : timestamp->second.start;
+    const auto start = std::min(timestamp->main.start, secondStart);
     seen.starts.push_back(start);
-    seen.ends.push_back(std::max(stamp->main.end, stamp->second.end));
+    seen.ends.push_back(std::max(timestamp->main.end, timestamp->second.end));
     ++seen.prefixes[makeTimePrefixRegex(line.substr(0, static_cast<std::size_t>(start)))];
   }
   return seen;
@@ -53,32 +53,33 @@ double meanOf(const std::vector<std::ptrdiff_t>& offsets) {
   return static_cast<double>(sum) / static_cast<double>(offsets.size());
 }
 
-// The expression that most lines have; of equally frequent ones the last in byte order. Empty when
-// fewer than `needed` lines agree, or when timestamps start within the first bytes of the lines.
+// Returns the most frequent expression; of equally frequent ones the last in byte order. Returns an
+// empty text when fewer than `needed` lines agree, or when the mean start of the timestamps is near
+// the start of the lines.
 std::string chooseTimePrefix(const Observations& seen, std::size_t needed) {
-  constexpr double kNearBegin = 10.0;  // mean start in bytes
-  if (meanOf(seen.starts) <= kNearBegin) return {};
+  constexpr double kMaxNearStart = 10.0;  // mean start in bytes
+  if (meanOf(seen.starts) <= kMaxNearStart) return {};
   std::string chosen;
-  std::size_t most = needed;
+  std::size_t maxLines = needed;
   for (const auto& [expression, lines] : seen.prefixes) {
-    // A backslash as the last character does not compile.
-    if (lines < most || !compiles(expression)) continue;
-    most = lines;
+    // An expression that ends in a backslash does not compile.
+    if (lines < maxLines || !compiles(expression)) continue;
+    maxLines = lines;
     chosen = expression;
   }
   return chosen;
 }
 
-// How many bytes of a line to look at, from its begin; nothing unless more than `needed` timestamps
-// end near one another.
+// Returns how many bytes from the start of a line have to be searched for a timestamp. Returns
+// nothing unless more than `needed` timestamps end near the mean end.
 std::optional<std::ptrdiff_t> chooseLookahead(const Observations& seen, std::size_t needed) {
-  constexpr double kNear = 20.0;           // whole bytes from the mean end
-  constexpr std::ptrdiff_t kReserve = 20;  // for timestamps longer than the ones at hand
+  constexpr double kMaxNear = 20.0;        // whole bytes from the mean end must be fewer
+  constexpr std::ptrdiff_t kReserve = 20;  // for timestamps longer than those of the sample
   const double mean = meanOf(seen.ends);
   std::size_t count = 0;
   std::ptrdiff_t sum = 0;
   for (const auto end : seen.ends) {
-    if (std::abs(std::trunc(mean - static_cast<double>(end))) >= kNear) continue;
+    if (std::abs(std::trunc(mean - static_cast<double>(end))) >= kMaxNear) continue;
     ++count;
     sum += end;
   }
@@ -87,7 +88,7 @@ std::optional<std::ptrdiff_t> chooseLookahead(const Observations& seen, std::siz
 }
 
 std::string expressionFor(char anchor) {
-  // Without the backslash, which is written as it is.
+  // The backslash is missing here: it is written without an escape.
   constexpr std::string_view kEscaped = "()[]{}*+^$!-?";
   if (anchor == '\t') return R"(\t)";
   if (kEscaped.find(anchor) != std::string_view::npos) return {'\\', anchor};
@@ -105,7 +106,8 @@ void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
   const std::size_t lines = std::min(sample.lineCount(), kMaxExaminedLines);
   const Observations seen = observe(sample, lines, find);
   if (seen.count() <= kTooFewTimestamps) return;
-  const auto needed = static_cast<std::size_t>(kAgreeingShare * static_cast<double>(seen.count()));
+  const auto needed =
+      static_cast<std::size_t>(kMinAgreeingShare * static_cast<double>(seen.count()));
 
   if (const auto prefix = chooseTimePrefix(seen, needed); wantsPrefix && !prefix.empty()) {
     settings.set(key::kTimePrefix, prefix);

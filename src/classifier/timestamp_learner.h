@@ -1,4 +1,4 @@
-// Where the timestamps stand in the lines of a sample.
+// Learns where the timestamps are in the lines of a sample.
 #pragma once
 
 #include <functional>
@@ -12,18 +12,19 @@
 
 namespace sourcetype {
 
-// Finds the timestamp of a line; nothing in a line without one. Called for the lines in their
+// Returns the timestamp of a line; nothing for a line without one. Is called for the lines in their
 // order.
 using TimestampFinder = std::function<std::optional<Timestamp>(std::string_view line)>;
 
-// Adds what it finds to the settings of a new sourcetype: TIME_PREFIX, MAX_TIMESTAMP_LOOKAHEAD and,
-// where timestamps stand on some lines only, SHOULD_LINEMERGE. Of the first two, one that is there
-// already stays; when both are, nothing is done and `find` not called. Few timestamps say nothing.
+// Adds TIME_PREFIX and MAX_TIMESTAMP_LOOKAHEAD to the settings of a new sourcetype, and sets
+// SHOULD_LINEMERGE when only some lines have timestamps. A TIME_PREFIX or MAX_TIMESTAMP_LOOKAHEAD
+// that is set stays. If both are set, does nothing and does not call `find`. Adds nothing when 30
+// lines or fewer have a timestamp.
 void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
                             PropertiesMap& settings, const TimestampFinder& find);
 
-// An expression that skips the text before a timestamp: up to its last bracket, colon or other
-// character that text between fields rarely has. Empty when there is no such character.
+// Returns an expression that matches the text before a timestamp up to its last anchor: a bracket,
+// colon or other character that plain text rarely has. Empty when the text has no anchor.
 std::string makeTimePrefixRegex(std::string_view textBefore);
 
 }  // namespace sourcetype

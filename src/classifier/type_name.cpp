@@ -3,26 +3,26 @@
 #include <algorithm>
 
 #include "classifier/properties.h"
+#include "conf/stanza_kinds.h"
 #include "util/text.h"
 
 namespace sourcetype {
 namespace {
 
 constexpr std::string_view kDefaultTypeName = "generic";
-constexpr std::size_t kShortestName = 3;
+constexpr std::size_t kMinNameLength = 3;
 constexpr char kControlReplacement = '_';
-constexpr std::string_view kKindSeparator = "::";
 
-// Extensions that say no more than that the file is a log.
-bool isTelling(std::string_view extension) {
-  return extension.size() >= kShortestName && isAsciiLetter(extension.front()) &&
+// Returns false for an extension that only says that the file is a log, or is too short.
+bool isSpecific(std::string_view extension) {
+  return extension.size() >= kMinNameLength && isAsciiLetter(extension.front()) &&
          !equalsIgnoringCase(extension.substr(0, 3), "txt") &&
          !equalsIgnoringCase(extension.substr(0, 3), "log");
 }
 
 std::string_view nameFrom(std::string_view baseName) {
   const auto dot = baseName.rfind('.');
-  if (dot != std::string_view::npos && isTelling(baseName.substr(dot + 1))) {
+  if (dot != std::string_view::npos && isSpecific(baseName.substr(dot + 1))) {
     return baseName.substr(dot + 1);
   }
   return baseName.substr(0, dot);
@@ -49,7 +49,7 @@ std::size_t countNames(Conf& conf, std::string_view prefix, ConfStore& store) {
   return store.countStanzas(conf, prefix, [](std::string_view) { return true; });
 }
 
-// The first of "<base>-<number>" from `number` on that `conf` does not have.
+// Returns the first of "<base>-<number>", from `number` on, that `conf` does not have.
 std::string firstFreeName(const std::string& base, std::size_t number, Conf& conf,
                           ConfStore& store) {
   while (true) {
@@ -78,9 +78,10 @@ std::string makeTypeName(std::string_view fileName, PathForm pathForm) {
   std::string_view name = nameFrom(fileName.substr(fileName.rfind(pathForm.separator) + 1));
   name = withoutLeadingBlanks(name);
   while (!name.empty() && !isAsciiLetter(name.back())) name.remove_suffix(1);
-  // Every name made of one with "::" would be that of a rule, or of settings for other files.
+  // A name with "::" would be that of a rule or of a pattern of sources, also with a number
+  // appended.
   const bool isUsable =
-      name.size() >= kShortestName && name.find(kKindSeparator) == std::string_view::npos;
+      name.size() >= kMinNameLength && name.find(kKindSeparator) == std::string_view::npos;
   return isUsable ? withControlsReplaced(name) : std::string(kDefaultTypeName);
 }
 
@@ -91,9 +92,9 @@ std::string makeNumberedName(const std::string& base, Conf& conf, ConfStore& sto
 std::string makeUniqueTypeName(std::string_view fileName, ConfStore& store) {
   std::string name = makeTypeName(fileName, store.pathForm());
   Conf& props = store.getProps();
-  std::size_t taken = countNames(props, name, store);
-  if (isSpecialStanza(name)) taken = std::max<std::size_t>(taken, 1);
-  return taken == 0 ? name : firstFreeName(name, taken + 1, props, store);
+  std::size_t used = countNames(props, name, store);
+  if (isSpecialStanza(name)) used = std::max<std::size_t>(used, 1);
+  return used == 0 ? name : firstFreeName(name, used + 1, props, store);
 }
 
 }  // namespace sourcetype

@@ -1,4 +1,4 @@
-// Names for sourcetypes that nobody has named yet.
+// Makes names for new sourcetypes.
 #pragma once
 
 #include <string>
@@ -9,26 +9,28 @@
 
 namespace sourcetype {
 
-// True for a name whose stanza in props.conf says more than what one sourcetype is like: a rule, a
-// pattern of sources, the settings of small files or of all.
+// Returns true for a name whose stanza in props.conf does not describe one sourcetype: a rule, a
+// pattern of sources ("source::..."), "too_small" or "default".
 bool isSpecialStanza(std::string_view name);
 
-// Why no file can be learned under this sourcetype: "it is empty" and the like. Empty for a
-// sourcetype that can be stored and read back.
+// Returns why a sourcetype cannot be stored and read back, for a message: "it is empty" or the
+// like. Returns an empty text when it can.
 std::string_view sourcetypeProblem(std::string_view name);
 
-// A name made from the file's: its extension when that says something ("access.iis" gives "iis"),
-// else its base name, without leading blanks and up to the last ASCII letter; "generic" where
-// neither has three characters, or the name holds "::". A control character becomes "_". The result
-// can be the name of a special stanza ("default"); with something added to it, it is not.
+// Returns a type name made from a file name: the extension if it says more than that the file is a
+// log ("access.iis" gives "iis"), else the base name. Leading blanks and control characters are
+// removed, as is everything after the last ASCII letter; other control characters become "_".
+// Returns "generic" if fewer than three characters are left, or if the name contains "::". The
+// result can be the name of a special stanza ("default"); the result with a number appended cannot.
 std::string makeTypeName(std::string_view fileName, PathForm pathForm);
 
-// "<base>-<number>", a stanza that `conf` does not have. Numbers begin after the number of stanzas
-// whose names begin with `base`.
+// Returns "<base>-<number>", a stanza that `conf` does not have. The first number to be tried is
+// one more than the number of stanzas whose names begin with `base`.
 std::string makeNumberedName(const std::string& base, Conf& conf, ConfStore& store);
 
-// The type name, with a number after it when props.conf has stanzas that begin with it: "syslog-3"
-// where there are two. Never the name of a special stanza: these count as if props.conf had them.
+// Returns the type name of the file. If props.conf has stanzas whose names begin with it, appends a
+// number: "syslog-3" if there are two. Never returns the name of a special stanza: these count as
+// if props.conf had them.
 std::string makeUniqueTypeName(std::string_view fileName, ConfStore& store);
 
 }  // namespace sourcetype

@@ -1,9 +1,13 @@
 #include "conf/conf_file.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string>
 #include <utility>
 
+#include "conf/stanza_kinds.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 #include "util/text.h"
 
 namespace sourcetype {
@@ -13,13 +17,13 @@ using namespace std::string_view_literals;
 
 using Setting = ConfFile::Setting;
 
-// Sorts settings by key and drops all but the last of each; gives those that are left.
+// Sorts settings by key and keeps the last setting of each key. Returns the settings kept.
 std::span<Setting> keepLastOfEachKey(std::span<Setting> settings) {
   const auto isNotBefore = [](const Setting& a, const Setting& b) {
     return !isBeforeInBytes(a.key(), b.key());
   };
   if (std::ranges::adjacent_find(settings, isNotBefore) == settings.end()) {
-    return settings;  // as this program writes them
+    return settings;  // the usual case: this program writes settings in this order
   }
   std::ranges::stable_sort(settings, {}, &Setting::key);
   auto kept = settings.begin();
@@ -45,9 +49,10 @@ const std::error_category& encodingErrors() {
   return kErrors;
 }
 
-// A run of ASCII in UTF-16: every second byte is NUL. It may stand anywhere, as UTF-16 may have
-// been appended to other text. Shorter runs may be damage, which costs a line and not the file.
-bool holdsUtf16(std::string_view bytes) {
+// True for a run of ASCII characters in UTF-16: every second byte is NUL. The run may be anywhere,
+// because UTF-16 may have been appended to other text. A shorter run may be damage, for which one
+// line is rejected and not the file.
+bool hasUtf16(std::string_view bytes) {
   constexpr std::size_t kMinRun = 7;  // from NUL to NUL
   for (auto nul = bytes.find('\0'); nul != std::string_view::npos;
        nul = bytes.find('\0', nul + 1)) {
@@ -69,7 +74,7 @@ std::error_code findEncodingError(std::string_view bytes) {
   if (bytes.starts_with("\xFF\xFE\0\0"sv) || bytes.starts_with("\0\0\xFE\xFF"sv)) {
     return ConfEncoding::Utf32;
   }
-  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF") || holdsUtf16(bytes)) {
+  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF") || hasUtf16(bytes)) {
     return ConfEncoding::Utf16;
   }
   return {};
@@ -123,7 +128,8 @@ ConfFile::ConfFile(std::filesystem::path path, FileBytes bytes, Report report)
 
 std::vector<ConfFile::Block> ConfFile::readLines(Report report) {
   const auto lines = static_cast<std::size_t>(std::ranges::count(bytes_.view(), '\n')) + 1;
-  settings_.reserve(std::min(lines, kMaxSettings));  // memory that none needs is never touched
+  // The system provides memory at its first use: reserving too much costs nothing.
+  settings_.reserve(std::min(lines, kMaxSettings));
   std::vector<Block> blocks;
   LogicalLineReader reader(bytes_.view(), path_, keeper_, report);
   for (LogicalLine line; reader.next(line);) {

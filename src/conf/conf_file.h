@@ -1,13 +1,17 @@
-// One .conf file as lookups see it.
+// One .conf file, parsed for lookups. (ini_file.h parses a file for edits.)
+//
+//   const ConfFile file(path, readConfFile(path));
+//   if (const auto* stanza = file.find("syslog")) use(stanza->settings);
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
-#include <memory>
 #include <span>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 #include <vector>
 
 #include "conf/logical_lines.h"
@@ -15,25 +19,26 @@
 
 namespace sourcetype {
 
-// Encodings that a .conf file may have and that are not read, as error codes. Their message() says
-// what the file is and what to do.
+// Error codes for encodings of .conf files that are not supported. The message() names the encoding
+// and says what to do.
 enum class ConfEncoding { Utf16 = 1, Utf32 };
-// The name by which the standard library finds it.
+// The standard library requires this name.
 std::error_code make_error_code(ConfEncoding encoding);  // NOLINT(readability-identifier-naming)
 
-// Set when `bytes` are text in such an encoding: they begin with its byte-order mark, or some of
-// them have the form that ASCII characters have in UTF-16.
+// The encoding of `bytes` if it is not supported: they begin with its byte-order mark, or contain a
+// run of ASCII characters in UTF-16. Else no error.
 std::error_code findEncodingError(std::string_view bytes);
 
 // True for the errors of findEncodingError().
 bool isEncodingError(std::error_code error);
 
-// A parsed file: its bytes and views into them. Within one file a header that occurs again adds to
-// its stanza, and the last value of a key is the one that counts. Moves, does not copy.
+// A parsed file: its bytes and views into them. When a file has several headers of the same name,
+// their settings make up one stanza. When a stanza has several values of a key, the last one
+// counts. Moves, does not copy.
 class ConfFile {
  public:
-  // A key and its value, which stands not far behind it in the same text: a store of models has
-  // millions of these.
+  // A key and its value. The value is at most kMaxGapBytes after the key in the same text. The
+  // object is small because a store of models has millions of settings.
   class Setting {
    public:
     Setting(std::string_view key, std::string_view value)
@@ -52,36 +57,36 @@ class ConfFile {
     std::uint32_t valueSize_;
   };
 
-  // A file of more bytes is none: sizes within it have 32 bits.
+  // A larger file is not read: sizes within a file have 32 bits.
   static constexpr std::size_t kMaxBytes = std::size_t{1} << 30;
 
-  // These limits keep the memory of a parsed file at a few times its size. 1,000 models of 2,000
-  // settings each use half of kMaxSettings. Reading stops at the first setting or header beyond its
-  // limit; of a stanza with too many settings the last keys are left out.
+  // Limits that keep the memory of a parsed file at a few times its size. 1,000 models of 2,000
+  // settings each use half of kMaxSettings. Reading stops at the first setting or header over its
+  // limit. A stanza with too many settings loses the last ones in the order of their keys.
   static constexpr std::size_t kMaxSettings = 4'000'000;
   static constexpr std::size_t kMaxHeaders = 1'000'000;
-  // Each lookup copies the settings of a stanza. A learned model has 2,003 at most.
+  // Each lookup copies the settings of a stanza. A learned model has at most 2,003.
   static constexpr std::size_t kMaxStanzaSettings = 200'000;
 
   struct Stanza {
     std::string_view name;
     std::span<const Setting> settings;  // in ascending byte order of the keys
 
-    // Nothing when the stanza lacks the key.
+    // Null when the stanza does not have the key.
     const Setting* find(std::string_view key) const;
   };
 
-  // `bytes` are at most kMaxBytes.
+  // `bytes` has at most kMaxBytes. `path` is for messages and path().
   ConfFile(std::filesystem::path path, FileBytes bytes, Report report = Report::Yes);
 
-  // The file as it was read.
+  // The content of the file as it was read.
   std::string_view bytes() const { return bytes_.view(); }
   const std::filesystem::path& path() const { return path_; }
   // In ascending byte order of the names.
   std::span<const Stanza> stanzas() const { return stanzas_; }
   const Stanza* find(std::string_view name) const;
-  // False when the file exceeds a limit, which is logged with what is left out. Such a file must
-  // not be written anew from what was read of it.
+  // False when the file exceeds a limit; the limit and the omitted part are logged. Such a file
+  // must not be replaced by a text made from this object.
   bool isComplete() const { return isComplete_; }
 
  private:
@@ -93,14 +98,14 @@ class ConfFile {
   std::filesystem::path path_;
   FileBytes bytes_;
   TextKeeper keeper_;
-  std::vector<Setting> settings_;            // as they stand in the file
-  std::deque<std::vector<Setting>> joined_;  // those of stanzas that have several headers
+  std::vector<Setting> settings_;            // in the order of the file
+  std::deque<std::vector<Setting>> joined_;  // of stanzas with several headers
   std::vector<Stanza> stanzas_;
   bool isComplete_ = true;
 };
 
-// The bytes of a .conf file, or why they cannot be had: what readFile() says of more than
-// ConfFile::kMaxBytes, or findEncodingError() of the content.
+// The bytes of a .conf file, or an error: that of readFile(), also for a file of more than
+// ConfFile::kMaxBytes, or that of findEncodingError().
 FileBytes readConfFile(const std::filesystem::path& path);
 
 }  // namespace sourcetype

@@ -1,242 +1,168 @@
-// The configuration of the server as one: every .conf file of every layer, read when first asked
-// for, and written back without harm to what others wrote.
+// The configuration of the server: the .conf files of all layers, seen as one. A file is read at
+// the first access. A write changes the lines of its own stanza only.
+//
+//   ConfStore store(home / "etc");
+//   PropertiesMap settings;
+//   store.getStanzaSettings(store.getProps(), settings, "syslog", PatternMatching::No);
+//   settings.get("TIME_FORMAT");
+//   if (!store.writeStanza(store.getProps(), "syslog", {{"CHARSET", "UTF-8"}}, false)) return;
+//
+// Lookups and writes may be called from several threads.
 #pragma once
 
 #include <chrono>
-#include <deque>
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
-#include <system_error>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
-#include "conf/conf_file.h"
+#include "conf/conf_edit.h"
+#include "conf/conf_index.h"
+#include "conf/conf_lookup.h"
+#include "conf/conf_writer.h"
+#include "conf/learned_stanzas.h"
 #include "conf/properties_map.h"
-#include "conf/stanza_pattern.h"
-#include "platform/file_lock.h"
+#include "conf/write_locks.h"
 #include "platform/path_form.h"
 #include "util/match_budget.h"
 
 namespace sourcetype {
 
-// The configuration of one short name ("props" for props.conf) over all layers. Owned by the store.
+// One configuration over all layers: all files of one short name ("props" for props.conf). Only
+// the store makes these objects, and owns them.
 class Conf {
  public:
-  explicit Conf(std::string name) : name_(std::move(name)) {}
+  Conf(const std::filesystem::path& root, std::string name, PathForm pathForm, WriteLocks& locks);
   const std::string& name() const { return name_; }
 
  private:
   friend class ConfStore;
 
-  // A stanza in one of the files. All of one name stand together, the strongest layer first.
-  struct Occurrence {
-    const ConfFile::Stanza* stanza;
-    const ConfFile* file;
-  };
-
-  // The configuration's file in one layer.
-  struct Layer {
-    std::filesystem::path directory;
-    std::unique_ptr<ConfFile> file;               // empty where there is none
-    std::deque<std::unique_ptr<ConfFile>> added;  // what was appended since it was read
-    std::error_code error;                        // why it has no file
-    FileIdentity identity;                        // of what is known
-  };
-
   std::string name_;
-  bool loaded_ = false;
-  std::vector<Layer> layers_;        // strongest first
-  std::vector<Occurrence> stanzas_;  // in ascending byte order of the names
-
-  // The stanza that addStanza() added last, to be taken back.
-  struct Addition {
-    std::string stanza;
-    PropertiesMap settings;
-    FileIdentity before;  // of the file
-    FileIdentity after;
-  };
-  std::optional<Addition> addition_;
-
-  // What is known of the learned file, so that a stanza can be added without reading it again.
-  struct LearnedFile {
-    FileIdentity identity;
-    std::unordered_set<std::string> stanzas;
-    std::size_t settings = 0;
-    bool endsInNewline = true;
-  };
-  std::optional<LearnedFile> learned_;
-  // The pattern stanzas, gathered at the first lookup that needs them.
-  std::optional<std::vector<const StanzaPattern*>> patterns_;
+  ConfIndex index_;
+  ConfLookup lookup_;
+  ConfWriter writer_;
+  LearnedStanzas learned_;
 };
-
-enum class PatternMatching { No, Yes };
-
-// What became of a write that was decided on by what other stanzas say. Overtaken: another process
-// has written meanwhile, so that nothing was written now; the configuration is read anew.
-enum class WriteOutcome { Written, Failed, Overtaken };
 
 class ConfStore {
  public:
-  // A process that holds a lock this long is stopped or stuck: it needs milliseconds.
-  static constexpr std::chrono::minutes kPatience{1};
+  // A write needs the lock for milliseconds: a process that has had it this long hangs.
+  static constexpr std::chrono::minutes kMaxLockWait{1};
 
-  // `root` is the configuration tree, $TARNEL_HOME/etc. Reads nothing yet. A write is given up when
-  // one process has kept its lock for `patience`.
+  // `root` is the configuration tree, $TARNEL_HOME/etc. The constructor reads nothing. A write
+  // fails when one other process has had the lock for `maxLockWait`.
   explicit ConfStore(std::filesystem::path root, PathForm pathForm = nativePathForm(),
-                     std::chrono::milliseconds patience = kPatience);
+                     std::chrono::milliseconds maxLockWait = kMaxLockWait);
 
   const std::filesystem::path& root() const { return root_; }
   PathForm pathForm() const { return pathForm_; }
 
-  // The object lives as long as the store.
+  // The configuration of a short name. The object lives as long as the store.
   Conf& getConf(std::string_view name);
   Conf& getProps() { return getConf("props"); }
   Conf& getTransforms() { return getConf("transforms"); }
   Conf& getInputs() { return getConf("inputs"); }
 
-  // True when a stanza of that name stands in any layer.
+  // True when any layer has a stanza of that name.
   bool stanzaExists(Conf& conf, std::string_view stanza);
 
-  // Names that begin with `prefix`, each once, in ascending byte order.
+  // The names that begin with `prefix`, each once, in ascending byte order.
   std::vector<std::string> stanzaNames(Conf& conf, std::string_view prefix);
-  // How many of these there are that `counts` says yes to.
+  // The number of these names for which `counts` returns true.
   std::size_t countStanzas(Conf& conf, std::string_view prefix,
                            bool (*counts)(std::string_view name));
 
-  // The file that a setting's value comes from; empty when no layer has it.
+  // The file that the value of a setting comes from; empty when no layer has the setting.
   std::filesystem::path settingFile(Conf& conf, std::string_view stanza, std::string_view key);
 
-  // Adds the settings of the stanza of exactly that name, stronger layers first; keys that `out`
-  // has already keep their values, here and below.
+  // Adds the settings of the stanza of exactly that name; the value of the strongest layer counts.
+  // A key that `out` already has keeps its value, here and in getStanzaSettings().
   void getExactStanza(Conf& conf, PropertiesMap& out, std::string_view stanza);
 
-  // Calls `visit` with each stanza's name and settings, merged over all layers, in ascending byte
-  // order of the names. The settings, in byte order of the keys, live as long as the call.
-  using StanzaVisitor =
-      std::function<void(std::string_view name, std::span<const ConfFile::Setting> settings)>;
+  // Calls `visit` once for each stanza name, in ascending byte order, with the settings of that
+  // name merged over all layers. The settings are in byte order of their keys and live until
+  // `visit` returns.
+  using StanzaVisitor = ConfLookup::StanzaVisitor;
   void visitStanzas(Conf& conf, const StanzaVisitor& visit);
 
-  // Adds the effective settings of one or more names. For each name in turn these are the settings
-  // of the stanza of that name and, with `matching`, of the pattern stanzas that match it, by
-  // falling "priority" (100 for the exact stanza, 0 for a pattern, where it has none) and, among
-  // equals, in byte order of the stanza names. "default" fills what is then missing.
+  // Adds the effective settings of one or more names, the first name first. For each name it adds
+  // the settings of the stanza of that name and of the pattern stanzas that match the name. Stanzas
+  // with a higher "priority" come first; without this key, the exact stanza has 100 and a pattern
+  // 0. Stanzas of equal priority come in byte order of their names. Last come the settings of
+  // "default".
   //
-  // The expressions of the patterns draw on `budget`, on half of kMaxFileCost at most; those that
-  // are left when it is spent do not apply, which is logged.
+  // The expressions of the patterns spend steps of `budget`, at most half of kMaxFileCost. When
+  // these steps are spent, the remaining patterns do not apply, and a warning is logged.
   void getStanzaSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
                          MatchBudget& budget);
-  // The same with a budget of its own, or without patterns.
+  // The same with a budget of its own, or without pattern stanzas.
   void getStanzaSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
                          PatternMatching matching);
-  // The same for a list of names with "|" between them.
+  // The same for names separated by "|".
   void getStanzaSettings(Conf& conf, PropertiesMap& out, std::string_view names,
                          PatternMatching matching);
 
-  // Makes `settings` the effective settings of the stanza: writes those that differ (with
-  // `overwriteAll`, every one) to the system's local layer and deletes none. The next lookup sees
-  // them. False, with the reason logged and the file as it was, when that cannot be done; also when
-  // a setting has no form in which it would read back the same.
+  // Makes `settings` the effective settings of the stanza: writes the settings that differ (with
+  // `overwriteAll`, all of them) to the local layer of the system, and deletes none. The next
+  // lookup sees them. On failure it logs the reason, leaves the file as it was and returns false. A
+  // setting that cannot be written in a form that reads back the same is a failure too.
   bool writeStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                    bool overwriteAll);
 
-  // The same, if `stillHolds` says so while no other process can write. It may look up what it
-  // wants in the store, where `conf` is as it is now.
-  using Condition = std::function<bool()>;
+  // The same, if `stillHolds` returns true. It is called while no other process can write, after
+  // the file was read again if it had changed, and may call the lookups of this store.
+  using Condition = ConfWriter::Condition;
   WriteOutcome writeStanzaIf(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                              bool overwriteAll, const Condition& stillHolds);
 
-  // Writes a stanza that no layer has; Overtaken when one has it.
+  // Writes a stanza that no layer has; returns Overtaken when a layer has it.
   WriteOutcome addStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                          bool overwriteAll);
 
-  // Removes the stanza when it is the last one that this object has added, and holds just what was
-  // written. A failure is logged.
+  // Removes the stanza that this object added last, if it still has exactly the settings that were
+  // written. Does nothing for any other stanza. A failure is logged.
   void takeBackStanza(Conf& conf, std::string_view stanza);
 
-  // The same as writeStanza() for a learned model: all settings go to the local layer of the app
-  // "learned". A stanza that its file does not have yet is appended, in time independent of the
-  // file's size; a crash may leave a part of it at the end of the file.
+  // As writeStanza(), for a learned model: writes all settings to the local layer of the app
+  // "learned". A stanza that the file does not have yet is appended, in time independent of the
+  // file's size; a crash may leave a part of the stanza at the end of the file.
   bool writeLearnedStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings);
 
-  // Removes the stanzas `names` from the file that writeLearnedStanza() writes to, in one step. An
-  // empty result deletes the file, or empties it if it is reached by a link. First a copy of the
-  // file without the stanzas `added` is written to "<file>.old", replacing an older copy; with a
-  // link, beside the file that it leads to. Writes nothing when the file has none of `names`.
-  using StanzaNames = std::unordered_set<std::string>;
-  struct Dropped {
-    std::size_t stanzas = 0;
-    std::filesystem::path copy;  // "<file>.old"; empty where nothing was written
-    std::error_code error;       // set: no stanza was dropped, and the reason is logged
-  };
+  // Removes the stanzas `names` from learnedFile() in one step. A file that is empty then is
+  // deleted; if a link leads to the file, the file stays and is empty. Before that, the function
+  // writes a copy of the file without the stanzas `added` to "<file>.old" and replaces an older
+  // copy; if a link leads to the file, the copy is beside the target of the link. Writes nothing
+  // when the file has none of `names`.
+  using StanzaNames = sourcetype::StanzaNames;
+  using Dropped = LearnedStanzas::Dropped;
   Dropped dropLearnedStanzas(Conf& conf, const StanzaNames& names, const StanzaNames& added);
 
-  // Where writeLearnedStanza() writes.
+  // The file that writeLearnedStanza() writes to.
   std::filesystem::path learnedFile(const Conf& conf) const;
 
-  // Forgets what was read, so that the next lookup reads the files again.
+  // Frees everything that was read. The next lookup reads the files again.
   void reload(Conf& conf);
 
-  // True when a write was given up because another process kept its lock.
-  bool hasGivenUp() const { return hasGivenUp_; }
+  // True when a write has failed because another process did not release the lock.
+  bool hasGivenUp() const { return locks_.hasGivenUp(); }
 
  private:
-  struct Candidate;
-
-  void load(Conf& conf);
-  void loadFile(const Conf& conf, Conf::Layer& layer, Report report);
-  void refresh(Conf& conf, Conf::Layer& layer);
-  void indexStanzas(Conf& conf);
-  static std::filesystem::path fileOf(const Conf& conf, const Conf::Layer& layer);
-  static Conf::Layer& layerOf(Conf& conf, const std::filesystem::path& directory);
-  std::span<const Conf::Occurrence> occurrences(Conf& conf, std::string_view stanza);
-  const std::vector<const StanzaPattern*>& patterns(Conf& conf);
-  const StanzaPattern* findPattern(std::string_view stanza);
-  // `budget`: for the pattern stanzas; null when these do not count.
-  void addSettings(Conf& conf, PropertiesMap& out, std::span<const std::string> names,
-                   MatchBudget* budget);
-  std::vector<Candidate> candidates(Conf& conf, const std::string& name, MatchBudget* budget);
-  std::vector<const StanzaPattern*> matchingPatterns(Conf& conf, const std::string& name,
-                                                     MatchBudget& budget);
-  std::int64_t priority(Conf& conf, std::string_view stanza, std::int64_t fallback);
-  PropertiesMap existingSettings(Conf& conf, std::string_view stanza);
-  void learnOfFile(Conf& conf, const std::filesystem::path& path);
-  bool appendLearned(Conf& conf, const std::filesystem::path& path, std::string_view stanza,
-                     const PropertiesMap& settings, const FileLock& lock);
-  WriteOutcome write(Conf& conf, const std::filesystem::path& directory, std::string_view stanza,
-                     const PropertiesMap& settings, bool overwriteAll, const Condition& stillHolds);
-  void edit(Conf& conf, Conf::Layer& layer, std::string_view stanza, const PropertiesMap& changes,
-            const FileLock& lock);
-  bool append(Conf& conf, Conf::Layer& layer, std::string_view stanza, const PropertiesMap& changes,
-              const FileLock& lock);
-  void replace(Conf& conf, Conf::Layer& layer, std::unique_ptr<ConfFile> file,
-               const FileLock& lock);
-  FileLock lockOf(const std::filesystem::path& target);
-  template <class Action>
-  auto underLock(const std::filesystem::path& target, const Action& action);
+  std::filesystem::path localFile(const Conf& conf) const;
 
   std::filesystem::path root_;
   PathForm pathForm_;
+  WriteLocks locks_;
   std::map<std::string, Conf, std::less<>> confs_;
 
-  // For the life of the process: each name is converted, and compiled, at most once.
-  std::mutex patternMutex_;
-  std::unordered_map<std::string, StanzaPattern> patternCache_;
-  std::unordered_set<const StanzaPattern*> reportedPatterns_;  // invalid or costly ones
-
-  // One for all configurations: a write sees, and leaves, a settled state. Operations call others.
+  // One mutex for all configurations: a write reads one and may depend on another. It is recursive
+  // because callbacks of lookups and writes call the store.
   std::recursive_mutex mutex_;
-
-  const std::chrono::milliseconds patience_;
-  bool hasGivenUp_ = false;
-  bool hasJustGivenUp_ = false;  // since the last lock
 };
 
 }  // namespace sourcetype

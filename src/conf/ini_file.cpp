@@ -4,21 +4,24 @@
 #include <utility>
 
 #include "conf/conf_file.h"
+#include "conf/stanza_kinds.h"
+#include "platform/file_system.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {
 
-// A line that ends in a backslash at the end of the file would swallow whatever is written after
-// it. This is the same line in a form that ends by itself.
-std::string endedByItself(const LogicalLine& line) {
+// The same line in a form that does not end in a backslash. For the last line of a file: a
+// backslash would make the next line that is written its continuation.
+std::string withoutContinuation(const LogicalLine& line) {
   if (line.kind == LineKind::Header) return renderHeader(line.name);
   auto raw = line.raw;
   while (raw.ends_with('\n') || raw.ends_with('\r')) raw.remove_suffix(1);
   return std::string(raw) + ' ';
 }
 
-// Ends the line that `text` ends in, unless it has its end. Where a carriage return is all it has
+// Adds a line end to the last line of `text` if it has none. If the line ends in a carriage return,
 // only the line feed is missing.
 void endLastLine(std::string& text, std::string_view lineEnd) {
   if (text.ends_with('\n')) return;
@@ -56,7 +59,7 @@ IniFile IniFile::parse(std::string_view bytes, const std::filesystem::path& path
   };
   for (LogicalLine line; reader.next(line);) {
     const auto piece = file.pieces_.size();
-    file.pieces_.push_back(line.unfinished ? endedByItself(line) : std::string(line.raw));
+    file.pieces_.push_back(line.unfinished ? withoutContinuation(line) : std::string(line.raw));
     if (line.kind == LineKind::Blank || line.kind == LineKind::Comment) {
       pendingComments += line.raw;
       continue;

@@ -1,7 +1,13 @@
-// One .conf file to be edited in place, comments and all.
+// One .conf file, parsed for an edit that keeps its comments and the order of its lines.
+//
+//   IniFile file = IniFile::parse(bytes, path);
+//   file.set("syslog", "CHARSET", "UTF-8");
+//   replaceFile(path, file.toText());
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -12,26 +18,28 @@
 
 namespace sourcetype {
 
-// How the first line ends, also when it is cut off behind its carriage return: "\n" or "\r\n".
+// The line end of the first line: "\r\n" or "\n". If the text ends after the carriage return of its
+// first line, "\r\n".
 std::string_view lineEndOf(std::string_view bytes);
 
-// A file's stanzas in byte order, its comments, and its text with the changes made to it. As
-// against a lookup, the first value of a key counts; a second one is logged and dropped.
+// The stanzas of a file in byte order, its comments, and its text with the changes made to it. If a
+// stanza has several values of a key, the first one counts here (in a lookup, the last one); the
+// others are logged.
 class IniFile {
  public:
   struct Setting {
     std::string value;
-    std::string comments;             // comment and blank lines just before it, as they stand
-    std::vector<std::size_t> pieces;  // where it stands in the text as read, each time it occurs
+    std::string comments;             // the comment and blank lines just before it, unchanged
+    std::vector<std::size_t> pieces;  // indexes in pieces_, one for each occurrence
   };
   struct Stanza {
     std::map<std::string, Setting, std::less<>> settings;
-    std::string comments;       // just before its (first) header
-    std::size_t lastPiece = 0;  // its last header or setting in the text
+    std::string comments;       // the comment and blank lines just before its first header
+    std::size_t lastPiece = 0;  // index in pieces_ of its last header or setting
   };
   using Stanzas = std::map<std::string, Stanza, std::less<>>;
 
-  // A file that readConfFile() cannot have is logged and gives an empty object, with `error` set.
+  // When readConfFile() fails, logs and sets `error` and returns an empty object.
   static IniFile read(const std::filesystem::path& path, std::error_code& error);
 
   // `path` is for messages.
@@ -39,19 +47,20 @@ class IniFile {
                        Report report = Report::Yes);
 
   const Stanzas& stanzas() const { return stanzas_; }
-  // Comment and blank lines before anything else, and after everything else.
+  // The comment and blank lines before the first header or setting, and after the last one.
   const std::string& leadingBlock() const { return leadingBlock_; }
   const std::string& trailingBlock() const { return trailingBlock_; }
-  // Physical lines read.
+  // The number of physical lines.
   std::size_t lineCount() const { return lineCount_; }
 
-  // Adds an empty stanza at the end, unless it is there.
+  // Adds an empty stanza at the end, unless the file has the stanza.
   void addStanza(std::string_view stanza);
 
-  // Sets a key wherever it occurs in the stanza, or adds it after the stanza's last setting.
+  // Sets each occurrence of the key in the stanza. If there is none, adds the setting after the
+  // last setting of the stanza. Adds the stanza if the file does not have it.
   void set(std::string_view stanza, std::string_view key, std::string_view value);
 
-  // The file with its changes: lines that no change touched are what they were, where they were.
+  // The text with the changes. All other lines keep their content and order.
   std::string toText() const;
 
  private:
@@ -61,10 +70,10 @@ class IniFile {
   std::string leadingBlock_;
   std::string trailingBlock_;
   std::size_t lineCount_ = 0;
-  std::vector<std::string> pieces_;  // the text, a logical line each
-  // Settings that the file did not have, by the piece they follow and by key.
+  std::vector<std::string> pieces_;  // the logical lines of the text
+  // The settings that were added, by the index of the piece before them and by key.
   std::map<std::size_t, std::map<std::string, std::string>> added_;
-  std::string_view lineEnd_ = "\n";  // as in the file's first line
+  std::string_view lineEnd_ = "\n";  // of the first line of the file
 };
 
 }  // namespace sourcetype

@@ -1,7 +1,9 @@
 #include "conf/layers.h"
 
 #include <algorithm>
+#include <system_error>
 
+#include "conf/store_log.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 #include "util/logging.h"
@@ -11,9 +13,8 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr LogCategory kStoreLog{"ConfObjectManagerDB"};
-
-// Empty for a directory that is not there; one that cannot be read is logged.
+// The paths of the entries; empty if there is no such directory. Logs a directory that cannot be
+// read.
 std::vector<path> entriesOf(const path& directory) {
   std::error_code error;
   std::vector<path> entries = listDirectory(directory, error);

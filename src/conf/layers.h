@@ -1,4 +1,4 @@
-// Where the configuration tree keeps its files.
+// The directories of the configuration tree.
 #pragma once
 
 #include <filesystem>
@@ -7,18 +7,19 @@
 
 namespace sourcetype {
 
-// The application that owns learned models; every other write belongs to the system.
+// The app that learned models are written to; everything else is written to the system.
 inline constexpr std::string_view kLearnedApp = "learned";
 
-// "<root>/system/local", the strongest layer and the one that writes go to.
+// "<root>/system/local": the strongest layer.
 std::filesystem::path systemLocalDirectory(const std::filesystem::path& root);
 
 // "<root>/apps/<app>/local"
 std::filesystem::path appLocalDirectory(const std::filesystem::path& root, std::string_view app);
 
-// Every directory that may hold .conf files, from the strongest layer to the weakest: system/local,
-// apps/*/local (by name of the app), users/*/*/local, apps/*/default, bundles/default,
-// system/default. Directories that a write can make are listed whether they exist or not.
+// All directories that may have .conf files, from the strongest layer to the weakest: system/local,
+// apps/*/local (by the names of the apps), users/*/*/local, apps/*/default, bundles/default,
+// system/default. system/local and the local layer of the app "learned" are listed even if they do
+// not exist, because a write may create them.
 std::vector<std::filesystem::path> layerDirectories(const std::filesystem::path& root);
 
 }  // namespace sourcetype

@@ -9,7 +9,7 @@
 namespace sourcetype {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors on Windows write it
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors write it at the start
 constexpr char kEscape = '\\';
 
 constexpr bool isLineBlank(char c) {
@@ -33,7 +33,7 @@ std::string unescaped(std::string_view text) {
   return result;
 }
 
-// A newline inside a name, key or value is written as a continued line.
+// The text with a backslash before each newline: the next line continues the line.
 std::string withContinuations(std::string_view text) {
   std::string result;
   for (const char c : text) {
@@ -64,7 +64,7 @@ void LogicalLineReader::reportOmittedRecords() {
   }
 }
 
-// Once a file: a file with such line ends has as many of them as lines.
+// Logs the first one only: a file with such line ends has one in each line.
 void LogicalLineReader::reportLoneCarriageReturn() const {
   for (auto found = rest_.find('\r'); found != std::string_view::npos;
        found = rest_.find('\r', found + 1)) {
@@ -139,7 +139,7 @@ void LogicalLineReader::parseHeader(LogicalLine& line) {
   line.name = text.substr(begin, end == std::string_view::npos ? end : end - begin);
 }
 
-// Where the "=" behind a key with escapes stands; the text's size or more where there is none.
+// The position of the "=" after a key with escapes; at least the size of the text if there is none.
 std::size_t LogicalLineReader::endOfEscapedKey(std::string_view text) {
   std::size_t i = 0;
   for (; i < text.size() && text[i] != '='; ++i) {
@@ -184,9 +184,9 @@ std::string renderHeader(std::string_view name) {
 }
 
 std::string renderSetting(std::string_view key, std::string_view value) {
-  // These would end the key, or be taken for an escape or for part of a line terminator.
+  // Without an escape, these would end the key, begin an escape or be part of a line terminator.
   constexpr std::string_view kEscaped = "\\=\r";
-  // These would begin a comment or a header.
+  // As the first character, these would begin a comment or a header.
   constexpr std::string_view kEscapedAtFront = ";#[";
   const std::size_t front = key.find_first_not_of(" \t");
   std::string text;
@@ -196,8 +196,8 @@ std::string renderSetting(std::string_view key, std::string_view value) {
     text += key[i];
   }
   text = withContinuations(text) + " = " + withContinuations(value);
-  // A blank, which reading trims, keeps what stands before it from being read as a continuation or
-  // as part of the line terminator.
+  // A backslash at the end would continue the line, a carriage return would be part of the line
+  // terminator. The blank prevents both, and reading trims it.
   if (text.ends_with(kEscape) || text.ends_with('\r')) text += ' ';
   return text;
 }

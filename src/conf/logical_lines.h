@@ -1,17 +1,25 @@
-// The line syntax of .conf files, shared by every reader of them.
+// The line syntax of .conf files. All parsers of these files use it.
 //
-// A line whose first character other than blank, tab, CR and LF is ";" or "#" is a comment, one
-// that begins with "[" a stanza header, any other a setting "key = value". A header or setting that
-// ends in a backslash goes on in the next physical line, with a newline in the place of the
-// backslash. In a key a backslash takes the next character literally; a value keeps its
+// The first character of a line that is not blank, tab, CR or LF decides what the line is: ";" and
+// "#" begin a comment, "[" begins a stanza header, any other character a setting "key = value". If
+// a header or setting ends in a backslash, the next physical line continues it, and a newline
+// replaces the backslash. In a key, a backslash escapes the next character; a value keeps its
 // backslashes.
+//
+//   TextKeeper keeper;
+//   LogicalLineReader reader(bytes, path, keeper);
+//   for (LogicalLine line; reader.next(line);) {
+//     if (line.kind == LineKind::Setting) use(line.name, line.value);
+//   }
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "util/logging.h"
 #include "util/record_limit.h"
@@ -20,11 +28,8 @@ namespace sourcetype {
 
 inline constexpr LogCategory kIniFileLog{"IniFile"};
 
-// The stanza of settings that stand before any header, and the one that completes every other.
-inline constexpr std::string_view kDefaultStanza = "default";
-
-// Keeps the texts that do not stand in a file as they read (a continued value, an unescaped key).
-// A view of a kept text lives as long as the keeper, also after the keeper was moved.
+// Owns the texts that differ from the bytes of the file (a continued value, an unescaped key). A
+// view of such a text lives as long as the keeper, also after the keeper was moved.
 class TextKeeper {
  public:
   std::string_view keep(std::string text) { return texts_.emplace_back(std::move(text)); }
@@ -37,41 +42,44 @@ enum class LineKind { Blank, Comment, Header, Setting, Malformed };
 
 struct LogicalLine {
   LineKind kind = LineKind::Blank;
-  std::string_view raw;    // its bytes in the file, line terminators included
-  std::string_view text;   // of a header or setting: its lines joined, without the last terminator
-  std::string_view name;   // of the stanza as it stands, or the setting's key, trimmed
-  std::string_view value;  // of a setting, trimmed; at most kMaxGapBytes behind its key in one text
-  bool unfinished = false;  // ends in a backslash where the file ends: nothing continues it
+  std::string_view raw;    // the bytes in the file, with the line terminators
+  std::string_view text;   // header, setting: the joined lines without the last line terminator
+  std::string_view name;   // header: the name of the stanza, not trimmed; setting: the key, trimmed
+  std::string_view value;  // setting: trimmed; at most kMaxGapBytes after the key, in the same text
+  bool unfinished = false;  // the last line of the file, and it ends in a backslash
 };
 
-// Bytes of a key. Settings are kept with sizes of 16 bits.
+// In bytes. ConfFile::Setting stores both sizes in 16 bits: that of a key, and the distance from
+// its end to the value.
 inline constexpr std::size_t kMaxKeyBytes = 0xFFFF;
-// Bytes between a key and its value.
 inline constexpr std::size_t kMaxGapBytes = 0xFFFF;
 
-// Whether lines that cannot be read are logged (at WARN, with path and line number) while they are
-// skipped. A file that is read again for a write has been reported on before.
+// Yes: lines that cannot be parsed are logged (at WARN, with path and line number). They are
+// skipped in both cases. No is for a file that is read again: its lines were logged at the first
+// read.
 enum class Report { Yes, No };
 
-// Cuts the bytes of a file into logical lines. In a file with the extension "spec" a line
-// without "=" is skipped without a report.
+// Splits the bytes of a file into logical lines. In a file with the extension "spec", a line
+// without
+// "=" is skipped and never logged.
 class LogicalLineReader {
  public:
-  // `bytes` and `keeper` must outlive the lines. `path` is for messages alone.
+  // `bytes` and `keeper` must outlive the lines. `path` is for messages and its extension.
   LogicalLineReader(std::string_view bytes, std::filesystem::path path, TextKeeper& keeper,
                     Report report = Report::Yes);
 
   // False at the end of the file.
   bool next(LogicalLine& line);
 
-  // Leaves out the rest of the file: next() gives no more lines.
+  // Skips the rest of the file: next() returns false.
   void stop() { rest_ = {}; }
 
-  // Physical lines read so far.
+  // The number of physical lines read so far.
   std::size_t lineCount() const { return lineCount_; }
 
-  // Logs "<path>, line <number>", `problem` and `text`; after some records of one problem only
-  // their number, at the end of the file. `problem` must outlive the reader.
+  // Logs "<path>, line <number>", `problem` and `text`. Of one problem it logs a limited number of
+  // records (see RecordLimit) and, at the end of the file, how many more there were. `problem` must
+  // outlive the reader.
   void report(std::string_view problem, std::string_view text);
 
   const std::filesystem::path& path() const { return path_; }
@@ -93,11 +101,11 @@ class LogicalLineReader {
   std::map<std::string_view, RecordLimit> records_;  // by problem
 };
 
-// The header of a stanza in a form that reads back as `name`, without a line terminator.
+// A header that reads back as `name`, without a line terminator.
 std::string renderHeader(std::string_view name);
 
-// A setting in a form that reads back as `key` and `value`, without a line terminator. A key or
-// value that begins or ends with a blank or tab has no such form: it reads back trimmed.
+// A setting that reads back as `key` and `value`, without a line terminator. This is not possible
+// for a key or value that begins or ends with a blank or tab: it reads back trimmed.
 std::string renderSetting(std::string_view key, std::string_view value);
 
 }  // namespace sourcetype

@@ -11,7 +11,7 @@ std::string lookupKey(std::string_view code) {
   return key;
 }
 
-// The second underscore before the arguments stays.
+// One of the two underscores before the arguments is kept.
 std::string fallbackText(std::string_view code) {
   std::string text = "String not found in literals.conf: ";
   const auto separator = code.find("__");

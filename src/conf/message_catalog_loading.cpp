@@ -4,6 +4,7 @@
 #include "conf/message_catalog.h"
 #include "conf/properties_map.h"
 #include "platform/path_form.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <system_error>
 
 #include "util/logging.h"
 #include "util/text.h"
@@ -22,7 +23,8 @@ std::optional<bool> parseBool(std::string_view text) {
   return std::nullopt;
 }
 
-// Decimal digits with a sign that the type can have; blanks may stand around them, nothing else.
+// Decimal digits, with a sign if the type has one. Blanks, tabs and line ends around them are
+// allowed, other characters are not.
 template <class Number>
 std::optional<Number> parseNumber(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r\n";
@@ -118,7 +120,7 @@ std::string PropertiesMap::toString() const {
 PropertiesMap PropertiesMap::diff(const PropertiesMap& desired, const PropertiesMap& existing) {
   PropertiesMap result;
   for (const auto& [key, entry] : desired.entries_) {
-    // A key that is missing reads as empty, so one comparison serves both cases.
+    // get() returns an empty value for a missing key.
     if (entry.value != existing.get(key)) result.set(key, entry.value);
   }
   return result;

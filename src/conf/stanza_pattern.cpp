@@ -1,12 +1,13 @@
-// A configuration may hold ten thousand patterns, and a file's name is tried against each. Nearly
-// all hold literal text that the name lacks, and comparing that costs some nanoseconds where
-// compiling costs microseconds. The comparison must never say no to a name that
-// the expression would match; so it only uses text that every match must contain (literalEnds()).
+// A configuration may have ten thousand patterns, and the name of a file is matched with each.
+// Nearly all of them have literal text that the name does not have. Comparing this text takes
+// nanoseconds, compiling takes microseconds. The comparison must not reject a name that the
+// expression would match, so it uses only text that every match must contain (literalEnds()).
 #include "conf/stanza_pattern.h"
 
 #include <algorithm>
 #include <mutex>
 
+#include "conf/stanza_kinds.h"
 #include "util/logging.h"
 #include "util/regex.h"
 
@@ -15,20 +16,19 @@ namespace {
 
 constexpr LogCategory kLog("PropertiesMapConfig");
 
-constexpr std::string_view kHostPrefix = "host::";
 constexpr std::string_view kAnyRun = "...";
 
 bool contains(std::string_view text, std::string_view part) {
   return text.find(part) != std::string_view::npos;
 }
 
-// Where the text behind the first "::" begins; the name's size when there is none.
+// The position after the first "::"; the size of the name when there is none.
 std::size_t patternStart(std::string_view name) {
-  const auto colons = name.find("::");
-  return colons == std::string_view::npos ? name.size() : colons + 2;
+  const auto colons = name.find(kKindSeparator);
+  return colons == std::string_view::npos ? name.size() : colons + kKindSeparator.size();
 }
 
-// Bytes of the wildcard that `text` begins with; 0 when it begins with none.
+// The size of the wildcard that `text` begins with; 0 when it does not begin with one.
 std::size_t wildcardSize(std::string_view text) {
   if (text.starts_with(kAnyRun)) return kAnyRun.size();
   return text.starts_with('*') ? 1 : 0;
@@ -41,11 +41,11 @@ std::string separatorFreeRun(PathForm form) {
 struct LiteralEnds {
   std::size_t prefix = 0;
   std::size_t suffix = 0;
-  bool isPlain = false;  // between them stand only wildcards and literal text
+  bool isPlain = false;  // there are only literal text and wildcards between them
 };
 
-// True when the literal texts between the wildcards of `pattern` stand in `text` in their order,
-// which they do in every match.
+// True when `text` contains the literal texts between the wildcards of `pattern`, in their order.
+// Every match contains them.
 bool hasLiteralsInOrder(std::string_view pattern, std::string_view text) {
   while (!pattern.empty()) {
     std::size_t literal = 0;
@@ -59,13 +59,14 @@ bool hasLiteralsInOrder(std::string_view pattern, std::string_view text) {
   return true;
 }
 
-// The literal text at both ends of a pattern, in bytes of its name. What an expression can do to
-// text around it decides how far this goes:
-// - an alternative ("|") may be one without the text: no literal ends;
-// - what follows the prefix may make its last character optional, also from afar ("a(?#x)?"): it
-//   goes, unless a wildcard follows;
-// - anything but literal text and wildcards may reach up to the end of the name ("[", "(?x)#"), or
-//   end a match early ("(*ACCEPT)"): no suffix.
+// The sizes of the literal text at both ends of a pattern. Syntax of expressions in the name may
+// change the meaning of literal text around it:
+// - "|": a match may be another alternative, without the text. There is no prefix and no suffix.
+// - Syntax after the prefix may make the last character of the prefix optional, even at a distance
+//   ("a(?#x)?"). That character is not part of the prefix, unless a wildcard comes before the
+//   syntax.
+// - Syntax may include the rest of the name ("[", "(?x)#") or end the match ("(*ACCEPT)"). There is
+//   no suffix.
 LiteralEnds literalEnds(std::string_view name, PathForm form) {
   constexpr std::string_view kSyntax = R"(\^$.[]|()?*+{})";
   if (contains(name, "|")) return {};
@@ -89,7 +90,7 @@ LiteralEnds literalEnds(std::string_view name, PathForm form) {
     if (isSyntax(at)) firstSyntax = std::min(firstSyntax, at);
     ++at;
   }
-  if (name.starts_with(kHostPrefix)) firstSyntax = kHostPrefix.size();  // "(?i)"
+  if (name.starts_with(kHostKind)) firstSyntax = kHostKind.size();  // "(?i)"
   if (firstSyntax == name.size()) {
     return {.prefix = firstWildcard, .suffix = name.size() - suffixStart, .isPlain = true};
   }
@@ -105,7 +106,7 @@ LiteralEnds literalEnds(std::string_view name, PathForm form) {
 }  // namespace
 
 bool isStanzaPattern(std::string_view name) {
-  if (name.starts_with(kHostPrefix)) return true;
+  if (name.starts_with(kHostKind)) return true;
   const std::string_view pattern = name.substr(patternStart(name));
   return contains(pattern, "*") || contains(pattern, kAnyRun);
 }
@@ -114,7 +115,7 @@ std::optional<std::string> expandStanzaPattern(std::string_view stanzaName, Path
   if (!isStanzaPattern(stanzaName)) return std::nullopt;
   const std::size_t start = patternStart(stanzaName);
   std::string expression(stanzaName.substr(0, start));
-  if (stanzaName.starts_with(kHostPrefix)) expression += "(?i)";
+  if (stanzaName.starts_with(kHostKind)) expression += "(?i)";
   for (std::size_t at = start; at < stanzaName.size();) {
     const char c = stanzaName[at];
     const std::size_t wildcard = wildcardSize(stanzaName.substr(at));
@@ -139,10 +140,10 @@ struct StanzaPattern::Compiled {
   struct Expression {
     std::string text;
     std::optional<Regex> regex;
-    std::string error;  // why there is no regex
+    std::string error;  // why `regex` is empty
   };
 
-  void make(std::string_view name, PathForm form) {
+  void compile(std::string_view name, PathForm form) {
     const auto text = expandStanzaPattern(name, form);
     if (!text) return;
     expression = std::make_unique<Expression>(Expression{.text = *text, .regex = {}, .error = {}});
@@ -154,7 +155,7 @@ struct StanzaPattern::Compiled {
   }
 
   std::once_flag once;
-  std::unique_ptr<Expression> expression;  // null when the name is no pattern
+  std::unique_ptr<Expression> expression;  // null when the name is not a pattern
 };
 
 StanzaPattern::StanzaPattern(std::string_view stanzaName, PathForm form)
@@ -181,12 +182,12 @@ bool StanzaPattern::hasLiteralTextOf(std::string_view wholeName) const {
 
 StanzaPattern::Answer StanzaPattern::match(std::string_view wholeName, MatchBudget& budget) const {
   if (!hasLiteralTextOf(wholeName)) return Answer::NoMatch;
-  std::call_once(compiled_->once, [&] { compiled_->make(name_, form_); });
+  std::call_once(compiled_->once, [&] { compiled_->compile(name_, form_); });
   const auto* expression = compiled_->expression.get();
   if (expression == nullptr) return Answer::NoMatch;
   budget.spend(MatchBudget::compilingCost(expression->text.size()));
   if (!expression->regex) return Answer::Invalid;
-  MatchResult groups;  // nobody reads them
+  MatchResult groups;  // not used
   switch (expression->regex->tryMatch(wholeName, groups, budget, Regex::Mode::Whole)) {
     case Regex::Answer::NoMatch:
       return Answer::NoMatch;

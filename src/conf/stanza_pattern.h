@@ -1,4 +1,7 @@
-// Stanza names that stand for many names: "source::...\access*", "host::web*".
+// Stanza names that match many names: "source::...\access*", "host::web*".
+//
+//   const StanzaPattern pattern("source::/var/log/*.log");
+//   pattern.match("source::/var/log/a.log", budget) == StanzaPattern::Answer::Match
 #pragma once
 
 #include <cstddef>
@@ -12,26 +15,26 @@
 
 namespace sourcetype {
 
-// True when "*" or "..." stands behind the first "::", and for every name that begins with
+// True for a name with "*" or "..." after the first "::", and for every name that begins with
 // "host::".
 bool isStanzaPattern(std::string_view name);
 
-// The expression that a name has to match as a whole; nothing when the stanza name is no pattern.
-// Behind the first "::" and for "host::" under "(?i)",
+// The expression that has to match a whole name; nothing when the stanza name is not a pattern.
+// After the first "::",
 //   "..."  becomes ".*"
 //   "*"    becomes a run of characters other than the separator of paths
 //   "."    becomes "\."
-//   "\"    becomes "\\" where a backslash is literal
-// and all else, the part up to the "::" included, stays as it is, with what it means in an
-// expression.
+//   "\"    becomes "\\" if a backslash is literal in this form
+// All other characters, and everything up to the "::", stay and have their meaning in an
+// expression. After "host::" comes "(?i)": the names of hosts match in upper and lower case.
 std::optional<std::string> expandStanzaPattern(std::string_view stanzaName,
                                                PathForm form = nativePathForm());
 
-// One pattern stanza. Cheap to make: the expression is compiled when a name first gets past the
-// literal text at the ends of the pattern. match() may be called from several threads.
+// The name of one pattern stanza. Cheap to create: the expression is compiled when the first name
+// has the literal text of the pattern. match() may be called from several threads.
 class StanzaPattern {
  public:
-  // A name that is no pattern gives an object that matches nothing.
+  // The object matches nothing if the name is not a pattern.
   explicit StanzaPattern(std::string_view stanzaName, PathForm form = nativePathForm());
   StanzaPattern(StanzaPattern&&) noexcept;
   StanzaPattern& operator=(StanzaPattern&&) noexcept;
@@ -39,26 +42,28 @@ class StanzaPattern {
 
   const std::string& name() const { return name_; }
 
-  // Match: the expression spans all of `wholeName`, the part up to the "::" included. Invalid: it
-  // does not compile. TooCostly: the search reached its limit or the end of the budget.
+  // Match: the expression matches `wholeName` from start to end, including the part up to the "::".
+  // Invalid: the expression does not compile. TooCostly: the search exceeded its limit or the
+  // budget.
   enum class Answer { NoMatch, Match, TooCostly, Invalid };
   Answer match(std::string_view wholeName, MatchBudget& budget) const;
 
-  // Says at WARN why the expression is Invalid.
+  // Logs at WARN why the expression is Invalid.
   void logError() const;
 
  private:
   struct Compiled;
 
-  // Comparing costs nothing beside compiling.
+  // False only if the expression cannot match. Comparing is far cheaper than compiling.
   bool hasLiteralTextOf(std::string_view wholeName) const;
 
   std::string name_;
   PathForm form_;
-  // Every name that matches begins with this many bytes of name_ and ends with that many.
+  // A matching name begins with the first prefixSize_ bytes of name_ and ends with its last
+  // suffixSize_ bytes.
   std::size_t prefixSize_ = 0;
   std::size_t suffixSize_ = 0;
-  bool isPlain_ = false;  // but for wildcards, there is only literal text between them
+  bool isPlain_ = false;  // name_ has only literal text and wildcards
   std::unique_ptr<Compiled> compiled_;
 };
 

@@ -33,7 +33,7 @@ void printTypeOf(FileClassifierManager& manager, const TypeRequest& request) {
 }
 
 void learn(FileClassifierManager& manager, const Argument& file, const Argument& sourcetype) {
-  manager.learnFile(file.path, sourcetype.text, Training::No);
+  manager.learnFile(file.path, sourcetype.text);
   printText("Training on {} of type {}\n", pathToText(file.path), sourcetype.text);
 }
 
@@ -47,7 +47,7 @@ void printSettings(FileClassifierManager& manager, std::string_view sourcetype) 
 
 // Classifies the files named on standard input without learning.
 void classifyManyFiles(FileClassifierManager& manager) {
-  std::array<char, 1024> buffer;  // a longer line is taken in pieces
+  std::array<char, 1024> buffer;  // a longer line is read in pieces, each as a name
   while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), stdin) != nullptr) {
     std::string_view name = buffer.data();
     if (name.ends_with('\n')) name.remove_suffix(1);

@@ -1,4 +1,4 @@
-// Printing bytes as they are.
+// Prints bytes unchanged.
 #pragma once
 
 #include <fmt/core.h>
@@ -10,8 +10,8 @@
 
 namespace sourcetype {
 
-// As fmt::print(), which would turn what goes to a Windows console into UTF-16 and throw where that
-// cannot be done: names and values need not be UTF-8.
+// Like fmt::print(). On a Windows console that function converts its text to UTF-16 and throws if
+// it is not UTF-8, which names and values need not be. Throws std::system_error if writing fails.
 template <class... Args>
 void printText(fmt::format_string<Args...> format, Args&&... args) {
   const std::string text = fmt::format(format, std::forward<Args>(args)...);

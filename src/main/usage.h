@@ -5,8 +5,8 @@
 
 namespace sourcetype {
 
-// Prints the usage text for the name by which the program was invoked; gives the exit status of a
-// run whose options were refused, 1.
+// Prints the usage text with the name by which the program was invoked. Returns the exit status of
+// a run with wrong options, 1.
 int printUsage(std::string_view programName);
 
 }  // namespace sourcetype

@@ -1,4 +1,4 @@
-// Open files of POSIX. Included by the POSIX half alone.
+// Descriptors of open files on POSIX systems. Included by *_posix.cpp only.
 #pragma once
 
 #include <fcntl.h>
@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -17,6 +18,9 @@
 namespace sourcetype {
 
 inline constexpr mode_t kOwnerOnly = 0600;
+
+// Bytes of one read or write. The kernel transfers at most 2 GiB in a call.
+inline constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
 [[noreturn]] inline void throwLastError(const std::string& what,
                                         const std::filesystem::path& path) {
@@ -42,7 +46,7 @@ class Descriptor {
   int number_;
 };
 
-// Calls again as long as a signal was what came between.
+// Repeats a call that a signal interrupted.
 template <class Call>
 auto retrying(const Call& call) {
   auto result = call();
@@ -60,6 +64,13 @@ inline bool isFileAt(int file, const std::filesystem::path& path) {
   struct stat named {};
   return ::fstat(file, &opened) == 0 && ::lstat(path.c_str(), &named) == 0 &&
          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+// Makes a new name in `directory` survive a crash. Some file systems cannot sync a directory. That
+// is not an error of the write, since the name exists already.
+inline void syncDirectory(const std::filesystem::path& directory) {
+  const Descriptor handle(openRetrying(directory.c_str(), O_RDONLY | O_DIRECTORY));
+  if (handle.isOpen()) ::fsync(handle.number());
 }
 
 }  // namespace sourcetype

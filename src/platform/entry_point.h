@@ -1,4 +1,4 @@
-// Where the program starts, whatever form the system gives the command line in.
+// The start of the program. Hides in which form the system passes the command line.
 #pragma once
 
 #include <filesystem>
@@ -7,21 +7,21 @@
 
 namespace sourcetype {
 
-// The exit status of a run that could not be completed, as against one whose options were refused.
+// The exit status of a run that could not be completed. A run with wrong options has another one.
 inline constexpr int kRunFailed = 2;
 
-// From here on a run that gets no more memory ends at once, with kRunFailed and a message, as if it
-// had been killed: half of what it knows would give an answer that is wrong. Called first of all.
+// Makes a run that gets no more memory end at once, with kRunFailed and a message, as if it had
+// been killed: going on with a part of the data could give a wrong answer. To be called first.
 void endRunWhenMemoryRunsOut();
 
-// One word of the command line. A file is opened by `path`; `text` is for everything else.
+// One word of the command line: `path` opens a file, `text` serves every other purpose.
 struct Argument {
   std::filesystem::path path;
   std::string text;
 };
 
-// The program, called by the system's own entry point. `arguments` begin with the name by which it
-// was invoked. Gives the exit status.
+// The program. Called by the system's entry point, with the name by which the program was invoked
+// as the first argument. Returns the exit status.
 int programMain(std::span<const Argument> arguments);
 
 }  // namespace sourcetype

@@ -10,9 +10,10 @@
 
 namespace {
 
-// A file that is opened gets the lowest free descriptor. If that were a standard one, closed by the
-// caller, results or error messages would be written into the file. The descriptors are opened the
-// wrong way round, so that reading and writing fail as for closed ones.
+// An opened file gets the lowest free descriptor. If the caller closed a standard descriptor,
+// results or error messages would be written into that file. So closed standard descriptors are
+// opened here: input for writing, output for reading, so that using them fails as if they were
+// closed.
 void reserveStandardDescriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) continue;

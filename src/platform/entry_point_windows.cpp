@@ -9,14 +9,14 @@
 #include "platform/path_form.h"
 #include "platform/windows_api.h"
 
-// The shell hands over the words as they are meant; a "*" in one is no request to list a directory.
+// Words are used as the shell passes them; the run-time library must not expand a "*" in them.
 // NOLINTNEXTLINE(readability-identifier-naming): the run-time library's name
 extern "C" int _dowildcard;
 int _dowildcard = 0;  // NOLINT(readability-identifier-naming): see above
 
 namespace {
 
-// What the console had before; it is shared with whoever started this program.
+// The code page of the console before the run. Other programs use the same console.
 UINT consoleCodePage = 0;
 
 void restoreConsole() {
@@ -28,8 +28,8 @@ BOOL WINAPI restoreConsoleWhenInterrupted(DWORD /*event*/) {
   return FALSE;  // go on to end the process
 }
 
-// All output is UTF-8 and ends its lines in LF, on a console as in a file. Standard descriptors
-// that are closed need no care: the run-time library never gives 0 to 2 to another file.
+// Makes all output UTF-8 with LF line ends, on a console as in a file. Closed standard descriptors
+// need no care: the run-time library never uses 0 to 2 for other files.
 void prepareOutput() {
   for (FILE* stream : {stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
   _fmode = _O_BINARY;  // files that libraries open

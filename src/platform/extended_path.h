@@ -6,9 +6,9 @@
 
 namespace sourcetype {
 
-// An absolute Windows path, as the system normalises it, in the form that may be up to 32,767
-// characters long: C:\x becomes \\?\C:\x, and \\server\share\x becomes \\?\UNC\server\share\x. The
-// name of a device (\\.\NUL) and a path that has this form already stay as they are.
+// Converts an absolute Windows path to the form that may have up to 32,767 characters: C:\x becomes
+// \\?\C:\x, and \\server\share\x becomes \\?\UNC\server\share\x. The name of a device (\\.\NUL)
+// and a path that already has this form are returned unchanged.
 inline std::wstring extendedPath(std::wstring_view absolute) {
   constexpr std::wstring_view kExtended = LR"(\\?\)";
   constexpr std::wstring_view kDevice = LR"(\\.\)";

@@ -30,11 +30,11 @@ struct FreeAccessList {
   void operator()(acl_t list) const { ::acl_free(list); }
 };
 
-// Null, with errno set, when it cannot be had.
+// Null, with errno set, on failure.
 using AccessList = std::unique_ptr<std::remove_pointer_t<acl_t>, FreeAccessList>;
 
-// Takes the list that libacl gave. Where the file system has none, makes the one that the file's
-// permission bits stand for.
+// Owns a list from libacl. If the file system has no lists, makes the list of the file's permission
+// bits.
 AccessList listOrBits(acl_t list, const struct stat& file) {
   if (list == nullptr && errno == ENOTSUP) list = ::acl_from_mode(file.st_mode);
   return AccessList(list);
@@ -58,16 +58,16 @@ bool hasRight(acl_permset_t rights, acl_perm_t right) {
   return ::acl_get_perm(rights, right) == 1;
 }
 
-// Sets permission bits and access list in one step. Changing the bits of a file that has a list
-// would change the list's mask. False, with errno set, when it is not possible.
+// Sets permission bits and access list in one step, since setting the bits alone would change the
+// mask of the list. Returns false, with errno set, on failure.
 bool setAccessList(int file, const AccessList& list) {
   if (::acl_set_fd(file, list.get()) == 0) return true;
-  mode_t mode = 0;  // is all that there is on a file system without lists
+  mode_t mode = 0;  // the list as bits, for a file system without lists
   return errno == ENOTSUP && ::acl_equiv_mode(list.get(), &mode) == 0 && ::fchmod(file, mode) == 0;
 }
 
-// Gives a file the owner and group of another, or the group alone where this account may not give
-// the file away; false when not even that is allowed.
+// Gives a file the owner and group of another file, or only the group if this account may not
+// change the owner. Returns false if it may do neither.
 bool giveToOwnerOf(const struct stat& other, int file) {
   constexpr auto kSameOwner = static_cast<uid_t>(-1);
   return ::fchown(file, other.st_uid, other.st_gid) == 0 ||
@@ -80,8 +80,9 @@ bool isSecurityAttribute(std::string_view attribute) {
   return attribute.starts_with("security.");
 }
 
-// Users' attributes and security labels. Not those that the system computes from the content or
-// drops when the content changes, and not trusted.* and system.*, which belong to the file system.
+// True for attributes of users and for security labels. False for attributes that the system
+// computes from the content or removes when it changes, and for trusted.* and system.*, which
+// belong to the file system.
 bool isKeptAttribute(std::string_view attribute) {
   constexpr std::array<std::string_view, 3> kOfContent{"security.capability", "security.evm",
                                                        "security.ima"};
@@ -91,17 +92,17 @@ bool isKeptAttribute(std::string_view attribute) {
 }
 
 bool copyAttribute(int from, int to, const char* attribute) {
-  std::array<char, XATTR_SIZE_MAX> value;  // NOLINT: it is filled next
+  std::array<char, XATTR_SIZE_MAX> value;  // NOLINT: filled by the next call
   const ssize_t size = ::fgetxattr(from, attribute, value.data(), value.size());
   if (size < 0) return errno == ENODATA;  // another process has removed it
   return ::fsetxattr(to, attribute, value.data(), static_cast<std::size_t>(size), 0) == 0;
 }
 
-// A security label that this account may not set is left as the system chose it for a new file.
+// If this account may not set a security label, the file keeps the label of a new file.
 void copyExtendedAttributes(int from, int to, const std::filesystem::path& name) {
-  std::array<char, XATTR_LIST_MAX> names;  // NOLINT: it is filled next
+  std::array<char, XATTR_LIST_MAX> names;  // NOLINT: filled by the next call
   const ssize_t size = ::flistxattr(from, names.data(), names.size());
-  if (size < 0 && errno == ENOTSUP) return;  // the file system has none
+  if (size < 0 && errno == ENOTSUP) return;  // the file system has no attributes
   if (size < 0) throwLastError("cannot list the extended attributes of", name);
   const char* const end = names.data() + size;
   for (const char *attribute = names.data(), *next = nullptr; attribute < end; attribute = next) {
@@ -115,11 +116,11 @@ void copyExtendedAttributes(int from, int to, const std::filesystem::path& name)
 
 // --- New files ---
 
-// What the account takes away from the permissions of new files, as Linux tells it.
+// The umask of this process, as Linux reports it.
 std::optional<mode_t> umaskOfStatus() {
   constexpr std::string_view kKey = "\nUmask:\t";
   constexpr int kOctal = 8;
-  std::array<char, 4096> buffer{};  // it stands in the second line
+  std::array<char, 4096> buffer{};  // the umask is in the second line
   const std::string_view status(buffer.data(), InputFile("/proc/self/status").read(buffer));
   const auto key = status.find(kKey);
   if (key == std::string_view::npos) return std::nullopt;
@@ -131,15 +132,15 @@ std::optional<mode_t> umaskOfStatus() {
   return mask;
 }
 
-// Other systems tell it only by setting another one for a moment, in which a file that another
-// thread makes is its owner's alone.
+// Other systems report the umask only when another one is set. A file that another thread creates
+// in this moment can be used by its owner only.
 mode_t umaskBySetting() {
   const mode_t mask = ::umask(static_cast<mode_t>(~kOwnerOnly) & kPermissionBits);
   ::umask(mask);
   return mask;
 }
 
-// Found out once.
+// Reads the umask once.
 mode_t umaskOfProcess() {
   static const mode_t kMask = [] {
     const auto told = umaskOfStatus();
@@ -148,8 +149,8 @@ mode_t umaskOfProcess() {
   return kMask;
 }
 
-// The permission bits that a file with this list shows: those of the mask stand for the group's.
-// Nothing for the list without entries that a directory without default list has.
+// The permission bits of a file with this list. The bits of the mask replace those of the group.
+// Empty for a list without entries, which a directory without default list has.
 std::optional<mode_t> modeOf(const AccessList& list) {
   std::optional<mode_t> owner;
   std::optional<mode_t> mask;
@@ -170,7 +171,7 @@ std::optional<mode_t> modeOf(const AccessList& list) {
 
 // --- Lock files ---
 
-// Whether a list lets the group of its file write, unless a mask forbids it.
+// Whether a list allows the group of the file to write. Its mask may still forbid it.
 bool letsGroupWrite(const AccessList& list) {
   bool letsWrite = false;
   forEachEntry(list, [&](acl_tag_t tag, acl_permset_t rights) {
@@ -179,8 +180,8 @@ bool letsGroupWrite(const AccessList& list) {
   return letsWrite;
 }
 
-// Makes the access list of a directory that of a lock file in it, which may have another owner or
-// group: to write to the directory becomes to read and write the file.
+// Turns the access list of a directory into that of a lock file in it, which may have another owner
+// or group: the right to write to the directory becomes the right to read and write the file.
 void makeLockFileList(const AccessList& list, const struct stat& directory,
                       const struct stat& file) {
   const bool hasGroup = file.st_gid == directory.st_gid;
@@ -204,18 +205,18 @@ void copyFileAttributes(int from, int to, const std::filesystem::path& name) {
   const AccessList list = listOrBits(::acl_get_fd(from), status);
   if (!list) throwLastError("cannot examine the access list of", name);
   if (!giveToOwnerOf(status, to)) {
-    // The entry would speak of whatever group the file has instead.
+    // The entry would apply to the group that the file has instead.
     forEachEntry(list, [](acl_tag_t tag, acl_permset_t rights) {
       if (tag == ACL_GROUP_OBJ) ::acl_clear_perms(rights);
     });
   }
-  copyExtendedAttributes(from, to, name);  // needs the right to write, which may be taken next
+  copyExtendedAttributes(from, to, name);  // needs the right to write, which the list may remove
   if (!setAccessList(to, list)) throwLastError("cannot keep the permissions of", name);
 }
 
 void setNewFileRights(int file, const std::filesystem::path& directory) {
-  // The file has the named entries of the default list since it was made. Setting the bits sets the
-  // mask, as making the file with these bits would have done.
+  // The file has the named entries of the default list since its creation. Setting the bits sets
+  // the mask, as creating the file with these bits would have done.
   const AccessList list(::acl_get_file(directory.c_str(), ACL_TYPE_DEFAULT));
   if (!list && errno != ENOTSUP)
     throwLastError("cannot find out the rights of new files in", directory);

@@ -1,8 +1,7 @@
-// Who may use a file and what is attached to it, beside its content: owner, group, permission bits,
-// access lists and extended attributes (POSIX systems). What fails throws std::system_error with
-// the path `name`, which is otherwise not looked at, or `directory`. As long as nothing fails, no
-// operator new is called: where memory runs out a run ends at once, and would leave a temporary
-// file.
+// Owner, group, permission bits, access lists and extended attributes of files (POSIX systems). A
+// failure throws std::system_error; the path `name` or `directory` is in its text. Unless there is
+// a failure, operator new is not called: a run without memory ends at once and would leave a
+// temporary file.
 #pragma once
 
 #include <sys/types.h>
@@ -11,21 +10,21 @@
 
 namespace sourcetype {
 
-// Gives the file `to`, which its owner alone may use so far, the attributes of the file `from`: its
-// owner and group as far as this account may, its permission bits or access list, and its extended
-// attributes. Where it cannot have the group, the group has no rights. The rights come last, so
-// that nobody gets them earlier. Both are open file descriptors; `from` is open for reading.
+// Copies the attributes of the file `from` to the file `to`, which only its owner may use so far:
+// owner and group as far as this account may set them, permission bits or access list, and extended
+// attributes. If the group cannot be set, the group gets no rights. Rights are set last, so that
+// no account gets them too early. Both are open descriptors; `from` is open for reading.
 void copyFileAttributes(int from, int to, const std::filesystem::path& name);
 
-// Gives the file, which its owner alone may use so far, the rights that any new file in
-// `directory`, which it is in, gets: from the directory's default access list or, without one, from
-// the umask. Does nothing where the file system has no rights to set.
+// Gives the file, which only its owner may use so far, the rights of any new file in its directory
+// `directory`: from the directory's default access list or, without one, from the umask. Does
+// nothing on a file system without rights.
 void setNewFileRights(int file, const std::filesystem::path& directory);
 
-// Lets every account that may write to `directory` open the lock file `file` in it, and no other.
-// The file also gets the owner and group of the directory as far as this account may set them.
-// Where an account that may write would be kept out nevertheless, all may read the file, which is
-// enough to lock it. Does nothing where that fails.
+// Lets every account that may write to `directory` open the lock file `file` in it, and no other
+// account. Gives the file the owner and group of the directory as far as this account may. If an
+// account that may write could still not open it, all accounts may read the file, which is enough
+// to lock it. Failures are ignored.
 void shareLockFile(int file, const std::filesystem::path& directory);
 
 }  // namespace sourcetype

@@ -18,7 +18,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// How often those who wait look at who holds the lock.
+// How often a waiting process looks which process holds the lock.
 constexpr milliseconds kLookInterval{100};
 
 [[noreturn]] void throwError(std::error_code error, const std::string& what,
@@ -30,22 +30,22 @@ std::string nameOf(const LockHolder& holder) {
   return holder.process == 0 ? "another process" : "process " + std::to_string(holder.process);
 }
 
-// A place in the line of those who wait for a lock. No system waits for a lock and for a time at
-// once, so a thread waits for the lock. Where the waiting is given up, the thread is left behind,
-// with a lock file of its own: it frees the lock as soon as it has it.
+// A place in the line of processes that wait for a lock. No system can wait for a lock and for a
+// time at once, so a thread waits for the lock. If the wait is given up, the thread goes on with an
+// open lock file of its own and releases the lock as soon as it gets it.
 class PlaceInLine {
  public:
   explicit PlaceInLine(const std::shared_ptr<LockFile>& file) : answer_(new Answer) {
     std::thread([waiting = file, answer = answer_]() mutable {
       const auto error = waiting->lock();
       const std::scoped_lock lock(answer->mutex);
-      waiting.reset();  // the one who waits decides how long the hold lasts
+      waiting.reset();  // from now on the constructing thread alone keeps the lock
       answer->error = error;
       answer->arrived.notify_one();
     }).detach();
   }
 
-  // What became of it, as soon as that is known; nothing after `time`.
+  // The result of the attempt: an error, or none if the lock is held. Empty after `time`.
   std::optional<std::error_code> waitFor(milliseconds time) {
     std::unique_lock lock(answer_->mutex);
     answer_->arrived.wait_for(lock, time, [&] { return answer_->error.has_value(); });
@@ -61,14 +61,14 @@ class PlaceInLine {
   std::shared_ptr<Answer> answer_;
 };
 
-// False when the file was deleted meanwhile.
+// Returns false if the file was deleted meanwhile.
 bool waitInLine(const std::shared_ptr<LockFile>& file, const std::filesystem::path& path,
-                milliseconds patience) {
+                milliseconds maxHold) {
   PlaceInLine place(file);
   LockHolder holder = file->holder();
   auto since = steady_clock::now();
   while (true) {
-    if (const auto answer = place.waitFor(std::min(kLookInterval, patience))) {
+    if (const auto answer = place.waitFor(std::min(kLookInterval, maxHold))) {
       if (*answer) throwError(*answer, "cannot lock", path);
       return true;
     }
@@ -77,7 +77,7 @@ bool waitInLine(const std::shared_ptr<LockFile>& file, const std::filesystem::pa
     if (now != holder) {
       holder = now;
       since = steady_clock::now();
-    } else if (steady_clock::now() - since >= patience) {
+    } else if (steady_clock::now() - since >= maxHold) {
       throwError(std::make_error_code(std::errc::timed_out), nameOf(holder) + " holds the lock",
                  path);
     }
@@ -86,7 +86,7 @@ bool waitInLine(const std::shared_ptr<LockFile>& file, const std::filesystem::pa
 
 }  // namespace
 
-FileLock::FileLock(const std::filesystem::path& lockPath, milliseconds patience) : path_(lockPath) {
+FileLock::FileLock(const std::filesystem::path& lockPath, milliseconds maxHold) : path_(lockPath) {
   createDirectories(directoryOf(lockPath));
   while (true) {
     const auto file = std::make_shared<LockFile>(lockPath);
@@ -94,7 +94,7 @@ FileLock::FileLock(const std::filesystem::path& lockPath, milliseconds patience)
     if (error && error != std::errc::resource_unavailable_try_again) {
       throwError(error, "cannot lock", lockPath);
     }
-    const bool isLocked = !error || waitInLine(file, lockPath, patience);
+    const bool isLocked = !error || waitInLine(file, lockPath, maxHold);
     if (isLocked && file->isInPlace()) {
       file->announce();
       file_ = file;

@@ -10,30 +10,30 @@ namespace sourcetype {
 
 class LockFile;
 
-// Somebody deleted the file of a lock, or the locked file was replaced: another process may be
-// writing now. The caller takes the lock anew and decides again.
+// The file of a lock was deleted, or the file it protects was replaced: another process may be
+// writing now. The caller takes the lock again and decides again.
 class LockLost : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// An exclusive lock between processes, held for the life of the object. It locks a file of its own
-// at `lockPath`, which is created and stays, empty but for a note on Windows; the system frees the
-// lock of a process that died. Whoever may write to its directory may hold the lock, whichever
-// account created the file; nobody else may, unless that account could not give the file to the
-// directory's owner or group.
+// An exclusive lock between processes, held during the life of the object. It locks a file of its
+// own at `lockPath`, which is created and not deleted. The file is empty, except for a note on
+// Windows. The system releases the lock of a process that died. Every account that may write to the
+// directory can take the lock, whichever account created the file. Other accounts cannot, unless
+// the account that created the file could not give it to the owner or group of the directory.
 class FileLock {
  public:
-  // Waits in line as long as the lock changes hands. Throws std::system_error: std::errc::timed_out
-  // when one holder has kept the lock for `patience`, with that process in the text where the
-  // system tells it.
-  FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds patience);
+  // Waits in line as long as other processes take and release the lock. Throws std::system_error:
+  // std::errc::timed_out if one process holds the lock for `maxHold`, with its number in the text
+  // if the system tells it.
+  FileLock(const std::filesystem::path& lockPath, std::chrono::milliseconds maxHold);
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
   ~FileLock();
 
-  // Throws LockLost when the lock's path no longer leads to the file that is locked, so that others
-  // lock another one. To be called just before what the lock protects is changed.
+  // Throws LockLost if the lock's path does not lead to the locked file any more: other processes
+  // then lock a new file. To be called just before the protected file is changed.
   void ensureHeld() const;
 
  private:

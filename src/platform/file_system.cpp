@@ -1,23 +1,21 @@
-// What is the same on every system.
+// The part that is the same on every system.
 #include "platform/file_system.h"
 
 #include <algorithm>
 
-#include "platform/temporary_name.h"
-
 namespace sourcetype {
 
-FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes) {
+FileBytes readFile(const std::filesystem::path& path, std::size_t maxBytes) {
   FileBytes result;
   InputFile file(path);
   const auto examine = [&](std::uint64_t size) {
     result.error = file.error();
-    if (!result.error && size > mostBytes) {
+    if (!result.error && size > maxBytes) {
       result.error = std::make_error_code(std::errc::file_too_large);
     }
   };
   examine(file.size());
-  // One byte more than the size tells a file that grew from one that was read whole.
+  // Room for one byte more than the size shows whether the file grew meanwhile.
   std::size_t capacity = static_cast<std::size_t>(file.size()) + 1;
   while (!result.error) {
     auto larger = std::make_unique_for_overwrite<char[]>(capacity);  // NOLINT: as the member
@@ -26,7 +24,7 @@ FileBytes readFile(const std::filesystem::path& path, std::size_t mostBytes) {
     result.size += file.read({result.bytes.get() + result.size, capacity - result.size});
     examine(result.size);
     if (result.size < capacity && !result.error) return result;
-    capacity = std::min(capacity * 2, mostBytes + 1);
+    capacity = std::min(capacity * 2, maxBytes + 1);
   }
   result.bytes.reset();
   result.size = 0;
@@ -39,23 +37,8 @@ std::filesystem::path absolutePath(const std::filesystem::path& path) {
   return error ? path : absolute;
 }
 
-void replaceFile(const std::filesystem::path& target, std::string_view content,
-                 const FileLock* lock) {
-  replaceFile(target, content, writeTarget(target), lock);
-}
-
 std::filesystem::path directoryOf(const std::filesystem::path& path) {
   return path.has_parent_path() ? path.parent_path() : ".";
-}
-
-// What cannot be listed or deleted is harmless where it is.
-void removeLeftovers(const std::filesystem::path& target) {
-  const std::filesystem::path file = writeTarget(target);
-  const std::filesystem::path directory = directoryOf(file);
-  std::error_code error;
-  for (const auto& name : listDirectory(directory, error)) {
-    if (isTemporaryName(name, file.filename())) static_cast<void>(removeFile(directory / name));
-  }
 }
 
 }  // namespace sourcetype

@@ -1,4 +1,4 @@
-// Open files of Windows. Included by the Windows half alone.
+// Handles of open files on Windows. Included by *_windows.cpp only.
 #pragma once
 
 #include <array>
@@ -15,10 +15,10 @@
 
 namespace sourcetype {
 
-// Characters. A directory's name must leave room for a file of the old 8.3 form in it.
+// Characters. The name of a directory must leave room for the 8.3 name of a file in it.
 inline constexpr std::size_t kMaxPlainPath = 260 - 12;
 
-// The name may be that of a pipe; whoever serves it must not act for this account.
+// The name may be that of a pipe. Its server must not get the rights of this account.
 inline constexpr DWORD kNoImpersonation = SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
 
 [[noreturn]] inline void throwError(std::error_code error, const std::string& what,
@@ -31,7 +31,7 @@ inline constexpr DWORD kNoImpersonation = SECURITY_SQOS_PRESENT | SECURITY_IDENT
   throwError(lastSystemError(), what, path);
 }
 
-// The name to hand to the system, whatever the length of the path.
+// The name to pass to the system; the path may have any length.
 inline std::wstring systemName(const std::filesystem::path& path) {
   std::array<wchar_t, kMaxPlainPath> buffer{};
   const DWORD size =

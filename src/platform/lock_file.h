@@ -1,4 +1,4 @@
-// The file behind a FileLock: what differs between systems.
+// The file of a FileLock: the part that differs between systems.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace sourcetype {
 
-// One uninterrupted hold of a lock. All zero when the system does not tell who has it.
+// One uninterrupted hold of a lock. All zero if the system does not tell which process has it.
 struct LockHolder {
   std::uint64_t process = 0;
   std::uint64_t since = 0;  // a clock of the machine, in no particular unit
@@ -15,27 +15,27 @@ struct LockHolder {
   friend bool operator==(const LockHolder&, const LockHolder&) = default;
 };
 
-// Open for the life of the object, which also ends a hold.
+// The file is open during the life of the object. Closing it releases the lock.
 class LockFile {
  public:
-  // Creates the file where it is missing. Throws std::system_error.
+  // Creates the file if it is missing. Throws std::system_error.
   explicit LockFile(const std::filesystem::path& path);
   LockFile(const LockFile&) = delete;
   LockFile& operator=(const LockFile&) = delete;
   ~LockFile();
 
-  // Takes the lock, in line behind those who wait already, or gives an error. May be called from a
-  // thread of its own while others call holder() and isInPlace().
+  // Takes the lock after the processes that wait already, or returns an error. One thread may call
+  // it while others call holder() and isInPlace().
   std::error_code lock() const;
-  // The same without waiting; std::errc::resource_unavailable_try_again when the lock is taken.
+  // The same without waiting; returns std::errc::resource_unavailable_try_again for a held lock.
   std::error_code tryLock() const;
 
-  // Tells the others that this process holds the lock, and since when.
+  // Lets other processes see that this process holds the lock, and since when.
   void announce() const;
-  // What the present holder announced; of another process only.
+  // The announcement of the current holder, if it is another process.
   LockHolder holder() const;
 
-  // False when somebody deleted the file: others lock a new one by that name.
+  // False if the file was deleted: other processes then lock a new file of that name.
   bool isInPlace() const;
 
  private:

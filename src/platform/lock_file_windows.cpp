@@ -9,11 +9,11 @@
 namespace sourcetype {
 namespace {
 
-// What is locked. Others cannot read it then, so the note of the holder stands behind it.
+// The locked bytes. Other processes cannot read them, so the note of the holder is after them.
 constexpr DWORD kLockedBytes = 1;
 constexpr LONGLONG kNoteOffset = 16;
 
-// Deleting the file is not shared: the system refuses it while anybody has the file open.
+// Deletion is not shared: the system refuses it while any process has the file open.
 HANDLE openShared(const std::filesystem::path& path, DWORD access, DWORD disposition) {
   return CreateFileW(systemName(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                      disposition, FILE_FLAG_OPEN_REPARSE_POINT | kNoImpersonation, nullptr);
@@ -22,7 +22,7 @@ HANDLE openShared(const std::filesystem::path& path, DWORD access, DWORD disposi
 HANDLE openLockFile(const std::filesystem::path& path) {
   const HANDLE file = openShared(path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
   if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_ACCESS_DENIED) return file;
-  return openShared(path, GENERIC_READ, OPEN_EXISTING);  // another account made it: it is enough
+  return openShared(path, GENERIC_READ, OPEN_EXISTING);  // of another account; reading is enough
 }
 
 std::error_code lockFirstByte(std::intptr_t file, DWORD flags) {
@@ -61,13 +61,13 @@ void LockFile::announce() const {
   const LockHolder self{.process = processId(), .since = GetTickCount64()};
   LARGE_INTEGER offset{};
   offset.QuadPart = kNoteOffset;
-  DWORD written = 0;  // where it fails, nobody is named
+  DWORD written = 0;  // on failure messages name no process
   if (SetFilePointerEx(toHandle(handle_), offset, nullptr, FILE_BEGIN)) {
     static_cast<void>(WriteFile(toHandle(handle_), &self, sizeof self, &written, nullptr));
   }
 }
 
-// By a handle of its own, since calls for the other one wait while it waits for the lock.
+// Uses a handle of its own: calls with the other handle block while it waits for the lock.
 LockHolder LockFile::holder() const {
   const Handle file(openShared(path_, GENERIC_READ, OPEN_EXISTING));
   LARGE_INTEGER offset{};
@@ -79,7 +79,7 @@ LockHolder LockFile::holder() const {
   return isRead && size == sizeof holder ? holder : LockHolder{};
 }
 
-// Nobody can delete it.
+// An open lock file cannot be deleted.
 bool LockFile::isInPlace() const {
   return true;
 }

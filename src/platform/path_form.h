@@ -1,4 +1,4 @@
-// How paths look as text. Paths stay std::filesystem::path until they become text; text is UTF-8.
+// Converts paths to text and back. Text is UTF-8.
 #pragma once
 
 #include <filesystem>
@@ -7,24 +7,24 @@
 
 namespace sourcetype {
 
-// What differs between the two ways of writing a path. A value, handed to the code that needs it,
-// so that both forms work and are tested on every machine.
+// The two ways of writing a path. A value that is passed to the code that needs it, so that both
+// forms are tested on every machine.
 struct PathForm {
   char separator;
-  bool literalBackslash;  // a backslash in a stanza pattern is itself, not an escape
+  bool literalBackslash;  // in a stanza pattern a backslash is a character, not an escape
 };
 
 inline constexpr PathForm kWindowsPathForm{.separator = '\\', .literalBackslash = true};
 inline constexpr PathForm kPosixPathForm{.separator = '/', .literalBackslash = false};
 
-// The form of the machine this program runs on.
+// The form of this machine.
 PathForm nativePathForm();
 
-// The path as text. On POSIX these are the bytes of the name, whatever they are; on Windows, UTF-8
-// in which U+FFFD stands for what is no valid UTF-16.
+// The path as text. On POSIX these are the bytes of the name, which need not be UTF-8. On Windows,
+// U+FFFD replaces invalid UTF-16.
 std::string pathToText(const std::filesystem::path& path);
 
-// The inverse of pathToText(), wherever that kept everything.
+// The inverse of pathToText(), for paths of which it replaced nothing.
 std::filesystem::path pathFromText(std::string_view text);
 
 }  // namespace sourcetype

@@ -8,8 +8,8 @@ PathForm nativePathForm() {
   return kWindowsPathForm;
 }
 
-// A name may hold halves of surrogate pairs, for which UTF-8 has no form. In the text each is
-// U+FFFD, as everywhere on the system; the file itself is opened by the path, which keeps them.
+// A name may contain halves of surrogate pairs, which UTF-8 cannot express. Each becomes U+FFFD, as
+// elsewhere on the system; the file itself is opened by the path, which keeps them.
 std::string pathToText(const std::filesystem::path& path) {
   const std::wstring& name = path.native();
   const int size = static_cast<int>(name.size());
@@ -21,7 +21,7 @@ std::string pathToText(const std::filesystem::path& path) {
   return text;
 }
 
-// What is no UTF-8 becomes U+FFFD.
+// Invalid UTF-8 becomes U+FFFD.
 std::filesystem::path pathFromText(std::string_view text) {
   const int size = static_cast<int>(text.size());
   std::wstring name(

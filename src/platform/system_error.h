@@ -1,4 +1,4 @@
-// What the system says of a failed call.
+// The error of a failed call of the operating system.
 #pragma once
 
 #include <system_error>

@@ -1,5 +1,5 @@
-// The standard category asks for texts in the code page of the process, which is UTF-8 only where
-// the manifest is understood (Windows 10, 1903); this one asks for UTF-16.
+// An error category with texts in UTF-8. The standard category returns them in the code page of the
+// process, which is UTF-8 only since Windows 10, 1903, which understands the manifest.
 #include <array>
 #include <string>
 #include <string_view>
@@ -17,7 +17,7 @@ class SystemErrors : public std::error_category {
  public:
   const char* name() const noexcept override { return "system"; }
 
-  // The system ends its texts in a full stop, blanks and a line end; other texts go on behind ours.
+  // Removes the full stop, the blanks and the line end of the system's text, since callers append.
   std::string message(int code) const override {
     std::array<wchar_t, kMaxMessage> text{};
     const DWORD size = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,

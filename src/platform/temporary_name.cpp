@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kExtension = ".tmp";
 
-// Takes digits, one at least, from the beginning of `text`.
+// Removes the digits at the start of `text`; false if there are none.
 bool takeNumber(std::string_view& text) {
   const auto digits = std::min(text.find_first_not_of("0123456789"), text.size());
   text.remove_prefix(digits);

@@ -5,13 +5,12 @@
 
 namespace sourcetype {
 
-// "<target>.<process>-<nanoseconds>.tmp": process and clock make it unlikely that the name is
-// taken. What makes it safe is that the caller holds the target's lock and creates the file only
-// where there is none.
+// "<target>.<process>-<nanoseconds>.tmp": process and clock make it unlikely that the name exists.
+// It is safe because the caller has the target's lock and creates the file only if there is none.
 std::filesystem::path temporaryName(std::filesystem::path target);
 
-// True for what temporaryName() makes of a file named `target`, and for hardly anything that
-// somebody else would call a file. Both are names without a directory.
+// True for names that temporaryName() makes for a file named `target`. Other programs hardly use
+// such names. Both are names without a directory.
 bool isTemporaryName(const std::filesystem::path& name, const std::filesystem::path& target);
 
 }  // namespace sourcetype

@@ -1,4 +1,4 @@
-// The system's interface without what is not used of it. Included by the Windows half alone.
+// The system's interface, without its rarely used parts. Included by *_windows.cpp only.
 #pragma once
 
 #define WIN32_LEAN_AND_MEAN

@@ -1,5 +1,5 @@
 // Logging: named categories and four entry points. The back end is configured once at start-up
-// (main/environment); before that, records are dropped.
+// (conf/environment); before that, records are dropped.
 #pragma once
 
 #include <atomic>

@@ -23,14 +23,16 @@ constexpr bool isAsciiDigit(char c) {
 constexpr bool isAsciiSpace(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
+constexpr bool isAsciiControl(char c) {
+  return (c >= '\0' && c < ' ') || c == '\x7F';
+}
 
 // Bytes of the control character that `text` begins with: one of ASCII, or U+0080 to U+009F in
 // UTF-8, which some terminals obey as they obey ESC. 0 where it begins with none.
 constexpr std::size_t controlLength(std::string_view text) {
   if (text.empty()) return 0;
-  const auto first = static_cast<unsigned char>(text[0]);
-  if (first < 0x20 || first == 0x7F) return 1;
-  if (first != 0xC2 || text.size() == 1) return 0;
+  if (isAsciiControl(text[0])) return 1;
+  if (text[0] != '\xC2' || text.size() == 1) return 0;
   const auto second = static_cast<unsigned char>(text[1]);
   return second >= 0x80 && second <= 0x9F ? 2 : 0;
 }

@@ -89,7 +89,8 @@ struct Range {
   unsigned first, last;
 };
 
-// A row of the file: name, corpus, digest of the text in hexadecimal digits, invalid units.
+// A row of the file: name, kind of corpus, digest of the text in hexadecimal digits, number of
+// invalid units.
 struct CharsetDigest {
   std::string name, corpus;
   std::uint64_t digest = 0, invalid = 0;
@@ -106,19 +107,19 @@ std::vector<CharsetDigest> readDigests() {
 
 // All units with one byte of each range, with `before` and `behind` around each.
 void appendUnits(std::string& corpus, std::string_view before, std::initializer_list<Range> ranges,
-                 std::string_view behind = "\n", const std::string& unit = {}) {
+                 std::string_view after = "\n", const std::string& unit = {}) {
   if (unit.size() == ranges.size()) {
-    corpus.append(before).append(unit).append(behind);
+    corpus.append(before).append(unit).append(after);
     return;
   }
   const Range range = ranges.begin()[unit.size()];
   for (unsigned byte = range.first; byte <= range.last; ++byte)
-    appendUnits(corpus, before, ranges, behind, unit + static_cast<char>(byte));
+    appendUnits(corpus, before, ranges, after, unit + static_cast<char>(byte));
 }
 
 constexpr Range kAny{0x00, 0xFF}, kHigh{0x80, 0xFF}, kGr{0xA0, 0xFF}, kDigit{0x30, 0x39};
 
-// A value of `size` bytes, in both orders of them.
+// A value of `size` bytes, in both byte orders.
 void appendBothOrders(std::string& bigEndian, std::string& littleEndian, unsigned value, int size) {
   for (int i = 0; i < size; ++i) {
     bigEndian += static_cast<char>(value >> (8 * (size - 1 - i)));
@@ -126,8 +127,7 @@ void appendBothOrders(std::string& bigEndian, std::string& littleEndian, unsigne
   }
 }
 
-// Units of 16 and 32 bits: every value below 110080, with each half of a surrogate pair alone and
-// with the other one.
+// Units of 16 and 32 bits: values below 110080, and each surrogate alone and in a pair.
 std::string wideCorpus() {
   std::string big, little;
   for (unsigned unit = 0; unit <= 0xFFFF; ++unit) appendBothOrders(big, little, unit, 2);
@@ -140,7 +140,7 @@ std::string wideCorpus() {
   return big + little + "\x01";
 }
 
-// Escapes of C99 and Java, of which surrogates have to be in pairs, and one that is cut off.
+// Escapes of C99 and Java: single surrogates, pairs of them, malformed ones, and an unfinished one.
 std::string escapeCorpus() {
   std::string corpus;
   std::array<char, 16> digits;
@@ -151,7 +151,7 @@ std::string escapeCorpus() {
   return corpus + R"(\uD83D\uDE00 \ud83d\n \U0001f600\U80000000\u00G0\u12)";
 }
 
-// Every byte by itself, then what reaches the cells of the kind of charset.
+// Each byte by itself, then the units of this kind of charset.
 std::string makeCorpus(std::string_view kind) {
   std::string corpus;
   appendUnits(corpus, "", {kAny}, kind == "bytes" ? "" : "\n");
@@ -178,7 +178,7 @@ std::string makeCorpus(std::string_view kind) {
   return corpus;
 }
 
-TEST(EveryCharset, GivesTheSameOnEverySystem) {
+TEST(EveryCharset, ConvertsTheSameOnAllSystems) {
   std::vector<CharsetDigest> rows = readDigests();
   ASSERT_EQ(rows.size(), 275U);
   const bool isWriting = std::getenv("SOURCETYPE_WRITE_DIGESTS") != nullptr;
@@ -209,7 +209,7 @@ TEST(CharsetRegistry, HasNoOtherNames) {
   }
 }
 
-TEST(CharsetRegistry, TakesANameInAnySpelling) {
+TEST(CharsetRegistry, AcceptsANameInAnySpelling) {
   EXPECT_EQ(normaliseCharsetName("ISO_8859-1:1987"), "iso885911987");
   EXPECT_EQ(normaliseCharsetName("\xC3\x84 Utf-16LE\n"), "utf16le");
   for (const char* name : {"UTF-8", "utf_8", " Utf8 ", "ISO_8859-1", "Shift_JIS"}) {

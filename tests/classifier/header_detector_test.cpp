@@ -18,13 +18,13 @@ using sourcetype::testing::Row;
 using sourcetype::testing::TempTree;
 using ::testing::ElementsAre;
 
-TEST(CountDelimiters, LeavesOutWhatIsQuoted) {
+TEST(CountDelimiters, IgnoresQuotedText) {
   EXPECT_THAT(countDelimiters("a,b;\"c,,;\t\"\t,\"d\"\",\",", kDelimiters, '"'),
               ElementsAre(3, 1, 1));
   EXPECT_THAT(countDelimiters("\"open,", kDelimiters, '"'), ElementsAre(0, 0, 0));
 }
 
-TEST(Statistics, SayWhatAListLooksLike) {
+TEST(Statistics, DescribeAList) {
   const std::vector<double> samples{3, 1, 3, 1, 7};
   const auto statistics = computeStatistics(samples);
   EXPECT_TRUE(statistics.valid);
@@ -49,10 +49,10 @@ TEST(FieldNames, AreCleanAndUnique) {
   });
 }
 
-// A configuration tree and what is detected in it.
+// A configuration tree and the header detection in it.
 class Tree : public TempTree {
  public:
-  // The result for a file of this sourcetype, with everything read again.
+  // Returns the result for a file of this sourcetype. Reads the configuration again.
   PropertiesMap detect(const std::string& text, const std::string& sourcetype,
                        HeaderLimits limits = {}) const {
     ConfStore store(root());

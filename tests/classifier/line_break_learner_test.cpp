@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include "classifier/line_start.h"
+#include "classifier/single_line_check.h"
 #include "support/table.h"
 #include "support/temp_tree.h"
 #include "util/regex.h"
@@ -50,7 +52,7 @@ TEST(LooksTimestamped, NeedsMoreThanAHundredLinesAndFivePercent) {
   EXPECT_FALSE(looksTimestamped(sampleOf(repeated(stamp, 100))));
   EXPECT_TRUE(looksTimestamped(sampleOf(repeated(stamp, 101))));
   EXPECT_FALSE(looksTimestamped(sampleOf(repeated("12:30 1::2:3\n", 200))));
-  // The share is looked at in a line that matches: 6 of 120 are no more than 5 %, 6 of 119 are.
+  // The share is computed at each matching line: 6 of 120 are not more than 5 %, 6 of 119 are.
   EXPECT_FALSE(looksTimestamped(sampleOf(repeated("a\n", 114) + repeated(stamp, 5) + "a\n1:2:3")));
   EXPECT_TRUE(looksTimestamped(sampleOf(repeated("a\n", 113) + repeated(stamp, 6))));
 }

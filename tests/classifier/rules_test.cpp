@@ -48,7 +48,7 @@ TEST(Rules, AreNotTriedAnyMoreWhenTheirBudgetIsSpent) {
   tree.write("system/local/props.conf",
              "[rule::1]\nsourcetype=a\nMORE_THAN_1=x\n[rule::2]\nsourcetype=b\nLESS_THAN_0=!\n");
   ConfStore store(tree.root());
-  MatchBudget budget(10'300);  // for compiling the first
+  MatchBudget budget(10'300);  // enough to compile the first expression
   EXPECT_EQ(Rules(store).findRuleSourcetype(readSampleText(repeated("y\n", 1000), {}, "text"),
                                             RuleTiming::BeforeModels, budget),
             std::nullopt);

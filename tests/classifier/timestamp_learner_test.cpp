@@ -14,7 +14,7 @@ TEST(TimePrefix, SkipsToTheLastAnchor) {
   });
 }
 
-// Finds "2026-01-02", and takes "[...]" for the second piece.
+// Finds "2026-01-02" as the first part and "[...]" as the second part of a timestamp.
 std::optional<Timestamp> find(std::string_view line) {
   const auto at = line.find("2026-01-02");
   if (at == std::string_view::npos) return std::nullopt;

@@ -25,7 +25,7 @@ struct Tree : TempTree {
     store.getStanzaSettings(props, result, names, matching);
     return result;
   }
-  PropertiesMap matched(std::string_view names) { return settings(names, PatternMatching::Yes); }
+  PropertiesMap match(std::string_view names) { return settings(names, PatternMatching::Yes); }
 };
 
 TEST(ConfStore, TakesEachSettingFromTheStrongestLayerThatHasIt) {
@@ -33,7 +33,7 @@ TEST(ConfStore, TakesEachSettingFromTheStrongestLayerThatHasIt) {
   const char* const layers[] = {"system/local",    "apps/a/local",   "apps/b/local",
                                 "users/u/a/local", "apps/a/default", "bundles/default",
                                 "system/default"};
-  // Key i stands in layer i and in all weaker ones.
+  // Layer i and all weaker layers have key i.
   for (std::size_t layer = 0; layer < std::size(layers); ++layer) {
     std::string text = "[s]\n";
     for (std::size_t key = 0; key <= layer; ++key) {
@@ -53,7 +53,7 @@ TEST(ConfStore, LooksStanzasUpByPriorityAndName) {
   sourcetype::testing::forEachRow("conf/lookups.txt", 4, [](const sourcetype::testing::Row& row) {
     Tree tree;
     tree.write("system/local/props.conf", row[1]);
-    EXPECT_EQ(tree.matched(row[2]).get("k"), row[3]);
+    EXPECT_EQ(tree.match(row[2]).get("k"), row[3]);
   });
 }
 
@@ -66,7 +66,7 @@ TEST(ConfStore, LeavesTheCallersKeysAlone) {
   EXPECT_EQ(map.entries().at("j").stanza, "s");
 }
 
-TEST(WriteStanza, WritesOnlyWhatDiffersFromWhatHolds) {
+TEST(WriteStanza, WritesOnlySettingsThatDiffer) {
   Tree tree;
   tree.write("system/default/props.conf", "[default]\nd=1\n[s]\nsame=1\nother=1\n");
   EXPECT_TRUE(tree.store.writeStanza(
@@ -75,7 +75,7 @@ TEST(WriteStanza, WritesOnlyWhatDiffersFromWhatHolds) {
   EXPECT_EQ(tree.settings("s").get("other"), "2");
 }
 
-TEST(WriteStanza, MakesAStanzaThatHasNothingToSay) {
+TEST(WriteStanza, AddsAnEmptyStanza) {
   Tree tree;
   tree.write("system/default/props.conf", "[default]\nd=1\n");
   EXPECT_TRUE(tree.store.writeStanza(tree.props, "s", {{"d", "1"}}, false));
@@ -83,7 +83,7 @@ TEST(WriteStanza, MakesAStanzaThatHasNothingToSay) {
   EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\n");
 }
 
-TEST(WriteStanza, SeesWhatAnotherProcessWroteMeanwhile) {
+TEST(WriteStanza, KeepsWhatAnotherProcessHasWritten) {
   Tree tree;
   EXPECT_FALSE(tree.store.stanzaExists(tree.props, "theirs"));
   tree.write("system/local/props.conf", "[theirs]\nk = 1\n");
@@ -103,8 +103,8 @@ TEST(WriteStanza, FailsWhereTheFileHoldsMoreThanIsRead) {
   EXPECT_EQ(std::filesystem::file_size(file), ConfFile::kMaxBytes + 1);
 }
 
-// Of one line "[s]", one "k = 1", and nothing that a read without their encoding would find.
-TEST(ForeignEncoding, LeavesALayerOutAndUnwritten) {
+// All files have "[s]" and "k = 1"; a reader that ignores the encoding finds neither.
+TEST(ForeignEncoding, SkipsTheFileAndNeverWritesIt) {
   const std::string ascii = "[s]\r\nk = 1\r\n";
   std::string bigEndian, littleEndian;
   for (const char c : ascii) {
@@ -157,8 +157,8 @@ TEST(AddStanza, LeavesAloneWhatAnotherProcessHasJustWritten) {
   EXPECT_EQ(tree.settings("t").get("k"), "2");
 }
 
-// What a power failure leaves of a stanza that was being added, up to its decisive byte.
-TEST(AddStanza, TornAnywhereIsNoStanzaOfThatNameAndLosesNothing) {
+// A power failure during the append: the file ends in a part of the stanza, with the placeholder.
+TEST(AddStanza, LosesNothingWhenItWasInterrupted) {
   for (const std::string end : {"\n", "\r\n"}) {
     const std::string old = "[s]" + end + "k = 1" + end;
     const std::string added = end + "[torn]" + end + "a = 1" + end + "b = \\\n 2" + end;
@@ -172,7 +172,7 @@ TEST(AddStanza, TornAnywhereIsNoStanzaOfThatNameAndLosesNothing) {
       EXPECT_FALSE(tree.store.stanzaExists(tree.props, "torn"));
       EXPECT_EQ(
           tree.store.countStanzas(tree.props, "", [](auto name) { return !name.starts_with('['); }),
-          size == end.size() ? 2U : 1U);  // the one of no name
+          size == end.size() ? 2U : 1U);  // the stanza with an empty name
       EXPECT_EQ(tree.store.addStanza(tree.props, "torn", {{"a", "1"}, {"b", "\n 2"}}, false),
                 WriteOutcome::Written);
       tree.store.reload(tree.props);
@@ -189,7 +189,7 @@ TEST(AddStanza, TornAnywhereIsNoStanzaOfThatNameAndLosesNothing) {
 
 TEST(AddStanza, DecidesAgainWhenTheLockFileIsDeleted) {
   if (!testing::kHasPermissionBits) GTEST_SKIP() << "the system refuses to delete it";
-  for (const std::string old : {"", "[old]\n"}) {  // made anew, and appended to
+  for (const std::string old : {"", "[old]\n"}) {  // the file is created, or appended to
     Tree tree;
     if (!old.empty()) tree.write("system/local/props.conf", old);
     ConfStore other(tree.root(), kPosixPathForm);
@@ -211,7 +211,7 @@ TEST(AddStanza, DecidesAgainWhenTheLockFileIsDeleted) {
   }
 }
 
-TEST(AddStanza, IsTakenBackAloneAndOnce) {
+TEST(AddStanza, CanBeTakenBackOnceAndAlone) {
   for (const std::string old : {"[old]\nk = 1\n", "[old]\nk = 1", ""}) {
     for (const bool othersWrite : {false, true}) {
       Tree tree;
@@ -228,14 +228,14 @@ TEST(AddStanza, IsTakenBackAloneAndOnce) {
         EXPECT_EQ(tree.read("system/local/props.conf"), old);
       }
       tree.write("system/local/props.conf", "[s]\nk = 2\n");
-      tree.store.takeBackStanza(tree.props, "s");  // somebody else's now
+      tree.store.takeBackStanza(tree.props, "s");  // of another process now
       tree.store.reload(tree.props);
       EXPECT_TRUE(tree.store.stanzaExists(tree.props, "s"));
     }
   }
 }
 
-TEST(WriteStanza, IsGivenUpWhenOneProcessKeepsTheLock) {
+TEST(WriteStanza, FailsWhenOneProcessKeepsTheLock) {
   const Tree tree;
   ConfStore store(tree.root(), kPosixPathForm, std::chrono::milliseconds(1));
   tree.write("system/local/props.conf", "");
@@ -247,12 +247,12 @@ TEST(WriteStanza, IsGivenUpWhenOneProcessKeepsTheLock) {
     EXPECT_NE(log.find("holds the lock"), log.npos) << log;
   }
   EXPECT_TRUE(store.hasGivenUp());
-  // The attempt that was given up is still in line and has the lock for a moment.
+  // The attempt that failed still waits, and has the lock for a moment.
   ConfStore patient(tree.root(), kPosixPathForm);
   EXPECT_TRUE(patient.writeStanza(patient.getProps(), "s", {{"k", "1"}}, false));
 }
 
-TEST(WriteStanzaIf, AsksWhenNoOtherProcessCanWrite) {
+TEST(WriteStanzaIf, ChecksTheConditionUnderTheLock) {
   Tree tree;
   EXPECT_EQ(tree.settings("s").get("k"), "");
   tree.write("system/local/props.conf", "[s]\nk = theirs\n");
@@ -265,7 +265,7 @@ TEST(WriteStanzaIf, AsksWhenNoOtherProcessCanWrite) {
   EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\nk = mine\n");
 }
 
-TEST(WriteLearnedStanza, GoesToItsOwnAppAndIsFoundAgain) {
+TEST(WriteLearnedStanza, WritesToItsOwnAppAndLookupsFindIt) {
   Tree tree;
   Conf& models = tree.store.getConf("sourcetypes");
   EXPECT_FALSE(tree.store.stanzaExists(models, "m"));
@@ -274,7 +274,7 @@ TEST(WriteLearnedStanza, GoesToItsOwnAppAndIsFoundAgain) {
   EXPECT_TRUE(tree.store.stanzaExists(models, "m"));
 }
 
-TEST(DropLearnedStanzas, LeavesNothingOfTheLastOneButALink) {
+TEST(DropLearnedStanzas, DeletesAnEmptyFileButKeepsALink) {
   Tree tree;
   Conf& models = tree.store.getConf("sourcetypes");
   const auto file = tree.store.learnedFile(models);
@@ -295,7 +295,7 @@ TEST(DropLearnedStanzas, LeavesNothingOfTheLastOneButALink) {
   EXPECT_EQ(std::filesystem::status(copy).permissions(), perms::owner_read | perms::owner_write);
 }
 
-TEST(DropLearnedStanzas, LeavesTheOldCopyWhereThereIsNothingToDrop) {
+TEST(DropLearnedStanzas, KeepsTheOldCopyWhenThereIsNothingToDrop) {
   Tree tree;
   Conf& models = tree.store.getConf("sourcetypes");
   const char* const old = "apps/learned/local/sourcetypes.conf.old";

@@ -25,7 +25,7 @@ constexpr std::string_view kText =
     "two lines\n"
     "# the end\n";
 
-TEST(IniFile, KeepsCommentsWhereTheyBelongAndTheFirstOfTwoValues) {
+TEST(IniFile, KeepsTheCommentsOfSettingsAndTheFirstOfTwoValues) {
   ::testing::internal::CaptureStderr();
   const auto file = IniFile::parse(kText, "x.conf");
   EXPECT_NE(::testing::internal::GetCapturedStderr().find(

@@ -47,7 +47,7 @@ TEST(LogicalLines, CountPhysicalLinesAndReportTheirNumber) {
       << log;
 }
 
-TEST(LogicalLines, LimitKeysButNotTheBlanksBehindThem) {
+TEST(LogicalLines, LimitKeysButNotTheBlanksAfterThem) {
   TextKeeper keeper;
   const std::string blanks(70000, ' ');
   const std::string longKey(kMaxKeyBytes + 1, 'k');
@@ -63,7 +63,7 @@ TEST(LogicalLines, LimitKeysButNotTheBlanksBehindThem) {
   EXPECT_EQ(log.find("line 1"), std::string::npos) << log;
 }
 
-TEST(LogicalLines, ReportCarriageReturnsThatEndNoLine) {
+TEST(LogicalLines, ReportCarriageReturnsThatDoNotEndALine) {
   for (const auto& [bytes, line] :
        {std::pair{"[a]\rk = v\r", "line 1"}, std::pair{"# c\r\n[a]\n\rk = v\r\n", "line 3"},
         std::pair{"[a]\r\nk = v\r", ""}}) {
@@ -77,7 +77,7 @@ TEST(LogicalLines, ReportCarriageReturnsThatEndNoLine) {
   }
 }
 
-TEST(LogicalLines, SpecFilesMayHoldLinesThatAreNoSettings) {
+TEST(LogicalLines, MayHaveAnyTextInSpecFiles) {
   TextKeeper keeper;
   ::testing::internal::CaptureStderr();
   linesOf("free text\n", keeper, "props.conf.spec");

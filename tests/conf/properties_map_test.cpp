@@ -40,7 +40,7 @@ TEST(PropertiesMap, KnowsTheWordsOfABoolean) {
   });
 }
 
-TEST(PropertiesMap, RemembersTheStanzaOfWhatALookupInserts) {
+TEST(PropertiesMap, KeepsTheStanzaOfASetting) {
   PropertiesMap map{{"mine", ""}};
   map.insertIfAbsent("mine", "theirs", "s");
   map.insertIfAbsent("new", "1", "s");
@@ -60,7 +60,7 @@ TEST(PropertiesMap, RemovesByKeyAndByValue) {
   EXPECT_EQ(map, (PropertiesMap{{"b", "y"}}));
 }
 
-TEST(PropertiesMap, DiffIsWhatHasToBeWritten) {
+TEST(PropertiesMap, DiffHasTheSettingsToWrite) {
   const PropertiesMap desired{
       {"same", "1"}, {"changed", "new"}, {"emptied", ""}, {"added", "2"}, {"addedEmpty", ""}};
   const PropertiesMap existing{{"same", "1"}, {"changed", "old"}, {"emptied", "x"}, {"other", "y"}};

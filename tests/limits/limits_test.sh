@@ -22,7 +22,7 @@ each() { perl -e 'for (1 .. $ARGV[0]) { eval $ARGV[1] }' "$@"; }
 
 # tree: goes to a new server directory as bundled: the models of one case know nothing of the others.
 tree() {
-  rm -rf "$work/home"
+  rm -rf "${work:?}/home"
   mkdir -p "$work/home/etc/system/local"
   cp -R "$source/etc" "$work/home/"
   cd "$work/home"

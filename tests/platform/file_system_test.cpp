@@ -1,4 +1,5 @@
 #include "platform/file_system.h"
+#include "platform/file_writing.h"
 
 #include <gtest/gtest.h>
 

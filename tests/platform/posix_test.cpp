@@ -18,6 +18,7 @@
 
 #include "platform/file_lock.h"
 #include "platform/file_system.h"
+#include "platform/file_writing.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {

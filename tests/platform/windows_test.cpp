@@ -7,6 +7,7 @@
 
 #include "platform/file_lock.h"
 #include "platform/file_system.h"
+#include "platform/file_writing.h"
 #include "platform/path_form.h"
 #include "platform/system_error.h"
 #include "platform/windows_api.h"

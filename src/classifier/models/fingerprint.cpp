@@ -1,5 +1,5 @@
-// Words are counted in a hash table whose keys are the words themselves, five bits a letter: twenty
-// letters fit two machine words, so that counting neither copies nor compares texts.
+// Words are counted in a hash table. A key is the word itself, at five bits a letter: twenty
+// letters fit into two machine words, so that counting neither copies nor compares texts.
 #include "classifier/models/fingerprint.h"
 
 #include <algorithm>
@@ -15,16 +15,16 @@ namespace {
 constexpr std::size_t kMinLetters = 3;
 constexpr std::size_t kMaxLetters = 20;
 
-// Rarer words would make models large and say little.
-constexpr float kLeastWeight = 0.001F;
+// Rarer words would make models larger and hardly change distances.
+constexpr float kMinWeight = 0.001F;
 
 constexpr std::size_t kMaxShapeLength = 10;
 constexpr std::string_view kShapeCharacters = " ,;-#$%&+./:=?@'|*(){}<>[]^!";
 
-// What a byte is to a fingerprint: a letter's number from 1, or the character it adds to a shape.
+// What a byte means for a fingerprint. Both members are 0 for a byte that only ends words.
 struct ByteClass {
-  std::uint8_t letter = 0;
-  char shape = '\0';
+  std::uint8_t letter = 0;  // "a" is 1, "z" is 26
+  char shape = '\0';        // the character that it adds to a shape
 };
 constexpr std::array<ByteClass, 256> kByteClasses = [] {
   std::array<ByteClass, 256> classes{};
@@ -41,7 +41,7 @@ constexpr std::array<ByteClass, 256> kByteClasses = [] {
 
 constexpr unsigned kLetterBits = 5;
 
-// A word of up to kMaxLetters letters; the last letter stands lowest. All zero: no word.
+// A word of up to kMaxLetters letters. The last letter has the lowest bits. An empty word is 0.
 struct PackedWord {
   std::uint64_t high = 0;
   std::uint64_t low = 0;
@@ -66,7 +66,7 @@ struct PackedWord {
   friend bool operator==(const PackedWord&, const PackedWord&) = default;
 };
 
-// Open addressing with linear probing; at most half full.
+// A hash table with open addressing and linear probing, at most half full.
 class WordCounter {
  public:
   WordCounter() : slots_(kFirstSlots) {}
@@ -79,9 +79,9 @@ class WordCounter {
   }
 
   template <class Visit>
-  void visit(const Visit& each) const {
+  void visitWords(const Visit& visit) const {
     for (const Slot& slot : slots_) {
-      if (slot.count > 0) each(slot.word, slot.count);
+      if (slot.count > 0) visit(slot.word, slot.count);
     }
   }
 
@@ -94,7 +94,7 @@ class WordCounter {
   };
 
   static Slot& find(std::vector<Slot>& slots, const PackedWord& word) {
-    constexpr std::uint64_t kGoldenRatio = 0x9E3779B97F4A7C15U;  // 2^64 divided by it: mixes well
+    constexpr std::uint64_t kGoldenRatio = 0x9E3779B97F4A7C15U;  // 2^64 divided by it mixes well
     const std::uint64_t hash = (word.low ^ (word.high * kGoldenRatio)) * kGoldenRatio;
     std::size_t at = (hash ^ (hash >> 32U)) & (slots.size() - 1);
     while (slots[at].count > 0 && slots[at].word != word) at = (at + 1) & (slots.size() - 1);
@@ -163,14 +163,14 @@ Fingerprint buildModel(const Sample& sample, std::size_t first, std::size_t last
     countShape(sample.line(i), model);
   }
   std::size_t total = 0;
-  counter.visit([&](const PackedWord& word, std::uint32_t count) {
+  counter.visitWords([&](const PackedWord& word, std::uint32_t count) {
     std::string text = word.text();
     if (ignored.contains(text)) return;
     total += count;
     model.words.push_back({.text = std::move(text), .weight = static_cast<float>(count)});
   });
   for (auto& word : model.words) word.weight /= static_cast<float>(total);
-  std::erase_if(model.words, [](const auto& word) { return word.weight < kLeastWeight; });
+  std::erase_if(model.words, [](const auto& word) { return word.weight < kMinWeight; });
   std::ranges::sort(model.words, {}, &Fingerprint::Word::text);
   return model;
 }

@@ -1,5 +1,4 @@
-// The statistical fingerprint of a piece of text: its words with their weights, and the shapes of
-// its lines.
+// The statistical fingerprint of a text: its words with their weights, and the shapes of its lines.
 #pragma once
 
 #include <cstddef>
@@ -19,13 +18,14 @@ struct Fingerprint {
   };
 
   std::vector<Word> words;  // in ascending byte order
-  // Punctuation in the order of the line, "_" for a blank, and how many lines have it.
+  // The number of lines of each shape. A shape is the first 10 punctuation characters of a line,
+  // blanks included as "_".
   std::map<std::string, std::size_t, std::less<>> shapes;
 };
 
-// The fingerprint of the lines `first` to `last`, both included, as far as the sample has them.
-// Words have 3 to 20 letters and are not in `ignored`; those that make up less than a thousandth of
-// all words are dropped after the weights were shared out.
+// Returns the fingerprint of the lines `first` to `last`, both included, as far as the sample has
+// them. Words have 3 to 20 letters and are not in `ignored`. A word whose weight is below 0.001 is
+// left out; the weights of the others stay as they are.
 Fingerprint buildModel(const Sample& sample, std::size_t first, std::size_t last,
                        const ClassifierSettings::Keywords& ignored);
 

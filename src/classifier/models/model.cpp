@@ -19,7 +19,7 @@ constexpr LogCategory kModelLog{"FileClassifierManager"};
 constexpr std::string_view kSourcetypeKey = "_sourcetype";
 constexpr std::string_view kSizeKey = "_size";
 constexpr std::string_view kWeightFormat = "%f";
-constexpr char kShapePrefix = '~';  // begins no word, and sorts behind them all
+constexpr char kShapePrefix = '~';  // no word begins with it, and all words sort before it
 
 struct Escape {
   std::string_view character;
@@ -38,15 +38,15 @@ std::string escapedKey(std::string key) {
   return key;
 }
 
-// Every escape begins with one of these, which no learned word holds.
-bool mayHoldEscape(std::string_view key) {
+// Each escape begins with one of these letters, which no learned word contains.
+bool mayContainEscape(std::string_view key) {
   bool found = false;
-  for (const char c : key) found |= c == 'L' || c == 'E';  // without a branch a letter
+  for (const char c : key) found |= c == 'L' || c == 'E';  // faster than branches
   return found;
 }
 
 std::string_view unescapedKey(std::string_view key, TextKeeper& keeper) {
-  if (!mayHoldEscape(key)) return key;
+  if (!mayContainEscape(key)) return key;
   std::string text;
   for (std::size_t at = 0; at < key.size();) {
     std::string_view piece = key.substr(at, 1);
@@ -62,15 +62,15 @@ std::string_view unescapedKey(std::string_view key, TextKeeper& keeper) {
   return keeper.keep(std::move(text));
 }
 
-// A stanza that people wrote may hold what is escaped in the ones of this program.
+// A stanza written by hand may contain characters that this program escapes.
 std::string_view withEscapes(std::string_view key, TextKeeper& keeper) {
   bool found = false;
-  for (const char c : key) found |= c == '[' || c == ']' || c == '=';  // without a branch a letter
+  for (const char c : key) found |= c == '[' || c == ']' || c == '=';  // faster than branches
   return found ? keeper.keep(escapedKey(std::string(key))) : key;
 }
 
-// The number that a text such as "0.012345" is, up to fifteen digits: as many as a double holds, so
-// that one division gives the nearest one. Nothing for any other text.
+// Reads a text such as "0.012345" of at most fifteen digits. A double represents that many exactly,
+// so one division returns the double nearest to the number. Returns nothing for any other text.
 std::optional<double> parseShortDecimal(std::string_view text) {
   constexpr std::size_t kMaxDigits = 15;
   constexpr std::array<double, kMaxDigits + 1> kPowersOfTen{
@@ -78,22 +78,22 @@ std::optional<double> parseShortDecimal(std::string_view text) {
   if (text.size() > kMaxDigits + 1) return std::nullopt;
   std::int64_t number = 0;
   std::size_t at = 0;
-  const auto takeDigits = [&] {
+  const auto readDigits = [&] {
     const std::size_t begin = at;
     for (; at < text.size() && isAsciiDigit(text[at]); ++at)
       number = number * 10 + (text[at] - '0');
     return at - begin;
   };
-  const std::size_t whole = takeDigits();
+  const std::size_t whole = readDigits();
   const bool hasPoint = at < text.size() && text[at] == '.';
   at += hasPoint ? 1 : 0;
-  const std::size_t decimals = hasPoint ? takeDigits() : 0;
+  const std::size_t decimals = hasPoint ? readDigits() : 0;
   const std::size_t digits = whole + decimals;
   if (at < text.size() || digits == 0 || digits > kMaxDigits) return std::nullopt;
   return static_cast<double>(number) / kPowersOfTen[decimals];
 }
 
-// As atof() reads it; nothing for what is no finite number.
+// Reads a number as atof() does. Returns nothing unless it is a finite number.
 std::optional<float> parseNumber(std::string_view text) {
   auto number = parseShortDecimal(text);
   if (!number) {
@@ -107,14 +107,14 @@ std::optional<float> parseNumber(std::string_view text) {
   return rounded;
 }
 
-// A "maxDist"; nothing for what is none.
+// Reads a "maxDist". Returns nothing unless it is a number above 0.
 std::optional<float> parseLimit(std::string_view text) {
   const auto limit = parseNumber(text);
   return limit && *limit > 0 ? limit : std::nullopt;
 }
 
-// Settings are sorted and unique, but escapes sort elsewhere, and a word can be written in two
-// ways.
+// Settings are sorted and unique by their keys. Their words need not be: an escape sorts
+// differently from its character, and a word can be written in two ways.
 void sortUnique(std::vector<ModelView::Word>& words) {
   std::ranges::stable_sort(words, {}, &ModelView::Word::text);
   const auto isSame = [](const auto& a, const auto& b) { return a.text == b.text; };
@@ -144,7 +144,7 @@ ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, std::str
 PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
                         std::string_view sourcetype) {
   PropertiesMap settings;
-  settings.set(kSourceKey, trimBlanks(source));  // a value with blanks around it has no form
+  settings.set(kSourceKey, trimBlanks(source));  // a value cannot be written with blanks around it
   settings.set(kSourcetypeKey, sourcetype);
   for (const auto& [text, weight] : model.words) {
     settings.set(escapedKey(text), formatText(kWeightFormat, weight));
@@ -163,7 +163,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
   model.words.reserve(settings.size());
   std::optional<std::string_view> ownLimit;
   std::size_t declaredSize = 0;
-  bool mayBeUnsorted = false;  // without its escapes a key may stand elsewhere, or twice
+  bool mayBeUnsorted = false;  // some key had escapes
   std::size_t unreadable = 0;
   const auto addWord = [&](const ConfFile::Setting& setting) {
     const auto weight = parseNumber(setting.value());
@@ -172,7 +172,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
     mayBeUnsorted = mayBeUnsorted || text.data() != setting.key().data();
     model.words.push_back({.text = text, .weight = weight.value_or(0)});
   };
-  // False for a key that has no meaning of its own.
+  // Returns false for the key of a word.
   const auto readOwnKey = [&](std::string_view key, std::string_view value) {
     if (key == kSourcetypeKey) {
       model.sourcetype = value;
@@ -181,13 +181,13 @@ std::optional<ModelView> loadModel(std::string_view stanza,
     } else if (key == kSizeKey) {
       std::from_chars(value.data(), value.data() + value.size(), declaredSize);
     } else {
-      return key == kSourceKey;  // says nothing of the text
+      return key == kSourceKey;  // not used for matching
     }
     return true;
   };
   for (const auto& setting : settings) {
     const std::string_view key = setting.key();
-    const bool mayBeOwn = key.starts_with('_') || key.starts_with('m');  // which few words do
+    const bool mayBeOwn = key.starts_with('_') || key.starts_with('m');  // true for few words
     if (key.starts_with(kShapePrefix)) {
       model.shapes.push_back(withEscapes(key.substr(1), keeper));
     } else if (!mayBeOwn || !readOwnKey(key, setting.value())) {

@@ -1,4 +1,7 @@
-// A learned model, and the stanza of sourcetypes.conf that keeps it.
+// A learned model, and its stanza in sourcetypes.conf.
+//
+//   PropertiesMap settings = saveModel(buildModel(...), fileName, sourcetype);  // to be written
+//   std::optional<ModelView> model = loadModel(stanza, settingsRead, inherited, keeper);
 #pragma once
 
 #include <optional>
@@ -9,6 +12,7 @@
 
 #include "classifier/models/fingerprint.h"
 #include "conf/conf_file.h"
+#include "conf/logical_lines.h"
 #include "conf/properties_map.h"
 
 namespace sourcetype {
@@ -16,14 +20,14 @@ namespace sourcetype {
 // The setting that names the file that a model was learned from.
 inline constexpr std::string_view kSourceKey = "_source";
 
-// The setting that limits how far apart the words of a model and a file may be.
+// The setting that limits the distance between the words of a model and those of a file. Beyond
+// this limit the model is infinitely far away, and the shapes of lines are not compared.
 inline constexpr std::string_view kMaxDistKey = "maxDist";
 
-// The word part of a distance beyond which the shapes of a model's lines are not compared any more,
-// where its stanza names none.
+// The limit of a model without that setting.
 inline constexpr float kNoMaxDistance = 9999.0F;
 
-// A model as it is measured against files. Borrows its texts.
+// A model in the form that a ModelIndex is built from. Does not own its texts.
 struct ModelView {
   struct Word {
     std::string_view text;
@@ -33,29 +37,33 @@ struct ModelView {
   std::string_view sourcetype;
   float maxDistance = kNoMaxDistance;
   std::vector<Word> words;               // in ascending byte order
-  std::vector<std::string_view> shapes;  // as storedShape() gives them
+  std::vector<std::string_view> shapes;  // as storedShape() returns them
 };
 
-// A line shape as it stands in keys, and is compared: "[" is "L7(", "]" "L7)" and "=" "EQ". Shapes
-// hold no letters, so no two of them are the same then.
+// Returns a line shape in the form in which it is stored and compared: "[" becomes "L7(", "]"
+// becomes "L7)" and "=" becomes "EQ". Shapes contain no letters, so different shapes have different
+// stored forms.
 std::string storedShape(std::string_view shape);
 
-// A fingerprint as a model, with the weights that it will have after it was stored and loaded;
-// `inherited` is the "maxDist" of the stanza "default". The texts of the result live as long as
-// `model`, `sourcetype` and `keeper`.
+// Returns a fingerprint as a model. Its weights are rounded to six decimals, as those of a model
+// that was stored and loaded. `inherited` is the "maxDist" of the stanza "default", empty without
+// one. The texts of the result live as long as `model`, `sourcetype` and `keeper`.
 ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, std::string_view inherited,
                  TextKeeper& keeper);
 
-// The settings of a model's stanza: "_sourcetype", "_source", the number of other settings under
-// "_size", a weight of six decimals under each word, and a count under "~" and each shape. In keys
-// "[" is written "L7(", "]" "L7)" and "=" "EQ".
+// Returns the settings of a model's stanza:
+// - "_source" is the file, "_sourcetype" the sourcetype
+// - the key of a word is the word, its value the weight with six decimals
+// - the key of a shape is "~" and the shape, its value the number of lines
+// - "_size" is the number of the settings above
+// All keys are escaped as storedShape() escapes shapes.
 PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
                         std::string_view sourcetype);
 
-// Reads a stanza's settings; `inherited` as above. Nothing, with
-// the reason logged, for a stanza without "_sourcetype" and for one that holds less than it says: a
-// write that was cut off. A weight that is no number reads as 0, and is logged. The texts of the
-// result live as long as the settings and `keeper`.
+// Reads the settings of a model's stanza. Returns nothing, and logs the reason, when "_sourcetype"
+// is missing or unusable, or when there are fewer settings than "_size" says, because a write was
+// cut off or settings were removed. A weight that is not a number counts as 0, and is logged.
+// `inherited` as for viewOf(). The texts of the result live as long as the settings and `keeper`.
 std::optional<ModelView> loadModel(std::string_view stanza,
                                    std::span<const ConfFile::Setting> settings,
                                    std::string_view inherited, TextKeeper& keeper);

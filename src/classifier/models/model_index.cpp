@@ -1,11 +1,12 @@
 // The distance of a model M from a file F is
-//   100000 / |words of M or F| x sum over these of (factor x (a - b))^2  +  600 x (1 - shape
-//   similarity)
-// with a and b a word's weights in M and F. The sum is that of M's words alone, plus that of F's,
-// minus twice the sum of factor^2 x a x b over the words they share. The first is known before, the
-// second is the same for all models, the third takes the postings of F's words. So every model gets
-// a lower bound for the price of a few operations, and only those that could be the closest are
-// measured in single precision and in order, as the distance is defined.
+//   100000 / |words of M or F| x sum over these words of (factor x (a - b))^2
+//   + 600 x (1 - shape similarity)
+// where a and b are the weights of a word in M and in F. The sum equals
+//   the sum of (factor x a)^2 over the words of M    (known for each model)
+//   + the sum of (factor x b)^2 over the words of F  (the same for all models)
+//   - 2 x the sum of factor^2 x a x b over the common words  (from the postings of F's words).
+// This makes a lower bound of the distance cheap for every model. Only the models that could be the
+// closest are then measured as the distance is defined: in single precision, word by word in order.
 #include "classifier/models/model_index.h"
 
 #include <algorithm>
@@ -20,9 +21,9 @@ namespace {
 constexpr float kTermScale = 100000.0F;
 constexpr float kShapeScale = 600.0F;
 
-// How far the sums, made in another order and in double precision, may be from the distance as it
-// is defined: single precision loses up to 2^-24 in each of some hundred steps; the difference of
-// the sums loses what double precision does to the larger ones.
+// Bounds of the difference between the cheap sums, which have another order and double precision,
+// and the distance as it is defined. Single precision loses up to 2^-24 in each of some hundred
+// steps. The subtraction loses the rounding error of the large sums.
 constexpr double kRelativeError = 1e-3;
 constexpr double kAbsoluteError = 1e-3;
 constexpr double kCancellationError = 1e-10;
@@ -62,7 +63,7 @@ void ModelIndex::add(const ModelView& model) {
   words_.internEach(model.words, &ModelView::Word::text, addWord);
   const auto addShape = [&](std::string_view /*shape*/, std::uint32_t id) {
     if (id == lastModelOfShape_.size()) lastModelOfShape_.push_back(kNoModel);
-    // However it is written, a shape counts once.
+    // A shape that is written in two ways counts once.
     if (std::exchange(lastModelOfShape_[id], number) == number) return;
     modelShapes_.push_back(id);
     ++models_.back().shapeCount;
@@ -75,15 +76,15 @@ std::size_t ModelIndex::countModels(std::string_view sourcetype) const {
   return id ? modelsOfSourcetype_[*id] : 0;
 }
 
-// How much a word counts: the rarer, the more.
+// The factor of a word: the fewer models have the word, the larger it is.
 float ModelIndex::factorOf(std::size_t documentFrequency) const {
   const auto frequency = static_cast<float>(std::max<std::size_t>(documentFrequency, 1));
   return std::log(static_cast<float>(models_.size()) / frequency + 1.0F);
 }
 
 void ModelIndex::buildPostings() {
-  // Counts are summed up to where each word's entries end; filling from behind moves these to where
-  // they begin.
+  // The running sum of the counts is where the entries of each word end. Each entry is then put
+  // before the end, which moves the end down to where the entries begin.
   const auto sumUp = [](auto& postings) {
     std::partial_sum(postings.begins.begin(), postings.begins.end(), postings.begins.begin());
     postings.entries.resize(postings.begins.back());
@@ -126,8 +127,9 @@ void ModelIndex::refresh() {
   }
 }
 
-// Walks the postings of the file's words and shapes.
-void ModelIndex::gather(const Fingerprint& file) {
+// Measures what each model has in common with the file, by the postings of the file's words and
+// shapes.
+void ModelIndex::measureCommonParts(const Fingerprint& file) {
   measures_.assign(models_.size(), {});
   for (const auto& [text, fileWeight] : file.words) {
     const auto word = words_.find(text);
@@ -156,9 +158,9 @@ double ModelIndex::fileNorm(const Fingerprint& file) const {
 
 std::optional<ModelIndex::Closest> ModelIndex::findClosestModel(const Fingerprint& file) {
   refresh();
-  gather(file);
+  measureCommonParts(file);
   const double norm = fileNorm(file);
-  double mostOfClosest = kInfiniteDistance;  // the closest model is no farther than this
+  double maxOfClosest = kInfiniteDistance;  // the closest model is at most this far away
   for (std::size_t i = 0; i < models_.size(); ++i) {
     const Model& model = models_[i];
     Measure& measure = measures_[i];
@@ -169,13 +171,13 @@ std::optional<ModelIndex::Closest> ModelIndex::findClosestModel(const Fingerprin
         kAbsoluteError + kRelativeError * term + kCancellationError * scale * (norms_[i] + norm);
     const double shapes = shapeDistance(model, measure, file);
     const double limit = model.maxDistance;
-    measure.least = term - error > limit ? kInfiniteDistance : shapes + term - error;
-    if (term + error <= limit) mostOfClosest = std::min(mostOfClosest, shapes + term + error);
+    measure.minDistance = term - error > limit ? kInfiniteDistance : shapes + term - error;
+    if (term + error <= limit) maxOfClosest = std::min(maxOfClosest, shapes + term + error);
   }
   std::optional<Closest> closest;
   float best = kInfiniteDistance;
   for (std::size_t i = 0; i < models_.size(); ++i) {
-    if (measures_[i].least > mostOfClosest) continue;
+    if (measures_[i].minDistance > maxOfClosest) continue;
     const float distance = exactDistance(models_[i], measures_[i], file);
     if (distance < best) {
       best = distance;

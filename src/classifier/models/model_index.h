@@ -1,12 +1,15 @@
-// All models of a run, indexed by what they hold, so that the closest one is found without
-// measuring each.
+// All models of a run, indexed by their words and shapes, so that the closest model is found
+// without measuring the distance to each.
+//
+//   ModelIndex index;
+//   index.add(model);
+//   if (const auto closest = index.findClosestModel(fingerprint)) ...
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,24 +19,24 @@
 
 namespace sourcetype {
 
-// The distance between two texts that have nothing to do with each other.
+// The distance of a model whose words are farther away than its limit allows.
 inline constexpr float kInfiniteDistance = 100000000.0F;
 
 class ModelIndex {
  public:
   struct Closest {
-    std::string_view sourcetype;  // as long as the index
+    std::string_view sourcetype;  // lives as long as the index
     float distance;
   };
 
-  // Makes room for about so many words of models: moving millions of them is slow.
+  // Reserves memory for about `words` words of models: moving millions of them is slow.
   void reserve(std::size_t words) { terms_.reserve(words); }
 
-  // Puts a model at the end of the list; nothing of `model` is needed afterwards.
+  // Appends a model to the list. Copies what it needs of `model`.
   void add(const ModelView& model);
 
-  // The model at the smallest distance, the first in the list among equals. Nothing when every
-  // model is infinitely far away.
+  // Returns the model at the smallest distance; among equals the one that was added first. Returns
+  // nothing when every model is infinitely far away.
   std::optional<Closest> findClosestModel(const Fingerprint& file);
 
   std::size_t size() const { return models_.size(); }
@@ -45,21 +48,21 @@ class ModelIndex {
     float weight;
   };
   struct Model {
-    std::uint32_t sourcetype;  // in sourcetypes_
+    std::uint32_t sourcetype;  // number in sourcetypes_
     float maxDistance;
-    std::uint32_t firstTerm;  // in terms_, in byte order of the words
+    std::uint32_t firstTerm;  // index in terms_; terms are in byte order of their words
     std::uint32_t termCount;
-    std::uint32_t firstShape;  // in modelShapes_
+    std::uint32_t firstShape;  // index in modelShapes_
     std::uint32_t shapeCount;
   };
   struct Posting {
     std::uint32_t model;
     float weight;
   };
-  // For each word or shape the models that have it, all in one array.
+  // For each word or shape, the models that have it. One array contains the entries of all.
   template <class Entry>
   struct Postings {
-    std::vector<std::uint32_t> begins;  // of each word's entries; one more, for the end
+    std::vector<std::uint32_t> begins;  // where the entries of each begin; then where all end
     std::vector<Entry> entries;
 
     std::span<const Entry> of(std::uint32_t id) const {
@@ -67,18 +70,18 @@ class ModelIndex {
     }
   };
 
-  // What a model and the file have in common, and how far apart they are.
+  // What a model and the file have in common, and the lower bound of their distance.
   struct Measure {
-    double dot = 0;
+    double dot = 0;  // sum of factor^2 x weight x weight over the common words
     std::uint32_t commonWords = 0;
     std::uint32_t commonShapes = 0;
-    double least = 0;  // no distance below this
+    double minDistance = 0;
   };
 
   void refresh();
   void buildPostings();
   float factorOf(std::size_t documentFrequency) const;
-  void gather(const Fingerprint& file);
+  void measureCommonParts(const Fingerprint& file);
   double fileNorm(const Fingerprint& file) const;
   float shapeDistance(const Model& model, const Measure& measure, const Fingerprint& file) const;
   float exactDistance(const Model& model, const Measure& measure, const Fingerprint& file) const;
@@ -86,19 +89,19 @@ class ModelIndex {
   Vocabulary sourcetypes_;
   Vocabulary words_;
   Vocabulary shapes_;
-  std::vector<std::size_t> modelsOfSourcetype_;
+  std::vector<std::size_t> modelsOfSourcetype_;  // how many, by number of the sourcetype
   std::vector<Model> models_;
   std::vector<Term> terms_;
   std::vector<std::uint32_t> modelShapes_;
   std::vector<std::uint32_t> lastModelOfShape_;
-  std::vector<std::uint32_t> frequencies_;  // by word: in how many models it is
+  std::vector<std::uint32_t> frequencies_;  // number of models that have a word, by word
 
-  // Valid for refreshedSize_ models: every further one changes how much each word counts.
+  // Computed for refreshedSize_ models. Each further model changes the factor of every word.
   std::size_t refreshedSize_ = 0;
   Postings<Posting> wordPostings_;
   Postings<std::uint32_t> shapePostings_;
   std::vector<float> factors_;  // by word
-  std::vector<double> norms_;   // by model: the sum of its (factor x weight) squared
+  std::vector<double> norms_;   // sum of (factor x weight)^2 over the words of a model, by model
   std::vector<Measure> measures_;
 };
 

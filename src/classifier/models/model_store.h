@@ -1,16 +1,18 @@
-// What the tool has learned: models of the text of files, by sourcetype, kept in sourcetypes.conf.
+// The learned models: fingerprints of files, each with a sourcetype, kept in sourcetypes.conf.
+//
+//   ModelStore models(store, settings);
+//   if (auto sourcetype = models.matchModels(fileName, sample)) ...
+//   models.trainModels(fileName, sample, "my_type");
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <limits>
-#include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "classifier/classifier_settings.h"
 #include "classifier/models/fingerprint.h"
@@ -20,14 +22,14 @@
 
 namespace sourcetype {
 
-// Fewer lines say too little to recognise a file or to learn from it.
+// Lines that a sample needs to be matched or learned. Fewer are too few to recognise a file by.
 inline constexpr std::size_t kMinModelLines = 100;
 
-// A model at most this far away is the same sourcetype. Line shapes alone can add up to 600: 50 are
-// left for the words of a file that shares no shape.
+// A file has the sourcetype of a model that is at most this far away. Line shapes alone can add up
+// to 600, which leaves 50 for the words of a file that shares no shape.
 inline constexpr float kAcceptDistance = 650.0F;
 
-// Numbers that only have to differ from one another, for the names of stanzas.
+// Numbers that differ from one another, for the names of stanzas. Safe from several threads.
 class StanzaNumbers {
  public:
   explicit StanzaNumbers(std::uint32_t seed) : seed_(seed) {}
@@ -40,45 +42,36 @@ class StanzaNumbers {
 
 class ModelStore {
  public:
-  // Both must outlive the object. Models are read when they are first needed.
+  // Both must outlive the object. The models are read when they are first needed.
   ModelStore(ConfStore& store, ClassifierSettings& settings);
 
-  // The sourcetype of the model that is closest to one of the first 5 segments of the sample, a
-  // thousand lines each. Nothing when none is close enough, or the sample has too few lines.
+  // Returns the sourcetype of the closest model. Compares the first 5 segments of the sample, a
+  // thousand lines each. Returns nothing when no model is close enough, and, with a WARN, when the
+  // sample has too few lines.
   std::optional<std::string> matchModels(std::string_view fileName, const Sample& sample);
 
-  // That model's distance as well, however far it is.
+  // Returns the closest model at any distance, with that distance.
   std::optional<ModelIndex::Closest> findClosest(const Sample& sample);
 
-  // Learns each of the first 20 segments that no model of `sourcetype` is close to, until that
-  // sourcetype has `maxModels` or a model cannot be stored. True when a model was added or a
-  // segment was close to some model.
+  // Adds a model for each of the first 20 segments unless the closest model is close enough and of
+  // `sourcetype`. Stops when that sourcetype has `maxModels`, or when a model cannot be stored.
+  // Returns true when a model was added or some model is close to a segment.
   bool trainModels(std::string_view fileName, const Sample& sample, std::string_view sourcetype,
                    std::size_t maxModels = std::numeric_limits<std::size_t>::max());
 
-  // Models held of a sourcetype.
+  // Number of models of a sourcetype.
   std::size_t countModels(std::string_view sourcetype);
 
-  // Models added in this run, and those that could not be stored.
-  std::size_t addedModels() const { return addedModels_; }
+  // Stanza names of the models that this object has added, oldest first.
+  const std::vector<std::string>& addedStanzas() const { return addedStanzas_; }
+  // Numbers of models that this object has added, and that it could not store.
+  std::size_t addedModels() const { return addedStanzas_.size(); }
   std::size_t failedModels() const { return failedModels_; }
 
-  // Forgets every model. Their file keeps them until dropForgotten(), so that a run that does not
-  // get that far loses none.
-  void forget();
-
-  // Says that a file could not be learned again: of the forgotten models only those of files that
-  // were are dropped. So does a new model that cannot be written.
-  void keepForgotten() { keepsForgotten_ = true; }
-
-  // Takes the forgotten models out of their file. A copy of the file without the models added since
-  // forget() stays beside it as "sourcetypes.conf.old". Logs how many were dropped and where the
-  // copy is.
-  void dropForgotten();
-
-  // Raises "maxDist" of the stanza [default] of props.conf where there are thousands of
-  // sourcetypes.
-  void adjustMaxDist();
+  // Forgets the models that were read or added. Their file keeps them.
+  void forget() { models_.emplace(); }
+  // Makes the next use of the models read their file again.
+  void reload() { models_.reset(); }
 
  private:
   ModelIndex& models();
@@ -92,12 +85,8 @@ class ModelStore {
   StanzaNumbers stanzaNumbers_;
   std::optional<ModelIndex> models_;
   std::optional<std::string> inheritedMaxDist_;  // of the stanza [default] of sourcetypes.conf
-  std::size_t addedModels_ = 0;
+  std::vector<std::string> addedStanzas_;
   std::size_t failedModels_ = 0;
-  std::map<std::string, ConfStore::StanzaNames, std::less<>> forgotten_;  // by "_source"
-  ConfStore::StanzaNames addedStanzas_;                                   // since forget()
-  std::set<std::string, std::less<>> learnedSources_;                     // since forget()
-  bool keepsForgotten_ = false;
 };
 
 }  // namespace sourcetype

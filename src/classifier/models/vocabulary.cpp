@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <utility>
 
@@ -10,10 +9,10 @@ namespace sourcetype {
 
 namespace {
 
-// Mixes well: 2^64 divided by the golden ratio.
+// 2^64 divided by the golden ratio. Its products are spread evenly.
 constexpr std::uint64_t kMixer = 0x9E3779B97F4A7C15U;
 
-std::uint64_t mixed(std::uint64_t value) {
+std::uint64_t mix(std::uint64_t value) {
   const std::uint64_t product = value * kMixer;
   return product ^ (product >> 32U);
 }
@@ -25,8 +24,8 @@ std::uint64_t load(const char* from) {
   return number;
 }
 
-// The first sixteen bytes of a text as two numbers, which may both hold the middle ones: reading so
-// takes no loop.
+// Returns the first sixteen bytes of a text as two numbers. The numbers of a shorter text may both
+// contain its middle bytes: this needs no loop.
 std::array<std::uint64_t, 2> beginningOf(std::string_view text) {
   constexpr std::size_t kWhole = sizeof(std::uint64_t);
   constexpr std::size_t kHalf = sizeof(std::uint32_t);
@@ -47,13 +46,13 @@ std::array<std::uint64_t, 2> beginningOf(std::string_view text) {
 
 Vocabulary::Key::Key(std::string_view text)
     : beginning(beginningOf(text)), length(static_cast<std::uint32_t>(text.size())) {
-  // A short text is its beginning and its length; mixing these is enough.
-  hash = static_cast<std::uint32_t>(isWhole() ? mixed(beginning[0] + mixed(beginning[1] + length))
+  // A short text is determined by its beginning and its length.
+  hash = static_cast<std::uint32_t>(isWhole() ? mix(beginning[0] + mix(beginning[1] + length))
                                               : std::hash<std::string_view>()(text));
 }
 
-// The slot of a text, or the free one that it can have.
-std::size_t Vocabulary::place(std::string_view text, const Key& key) const {
+// Returns the index of the slot of a text, or of the empty slot where it can be put.
+std::size_t Vocabulary::findSlot(std::string_view text, const Key& key) const {
   const std::size_t mask = slots_.size() - 1;
   std::size_t at = key.hash & mask;
   for (; slots_[at].number != kNoNumber; at = (at + 1) & mask) {
@@ -64,13 +63,13 @@ std::size_t Vocabulary::place(std::string_view text, const Key& key) const {
 }
 
 std::optional<std::uint32_t> Vocabulary::find(std::string_view text) const {
-  const Slot& slot = slots_[place(text, Key(text))];
+  const Slot& slot = slots_[findSlot(text, Key(text))];
   if (slot.number == kNoNumber) return std::nullopt;
   return slot.number;
 }
 
 std::uint32_t Vocabulary::intern(std::string_view text, const Key& key) {
-  Slot& slot = slots_[place(text, key)];
+  Slot& slot = slots_[findSlot(text, key)];
   if (slot.number != kNoNumber) return slot.number;
   const auto number = static_cast<std::uint32_t>(texts_.size());
   slot = {.key = key, .number = number};
@@ -82,7 +81,7 @@ std::uint32_t Vocabulary::intern(std::string_view text, const Key& key) {
 void Vocabulary::grow() {
   const std::vector<Slot> old = std::exchange(slots_, std::vector<Slot>(slots_.size() * 2));
   for (const Slot& slot : old) {
-    if (slot.number != kNoNumber) slots_[place(texts_[slot.number], slot.key)] = slot;
+    if (slot.number != kNoNumber) slots_[findSlot(texts_[slot.number], slot.key)] = slot;
   }
 }
 

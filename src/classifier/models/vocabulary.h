@@ -1,4 +1,4 @@
-// Texts by number.
+// Numbers for texts, so that words are compared and stored as numbers.
 #pragma once
 
 #include <algorithm>
@@ -15,37 +15,40 @@
 
 namespace sourcetype {
 
-// Numbers texts in the order in which they first come. Made for millions of look-ups of short
-// words: a word of up to sixteen bytes is found by one look into the table.
+// Numbers texts from 0 in the order in which they are first added. Made for millions of lookups of
+// short words: finding a word of up to sixteen bytes reads nothing but the table.
 class Vocabulary {
  public:
   Vocabulary() : slots_(kFirstSlots) {}
 
-  // The number of a text, a new one for a new text.
+  // Returns the number of a text. A text that is new gets the next number.
   std::uint32_t intern(std::string_view text) { return intern(text, Key(text)); }
-  // Interns the `text` of each of `items` in turn and calls visit(item, number). Fetching a slot
-  // from memory takes longer than all the rest, so it is asked for well before it is looked at.
+  // Interns text(item) of each of `items` in their order, and calls visit(item, number) for each.
+  // Faster than intern() in a loop: it prefetches the slots, since reading one from memory takes
+  // longer than everything else.
   template <class Items, class Text, class Visit>
   void internEach(const Items& items, Text text, Visit visit);
+  // Returns the number of a text; nothing when it has none.
   std::optional<std::uint32_t> find(std::string_view text) const;
 
-  // The text of a number; lives as long as the vocabulary.
+  // Returns the text of a number. It lives as long as the vocabulary.
   std::string_view text(std::uint32_t number) const { return texts_[number]; }
   std::size_t size() const { return texts_.size(); }
 
  private:
-  static constexpr std::size_t kFirstSlots = 1024;  // a power of two, as ever
+  static constexpr std::size_t kFirstSlots = 1024;  // the number of slots is a power of two
 
-  static constexpr std::uint32_t kNoNumber = ~0U;  // of a slot that is free
+  static constexpr std::uint32_t kNoNumber = ~0U;  // marks an empty slot
 
-  // What of a text stands in the table.
+  // The part of a text that is in the table.
   struct Key {
-    std::array<std::uint64_t, 2> beginning{};  // its first bytes, as many as fit
+    std::array<std::uint64_t, 2> beginning{};  // as beginningOf() returns it
     std::uint32_t length = 0;
     std::uint32_t hash = 0;
 
     Key() = default;
     explicit Key(std::string_view text);
+    // True when `beginning` and `length` determine the text.
     bool isWhole() const { return length <= sizeof beginning; }
     friend bool operator==(const Key& a, const Key& b) {
       return a.beginning[0] == b.beginning[0] && a.beginning[1] == b.beginning[1] &&
@@ -58,7 +61,7 @@ class Vocabulary {
   };
 
   std::uint32_t intern(std::string_view text, const Key& key);
-  std::size_t place(std::string_view text, const Key& key) const;
+  std::size_t findSlot(std::string_view text, const Key& key) const;
   void grow();
 
   TextKeeper keeper_;
@@ -68,7 +71,7 @@ class Vocabulary {
 
 template <class Items, class Text, class Visit>
 void Vocabulary::internEach(const Items& items, Text text, Visit visit) {
-  constexpr std::size_t kBatch = 64;  // as many as the nearest memory surely has room for
+  constexpr std::size_t kBatch = 64;  // small enough for the first-level cache
   std::array<Key, kBatch> keys;
   for (std::size_t begin = 0; begin < items.size(); begin += kBatch) {
     const auto batch = std::span(items).subspan(begin, std::min(kBatch, items.size() - begin));

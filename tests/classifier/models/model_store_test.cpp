@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "classifier/models/distance_limits.h"
 #include "classifier/models/model.h"
+#include "classifier/models/model_retraining.h"
+#include "conf/stanza_kinds.h"
 #include "support/table.h"
 #include "support/temp_tree.h"
 
@@ -22,7 +25,7 @@ using ::testing::internal::GetCapturedStderr;
 constexpr const char* kLearned = "apps/learned/local/sourcetypes.conf";
 constexpr const char* kOld = "apps/learned/local/sourcetypes.conf.old";
 
-// Texts that have nothing in common, neither words nor shapes.
+// Texts that have no common words and no common shapes.
 constexpr const char* kApples = "apple (red);\n";
 constexpr const char* kPears = "pear; #[green]=\\ [\n";
 constexpr const char* kPlums = "plum/blue?\n";
@@ -31,7 +34,7 @@ Sample sampleOf(const std::string& text) {
   return readSampleText(text, {}, "text");
 }
 
-// What one run of the program knows of a configuration tree.
+// One run of the program on a configuration tree.
 struct ProgramRun {
   explicit ProgramRun(const TempTree& tree) : store(tree.root()) {}
 
@@ -48,7 +51,7 @@ struct ProgramRun {
   ModelStore models{store, settings};
 };
 
-// The models that are stored, in the order in which they load.
+// Returns the stored models in the order in which they load.
 ModelIndex storedModels(const TempTree& tree) {
   ConfStore store(tree.root());
   ModelIndex index;
@@ -157,22 +160,22 @@ TEST(NewModel, HasTheLimitThatItWillInherit) {
   EXPECT_EQ(run.match(similar), "(none)");
 }
 
-TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
+TEST(Retraining, KeepsOldModelsInTheirFileUntilItFinishes) {
   const TempTree tree;
   ProgramRun run(tree);
   EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
   const auto before = tree.read(kLearned);
-  run.models.forget();
+  ModelRetraining retraining(run.store, run.models);
   EXPECT_EQ(run.models.countModels("fruit"), 0U);
   EXPECT_EQ(run.match(repeated(kApples, 100)), "(none)");
-  EXPECT_TRUE(run.train(repeated(kPears, 100), "pears"));
+  retraining.learn("the file.log", sampleOf(repeated(kPears, 100)), "pears");
   EXPECT_TRUE(ProgramRun(tree).train(repeated(kPlums, 100), "plums"));
   EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "fruit");
   CaptureStderr();
-  run.models.dropForgotten();
+  retraining.finish();
   EXPECT_THAT(GetCapturedStderr(), HasSubstr("sourcetypes.conf.old: 1."));
   EXPECT_EQ(tree.read(kLearned).find("[the_file.log_2"), 0U);
-  // Has what other processes learned meanwhile, but not what this one did.
+  // The copy has the models that other processes learned in between, but not those of this one.
   EXPECT_THAT(tree.read(kOld), AllOf(StartsWith(before), HasSubstr("= plums\n")));
   EXPECT_THAT(tree.read(kOld), Not(HasSubstr("= pears\n")));
   EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), "(none)");
@@ -180,13 +183,12 @@ TEST(ForgottenModels, StayInTheirFileUntilTheyAreDropped) {
   EXPECT_EQ(ProgramRun(tree).match(repeated(kPlums, 100)), "plums");
 }
 
-TEST(ForgottenModels, LeaveTheDefaultStanza) {
+TEST(Retraining, KeepsTheDefaultStanza) {
   const TempTree tree;
   const std::string defaults = "# limits\n[default]\nmaxDist = 5\n";
   tree.write(kLearned, defaults + "[m]\n_sourcetype = t\nword = 1\n");
   ProgramRun run(tree);
-  run.models.forget();
-  run.models.dropForgotten();
+  ModelRetraining(run.store, run.models).finish();
   EXPECT_EQ(tree.read(kLearned), defaults);
 }
 
@@ -213,10 +215,10 @@ TEST(MaxDist, FollowsTheNumberOfSourcetypes) {
     std::string props = "[source::a]\n[rule::a]\n[delayedrule::a]\n[eventtype::a]\n";
     for (int i = 0; i < sourcetypes; ++i) props += "[t" + std::to_string(i) + "]\n";
     tree.write("system/default/props.conf", props + before);
-    ProgramRun run(tree);
-    run.models.adjustMaxDist();
+    ConfStore store(tree.root());
+    adjustMaxDist(store);
     PropertiesMap defaults;
-    run.store.getExactStanza(run.store.getProps(), defaults, kDefaultStanza);
+    store.getExactStanza(store.getProps(), defaults, kDefaultStanza);
     EXPECT_EQ(defaults.get("maxDist"), after) << sourcetypes;
   }
 }

@@ -1,4 +1,4 @@
-#include "main/environment.h"
+#include "conf/environment.h"
 
 #include <cstdlib>
 #include <iostream>
