@@ -8,7 +8,7 @@
 #include "stanzas.h"
 #include "support.h"
 #include "timestamp/xml_libraries.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype::fuzzing {
 namespace {

@@ -1,6 +1,6 @@
 // The configuration of timestamps. Input: datetime.xml and the lines of a log.
 #include "support.h"
-#include "timestamp/timestamp_formats.h"
+#include "timestamp/datetime_file.h"
 #include "timestamp/timestamp_parser.h"
 #include "timestamp/xml_libraries.h"
 
@@ -36,7 +36,7 @@ std::vector<std::string> seeds() {
 void run(std::string_view input) {
   static const XmlLibraries kLibraries;
   Parts parts(input);
-  const auto formats = TimestampFormats::load(tree().write("datetime.xml", parts.next()));
+  const auto formats = readDatetimeFile(tree().write("datetime.xml", parts.next()));
   for (const auto& form : formats.forms()) {
     const auto* expression = form.expression.get();
     require(expression == form.expression.get(), "an expression is compiled once");

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "support.h"
+#include "util/log_configuration.h"
 #include "util/log_properties.h"
 #include "util/logging.h"
 

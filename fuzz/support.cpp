@@ -11,7 +11,7 @@
 #include <system_error>
 
 #include "platform/environment.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype::fuzzing {
 namespace {

@@ -4,9 +4,9 @@
 
 #include "conf/properties_map.h"
 #include "support.h"
-#include "timestamp/timestamp_formats.h"
+#include "timestamp/datetime_file.h"
+#include "timestamp/instant_text.h"
 #include "timestamp/timestamp_parser.h"
-#include "timestamp/timestamp_text.h"
 #include "timestamp/xml_libraries.h"
 
 namespace sourcetype::fuzzing {
@@ -16,7 +16,7 @@ constexpr std::chrono::sys_seconds kReference{std::chrono::seconds(1'718'452'800
 
 const TimestampFormats& formats() {
   static const TimestampFormats kFormats =
-      TimestampFormats::load(tree().write("datetime.xml", repositoryFile("etc/datetime.xml")));
+      readDatetimeFile(tree().write("datetime.xml", repositoryFile("etc/datetime.xml")));
   return kFormats;
 }
 

@@ -10,7 +10,7 @@
 #include "conf/message_catalog.h"
 #include "conf/stanza_pattern.h"
 #include "support/temp_tree.h"
-#include "timestamp/timestamp_formats.h"
+#include "timestamp/datetime_file.h"
 #include "util/regex.h"
 
 namespace sourcetype {
@@ -22,8 +22,8 @@ void runInThreads(const std::function<void()>& work) {
 }
 
 TEST(Threads, MayMatchOneExpression) {
-  for (const auto study : {Regex::Study::No, Regex::Study::Yes}) {
-    const Regex regex("(\\d+)-(\\d+)", Regex::kNoOptions, study);
+  for (const auto compile : {Regex::Compile::ForInterpreter, Regex::Compile::ToMachineCode}) {
+    const Regex regex("(\\d+)-(\\d+)", Regex::kNoOptions, compile);
     runInThreads([&] {
       for (int i = 0; i < 500; ++i) {
         const std::string subject = "7-" + std::to_string(i);
@@ -44,7 +44,7 @@ TEST(Threads, MayMatchOneStanzaPattern) {
 }
 
 TEST(Threads, MayCompileTheFormsOfTimestamps) {
-  const auto formats = TimestampFormats::load(SOURCETYPE_ETC_DIR "/datetime.xml");
+  const auto formats = readDatetimeFile(SOURCETYPE_ETC_DIR "/datetime.xml");
   runInThreads([&] {
     for (const auto& form : formats.forms()) EXPECT_NE(form.expression.get(), nullptr);
   });

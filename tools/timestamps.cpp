@@ -18,11 +18,11 @@
 #include "platform/entry_point.h"
 #include "platform/environment.h"
 #include "platform/path_form.h"
-#include "timestamp/timestamp_formats.h"
+#include "timestamp/datetime_file.h"
+#include "timestamp/instant_text.h"
 #include "timestamp/timestamp_parser.h"
-#include "timestamp/timestamp_text.h"
 #include "timestamp/xml_libraries.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype {
 namespace {
@@ -135,7 +135,7 @@ int run(const Options& options) {
   configureLogging("", {});
   ConfStore store(*options.home / "etc");
   const XmlLibraries xmlLibraries;
-  const auto formats = TimestampFormats::load(store.root() / "datetime.xml");
+  const auto formats = readDatetimeFile(store.root() / "datetime.xml");
   const bool fromStandardInput = !options.file || *options.file == "-";
   TimestampParser parser(formats, settingsOf(options, store),
                          fromStandardInput ? "standard input" : pathToText(*options.file),

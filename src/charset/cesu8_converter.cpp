@@ -26,7 +26,7 @@ Sequence readSequence(std::string_view bytes) {
   const std::size_t wanted = lengthByLead(lead);
   char32_t value = wanted == 1 ? lead : lead & (0x7FU >> wanted);
   while (result.length < std::min(wanted, bytes.size()) &&
-         (byteAt(bytes, result.length) & 0xC0) == 0x80) {
+         isUtf8Continuation(byteAt(bytes, result.length))) {
     value = value << 6 | (byteAt(bytes, result.length++) & 0x3F);
   }
   result.isWhole = result.length == wanted;

@@ -1,5 +1,7 @@
 #include "classifier/classifier_context.h"
 
+#include "timestamp/datetime_file.h"
+
 namespace sourcetype {
 
 ClassifierContext::ClassifierContext(ConfStore& store)
@@ -7,7 +9,7 @@ ClassifierContext::ClassifierContext(ConfStore& store)
 
 const TimestampFormats& ClassifierContext::timestampFormats() {
   if (!timestampFormats_) {
-    timestampFormats_ = TimestampFormats::load(store_.root() / "datetime.xml");
+    timestampFormats_ = readDatetimeFile(store_.root() / "datetime.xml");
   }
   return *timestampFormats_;
 }

@@ -9,14 +9,8 @@ namespace {
 constexpr LogCategory kFlowLog{"FileClassifier"};
 
 void addWords(std::string_view list, ClassifierSettings::Keywords& words) {
-  constexpr std::string_view kSeparators = " ,";
-  while (true) {
-    const auto begin = list.find_first_not_of(kSeparators);
-    if (begin == std::string_view::npos) return;
-    list.remove_prefix(begin);
-    const auto word = list.substr(0, list.find_first_of(kSeparators));
-    words.emplace(word);
-    list.remove_prefix(word.size());
+  for (const auto word : split(list, " ,")) {
+    if (!word.empty()) words.emplace(word);
   }
 }
 

@@ -11,15 +11,11 @@ namespace {
 
 constexpr char kReplacement = '_';
 
-std::string_view trimmed(std::string_view field) {
-  constexpr std::string_view kAround = "\"\r\n\t ";
-  const auto begin = field.find_first_not_of(kAround);
-  if (begin == std::string_view::npos) return {};
-  return field.substr(begin, field.find_last_not_of(kAround) - begin + 1);
-}
+// The characters that are removed at both ends of a name.
+constexpr std::string_view kAround = "\"\r\n\t ";
 
 std::string cleanName(std::string_view field) {
-  const std::string_view text = trimmed(field);
+  const std::string_view text = trim(field, kAround);
   std::string name;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool isQuote = text[i] == kFieldQuote;

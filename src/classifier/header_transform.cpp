@@ -12,20 +12,14 @@
 namespace sourcetype {
 namespace {
 
-constexpr char kLinkSeparator = ',';
-
-std::string inQuotes(std::string_view text) {
-  return kFieldQuote + std::string(text) + kFieldQuote;
-}
+constexpr std::string_view kLinkSeparator = ",";
 
 TransformNames splitLinks(std::string_view value) {
   TransformNames names;
-  while (true) {
-    const auto end = value.find(kLinkSeparator);
-    if (const auto name = trimBlanks(value.substr(0, end)); !name.empty()) names.emplace_back(name);
-    if (end == std::string_view::npos) return names;
-    value.remove_prefix(end + 1);
+  for (const auto link : split(value, kLinkSeparator)) {
+    if (const auto name = trimBlanks(link); !name.empty()) names.emplace_back(name);
   }
+  return names;
 }
 
 // Returns true when a link to this stanza reads back as its name. A power failure while a stanza is

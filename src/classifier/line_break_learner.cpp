@@ -180,7 +180,7 @@ bool looksTimestamped(const Sample& sample) {
   constexpr double kMaxUntimedShare = 0.05;
   constexpr std::size_t kTooFewLines = 100;
   // Matches the same lines as "\d+:\d+:\d+", but takes one pass over a line of digits.
-  const Regex timeOfDay(R"(\d:\d+:\d)", Regex::kNoOptions, Regex::Study::Yes);
+  const Regex timeOfDay(R"(\d:\d+:\d)", Regex::kNoOptions, Regex::Compile::ToMachineCode);
   std::size_t matched = 0;
   for (std::size_t i = 0; i < sample.lineCount(); ++i) {
     if (!timeOfDay.match(sample.line(i))) continue;

@@ -6,7 +6,7 @@
 #include "conf/message_catalog.h"
 #include "platform/environment.h"
 #include "platform/path_form.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype {
 namespace {

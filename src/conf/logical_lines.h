@@ -14,7 +14,6 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -23,20 +22,11 @@
 
 #include "util/logging.h"
 #include "util/record_limit.h"
+#include "util/text_keeper.h"
 
 namespace sourcetype {
 
 inline constexpr LogCategory kIniFileLog{"IniFile"};
-
-// Owns the texts that differ from the bytes of the file (a continued value, an unescaped key). A
-// view of such a text lives as long as the keeper, also after the keeper was moved.
-class TextKeeper {
- public:
-  std::string_view keep(std::string text) { return texts_.emplace_back(std::move(text)); }
-
- private:
-  std::deque<std::string> texts_;
-};
 
 enum class LineKind { Blank, Comment, Header, Setting, Malformed };
 

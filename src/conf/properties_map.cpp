@@ -27,10 +27,7 @@ std::optional<bool> parseBool(std::string_view text) {
 // allowed, other characters are not.
 template <class Number>
 std::optional<Number> parseNumber(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const auto first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return std::nullopt;
-  text = text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+  text = trim(text, " \t\r\n");
   if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
   Number number{};
   const char* const end = text.data() + text.size();

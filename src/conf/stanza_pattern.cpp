@@ -10,6 +10,7 @@
 #include "conf/stanza_kinds.h"
 #include "util/logging.h"
 #include "util/regex.h"
+#include "util/utf8.h"
 
 namespace sourcetype {
 namespace {
@@ -96,10 +97,7 @@ LiteralEnds literalEnds(std::string_view name, PathForm form) {
   }
   if (firstWildcard < firstSyntax) return {.prefix = firstWildcard};
   std::size_t prefix = firstSyntax;
-  const auto isContinuation = [&](std::size_t at) {
-    return (static_cast<unsigned char>(name[at]) & 0xC0U) == 0x80U;
-  };
-  while (prefix > 0 && isContinuation(prefix - 1)) --prefix;
+  while (prefix > 0 && isUtf8Continuation(byteAt(name, prefix - 1))) --prefix;
   return {.prefix = prefix > 0 ? prefix - 1 : 0};
 }
 

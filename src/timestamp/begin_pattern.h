@@ -1,14 +1,14 @@
-// The words of a form's "begins": which places a form is tried at.
+// The words of a form's "begins" in datetime.xml, which say where the form is tried.
 #pragma once
 
 #include <string_view>
 #include <vector>
 
-#include "timestamp/stamp_place.h"
+#include "timestamp/timestamp_place.h"
 
 namespace sourcetype {
 
-// The looks that one word stands for ("9999-a", "99s", "month"); none when it means nothing.
+// The looks that a word such as "9999-a", "99s" or "month" stands for; empty for a faulty word.
 std::vector<PlaceLook> looksOf(std::string_view word);
 
 }  // namespace sourcetype

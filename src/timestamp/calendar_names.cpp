@@ -7,7 +7,7 @@
 namespace sourcetype {
 
 CalendarNames::Meaning* CalendarNames::entryFor(std::string_view name) {
-  if (name.size() < kLeastLength) return nullptr;
+  if (name.size() < kMinLength) return nullptr;
   std::uint16_t& group = groups_[hash(name)];
   if (group == kNoGroup) {
     group = static_cast<std::uint16_t>(names_.size());

@@ -1,10 +1,12 @@
-// Names of months and weekdays.
+// Names of months and weekdays, in any case.
+//
+//   names.addMonth("mar", 3);
+//   if (names.mayBeName(word) && names.meaningOf(word).month != 0) ...
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,23 +15,23 @@ namespace sourcetype {
 
 class CalendarNames {
  public:
-  static constexpr std::size_t kLeastLength = 3;  // bytes of a name
+  static constexpr std::size_t kMinLength = 3;  // bytes of a name
 
-  // What a word is the name of; "mar" is March and, in France, Tuesday.
+  // A word may be both: "mar" is March and, in French, Tuesday.
   struct Meaning {
-    int month = 0;  // 1 to 12, 0 when it is no month
+    int month = 0;  // 1 to 12; 0 if it is no month
     bool weekday = false;
   };
 
-  // False when the name is too short or stands for something else of the kind already.
+  // False if the name is too short, or is the name of a month (or weekday) already.
   bool addMonth(std::string_view name, int month);
   bool addWeekday(std::string_view name);
 
-  // False for most words that are no name, by how they begin.
+  // False for most words that are no name. Looks at the first three bytes only.
   bool mayBeName(std::string_view word) const {
-    return word.size() >= kLeastLength && groups_[hash(word)] != kNoGroup;
+    return word.size() >= kMinLength && groups_[hash(word)] != kNoGroup;
   }
-  // Of a whole word.
+  // The meaning of a whole word.
   Meaning meaningOf(std::string_view word) const;
 
  private:
@@ -47,7 +49,7 @@ class CalendarNames {
   Meaning* entryFor(std::string_view name);
 
   std::array<std::uint16_t, 32768> groups_{};  // by the hash of a name
-  std::vector<std::vector<Name>> names_{1};    // by group; those of a group begin alike
+  std::vector<std::vector<Name>> names_{1};    // by group; names of a group have the same hash
 };
 
 }  // namespace sourcetype

@@ -1,6 +1,5 @@
 #include "timestamp/date_reader.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <span>
 
@@ -13,10 +12,10 @@ using std::chrono::sys_seconds;
 using std::chrono::year_month_day;
 
 constexpr int kNoYear = -1;
-// Short years from here on are of the last century, as in POSIX.
+// Short years from here on are in the 1900s, as in POSIX.
 constexpr int kFirstShortYearOf1900s = 69;
-// Between two 29ths of February, around a century without one.
-constexpr int kMostYearsApart = 8;
+// Two 29ths of February are at most this far apart, around a century without one.
+constexpr int kMaxYearsApart = 8;
 
 int fullYear(int shortYear) {
   return shortYear + (shortYear < kFirstShortYearOf1900s ? 2000 : 1900);
@@ -43,7 +42,7 @@ std::optional<local_days> dayOfYear(int year, int day) {
   return date;
 }
 
-// The week with the year's first Thursday is the first.
+// The first week of a year is the one with its first Thursday.
 std::optional<local_days> dayOfWeek(int year, int week, int weekday) {
   const auto fourth = calendarDay(year, 1, 4);
   if (!fourth || week < 1 || week > 53) return std::nullopt;
@@ -51,7 +50,7 @@ std::optional<local_days> dayOfWeek(int year, int week, int weekday) {
   return monday + days(7 * (week - 1) + weekday - 1);
 }
 
-// Separators that may have orders of their own.
+// Each kind of separator has its own evidence of the order.
 std::size_t separatorIndex(char separator) {
   if (separator == '/') return 0;
   return separator == '.' ? 1 : 2;
@@ -93,20 +92,20 @@ std::optional<sys_seconds> DateReader::withoutYear(int month, int day,
     if (!limits_.contain(instant)) return;
     if (!closest || distance(instant) < distance(*closest)) closest = instant;
   };
-  for (int apart = 0; apart <= kMostYearsApart && (apart < 2 || !closest); ++apart) {
+  for (int apart = 0; apart <= kMaxYearsApart && (apart < 2 || !closest); ++apart) {
     consider(referenceYear - apart);
     if (apart > 0) consider(referenceYear + apart);
   }
   return closest;
 }
 
-std::optional<DateReader::Date> DateReader::inSomeOrder(const StampFields& fields,
+std::optional<DateReader::Date> DateReader::inSomeOrder(const TimestampFields& fields,
                                                         const TimeInZone& time) const {
-  const int first = fields.get(StampField::First);
-  const int middle = fields.get(StampField::Middle);
-  const bool lastIsYear = fields.has(StampField::Last);
-  int year = fields.get(StampField::Year);
-  if (lastIsYear) year = fullYear(fields.get(StampField::Last));
+  const int first = fields.get(TimestampField::First);
+  const int middle = fields.get(TimestampField::Middle);
+  const bool lastIsYear = fields.has(TimestampField::Last);
+  int year = fields.get(TimestampField::Year);
+  if (lastIsYear) year = fullYear(fields.get(TimestampField::Last));
 
   const Reading monthFirst{
       .order = DateOrder::MonthDay, .year = year, .month = first, .day = middle};
@@ -114,7 +113,7 @@ std::optional<DateReader::Date> DateReader::inSomeOrder(const StampFields& field
   const Reading yearFirst{.order = DateOrder::YearMonthDay,
                           .year = fullYear(first),
                           .month = middle,
-                          .day = fields.get(StampField::Last)};
+                          .day = fields.get(TimestampField::Last)};
   const bool usuallyMonthFirst = fields.separator == '/' || year == kNoYear;
   const std::array readings{usuallyMonthFirst ? monthFirst : dayFirst,
                             usuallyMonthFirst ? dayFirst : monthFirst, yearFirst};
@@ -147,20 +146,20 @@ std::optional<DateReader::Date> DateReader::inSomeOrder(const StampFields& field
   return result;
 }
 
-std::optional<DateReader::Date> DateReader::read(const StampFields& fields,
+std::optional<DateReader::Date> DateReader::read(const TimestampFields& fields,
                                                  const TimeInZone& time) const {
-  if (fields.has(StampField::First)) return inSomeOrder(fields, time);
-  int year = fields.get(StampField::Year);
-  if (fields.has(StampField::ShortYear)) year = fullYear(fields.get(StampField::ShortYear));
+  if (fields.has(TimestampField::First)) return inSomeOrder(fields, time);
+  int year = fields.get(TimestampField::Year);
+  if (fields.has(TimestampField::ShortYear)) year = fullYear(fields.get(TimestampField::ShortYear));
   std::optional<local_days> day;
   std::optional<sys_seconds> result;
-  if (fields.has(StampField::YearDay)) {
+  if (fields.has(TimestampField::YearDay)) {
     day = dayOfYear(year == kNoYear ? yearOf(limits_.reference) : year,
-                    fields.get(StampField::YearDay));
-  } else if (fields.has(StampField::IsoWeek)) {
-    day = dayOfWeek(year, fields.get(StampField::IsoWeek), fields.get(StampField::IsoDay));
+                    fields.get(TimestampField::YearDay));
+  } else if (fields.has(TimestampField::IsoWeek)) {
+    day = dayOfWeek(year, fields.get(TimestampField::IsoWeek), fields.get(TimestampField::IsoDay));
   } else {
-    result = dated(year, fields.get(StampField::Month), fields.get(StampField::Day), time);
+    result = dated(year, fields.get(TimestampField::Month), fields.get(TimestampField::Day), time);
   }
   if (day) result = withinLimits(time.on(*day));
   if (!result) return std::nullopt;

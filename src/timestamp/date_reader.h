@@ -1,5 +1,10 @@
-// From the fields of a date to a day: years that are missing or short, and numbers of which the
-// order of day, month and year is not said.
+// Turns the fields of a date into an instant. The year may be missing or have two digits, and the
+// order of day, month and year may be unknown.
+//
+//   DateReader dates(limits);
+//   if (const auto date = dates.read(fields, time); date && date->evidence) {
+//     dates.confirm(*date->evidence);
+//   }
 #pragma once
 
 #include <array>
@@ -7,11 +12,11 @@
 #include <cstdint>
 #include <optional>
 
-#include "timestamp/stamp_fields.h"
+#include "timestamp/timestamp_fields.h"
 
 namespace sourcetype {
 
-// What a stamp may name, both ends included.
+// The instants that a timestamp may name, `earliest` and `latest` included.
 struct TimeLimits {
   std::chrono::sys_seconds reference;
   std::chrono::sys_seconds earliest;
@@ -20,7 +25,7 @@ struct TimeLimits {
   bool contain(std::chrono::sys_seconds time) const { return earliest <= time && time <= latest; }
 };
 
-// The time of day that goes with a date, and where it is that time.
+// The time of day that belongs to a date, and its zone.
 struct TimeInZone {
   std::chrono::seconds timeOfDay;
   const TimeZone& zone;
@@ -30,7 +35,8 @@ struct TimeInZone {
   }
 };
 
-// What a date showed of the order that this file's dates are written in.
+// A date that is valid in one order only. It shows the order of the file's dates that have the same
+// separator.
 enum class DateOrder : std::uint8_t { MonthDay, DayMonth, YearMonthDay };
 struct OrderEvidence {
   char separator = 0;
@@ -43,16 +49,17 @@ class DateReader {
 
   struct Date {
     std::chrono::sys_seconds time;
-    std::optional<OrderEvidence> evidence;  // when only one order was possible
+    std::optional<OrderEvidence> evidence;  // if only one order is possible
   };
 
-  // The time within the limits, nothing when there is none. Without a year it is the one closest to
-  // the reference. Of several possible orders it is the one with most evidence; without any, the
-  // one whose year is closest to the reference, and then: month first before "/" and where a year
-  // is missing, day first otherwise, a short year in front last.
-  std::optional<Date> read(const StampFields& fields, const TimeInZone& time) const;
+  // The instant of the fields, or nothing if no reading is within the limits. A date without a year
+  // has the year closest to the reference. Of several possible orders the result has
+  //   1. the one with the most evidence,
+  //   2. the one whose year is closest to the reference,
+  //   3. month first with "/" and where the year is missing, else day first; year first comes last.
+  std::optional<Date> read(const TimestampFields& fields, const TimeInZone& time) const;
 
-  // A date that was taken, so that dates to come are read in the same order.
+  // Counts evidence of a date that was accepted, so that later dates are read in the same order.
   void confirm(const OrderEvidence& evidence);
 
  private:
@@ -61,12 +68,12 @@ class DateReader {
   std::optional<std::chrono::sys_seconds> withoutYear(int month, int day,
                                                       const TimeInZone& time) const;
   std::optional<std::chrono::sys_seconds> withinLimits(std::chrono::sys_seconds time) const;
-  std::optional<Date> inSomeOrder(const StampFields& fields, const TimeInZone& time) const;
+  std::optional<Date> inSomeOrder(const TimestampFields& fields, const TimeInZone& time) const;
 
-  // The line before mostly has the same day.
+  // The day of the date before. Most lines have the same day as the line before.
   struct KnownDay {
     int year = 0;
-    int month = 0;  // none
+    int month = 0;  // 0: no day yet
     int day = 0;
     std::chrono::local_days date;
   };

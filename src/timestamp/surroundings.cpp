@@ -7,18 +7,14 @@
 namespace sourcetype {
 namespace {
 
-// Bytes that are looked back over: a path, a key or a word is rarely longer.
-constexpr std::size_t kMostLookedBack = 256;
+// Bytes before a piece that are examined. A path, a key or a word is rarely longer.
+constexpr std::size_t kMaxLookBack = 256;
 
 bool isWordByte(char c) {
   return isAsciiLetter(c) || isAsciiDigit(c) || c == '_';
 }
 
-constexpr bool isOneOf(char c, std::string_view set) {
-  return set.find(c) != std::string_view::npos;
-}
-
-// True when the bytes up to the last blank, quote, bracket or column separator hold a slash.
+// True if there is a slash after the last blank, quote, bracket or column separator.
 bool isInsidePath(std::string_view before) {
   for (; !before.empty(); before.remove_suffix(1)) {
     const char c = before.back();
@@ -28,7 +24,7 @@ bool isInsidePath(std::string_view before) {
   return false;
 }
 
-// A colon may be part of an address or of a longer time unless a word of letters stands before it.
+// A colon after a word of letters is that of a key. Others may be part of an address or of a time.
 bool isColonOfKey(std::string_view before) {
   if (before.empty() || !isWordByte(before.back())) return before.empty() || before.back() != ':';
   std::size_t letters = 0;
@@ -40,16 +36,16 @@ bool isColonOfKey(std::string_view before) {
     ++letters;
     before.remove_suffix(1);
   }
-  constexpr std::size_t kMostHexInAddress = 4;
-  return !isHex || letters > kMostHexInAddress;
+  constexpr std::size_t kMaxHexInAddress = 4;
+  return !isHex || letters > kMaxHexInAddress;
 }
 
 std::string_view textBefore(std::string_view line, std::size_t begin, std::size_t offset) {
-  const std::size_t start = offset - std::min(offset - begin, kMostLookedBack);
+  const std::size_t start = offset - std::min(offset - begin, kMaxLookBack);
   return line.substr(start, offset - start);
 }
 
-// Takes blanks off the end; true when there was one.
+// Removes blanks at the end; true if there was one.
 bool dropBlanks(std::string_view& text) {
   const auto size = text.size();
   while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
@@ -125,7 +121,7 @@ std::string wordAfter(std::string_view line, std::size_t end) {
   auto after = line.substr(std::min(end, line.size()));
   while (!after.empty() && isBlank(after.front())) after.remove_prefix(1);
   std::size_t letters = 0;
-  while (letters < after.size() && letters < kMostLookedBack && isAsciiLetter(after[letters])) {
+  while (letters < after.size() && letters < kMaxLookBack && isAsciiLetter(after[letters])) {
     ++letters;
   }
   return toAsciiLower(after.substr(0, letters));

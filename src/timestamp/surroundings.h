@@ -1,5 +1,8 @@
-// What stands around a piece of a line: whether it is a field of its own or part of something
-// longer, such as an address, a version, a file name or a URL.
+// Examines the text around a piece of a line. Is the piece a field of its own, or part of something
+// longer, such as an address, a version, a file name or a URL?
+//
+// `begin` is the offset where the searched part of the line begins; `offset` and `end` are the ends
+// of the piece.
 #pragma once
 
 #include <cstddef>
@@ -8,25 +11,24 @@
 
 namespace sourcetype {
 
-// True when nothing that belongs to it stands before `offset`. `begin` is where the line counts as
-// beginning.
+// True if nothing directly before the piece belongs to it.
 bool beginsFreely(std::string_view line, std::size_t begin, std::size_t offset);
 
-// True when nothing that belongs to it stands from `end` on.
+// True if nothing directly after the piece belongs to it.
 bool endsFreely(std::string_view line, std::size_t end);
 
-// True when a letter, a digit or "_" stands at `end`.
+// True if a letter, a digit or "_" follows the piece.
 bool isContinuedByWord(std::string_view line, std::size_t end);
 
-// True when only punctuation and blanks stand before `offset`.
+// True if there are only punctuation and blanks before the piece.
 bool isFirst(std::string_view line, std::size_t begin, std::size_t offset);
 
-// The key of a field ("key=", "key:", "\"key\":") whose value begins at `offset`; empty when there
-// is none. A view into `line`.
+// The key of a field ("key=", "key:", "\"key\":") whose value is the piece; empty if there is none.
+// A view into `line`.
 std::string_view keyBefore(std::string_view line, std::size_t begin, std::size_t offset);
 
-// The words next to a piece, in lower case: letters alone, behind or before blanks and "=", ":", at
-// most; empty when something else stands there.
+// The word next to the piece, in lower case. Only blanks, quotes, "=" and ":" may be between them.
+// A word has only letters; the result is empty if there is none.
 std::string wordBefore(std::string_view line, std::size_t begin, std::size_t offset);
 std::string wordAfter(std::string_view line, std::size_t end);
 

@@ -10,11 +10,12 @@ namespace {
 
 constexpr std::string_view kZone = R"((?:[+-][0-9]{2}:?[0-9]{2}|[+-][0-9]{2}(?![0-9])|Z)(?![0-9]))";
 constexpr std::string_view kZoneName =
-    R"((?:(?:GMT|UTC)?[+-][0-9]{1,2}(?::?[0-9]{2})?|[A-Za-z]+(?:[/_-][A-Za-z]+)*))";
+    R"((?:(?:GMT|UTC)?[+-][0-9]{1,2}(?::?[0-9]{2})?|Etc/GMT[+-][0-9]{1,2}|[A-Z]{3}[0-9][A-Z]{3})"
+    R"(|[A-Za-z]+(?:[/_-][A-Za-z]+)*))";
 
 struct Conversion {
   char letter;
-  std::string_view group;  // the field it fills, empty when it fills none
+  std::string_view group;  // the field that it sets; empty if it sets none
   std::string_view expression;
 };
 constexpr std::array kConversions{
@@ -108,7 +109,7 @@ class Translator {
     result_ += c;
   }
 
-  // Takes the conversion, whose "%" is gone, off the front of `format`.
+  // Consumes the conversion at the start of `format`, whose "%" is already consumed.
   void appendConversion(std::string_view& format) {
     std::string spelling = "%";
     int width = 0;

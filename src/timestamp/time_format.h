@@ -1,4 +1,7 @@
-// TIME_FORMAT: a strptime-style format as an expression with the groups of a stamp's fields.
+// Translates a TIME_FORMAT, as of strptime(), into an expression whose groups are named after the
+// fields of a timestamp (see timestamp_fields.h).
+//
+//   timeFormatExpression("%Y-%m-%d %H:%M:%S")
 #pragma once
 
 #include <stdexcept>
@@ -7,7 +10,7 @@
 
 namespace sourcetype {
 
-// A format with a conversion that is not known, or longer than kMaxTimeFormatBytes.
+// The format has an unknown conversion or is longer than kMaxTimeFormatBytes.
 class TimeFormatError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -15,13 +18,14 @@ class TimeFormatError : public std::runtime_error {
 
 constexpr std::size_t kMaxTimeFormatBytes = 256;
 
-// The conversions of strptime() with their flags and modifiers (%E, %O, %-, %_, %0) ignored, and:
-//   %N %Q %f %L  digits of a second, as many as a width says (%3N, %6Q), up to 9 without one
-//   %s           seconds since 1970, of which %3N and the like may follow at once
-//   %z %:z %Ez   an offset or Z; %Z also takes a name of a zone
-// A blank stands for any number of blanks and tabs, none included; numbers may be padded with
-// zeros, blanks or not at all. A field that comes twice is taken from its first place. Throws
-// TimeFormatError.
+// Knows the conversions of strptime(), ignores their flags and modifiers (%E, %O, %-, %_, %0), and
+// knows these:
+//   %N %Q %f %L  digits of a second: as many as the width says (%3N, %6Q), up to 9 without a width
+//   %s           seconds since 1970; a fraction such as %3N may follow directly
+//   %z %:z %Ez   an offset or Z
+//   %Z           an offset, Z, or the name of a zone
+// A blank stands for any number of blanks and tabs, including none. Numbers may be padded with
+// zeros or blanks. Of a field that occurs twice the first place counts. Throws TimeFormatError.
 std::string timeFormatExpression(std::string_view format);
 
 }  // namespace sourcetype

@@ -1,150 +1,94 @@
 #include "timestamp/time_zones.h"
 
+#include <algorithm>
 #include <array>
-#include <charconv>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 
+#include "timestamp/time_zone_table.h"
 #include "util/text.h"
 
 namespace sourcetype {
 namespace {
 
-using std::chrono::local_seconds;
-using std::chrono::sys_seconds;
+constexpr std::size_t kHashes = 32768;
 
-// No clock on Earth is further from UTC, and none ever was by more than this.
-// Units that fit.
-using hours = std::chrono::duration<std::int32_t, std::ratio<3600>>;
-using minutes = std::chrono::duration<std::int32_t, std::ratio<60>>;
-
-constexpr ZoneSeconds kMostOffset = hours(18);
-
-struct NamedOffset {
-  std::string_view name;
-  int hours;
-};
-constexpr std::array kBuiltIn{
-    NamedOffset{"z", 0},    NamedOffset{"ut", 0},   NamedOffset{"utc", 0},  NamedOffset{"gmt", 0},
-    NamedOffset{"est", -5}, NamedOffset{"edt", -4}, NamedOffset{"cst", -6}, NamedOffset{"cdt", -5},
-    NamedOffset{"mst", -7}, NamedOffset{"mdt", -6}, NamedOffset{"pst", -8}, NamedOffset{"pdt", -7},
-};
-
-// A number of exactly these digits; nothing for any other text.
-std::optional<int> number(std::string_view digits) {
-  int value = 0;
-  const char* const end = digits.data() + digits.size();
-  if (digits.empty() || !isAsciiDigit(digits.front())) return std::nullopt;
-  const auto [parsedUpTo, error] = std::from_chars(digits.data(), end, value);
-  if (error != std::errc() || parsedUpTo != end) return std::nullopt;
-  return value;
+// By three letters of a name. Letters of both cases share their low five bits.
+constexpr std::size_t zoneNameHash(std::string_view name) {
+  return (static_cast<std::size_t>(name.front() & 31) << 10U) |
+         (static_cast<std::size_t>(name[name.size() / 2] & 31) << 5U) |
+         static_cast<std::size_t>(name.back() & 31);
 }
 
-std::optional<ZoneSeconds> parseTime(std::string_view text) {  // "hh:mm"
-  if (text.size() != 5 || text[2] != ':') return std::nullopt;
-  const auto hour = number(text.substr(0, 2));
-  const auto minute = number(text.substr(3));
-  if (!hour || !minute || *hour > 24 || *minute > 59) return std::nullopt;
-  return hours(*hour) + minutes(*minute);
+// The hashes of all names. Most words after a time are no zone, and most of them have another hash.
+constexpr auto kIsHashOfName = [] {
+  std::array<std::uint64_t, kHashes / 64> bits{};
+  for (const ZoneEntry& zone : kZoneTable) {
+    const auto hash = zoneNameHash(zone.name);
+    bits[hash / 64] |= std::uint64_t{1} << (hash % 64);
+  }
+  return bits;
+}();
+
+constexpr bool mayBeName(std::string_view word) {
+  const auto hash = zoneNameHash(word);
+  return (kIsHashOfName[hash / 64] >> (hash % 64) & 1) != 0;
+}
+
+constexpr bool isBeforeIgnoringCase(std::string_view a, std::string_view b) {
+  return std::ranges::lexicographical_compare(
+      a, b, [](char x, char y) { return toAsciiLower(x) < toAsciiLower(y); });
+}
+static_assert(std::ranges::is_sorted(kZoneTable, isBeforeIgnoringCase, &ZoneEntry::name));
+
+TimeZone zoneOf(const ZoneEntry& entry) {
+  const ZoneSeconds offset = std::chrono::minutes(entry.minutes);
+  if (entry.summerRule == 0) return TimeZone(offset);
+  const SummerRule& rule = kSummerRules[entry.summerRule - std::size_t{1}];
+  return TimeZone(offset, SummerTime{.offset = offset + std::chrono::minutes(rule.minutes),
+                                     .begin = rule.begin,
+                                     .end = rule.end});
+}
+
+std::optional<TimeZone> findInTable(std::string_view name) {
+  if (!mayBeName(name)) return std::nullopt;
+  const auto* found =
+      std::ranges::lower_bound(kZoneTable, name, isBeforeIgnoringCase, &ZoneEntry::name);
+  if (found == kZoneTable.end() || !equalsIgnoringCase(found->name, name)) return std::nullopt;
+  const bool mustBeSpelledSo = isAsciiUpper(found->name.front());
+  if (mustBeSpelledSo && name != found->name) return std::nullopt;
+  return zoneOf(*found);
+}
+
+std::optional<TimeZone> zoneOfOffset(std::string_view text) {
+  const auto offset = parseOffset(text);
+  return offset ? std::optional(TimeZone(*offset)) : std::nullopt;
 }
 
 }  // namespace
 
-local_seconds ClockChange::in(std::chrono::year year) const {
-  const auto day = week > 4 ? std::chrono::local_days(year / month / weekday[std::chrono::last])
-                            : std::chrono::local_days(year / month / weekday[week]);
-  return local_seconds(day) + time;
-}
-
-// `standard` is local time without the summer's shift; by that clock summer ends earlier.
-bool TimeZone::isSummer(local_seconds standard, ZoneSeconds endIsEarlierBy) const {
-  const std::chrono::year_month_day date(std::chrono::floor<std::chrono::days>(standard));
-  const auto begin = summer_->begin.in(date.year());
-  const auto end = summer_->end.in(date.year()) - endIsEarlierBy;
-  return begin <= end ? begin <= standard && standard < end : begin <= standard || standard < end;
-}
-
-sys_seconds TimeZone::toUtc(local_seconds local) const {
-  const ZoneSeconds offset = summer_ && isSummer(local, ZoneSeconds(0)) ? summer_->offset : offset_;
-  return sys_seconds(local.time_since_epoch() - offset);
-}
-
-local_seconds TimeZone::toLocal(sys_seconds utc) const {
-  const local_seconds standard(utc.time_since_epoch() + offset_);
-  if (!summer_ || !isSummer(standard, summer_->offset - offset_)) return standard;
-  return local_seconds(utc.time_since_epoch() + summer_->offset);
-}
-
-std::optional<ZoneSeconds> parseOffset(std::string_view text) {
-  if (text.size() < 2 || (text.front() != '+' && text.front() != '-')) return std::nullopt;
-  const bool west = text.front() == '-';
-  text.remove_prefix(1);
-  ZoneSeconds offset(0);
-  if (const auto colon = text.find(':'); colon != std::string_view::npos || text.size() == 4) {
-    if (colon != std::string_view::npos && text.size() != colon + 3) return std::nullopt;
-    const auto hourDigits = text.substr(0, colon == std::string_view::npos ? 2 : colon);
-    const auto minuteDigits = text.substr(text.size() - 2);
-    if (hourDigits.size() > 2) return std::nullopt;
-    const auto hour = number(hourDigits);
-    const auto minute = number(minuteDigits);
-    if (!hour || !minute || *minute > 59) return std::nullopt;
-    offset = hours(*hour) + minutes(*minute);
-  } else if (text.size() <= 3) {
-    const auto count = number(text);
-    if (!count) return std::nullopt;
-    offset = text.size() == 3 ? ZoneSeconds(minutes(*count)) : ZoneSeconds(hours(*count));
-  } else {
-    return std::nullopt;
-  }
-  if (offset > kMostOffset) return std::nullopt;
-  return west ? -offset : offset;
-}
-
-std::optional<ClockChange> parseClockChange(std::string_view text) {
-  const auto firstDot = text.find('.');
-  const auto secondDot = text.find('.', firstDot + 1);
-  const auto blank = text.find(' ');
-  if (firstDot == std::string_view::npos || secondDot == std::string_view::npos ||
-      blank == std::string_view::npos || blank < secondDot) {
-    return std::nullopt;
-  }
-  const auto week = text.substr(firstDot + 1, secondDot - firstDot - 1);
-  const auto month = number(text.substr(0, firstDot));
-  const auto weekNumber = week == "last" ? std::optional(5) : number(week);
-  const auto weekday = number(text.substr(secondDot + 1, blank - secondDot - 1));
-  const auto time = parseTime(text.substr(blank + 1));
-  if (!month || *month < 1 || *month > 12 || !weekNumber || *weekNumber < 1 || *weekNumber > 5 ||
-      !weekday || *weekday > 6 || !time) {
-    return std::nullopt;
-  }
-  return ClockChange{.month = std::chrono::month(static_cast<unsigned>(*month)),
-                     .week = static_cast<std::uint8_t>(*weekNumber),
-                     .weekday = std::chrono::weekday(static_cast<unsigned>(*weekday)),
-                     .time = *time};
-}
-
-TimeZones::TimeZones() {
-  for (const auto& [name, offset] : kBuiltIn) add(name, TimeZone(hours(offset)));
-}
-
 void TimeZones::add(std::string_view name, const TimeZone& zone) {
   if (name.empty()) return;
-  zones_.insert_or_assign(toAsciiLower(name), zone);
-  isHashOfName_.set(hash(name));
+  added_.insert_or_assign(toAsciiLower(name), zone);
+  isHashOfAdded_.set(zoneNameHash(name));
+}
+
+std::optional<TimeZone> TimeZones::findByName(std::string_view name) const {
+  if (isHashOfAdded_.test(zoneNameHash(name))) {
+    const auto found = added_.find(toAsciiLower(name));
+    if (found != added_.end()) return found->second;
+  }
+  return findInTable(name);
 }
 
 std::optional<TimeZone> TimeZones::find(std::string_view text) const {
   if (text.empty()) return std::nullopt;
-  const auto fixed = [](std::string_view offset) {
-    const auto seconds = parseOffset(offset);
-    return seconds ? std::optional(TimeZone(*seconds)) : std::nullopt;
-  };
-  if (text.front() == '+' || text.front() == '-') return fixed(text);
-  if (isHashOfName_.test(hash(text))) {
-    const auto found = zones_.find(toAsciiLower(text));
-    if (found != zones_.end()) return found->second;
-  }
+  if (text.front() == '+' || text.front() == '-') return zoneOfOffset(text);
+  if (const auto zone = findByName(text)) return zone;
   const auto name = text.substr(0, 3);
   if (!equalsIgnoringCase(name, "UTC") && !equalsIgnoringCase(name, "GMT")) return std::nullopt;
-  return fixed(trimBlanks(text.substr(3)));
+  return zoneOfOffset(trimBlanks(text.substr(3)));
 }
 
 }  // namespace sourcetype

@@ -1,79 +1,35 @@
-// Time zones: offsets from UTC by number, by name, and by the rules of summer time.
+// Time zones by their names.
+//
+//   const TimeZones zones;
+//   const auto zone = zones.find("Europe/Berlin");  // or "CEST", "+02:00", "UTC+2"
 #pragma once
 
 #include <bitset>
-#include <chrono>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
+#include "timestamp/time_zone.h"
+
 namespace sourcetype {
 
-// As small as it can be: a zone goes with every timestamp.
-using ZoneSeconds = std::chrono::duration<std::int32_t>;
-
-// When a clock is put forward or back: "3.last.0 02:00" is the last Sunday of March at 02:00.
-struct ClockChange {
-  std::chrono::month month{1};
-  std::uint8_t week = 1;  // the first to fourth such weekday, 5 for the last
-  std::chrono::weekday weekday{0};
-  ZoneSeconds time{0};  // of the day, by the clock in force until then
-
-  std::chrono::local_seconds in(std::chrono::year year) const;
-};
-
-struct SummerTime {
-  ZoneSeconds offset{0};
-  ClockChange begin;
-  ClockChange end;
-};
-
-// Seconds east of UTC, in every year by the same rule.
-class TimeZone {
- public:
-  TimeZone() = default;  // UTC
-  explicit TimeZone(ZoneSeconds offset, std::optional<SummerTime> summer = std::nullopt)
-      : offset_(offset), summer_(summer) {}
-
-  // Times that a change skips or repeats count as before it.
-  std::chrono::sys_seconds toUtc(std::chrono::local_seconds local) const;
-  std::chrono::local_seconds toLocal(std::chrono::sys_seconds utc) const;
-
- private:
-  bool isSummer(std::chrono::local_seconds standard, ZoneSeconds endIsEarlierBy) const;
-
-  ZoneSeconds offset_{0};
-  std::optional<SummerTime> summer_;
-};
-
-// "+hh:mm", "+hhmm", "+hh", or "+mmm" (minutes), either sign, up to 18 hours.
-std::optional<ZoneSeconds> parseOffset(std::string_view text);
-
-// "3.last.0 02:00": month, week (1 to 4 or "last"), weekday (Sunday = 0), time.
-std::optional<ClockChange> parseClockChange(std::string_view text);
-
-// Zones by name. Z, UTC and the names of RFC 2822 are known from the start.
+// Knows the zones of the time zone database, the letters that logs carry, and those of RFC 2822
+// (see tools/make_time_zones.pl). Made without cost: that table is compiled in.
 class TimeZones {
  public:
-  TimeZones();
-
+  // Replaces the zone that had the name.
   void add(std::string_view name, const TimeZone& zone);
 
-  // The zone of a name, whatever its case, an offset, or an offset behind "UTC" or "GMT".
+  // The zone of a name in any case, of an offset, or of an offset after "UTC" or "GMT". Names that
+  // are also words, such as "Turkey", must be spelled as the database does.
   std::optional<TimeZone> find(std::string_view text) const;
 
  private:
-  // Letters of both cases share their low five bits. Most words behind a time are no zone.
-  static std::size_t hash(std::string_view name) {
-    return (static_cast<std::size_t>(name.front() & 31) << 10U) |
-           (static_cast<std::size_t>(name[name.size() / 2] & 31) << 5U) |
-           static_cast<std::size_t>(name.back() & 31);
-  }
+  std::optional<TimeZone> findByName(std::string_view name) const;
 
-  std::unordered_map<std::string, TimeZone> zones_;  // names in lower case
-  std::bitset<32768> isHashOfName_;
+  std::unordered_map<std::string, TimeZone> added_;  // names in lower case
+  std::bitset<32768> isHashOfAdded_;                 // see zoneNameHash()
 };
 
 }  // namespace sourcetype

@@ -1,4 +1,4 @@
-// What is said of a timestamp in a line: where it stands and which instant it names.
+// The timestamp of a line: its position, and the instant that it names.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,8 @@
 
 namespace sourcetype {
 
-// A piece of a line, in bytes from the line's start, end exclusive; -1 when there is none.
+// A piece of a line, in bytes from the start of the line. `end` is the first byte after it. Both
+// are -1 if there is none.
 struct TimestampSpan {
   std::ptrdiff_t start = -1;
   std::ptrdiff_t end = -1;
@@ -17,8 +18,8 @@ struct TimestampSpan {
 struct Timestamp {
   std::int64_t seconds = 0;      // since 1970-01-01 00:00 UTC
   std::int32_t nanoseconds = 0;  // 0 to 999,999,999, forward from `seconds`
-  TimestampSpan main;            // the whole stamp, or the time of day
-  TimestampSpan second;          // a date that stands apart from it, before or after
+  TimestampSpan main;            // the whole timestamp, or the time of day
+  TimestampSpan second;          // a separate date, before or after `main`
 };
 
 }  // namespace sourcetype

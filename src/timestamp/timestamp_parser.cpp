@@ -1,15 +1,13 @@
-// A line is gone through once, from place to place where a stamp may begin, and at each the forms
-// that can begin like that are tried. The first whole stamp that stands by itself ends the search,
-// which is after one expression in most lines. Only when there is none are the same places tried
-// for dates, times and Unix times alone.
+// The parser visits each place of a line where a timestamp may begin and tries the forms that can
+// begin there. The first whole timestamp that is no part of something longer ends the search; in
+// most lines that takes one expression. If there is none, the parser tries the same places for
+// dates, times and Unix times.
 
 #include "timestamp/timestamp_parser.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "timestamp/surroundings.h"
-#include "timestamp/time_format.h"
 #include "util/logging.h"
 #include "util/text.h"
 
@@ -17,55 +15,25 @@ namespace sourcetype {
 namespace {
 
 using std::chrono::days;
-using std::chrono::seconds;
 using std::chrono::sys_seconds;
 
 constexpr LogCategory kLog("TimestampParser");
 
-constexpr std::int64_t kDefaultLookahead = 200;  // bytes
-
-// Steps for the searches of TIME_PREFIX and TIME_FORMAT. Useful ones take a few for a byte, so that
-// what the lines add is enough for them, however many lines there are.
+// Steps for the searches of TIME_PREFIX and TIME_FORMAT. Useful expressions need a few steps for a
+// byte. Each line adds more than that, so that they never run out of steps.
 constexpr std::uint64_t kStartingBudget = 200'000'000;
 constexpr std::uint64_t kCostPerLine = 10'000;
 constexpr std::uint64_t kCostPerByte = 64;
-constexpr std::int64_t kDefaultDaysAgo = 36500;
-constexpr std::int64_t kDefaultDaysHence = 7;
-constexpr std::int64_t kDefaultSecondsAgo = std::int64_t{24} * 3600;
-constexpr std::int64_t kDefaultSecondsHence = std::int64_t{30} * 24 * 3600;
 
-// Limits are read up to here, about 2,700 years, so that sums stay within the calendar's range.
-constexpr std::int64_t kMostDays = 1'000'000;
-constexpr std::int64_t kMostSeconds = kMostDays * 24 * 3600;
-
-// Dates and times that stand apart are remembered up to here, so that a line of nothing else costs
-// no more than another.
-constexpr std::size_t kMostParts = 8;
-
-std::int64_t limit(const PropertiesMap& settings, std::string_view key, std::int64_t fallback,
-                   std::int64_t most) {
-  return std::clamp<std::int64_t>(settings.getInt(key, fallback), 0, most);
-}
-
-TimeLimits timeLimits(const PropertiesMap& settings, sys_seconds reference) {
-  return {
-      .reference = reference,
-      .earliest = reference - days(limit(settings, "MAX_DAYS_AGO", kDefaultDaysAgo, kMostDays)),
-      .latest = reference + days(limit(settings, "MAX_DAYS_HENCE", kDefaultDaysHence, kMostDays))};
-}
-
-std::size_t lookaheadOf(const PropertiesMap& settings) {
-  const auto bytes = settings.getInt("MAX_TIMESTAMP_LOOKAHEAD", kDefaultLookahead);
-  if (bytes < 0) return TimestampParser::kMaxLookahead;
-  return static_cast<std::size_t>(
-      std::min<std::int64_t>(bytes, std::int64_t{TimestampParser::kMaxLookahead}));
-}
+// Dates, and times, of a line that are kept for pairs. More would make a line that has nothing else
+// expensive.
+constexpr std::size_t kMaxParts = 8;
 
 TimestampSpan span(std::size_t start, std::size_t end) {
   return {.start = static_cast<std::ptrdiff_t>(start), .end = static_cast<std::ptrdiff_t>(end)};
 }
 
-// True for a key that is a time's, or ends in one ("eventTime", "start_ts").
+// True for a key of a time, and for one that ends with such a key ("eventTime", "start_ts").
 bool isTimeKey(std::string_view key, const TimestampFormats::WordSet& timeKeys) {
   if (timeKeys.contains(toAsciiLower(key))) return true;
   for (std::size_t i = key.size(); i-- > 0;) {
@@ -80,70 +48,25 @@ bool isTimeKey(std::string_view key, const TimestampFormats::WordSet& timeKeys) 
 TimestampParser::TimestampParser(const TimestampFormats& formats, const PropertiesMap& settings,
                                  const std::string& name, sys_seconds reference)
     : formats_(formats),
-      limits_(timeLimits(settings, reference)),
-      dates_(limits_),
-      lookahead_(lookaheadOf(settings)),
-      mostAgo_(limit(settings, "MAX_DIFF_SECS_AGO", kDefaultSecondsAgo, kMostSeconds)),
-      mostHence_(limit(settings, "MAX_DIFF_SECS_HENCE", kDefaultSecondsHence, kMostSeconds)),
+      settings_(readTimestampSettings(settings, formats.zones(), name, reference)),
+      dates_(settings_.limits),
       budget_(kStartingBudget),
-      timesSeen_(formats.forms().size() + 1) {
-  readPrefix(settings);
-  readFormat(settings);
-  readZone(settings, name);
-}
-
-void TimestampParser::readPrefix(const PropertiesMap& settings) {
-  constexpr const char* kKey = "TIME_PREFIX";
-  const auto prefix = settings.tryGet(kKey);
-  if (!prefix) return;
-  try {
-    prefix_.emplace(*prefix);
-  } catch (const RegexException& error) {
-    reportInvalidRegex(kLog, *prefix, error.what(), settings.stanzaOf(kKey), kKey);
-  }
-}
-
-void TimestampParser::readFormat(const PropertiesMap& settings) {
-  constexpr const char* kKey = "TIME_FORMAT";
-  const auto format = settings.tryGet(kKey);
-  if (!format) return;
-  try {
-    format_.emplace(timeFormatExpression(*format), Regex::kCaseless);
-    for (const auto& [group, number] : format_->groupNumbers()) {
-      if (const auto field = stampFieldNamed(group)) {
-        formatGroups_.push_back({static_cast<std::uint16_t>(number), *field});
-      }
-    }
-    std::ranges::sort(formatGroups_, {}, &FieldGroup::group);
-  } catch (const std::runtime_error& error) {
-    reportInvalidRegex(kLog, *format, error.what(), settings.stanzaOf(kKey), kKey);
-  }
-}
-
-void TimestampParser::readZone(const PropertiesMap& settings, std::string_view name) {
-  const auto text = settings.tryGet("TZ");
-  if (!text) return;
-  if (const auto zone = formats_.zones().find(*text)) {
-    zone_ = *zone;
-  } else {
-    logWarn(kLog, R"(%s: TZ "%s" is ignored: it is no offset and no known name.)", name, *text);
-  }
-}
+      history_(formats.forms().size() + 1, settings_.maxAgo, settings_.maxHence) {}
 
 std::optional<Timestamp> TimestampParser::parse(std::string_view line) {
   Search search{.line = line, .begin = 0, .end = 0};
-  if (prefix_) {
-    if (!match(*prefix_, line)) return std::nullopt;
+  if (settings_.prefix) {
+    if (!match(*settings_.prefix, line)) return std::nullopt;
     search.begin = match_.end(0);
   }
-  search.end = search.begin + std::min(lookahead_, line.size() - search.begin);
-  countedRefusal_ = false;
+  search.end = search.begin + std::min(settings_.lookahead, line.size() - search.begin);
+  history_.beginLine();
   sawImpossibleDate_ = false;
   impossibleUntil_ = 0;
-  return format_ ? parseFormat(search) : findStamp(search);
+  return settings_.format ? parseFormat(search) : findTimestamp(search);
 }
 
-// A match of an expression from configuration, in match_.
+// Matches an expression from configuration; the result is in match_.
 bool TimestampParser::match(const Regex& regex, std::string_view text) {
   if (budget_.isSpent()) return false;
   budget_.add(kCostPerLine + kCostPerByte * text.size());
@@ -157,21 +80,21 @@ bool TimestampParser::match(const Regex& regex, std::string_view text) {
 
 std::optional<Timestamp> TimestampParser::parseFormat(const Search& search) {
   const auto window = search.from(search.begin);
-  if (!match(*format_, window)) return std::nullopt;
-  const auto end =
-      readFields(match_, window, formatGroups_, formats_.names(), formats_.zones(), fields_);
-  if (!end || *end == match_.start(0)) return std::nullopt;  // blanks alone fit everywhere
+  if (!match(settings_.format->regex, window)) return std::nullopt;
+  const auto end = readFields(match_, window, settings_.format->groups, formats_.names(),
+                              formats_.zones(), fields_);
+  if (!end || *end == match_.start(0)) return std::nullopt;  // a format of blanks matches anywhere
   const auto instant = instantOf(fields_);
   if (!instant) return std::nullopt;
-  return taken(Piece{.form = static_cast<FormIndex>(formats_.forms().size()),
-                     .start = search.begin + match_.start(0),
-                     .end = search.begin + *end,
-                     .instant = *instant});
+  return accept(Piece{.form = static_cast<FormIndex>(formats_.forms().size()),
+                      .start = search.begin + match_.start(0),
+                      .end = search.begin + *end,
+                      .instant = *instant});
 }
 
-std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
-  StampPlaces places(search.line.substr(0, search.end), search.begin, formats_.names(),
-                     formats_.looks());
+std::optional<Timestamp> TimestampParser::findTimestamp(const Search& search) {
+  TimestampPlaces places(search.line.substr(0, search.end), search.begin, formats_.names(),
+                         formats_.looks());
   std::optional<Piece> insideWord;
   partPlaces_.clear();
   while (const auto place = places.next()) {
@@ -179,54 +102,56 @@ std::optional<Timestamp> TimestampParser::findStamp(const Search& search) {
       places.skipTo(piece->end);
       if (!isFree(search, *piece)) {
         if (!insideWord) insideWord = piece;
-      } else if (auto stamp = taken(*piece)) {
-        return stamp;
+      } else if (auto timestamp = accept(*piece)) {
+        return timestamp;
       }
     } else if (place->start >= impossibleUntil_ && !formats_.partForms(place->look).empty()) {
       partPlaces_.push_back(*place);
     }
   }
-  if (auto stamp = findApart(search)) return stamp;
-  return insideWord ? taken(*insideWord) : std::nullopt;
+  if (auto timestamp = findApart(search)) return timestamp;
+  return insideWord ? accept(*insideWord) : std::nullopt;
 }
 
-// The longest whole stamp at a place.
+// The longest match of a whole form at a place.
 std::optional<TimestampParser::Piece> TimestampParser::wholeAt(const Search& search,
-                                                               const StampPlace& place) {
+                                                               const TimestampPlace& place) {
   const auto forms = formats_.wholeForms(place.look);
   if (forms.empty() || place.continuesNumber) return std::nullopt;
-  if (forms.size() == 1) return matched(search, forms.front(), place);
-  std::optional<Piece> longest;
+  if (forms.size() == 1) return matchForm(search, forms.front(), place);
+  std::optional<Piece> best;
   const auto tryForm = [&](FormIndex form) {
-    const auto piece = matched(search, form, place);
-    if (piece && (!longest || piece->end > longest->end)) longest = piece;
+    const auto piece = matchForm(search, form, place);
+    if (piece && (!best || piece->end > best->end)) best = piece;
   };
-  const bool lastFits = lastForm_ && std::ranges::find(forms, *lastForm_) != forms.end();
-  if (lastFits) tryForm(*lastForm_);
+  const auto last = history_.lastForm();
+  const bool lastFits = last && std::ranges::find(forms, *last) != forms.end();
+  if (lastFits) tryForm(*last);
   for (const FormIndex form : forms) {
-    if (!lastFits || form != *lastForm_) tryForm(form);
+    if (!lastFits || form != *last) tryForm(form);
   }
-  return longest;
+  return best;
 }
 
-std::optional<TimestampParser::Piece> TimestampParser::matched(const Search& search, FormIndex form,
-                                                               const StampPlace& place) {
-  const StampForm& shape = formats_.forms()[form];
+std::optional<TimestampParser::Piece> TimestampParser::matchForm(const Search& search,
+                                                                 FormIndex form,
+                                                                 const TimestampPlace& place) {
+  const TimestampForm& shape = formats_.forms()[form];
   const auto subject = search.from(place.offset);
   if (!mayStandAt(search, form, place.offset)) return std::nullopt;
-  const StampExpression* expression = shape.expression.get();
+  const TimestampExpression* expression = shape.expression.get();
   if (expression == nullptr || !expression->regex.match(subject, match_)) return std::nullopt;
   const auto length =
       readFields(match_, subject, expression->groups, formats_.names(), formats_.zones(), fields_);
   if (!length) return std::nullopt;
   const std::size_t end = place.offset + *length;
-  // The search may end within a fraction, but not within a number that is the stamp.
-  const std::size_t limit = shape.kind == StampKind::Whole ? search.end : search.line.size();
+  // The lookahead may end within a fraction, but not within a number that is the timestamp.
+  const std::size_t limit = shape.kind == TimestampKind::Whole ? search.end : search.line.size();
   if (end < limit && isAsciiDigit(search.line[end])) return std::nullopt;
   const auto instant = instantOf(fields_);
   if (!instant) {
-    if (shape.kind == StampKind::Whole) impossibleUntil_ = std::max(impossibleUntil_, end);
-    if (shape.standsAlone && shape.kind != StampKind::Epoch && fields_.hasDate())
+    if (shape.kind == TimestampKind::Whole) impossibleUntil_ = std::max(impossibleUntil_, end);
+    if (shape.standsAlone && shape.kind != TimestampKind::Epoch && fields_.hasDate())
       sawImpossibleDate_ = true;
     return std::nullopt;
   }
@@ -234,37 +159,37 @@ std::optional<TimestampParser::Piece> TimestampParser::matched(const Search& sea
 }
 
 bool TimestampParser::mayStandAt(const Search& search, FormIndex form, std::size_t offset) const {
-  const StampForm& shape = formats_.forms()[form];
+  const TimestampForm& shape = formats_.forms()[form];
   if (shape.onlyFirst && !isFirst(search.line, search.begin, offset)) return false;
-  if (shape.behindLetters.empty()) return true;
+  if (shape.afterLetters.empty()) return true;
   return offset > search.begin &&
-         shape.behindLetters.find(search.line[offset - 1]) != std::string::npos &&
+         shape.afterLetters.find(search.line[offset - 1]) != std::string::npos &&
          beginsFreely(search.line, search.begin, offset - 1);
 }
 
 bool TimestampParser::isFree(const Search& search, const Piece& piece) const {
-  const StampForm& shape = formats_.forms()[piece.form];
-  if (shape.kind != StampKind::Whole && !endsFreely(search.line, piece.end)) return false;
+  const TimestampForm& shape = formats_.forms()[piece.form];
+  if (shape.kind != TimestampKind::Whole && !endsFreely(search.line, piece.end)) return false;
   if (isContinuedByWord(search.line, piece.end)) return false;
-  return !shape.behindLetters.empty() || beginsFreely(search.line, search.begin, piece.start);
+  return !shape.afterLetters.empty() || beginsFreely(search.line, search.begin, piece.start);
 }
 
-// The longest date, time or Unix time at a place that stands by itself.
+// The longest date, time or Unix time at a place that is no part of something longer.
 std::optional<TimestampParser::Part> TimestampParser::partAt(const Search& search,
-                                                             const StampPlace& place) {
-  std::optional<Part> longest;
-  if (!beginsFreely(search.line, search.begin, place.start)) return longest;
+                                                             const TimestampPlace& place) {
+  std::optional<Part> best;
+  if (!beginsFreely(search.line, search.begin, place.start)) return best;
   for (const FormIndex form : formats_.partForms(place.look)) {
-    const auto piece = matched(search, form, place);
-    if (!piece || (longest && piece->end <= longest->end)) continue;
-    if (isFree(search, *piece) && !isDecoy(search, *piece)) longest = Part{*piece, fields_};
+    const auto piece = matchForm(search, form, place);
+    if (!piece || (best && piece->end <= best->end)) continue;
+    if (isFree(search, *piece) && !isDecoy(search, *piece)) best = Part{*piece, fields_};
   }
-  return longest;
+  return best;
 }
 
 bool TimestampParser::isDecoy(const Search& search, const Piece& piece) const {
-  const StampKind kind = kindOf(piece);
-  if (kind == StampKind::Epoch) {
+  const TimestampKind kind = kindOf(piece);
+  if (kind == TimestampKind::Epoch) {
     const auto key = keyBefore(search.line, search.begin, piece.start);
     if (!key.empty()) return !isTimeKey(key, formats_.timeKeys());
   }
@@ -277,36 +202,36 @@ bool TimestampParser::isDecoy(const Search& search, const Piece& piece) const {
 std::optional<Timestamp> TimestampParser::findApart(const Search& search) {
   Parts parts;
   std::size_t end = 0;
-  for (const StampPlace& place : partPlaces_) {
+  for (const TimestampPlace& place : partPlaces_) {
     if (place.offset < end) continue;
     const auto part = partAt(search, place);
     if (!part) continue;
     end = part->end;
-    const StampKind kind = kindOf(*part);
-    if (kind == StampKind::Epoch) {
+    const TimestampKind kind = kindOf(*part);
+    if (kind == TimestampKind::Epoch) {
       if (!parts.epoch) parts.epoch = part;
     } else {
-      auto& list = kind == StampKind::Date ? parts.dates : parts.times;
-      if (list.size() < kMostParts) list.push_back(*part);
+      auto& list = kind == TimestampKind::Date ? parts.dates : parts.times;
+      if (list.size() < kMaxParts) list.push_back(*part);
     }
   }
 
-  if (auto stamp = takenPair(search, parts)) return stamp;
+  if (auto timestamp = acceptPair(search, parts)) return timestamp;
   if (parts.epoch) {
-    if (auto stamp = taken(*parts.epoch)) return stamp;
+    if (auto timestamp = accept(*parts.epoch)) return timestamp;
   }
   if (sawImpossibleDate_) parts.times.clear();
   for (const auto* list : {&parts.dates, &parts.times}) {
     for (const Piece& piece : *list) {
       if (!standsAlone(piece)) continue;
-      if (auto stamp = taken(piece)) return stamp;
+      if (auto timestamp = accept(piece)) return timestamp;
     }
   }
   return std::nullopt;
 }
 
-// The first time of day that has a date, with the date closest to it.
-std::optional<Timestamp> TimestampParser::takenPair(const Search& search, const Parts& parts) {
+// Accepts the first time of day that has a date, with the date closest to it.
+std::optional<Timestamp> TimestampParser::acceptPair(const Search& search, const Parts& parts) {
   const auto gap = [](const Piece& time, const Piece& date) {
     return date.start < time.start ? time.start - date.end : date.start - time.end;
   };
@@ -317,12 +242,12 @@ std::optional<Timestamp> TimestampParser::takenPair(const Search& search, const 
       if (closest == nullptr || gap(time, date) < gap(time, *closest)) closest = &date;
     }
     if (closest == nullptr) continue;
-    if (auto stamp = taken(time, *closest)) return stamp;
+    if (auto timestamp = accept(time, *closest)) return timestamp;
   }
   return std::nullopt;
 }
 
-// Where one of them is vague, no word but the key of a field may stand between them.
+// If one of them is vague (alone="no"), only the key of a field may be between them.
 bool TimestampParser::belongTogether(const Search& search, const Piece& time,
                                      const Piece& date) const {
   if (standsAlone(time) && standsAlone(date)) return true;
@@ -337,18 +262,19 @@ bool TimestampParser::belongTogether(const Search& search, const Piece& time,
 }
 
 std::optional<TimestampParser::Instant> TimestampParser::instantOf(
-    const StampFields& fields) const {
+    const TimestampFields& fields) const {
   if (fields.epoch) {
-    if (!limits_.contain(*fields.epoch)) return std::nullopt;
+    if (!settings_.limits.contain(*fields.epoch)) return std::nullopt;
     return Instant{*fields.epoch, fields.nanoseconds, std::nullopt};
   }
   const auto timeOfDay = fields.timeOfDay();
   if (!timeOfDay) return std::nullopt;
-  const TimeInZone time{.timeOfDay = *timeOfDay, .zone = fields.zone ? *fields.zone : zone_};
+  const TimeInZone time{.timeOfDay = *timeOfDay,
+                        .zone = fields.zone ? *fields.zone : settings_.zone};
   if (!fields.hasDate()) {
-    const auto today = time.zone.toLocal(previous_.value_or(limits_.reference));
+    const auto today = time.zone.toLocal(history_.previous().value_or(settings_.limits.reference));
     const auto instant = time.on(std::chrono::floor<days>(today));
-    if (!limits_.contain(instant)) return std::nullopt;
+    if (!settings_.limits.contain(instant)) return std::nullopt;
     return Instant{instant, fields.nanoseconds, std::nullopt};
   }
   const auto date = dates_.read(fields, time);
@@ -356,49 +282,31 @@ std::optional<TimestampParser::Instant> TimestampParser::instantOf(
   return Instant{date->time, fields.nanoseconds, date->evidence};
 }
 
-// A time of day and the date that belongs to it.
-std::optional<Timestamp> TimestampParser::taken(const Part& time, const Part& date) {
-  StampFields fields = date.fields;
-  for (const auto field :
-       {StampField::Hour, StampField::Minute, StampField::Second, StampField::Half}) {
+// Accepts a time of day and its date as the line's timestamp.
+std::optional<Timestamp> TimestampParser::accept(const Part& time, const Part& date) {
+  TimestampFields fields = date.fields;
+  for (const auto field : {TimestampField::Hour, TimestampField::Minute, TimestampField::Second,
+                           TimestampField::Half}) {
     fields.set(field, time.fields.get(field));
   }
   fields.nanoseconds = time.fields.nanoseconds;
   fields.zone = time.fields.zone;
   const auto instant = instantOf(fields);
   if (!instant) return std::nullopt;
-  return taken({.form = time.form, .start = time.start, .end = time.end, .instant = *instant},
-               span(date.start, date.end));
+  return accept({.form = time.form, .start = time.start, .end = time.end, .instant = *instant},
+                span(date.start, date.end));
 }
 
-// The piece as the line's timestamp; remembers it. Nothing when it is too far from the stamp
-// before.
-std::optional<Timestamp> TimestampParser::taken(const Piece& piece, TimestampSpan date) {
+// Accepts a piece as the line's timestamp. Nothing if it is too far from the previous timestamp.
+std::optional<Timestamp> TimestampParser::accept(const Piece& piece, TimestampSpan date) {
   const Instant& instant = piece.instant;
-  if (!isPlausible(piece.form, instant.time)) return std::nullopt;
-  countForm(piece.form);
-  lastForm_ = piece.form;
-  previous_ = instant.time;
+  if (!history_.accept(piece.form, instant.time)) return std::nullopt;
+  history_.add(piece.form, instant.time);
   if (instant.evidence) dates_.confirm(*instant.evidence);
   return Timestamp{.seconds = instant.time.time_since_epoch().count(),
                    .nanoseconds = instant.nanoseconds,
                    .main = span(piece.start, piece.end),
                    .second = date};
-}
-
-// A form that is refused counts as seen, too: where the first line of a file was odd, the form of
-// the others is soon that of the majority.
-bool TimestampParser::isPlausible(FormIndex form, sys_seconds time) {
-  if (!previous_) return true;
-  const seconds since = time - *previous_;
-  if (-mostAgo_ <= since && since <= mostHence_) return true;
-  if (timesSeen_[form] > 0 && timesSeen_[form] == mostSeen_) return true;
-  if (!std::exchange(countedRefusal_, true)) countForm(form);
-  return false;
-}
-
-void TimestampParser::countForm(FormIndex form) {
-  mostSeen_ = std::max(mostSeen_, ++timesSeen_[form]);
 }
 
 }  // namespace sourcetype

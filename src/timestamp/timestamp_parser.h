@@ -1,11 +1,18 @@
 // Finds the timestamp of a line and says which instant it names.
+//
+//   const TimestampFormats formats = readDatetimeFile(root / "datetime.xml");
+//   TimestampParser parser(formats, settings, path, now);  // one for each file
+//   for (const auto line : lines) {
+//     if (const auto timestamp = parser.parse(line)) use(timestamp->seconds, timestamp->main);
+//   }
+//
+// timestamp_settings.h lists the settings that the parser knows.
 #pragma once
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,41 +21,35 @@
 #include "timestamp/date_reader.h"
 #include "timestamp/timestamp.h"
 #include "timestamp/timestamp_formats.h"
+#include "timestamp/timestamp_history.h"
+#include "timestamp/timestamp_place.h"
+#include "timestamp/timestamp_settings.h"
 #include "util/match_budget.h"
 #include "util/regex.h"
 
 namespace sourcetype {
 
-// Built for one file or call; remembers what the lines before said. Of the settings it knows
-//   TIME_PREFIX              an expression: the search starts after its first match, and a line
-//                            without a match has no timestamp
-//   TIME_FORMAT              the only format to look for (timestamp/time_format.h)
-//   MAX_TIMESTAMP_LOOKAHEAD  bytes that are searched, 200 when unset; a negative number and one
-//                            above kMaxLookahead mean kMaxLookahead
-//   TZ                       where stamps without a zone come from, an offset or a name; default
-//   UTC MAX_DAYS_AGO, MAX_DAYS_HENCE            a stamp further from the reference is none
-//   MAX_DIFF_SECS_AGO, MAX_DIFF_SECS_HENCE  a stamp further from the one before is none, unless it
-//                                           has the form that was seen most often
-// A TIME_PREFIX, TIME_FORMAT or TZ that cannot be used is logged once and ignored. One that costs
-// too much on a line finds nothing there.
+// Parses the lines of one file in their order, because the lines before help to read the next one.
 //
-// Of several stamps in a line the choice is: date and time together, the first that stands by
-// itself; a time with a date that stands apart; a whole Unix time; a date; a time; at last, date
-// and time together inside a longer word, path or URL.
+// Where a line has several timestamps, the choice is, in this order:
+//   1. date and time together; of several, the first that is no part of a longer word, path or URL
+//   2. a time, completed by a date elsewhere in the line
+//   3. a whole Unix time
+//   4. a date
+//   5. a time
+//   6. date and time together inside a longer word, path or URL
 class TimestampParser {
  public:
-  // Bytes of a line that are searched at most.
-  static constexpr std::size_t kMaxLookahead = 10'000;
-
-  // `formats` must outlive the object.
+  // `formats` must outlive the object. `name` is the name of the file, for the log. `reference` is
+  // the present: dates without a year are close to it.
   TimestampParser(const TimestampFormats& formats, const PropertiesMap& settings,
                   const std::string& name, std::chrono::sys_seconds reference);
 
-  // Nothing when the line has no timestamp.
+  // Nothing if the line has no timestamp.
   std::optional<Timestamp> parse(std::string_view line);
 
  private:
-  using FormIndex = std::uint16_t;
+  using FormIndex = TimestampHistory::FormIndex;
 
   // The instant that fields name.
   struct Instant {
@@ -56,16 +57,16 @@ class TimestampParser {
     std::int32_t nanoseconds = 0;
     std::optional<OrderEvidence> evidence;
   };
-  // A piece of a line that has a form and names a possible instant.
+  // A piece of a line that matches a form and names an instant within the limits.
   struct Piece {
     FormIndex form = 0;
     std::size_t start = 0;  // bytes from the line's start
     std::size_t end = 0;
     Instant instant;
   };
-  // A piece that may have to be completed by another one.
+  // A piece that another one may complete: a date and a time.
   struct Part : Piece {
-    StampFields fields;
+    TimestampFields fields;
   };
   // A line and the part of it that is searched.
   struct Search {
@@ -75,7 +76,7 @@ class TimestampParser {
 
     std::string_view from(std::size_t offset) const { return line.substr(offset, end - offset); }
   };
-  // What stands apart in a line.
+  // The dates and times of a line that are not directly together.
   struct Parts {
     std::optional<Piece> epoch;
     std::vector<Part> dates;
@@ -84,55 +85,36 @@ class TimestampParser {
 
   bool match(const Regex& regex, std::string_view text);
   std::optional<Timestamp> parseFormat(const Search& search);
-  std::optional<Timestamp> findStamp(const Search& search);
+  std::optional<Timestamp> findTimestamp(const Search& search);
   std::optional<Timestamp> findApart(const Search& search);
 
-  std::optional<Piece> wholeAt(const Search& search, const StampPlace& place);
-  std::optional<Part> partAt(const Search& search, const StampPlace& place);
-  std::optional<Piece> matched(const Search& search, FormIndex form, const StampPlace& place);
+  std::optional<Piece> wholeAt(const Search& search, const TimestampPlace& place);
+  std::optional<Part> partAt(const Search& search, const TimestampPlace& place);
+  std::optional<Piece> matchForm(const Search& search, FormIndex form, const TimestampPlace& place);
   bool mayStandAt(const Search& search, FormIndex form, std::size_t offset) const;
   bool isFree(const Search& search, const Piece& piece) const;
   bool isDecoy(const Search& search, const Piece& piece) const;
   bool belongTogether(const Search& search, const Piece& time, const Piece& date) const;
   bool standsAlone(const Piece& piece) const { return formats_.forms()[piece.form].standsAlone; }
-  StampKind kindOf(const Piece& piece) const { return formats_.forms()[piece.form].kind; }
+  TimestampKind kindOf(const Piece& piece) const { return formats_.forms()[piece.form].kind; }
 
-  std::optional<Instant> instantOf(const StampFields& fields) const;
-  std::optional<Timestamp> taken(const Piece& piece, TimestampSpan date = {});
-  std::optional<Timestamp> taken(const Part& time, const Part& date);
-  std::optional<Timestamp> takenPair(const Search& search, const Parts& parts);
-  bool isPlausible(FormIndex form, std::chrono::sys_seconds time);
-  void countForm(FormIndex form);
-
-  void readPrefix(const PropertiesMap& settings);
-  void readFormat(const PropertiesMap& settings);
-  void readZone(const PropertiesMap& settings, std::string_view name);
+  std::optional<Instant> instantOf(const TimestampFields& fields) const;
+  std::optional<Timestamp> accept(const Piece& piece, TimestampSpan date = {});
+  std::optional<Timestamp> accept(const Part& time, const Part& date);
+  std::optional<Timestamp> acceptPair(const Search& search, const Parts& parts);
 
   const TimestampFormats& formats_;
-  TimeLimits limits_;
+  TimestampSettings settings_;
   DateReader dates_;
-  TimeZone zone_;
-  std::size_t lookahead_;
-  std::chrono::seconds mostAgo_;    // between a stamp and the one before
-  std::chrono::seconds mostHence_;  // likewise
-  std::optional<Regex> prefix_;
-  std::optional<Regex> format_;
-  MatchBudget budget_;  // of both
-  std::vector<FieldGroup> formatGroups_;
+  MatchBudget budget_;  // of TIME_PREFIX and TIME_FORMAT
+  TimestampHistory history_;
 
-  // What the lines before said.
-  std::optional<std::chrono::sys_seconds> previous_;
-  std::optional<FormIndex> lastForm_;     // tried first
-  std::vector<std::uint32_t> timesSeen_;  // by form; TIME_FORMAT is the last
-  std::uint32_t mostSeen_ = 0;
-
-  // What is found in one line; members for their memory.
+  // Results for one line. They are members so that their memory is reused.
   MatchResult match_;
-  StampFields fields_;  // of the form matched last
-  std::vector<StampPlace> partPlaces_;
-  bool countedRefusal_ = false;
-  bool sawImpossibleDate_ = false;   // no time of day is taken without its date
-  std::size_t impossibleUntil_ = 0;  // end of a whole stamp that cannot be; nor can its parts
+  TimestampFields fields_;  // of the form matched last
+  std::vector<TimestampPlace> partPlaces_;
+  bool sawImpossibleDate_ = false;   // then a time without a date is no timestamp
+  std::size_t impossibleUntil_ = 0;  // end of a whole, impossible timestamp; its parts do not count
 };
 
 }  // namespace sourcetype

@@ -1,5 +1,5 @@
-// Each conversion is read and checked here; the value itself is written by fmt, which goes by the
-// type of the argument and not by what the conversion claims it to be.
+// This file reads and checks each conversion; fmt writes the value. fmt uses the type of the
+// argument, not the type that the conversion claims.
 #include "util/format.h"
 
 #include <fmt/printf.h>
@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -16,10 +17,11 @@
 namespace sourcetype {
 namespace {
 
-// Fields wider and fractions longer than any message needs: their author mistyped.
+// Characters of a field, and digits of a fraction. No message needs more; a larger number is a
+// mistake.
 constexpr int kMaxFieldWidth = 1000;
 
-// Bounds how long a text gets by naming the same argument again and again.
+// A format could print the same long argument any number of times.
 constexpr int kMaxConversions = 100;
 
 [[noreturn]] void refuse(const char* reason) {
@@ -61,7 +63,7 @@ class Formatter {
     used_.resize(arguments_.size());
   }
 
-  // Throws fmt::format_error when format and arguments do not go together.
+  // Throws fmt::format_error when format and arguments do not fit.
   std::string format() {
     std::string result;
     for (int conversions = 0;; ++conversions) {
@@ -77,13 +79,13 @@ class Formatter {
   }
 
  private:
-  // One conversion, from after its "%" to its letter.
+  // Formats one conversion; its "%" is already consumed.
   std::string convert() {
     const auto position = acceptPosition();
     std::string field = "%";
     while (nextIsOneOf("-+ #0")) {
       const char flag = take();
-      if (field.find(flag) == std::string::npos) field += flag;  // fmt takes many 0s for a number
+      if (field.find(flag) == std::string::npos) field += flag;  // fmt reads several 0s as a number
     }
     if (const int width = acceptSize(); width != 0) {
       field += std::to_string(width);
@@ -128,7 +130,7 @@ class Formatter {
     }
   }
 
-  // Without a letter: decimal, by the argument's own sign.
+  // Without `letter`: decimal, signed or unsigned as the argument is.
   static std::string writeInteger(const std::string& field, std::optional<char> letter,
                                   const FormatArgument& argument) {
     if (const auto* number = std::get_if<unsigned long long>(&argument)) {
@@ -143,7 +145,7 @@ class Formatter {
     return std::get<long long>(argument);
   }
 
-  // The argument of a one-based position, or the one after the last that was taken in order.
+  // The argument at `position`, which counts from 1, or else the next one in order.
   const FormatArgument& argument(std::optional<int> position) {
     const std::size_t index = position ? static_cast<std::size_t>(*position) - 1 : next_++;
     if (index >= arguments_.size()) refuse("no such argument");
@@ -151,7 +153,7 @@ class Formatter {
     return *arguments_[index];
   }
 
-  // A width or precision, in the format or ("*") among the arguments; 0 when there is none.
+  // A width or precision: a number in the format, or "*" for the next argument. 0 without either.
   int acceptSize() {
     if (!accept('*')) return acceptNumber();
     const FormatArgument& size = argument(std::nullopt);
@@ -172,7 +174,7 @@ class Formatter {
     return position;
   }
 
-  // The digits that come next, 0 when there are none.
+  // The value of the digits that come next; 0 without digits.
   int acceptNumber() {
     int number = 0;
     const auto [end, error] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), number);

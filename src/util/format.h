@@ -1,5 +1,7 @@
-// printf-style formatting of texts that come from configuration at run time, without the C library:
-// a format that does not fit its arguments still gives something readable and harms nothing.
+// Formats texts from configuration at run time as printf would, but without the C library. A format
+// that does not fit its arguments does no harm; the result is still readable.
+//
+//   formatText("%s has %d lines", name, lines)
 #pragma once
 
 #include <array>
@@ -8,20 +10,19 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <type_traits>
 #include <variant>
 
 namespace sourcetype {
 
-// Text that is printed as it stands, newlines included: the print form of a PropertiesMap, say. In
-// any other text argument a control character (but a tab) is shown as \xHH, so that a file name
-// cannot forge a second log record.
+// Text that is printed unchanged, newlines included, such as a whole PropertiesMap. In every other
+// text argument a control character other than a tab is shown as \xHH, so that a file name cannot
+// forge a second log record.
 struct MultiLineText {
   std::string_view text;
 };
 
-// One argument, borrowed for the length of the call. A std::error_code is no argument of its own:
-// it says what "%m" stands for.
+// One argument, borrowed for the length of the call. A std::error_code is the value of "%m"; no
+// other conversion uses it.
 using FormatArgument = std::variant<std::string_view, MultiLineText, char, long long,
                                     unsigned long long, double, std::error_code>;
 
@@ -41,14 +42,15 @@ FormatArgument makeFormatArgument(const T& value) {
   }
 }
 
-// The text with its control characters (but tabs) shown as \xHH, which leaves one line.
+// `text` as one line: control characters other than tabs are shown as \xHH.
 std::string escapeControlCharacters(std::string_view text);
 
-// Formats `arguments` as printf would, length modifiers and "%2$s" included. "%s" takes any
-// argument; a number keeps its value whatever the modifier says. "%m" takes no argument: it is the
-// text of the first std::error_code among them, or of errno. Where a conversion does not fit its
-// argument, or the numbers of both differ, the result is the unformatted text followed by every
-// argument in brackets. What a format can do is bounded: see the limits in format.cpp.
+// Formats `arguments` as printf would, including length modifiers and "%2$s".
+// - "%s" accepts any argument. Length modifiers never change the value of a number.
+// - "%m" uses no argument: it is the text of the first std::error_code among them, or of errno.
+// - Where a conversion does not fit its argument, or there are more or fewer conversions than
+//   arguments, the result is the format itself, followed by every argument in brackets.
+// format.cpp has the limits of field widths and of the number of conversions.
 std::string formatText(std::string_view format, std::span<const FormatArgument> arguments);
 
 template <class... Args>

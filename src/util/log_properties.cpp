@@ -6,21 +6,17 @@
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 #include "util/format.h"
+#include "util/text.h"
 
 namespace sourcetype {
 namespace {
 
-// Bytes. A hundred times what ships; a larger file was named by mistake.
+// Bytes, a hundred times the file that ships. A larger file was named by mistake.
 constexpr std::size_t kMaxFileSize = std::size_t{256} << 10;
 
-enum class WhenMissing { Fail, Skip };
+constexpr std::string_view kBlanks = " \t\r";
 
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r";
-  const auto first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
-}
+enum class WhenMissing { Fail, Skip };
 
 std::string_view withoutPrefix(std::string_view key) {
   for (const std::string_view prefix : {"log4cpp.", "log4j."}) {
@@ -32,8 +28,7 @@ std::string_view withoutPrefix(std::string_view key) {
 std::string_view withoutComment(std::string_view value) {
   for (auto hash = value.find('#'); hash != std::string_view::npos;
        hash = value.find('#', hash + 1)) {
-    if (hash == 0 || value[hash - 1] == ' ' || value[hash - 1] == '\t')
-      return value.substr(0, hash);
+    if (hash == 0 || isBlank(value[hash - 1])) return value.substr(0, hash);
   }
   return value;
 }
@@ -65,16 +60,16 @@ void addSettings(LogProperties& settings, const std::filesystem::path& path,
   }
   for (int number = 1; !rest.empty(); ++number) {
     const auto end = rest.find('\n');
-    const auto line = trimmed(rest.substr(0, end));
+    const auto line = trim(rest.substr(0, end), kBlanks);
     rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
     if (line.empty() || line.starts_with('#')) continue;
     const auto equals = line.find('=');
-    const auto key = withoutPrefix(trimmed(line.substr(0, equals)));
+    const auto key = withoutPrefix(trim(line.substr(0, equals), kBlanks));
     if (equals == std::string_view::npos || key.empty()) {
       complaints.add(path, "line " + std::to_string(number) + " is not of the form key = value");
       continue;
     }
-    const auto value = trimmed(withoutComment(line.substr(equals + 1)));
+    const auto value = trim(withoutComment(line.substr(equals + 1)), kBlanks);
     settings.insert_or_assign(std::string(key),
                               LogSetting{.value = std::string(value), .file = path});
   }

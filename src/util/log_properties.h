@@ -1,10 +1,11 @@
-// The property file that configures logging: reading it, nothing of what its keys mean.
+// Reads the property file that configures logging. log_configuration.h says what its keys mean.
 //
-// A line is "key = value", blank, or a comment (its first character is "#"); " #" in a value begins
-// a comment too. Blanks around key and value do not count, nor does a "log4cpp." or "log4j." before
-// the key; of two lines with the same key the later one counts. "${NAME}" in a value stands for a
-// variable of the caller's, never for one of the environment, and what it gives is not looked at
-// again.
+// - A line is "key = value", blank, or a comment, which begins with "#". In a value " #" begins a
+//   comment, too.
+// - Blanks around key and value are dropped, and so is "log4cpp." or "log4j." before the key.
+// - Of two lines with the same key the later one counts.
+// - "${NAME}" in a value is replaced by a variable of the caller, never by one of the environment.
+//   The text of a variable is not searched for further variables.
 #pragma once
 
 #include <filesystem>
@@ -17,27 +18,27 @@ namespace sourcetype {
 
 struct LogSetting {
   std::string value;
-  std::filesystem::path file;  // that it stands in
+  std::filesystem::path file;  // that has the setting
 };
 
 using LogProperties = std::map<std::string, LogSetting, std::less<>>;
 
-// What is wrong with a logging configuration.
+// Collects the faults of a logging configuration.
 class LogComplaints {
  public:
   void add(const std::filesystem::path& file, std::string_view reason);
   bool empty() const { return text_.empty(); }
-  // "FILE: REASON." for each fault, with a newline after it. Reasons are one line each.
+  // A line "FILE: REASON." for each fault.
   const std::string& text() const { return text_; }
 
  private:
   std::string text_;
 };
 
-// The settings of `file`, with those of its "-local" sibling ("a.cfg": "a-local.cfg") laid over
-// them key by key where there is one. A file that cannot be read, or is larger than any
-// configuration, has no settings; lines of another form are skipped, and so are values that name an
-// unknown variable. All of these are complained of.
+// The settings of `file`. Settings of its optional "-local" sibling (of "a.cfg": "a-local.cfg")
+// replace those with the same key. Each of the following adds a complaint: a file that cannot be
+// read or is too large has no settings; a line of another form is skipped; a setting that names an
+// unknown variable is dropped.
 LogProperties readLogProperties(const std::filesystem::path& file,
                                 const std::map<std::string, std::string>& variables,
                                 LogComplaints& complaints);

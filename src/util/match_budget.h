@@ -1,4 +1,7 @@
-// How much searching for expressions that come from configuration may cost.
+// The steps that searches for expressions from configuration may spend.
+//
+//   MatchBudget budget(kMaxFileCost);
+//   regex.tryMatch(line, result, budget);  // spends steps; TooCostly once none are left
 #pragma once
 
 #include <algorithm>
@@ -7,18 +10,18 @@
 
 namespace sourcetype {
 
-// Steps that the stanza patterns and rules of configuration may spend on one file, about a second:
-// a hundred times what the shipped ones spend on a thousand lines of usual length.
+// Steps that stanza patterns and rules may spend on one file, about a second. The shipped ones need
+// a hundredth of it for a thousand lines of usual length.
 inline constexpr std::uint64_t kMaxFileCost = 1'000'000'000;
 
-// The cost of a search is counted in steps, never in time, so that the same file and configuration
-// give the same answer on every machine. One step is a character of the subject that the matcher
-// runs over (about 1 ns); trying an item of the expression costs several (see search_meter.h).
+// Searches are measured in steps, not in time, so that the same file and configuration have the
+// same result on every machine. Reading one character of the subject is one step (about 1 ns);
+// trying an item of the expression is several (see search_meter.h).
 class MatchBudget {
  public:
-  // Steps for compiling an expression, some 10 us and 0.2 us a byte. They are spent for each file,
-  // also where the run has compiled it before: what is said of a file does not depend on the files
-  // before it.
+  // Steps for compiling an expression: about 10 us, and 0.2 us a byte. Every file pays them, even
+  // when an earlier file of the run had the expression compiled, so that the result for a file does
+  // not depend on the files before it.
   static constexpr std::uint64_t compilingCost(std::size_t patternSize) {
     return 10'000 + 200 * std::uint64_t{patternSize};
   }

@@ -1,17 +1,21 @@
-// How many log records of one kind are worth writing.
+// Limits the log records of one kind.
+//
+//   if (limit.admit()) logWarn(...);
+//   ...
+//   if (limit.omitted() > 0) logWarn(kLog, "%d more", limit.omitted());
 #pragma once
 
 #include <cstddef>
 
 namespace sourcetype {
 
-// Counts the records of one kind about one object, such as a file. The first ones are written; of
-// the others only their number, in a last record.
+// Counts the records of one kind about one object, such as a file. The caller writes the first
+// kMaxRecords of them, and at the end one record with the number of the others.
 class RecordLimit {
  public:
   static constexpr std::size_t kMaxRecords = 20;
 
-  // Counts a record. True when it is to be written.
+  // Counts a record. Returns whether to write it.
   bool admit() { return ++count_ <= kMaxRecords; }
 
   // The records that were not written.

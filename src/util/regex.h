@@ -1,9 +1,15 @@
 // Regular expressions (PCRE2, 8-bit, UTF mode).
+//
+//   const Regex regex(pattern);  // throws RegexException
+//   if (MatchResult found; regex.match(line, found)) use(found.text(1, line));
+//
+// For expressions from configuration, spend a budget:
+//   if (regex.tryMatch(line, found, budget) == Regex::Answer::Match) ...
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -17,7 +23,7 @@
 
 namespace sourcetype {
 
-// A pattern that does not compile. The text is "Regex: " and the library's reason.
+// A pattern that does not compile. Its text is "Regex: " and the library's reason.
 class RegexException : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -25,24 +31,25 @@ class RegexException : public std::runtime_error {
 
 class LogCategory;
 
-// Tells at WARN that an expression from configuration does not compile. `error`: the text of its
-// RegexException; `stanza` and `key`: where it stands, the key empty for the name of a stanza.
+// Logs at WARN that an expression from configuration does not compile. `error` is the text of its
+// RegexException. `stanza` and `key` name the setting; `key` is empty if the expression is the name
+// of a stanza.
 void reportInvalidRegex(const LogCategory& category, std::string_view pattern,
                         std::string_view error, std::string_view stanza, std::string_view key);
 
-// Where the groups of one match stand in its subject: group 0 is the whole match.
+// The positions of the groups of one match in its subject. Group 0 is the whole match.
 class MatchResult {
  public:
-  // Groups of the expression, group 0 included, 341 at most; those that took no part are absent.
-  // 0 when there was no match.
+  // The number of groups of the expression, including group 0, at most 341; 0 if there was no
+  // match. A group that took no part in the match is absent.
   std::size_t groupCount() const { return offsets_.size() / 2; }
   bool has(std::size_t group) const { return group < groupCount() && start(group) != kAbsent; }
   // Byte offsets in the subject; need has(group).
   std::size_t start(std::size_t group) const { return offsets_[2 * group]; }
   std::size_t end(std::size_t group) const { return offsets_[2 * group + 1]; }
-  // Start and end of each group in turn, equal where a group is absent.
+  // Start and end of group 0, of group 1, and so on; both are equal for an absent group.
   std::span<const std::size_t> offsets() const { return offsets_; }
-  // The group's text, empty when absent. `subject` is what was matched.
+  // The group's text; empty if it is absent. `subject` is the subject of the match.
   std::string_view text(std::size_t group, std::string_view subject) const {
     return has(group) ? subject.substr(start(group), end(group) - start(group))
                       : std::string_view();
@@ -50,26 +57,23 @@ class MatchResult {
 
  private:
   friend class Regex;
-  static constexpr std::size_t kAbsent = ~std::size_t{0};  // as the library marks it
+  static constexpr std::size_t kAbsent = ~std::size_t{0};  // the library's value
 
-  std::vector<std::size_t> offsets_;  // start and end of each group
+  std::vector<std::size_t> offsets_;
 };
 
-// A compiled expression. Immutable: one object may be matched from several threads. Subjects may be
-// any bytes; an invalid UTF-8 sequence matches nothing. Every Unicode newline ends a line for "^",
-// "$" and ".", and "\R" matches each. Moving moves a pointer; an object that was moved from can
-// only be assigned to.
-//
-//   const Regex regex(pattern);                      // throws RegexException
-//   if (MatchResult found; regex.match(line, found)) use(found.text(1, line));
-//
-// A search that costs more than its limit (4 million steps and 64 a byte, see MatchBudget) is no
-// match. The steps do not depend on the machine, and the subject is always searched as a whole.
+// A compiled expression.
+// - Immutable: several threads may use one object. Moving moves a pointer; an object that was moved
+//   from can only be assigned to.
+// - A subject may be any bytes. Nothing matches an invalid UTF-8 sequence.
+// - Every Unicode newline ends a line for "^", "$" and "."; "\R" matches each of them.
+// - A search that needs more than 4 million steps, plus 64 for each byte, is no match (see
+//   MatchBudget). The number of steps does not depend on the machine. The subject is never cut.
 class Regex {
  public:
-  // Whether to compile to machine code, some three times as fast. Machine code is not metered, so
-  // this is for expressions of the program's own alone.
-  enum class Study { No, Yes };
+  // Machine code is about three times as fast as the interpreter, but its searches have no limit of
+  // steps. It is for expressions of the program itself, never for those of configuration.
+  enum class Compile { ForInterpreter, ToMachineCode };
   enum class Mode { Search = 0, Whole = 1, Partial = 2 };
 
   // Compile options; UTF mode is always on.
@@ -78,30 +82,31 @@ class Regex {
 
   // Throws RegexException.
   explicit Regex(std::string_view pattern, std::uint32_t options = kNoOptions,
-                 Study study = Study::No);
+                 Compile target = Compile::ForInterpreter);
   Regex(Regex&& other) noexcept;
   Regex& operator=(Regex&& other) noexcept;
   Regex(const Regex&) = delete;
   Regex& operator=(const Regex&) = delete;
   ~Regex();
 
-  // Search finds a match anywhere. Whole demands that the expression spans the subject, trying
-  // every alternative. Partial also takes a subject that ends inside a possible match, when there
-  // is no complete one: then only group 0 is there, from the start of that match to the subject's
-  // end.
+  // Search: a match anywhere in the subject.
+  // Whole: a match of the whole subject. Every alternative is tried.
+  // Partial: the same as Search. Without a match, the subject may also end inside a possible match;
+  // group 0 is then from the start of that match to the end of the subject, and the others are
+  // absent.
   bool match(std::string_view subject, Mode mode = Mode::Search) const;
   bool match(std::string_view subject, MatchResult& result, Mode mode = Mode::Search) const;
 
-  // The same at the cost of `budget`. TooCostly: the search reached its limit or the budget's end.
+  // The same, and spends `budget`. TooCostly: the search reached its limit, or the budget is spent.
   enum class Answer { NoMatch, Match, TooCostly };
   Answer tryMatch(std::string_view subject, MatchResult& result, MatchBudget& budget,
                   Mode mode = Mode::Search) const;
 
-  // The same as match(), and moves `subject` past the end of the match.
+  // The same as match(). Removes from `subject` everything up to the end of the match.
   bool consume(std::string_view& subject, MatchResult& result, Mode mode = Mode::Search) const;
 
-  // Start of the first match. `anchoredAtStart`: only one at offset 0 counts; `requireWhole`: only
-  // one as long as the subject.
+  // The start of the first match. `anchoredAtStart`: only a match at offset 0 counts.
+  // `requireWhole`: only a match of the whole subject counts.
   struct FindOptions {
     bool anchoredAtStart = false;
     bool requireWhole = false;
@@ -109,13 +114,13 @@ class Regex {
   std::optional<std::size_t> find(std::string_view subject, FindOptions options) const;
   std::optional<std::size_t> find(std::string_view subject) const { return find(subject, {}); }
 
-  // Capture groups without group 0.
+  // The number of capture groups, without group 0.
   std::size_t groupCount() const;
-  // The number of a named group, nothing when there is none of that name.
+  // The number of the group with a name; nothing if there is none.
   std::optional<std::size_t> groupNumber(std::string_view name) const;
-  // The numbers of all named groups, by name.
+  // The numbers of all named groups.
   const std::map<std::string, std::size_t, std::less<>>& groupNumbers() const;
-  // True when the library found that a match can only begin at offset 0.
+  // Whether a match can only begin at offset 0, as far as the library can tell.
   bool isAnchored() const;
   const std::string& pattern() const;
 
@@ -124,7 +129,7 @@ class Regex {
   std::unique_ptr<const Program> program_;
 };
 
-// Whether Regex(pattern) does not throw.
+// Whether `pattern` is a valid expression.
 bool compiles(std::string_view pattern);
 
 }  // namespace sourcetype

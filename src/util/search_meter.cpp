@@ -3,23 +3,24 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <utility>
 
 #include "util/text.h"
 
 namespace sourcetype {
 namespace {
 
-// Steps for trying an item: some 10 ns, ten times as long as running over a character.
+// Steps for trying an item: about 10 ns, ten times as long as reading a character.
 constexpr std::uint64_t kItemCost = 8;
 
-// A class with many ranges beyond ASCII is searched from its start for each character: a step for
-// so many bytes of its text.
+// The matcher searches a class with many ranges beyond ASCII from its start for each character: one
+// step for so many bytes of the class in the pattern.
 constexpr std::size_t kClassBytesPerStep = 64;
 
 constexpr std::uint32_t kUnknown = std::numeric_limits<std::uint32_t>::max();
 
-// The number of times that an item such as "\d{4,6}" has to match: the characters that it may have
-// read when it fails.
+// The number of times that an item such as "\d{4,6}" must match. It may have read that many
+// characters when it fails.
 std::uint32_t requiredRepeats(std::string_view item) {
   const auto brace = item.rfind('{');
   if (brace == std::string_view::npos) return 0;
@@ -28,7 +29,7 @@ std::uint32_t requiredRepeats(std::string_view item) {
   return number;
 }
 
-// "\1", "\g{1}", "\k<name>" and "(?P=name)" compare with a text of any length.
+// "\1", "\g{1}", "\k<name>" and "(?P=name)" compare the subject with a text of any length.
 bool isReference(std::string_view item) {
   if (item.starts_with("(?P=")) return true;
   if (item.size() < 2 || item[0] != '\\') return false;
@@ -87,7 +88,7 @@ SearchMeter::SearchMeter(pcre2_match_context& context, const ItemCosts& costs, s
       this);
 }
 
-// An expression may hold callouts of its own, also where nothing is metered.
+// A pattern may contain callouts of its own. Without a meter they must reach no callback.
 SearchMeter::~SearchMeter() {
   pcre2_set_callout(&context_, nullptr, nullptr);
 }

@@ -1,8 +1,8 @@
-// Measures what a search costs. Private to util/regex.cpp, which alone knows PCRE2 beside this.
+// Measures the steps of a search. Private to budgeted_search.cpp and regex.cpp.
 //
-// The library's own limit counts steps back, but no characters that a repeat such as "\w+" runs
-// over. An expression that is compiled with PCRE2_AUTO_CALLOUT reports every item that the matcher
-// comes to and the place in the subject, from which both can be counted.
+// The limit of PCRE2 counts only steps back, not the characters that a repeat such as "\w+" reads.
+// An expression that is compiled with PCRE2_AUTO_CALLOUT reports every item that the matcher tries
+// and the position in the subject. The meter counts both from these reports.
 #pragma once
 
 #define PCRE2_CODE_UNIT_WIDTH 8
@@ -15,29 +15,29 @@
 
 namespace sourcetype {
 
-// What the items of one expression cost beyond what the matcher reports.
+// The costs of items of one expression that the reports do not show.
 class ItemCosts {
  public:
   struct Item {
-    std::uint32_t ahead = 0;   // characters that it may read and then fail without a report
-    std::uint32_t back = 0;    // characters that it may step back likewise
-    std::uint32_t factor = 1;  // what reading one character costs
+    std::uint32_t ahead = 0;   // characters that it may read before it fails without a report
+    std::uint32_t back = 0;    // characters that it may go back before it fails without a report
+    std::uint32_t factor = 1;  // steps for reading one character
   };
 
   ItemCosts() = default;
   // `code` was compiled from `source` with PCRE2_AUTO_CALLOUT.
   ItemCosts(const pcre2_code& code, std::string_view source);
 
-  // The item at a byte of the source; null when its cost is nothing special, as that of most items.
+  // The item at a byte of the source. Null for an item without extra cost, as most are.
   const Item* find(std::size_t position) const {
     return position < items_.size() ? &items_[position] : nullptr;
   }
 
  private:
-  std::vector<Item> items_;  // by position; empty when no item has a special cost
+  std::vector<Item> items_;  // by position; empty when no item has extra costs
 };
 
-// Counts for the searches that are made with a context while the meter lives.
+// Counts the steps of all searches that use `context` while the meter exists.
 class SearchMeter {
  public:
   // `limit`: steps after which the search ends with PCRE2_ERROR_MATCHLIMIT.
@@ -46,7 +46,7 @@ class SearchMeter {
   SearchMeter& operator=(const SearchMeter&) = delete;
   ~SearchMeter();
 
-  // Adds what the search costs outside the items.
+  // Adds steps of the search that no item reports.
   void add(std::uint64_t steps) { spent_ += steps; }
 
   // Steps so far.

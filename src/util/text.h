@@ -1,9 +1,11 @@
-// Small helpers for ASCII inside byte strings; no locale is asked.
+// Helpers for ASCII in byte strings. They do not depend on the locale.
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace sourcetype {
 
@@ -27,8 +29,8 @@ constexpr bool isAsciiControl(char c) {
   return (c >= '\0' && c < ' ') || c == '\x7F';
 }
 
-// Bytes of the control character that `text` begins with: one of ASCII, or U+0080 to U+009F in
-// UTF-8, which some terminals obey as they obey ESC. 0 where it begins with none.
+// The length of the control character that `text` begins with, in bytes; 0 if it begins with none.
+// U+0080 to U+009F count, too: some terminals obey them as they obey ESC.
 constexpr std::size_t controlLength(std::string_view text) {
   if (text.empty()) return 0;
   if (isAsciiControl(text[0])) return 1;
@@ -61,7 +63,7 @@ constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
                             [](char x, char y) { return toAsciiLower(x) == toAsciiLower(y); });
 }
 
-// As "<", but quick where the texts differ in their first bytes, as neighbours in a sorted list do.
+// The same as "<", but faster for texts that differ in their first bytes.
 constexpr bool isBeforeInBytes(std::string_view a, std::string_view b) {
   const std::size_t common = std::min(a.size(), b.size());
   for (std::size_t i = 0; i < common; ++i) {
@@ -74,11 +76,31 @@ constexpr bool isBlank(char c) {
   return c == ' ' || c == '\t';
 }
 
-// Without the blanks and tabs at both ends. An empty result stands where the text did.
-constexpr std::string_view trimBlanks(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+// Whether `set` contains `c`.
+constexpr bool isOneOf(char c, std::string_view set) {
+  for (const char member : set) {
+    if (member == c) return true;
+  }
+  return false;
+}
+
+// `text` without the characters of `set` at both ends. An empty result points into `text`, too.
+constexpr std::string_view trim(std::string_view text, std::string_view set) {
+  while (!text.empty() && isOneOf(text.front(), set)) text.remove_prefix(1);
+  while (!text.empty() && isOneOf(text.back(), set)) text.remove_suffix(1);
   return text;
+}
+
+constexpr std::string_view trimBlanks(std::string_view text) {
+  return trim(text, " \t");
+}
+
+// The pieces of `text` between the characters of `separators`, in order, as views into `text`. At
+// least one piece; pieces may be empty.
+std::vector<std::string_view> split(std::string_view text, std::string_view separators);
+
+inline std::string inQuotes(std::string_view text) {
+  return '"' + std::string(text) + '"';
 }
 
 }  // namespace sourcetype

@@ -17,7 +17,8 @@ std::uint64_t loadWord(const char* at) {
   return word;
 }
 
-// The high bit of every byte that is 00 or 80-FF: adding 7F carries into it from any other value.
+// Sets the high bit of every byte that is 00 or 80-FF. For 01-7F, adding 7F sets the high bit; the
+// complement clears it.
 std::uint64_t markOthers(std::uint64_t word) {
   return (~((word & kLowBits) + kLowBits) | word) & kHighBits;
 }
@@ -30,8 +31,8 @@ std::size_t firstMarked(std::uint64_t marks) {
   }
 }
 
-// The second byte alone tells whether a sequence of three or four is overlong (after E0, F0), a
-// surrogate (ED) or past U+10FFFF (F4).
+// The second byte shows whether a sequence of three or four bytes is overlong (lead E0 or F0), a
+// surrogate (ED) or above U+10FFFF (F4).
 constexpr bool isThreeByteStart(unsigned char lead, unsigned char second) {
   const unsigned first = lead == 0xE0 ? 0xA0 : 0x80;
   const unsigned last = lead == 0xED ? 0x9F : 0xBF;
@@ -44,7 +45,7 @@ constexpr bool isFourByteStart(unsigned char lead, unsigned char second) {
   return second >= first && second <= last;
 }
 
-// Length of the valid multi-byte character that `text` starts with; 0 when there is none.
+// The length of the valid multi-byte character that `text` starts with, in bytes; 0 if none.
 std::size_t multiByteLength(std::string_view text) {
   const unsigned char lead = byteAt(text, 0);
   const std::size_t length = lengthByLead(lead);

@@ -24,19 +24,19 @@ constexpr bool isUtf8Continuation(unsigned char byte) {
   return (byte & 0xC0) == 0x80;
 }
 
-// Bytes that a sequence with this lead byte should have; 1 for a byte that is no lead.
+// The length that a lead byte promises for its sequence, in bytes; 1 for a byte that is no lead.
 constexpr std::size_t lengthByLead(unsigned char lead) {
   if (lead < 0xC2 || lead > 0xF4) return 1;
   if (lead < 0xE0) return 2;
   return lead < 0xF0 ? 3 : 4;
 }
 
-// A code point that may stand in UTF-8: no surrogate, and not past the last one.
+// Whether UTF-8 can encode `c`: it is no surrogate and not above kLastCodePoint.
 constexpr bool isScalarValue(char32_t c) {
   return c <= kLastCodePoint && !(c >= 0xD800 && c <= 0xDFFF);
 }
 
-// The character of a high surrogate and the low one behind it.
+// The character that a high and a low surrogate encode together.
 constexpr char32_t joinSurrogates(char32_t high, char32_t low) {
   return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
 }
@@ -44,13 +44,13 @@ constexpr char32_t joinSurrogates(char32_t high, char32_t low) {
 // Appends a scalar value as UTF-8.
 void appendUtf8(char32_t c, std::string& out);
 
-// How many bytes at the start of `text` are 01-7F: ASCII but for NUL.
+// The number of bytes at the start of `text` that are 01-7F: ASCII without NUL.
 std::size_t asciiRunLength(std::string_view text);
 
-// How many bytes at the start of `text` are whole valid characters other than NUL.
+// The number of bytes at the start of `text` that are whole, valid characters other than NUL.
 std::size_t validUtf8Length(std::string_view text);
 
-// The text with U+FFFD in the place of each byte that belongs to no character, and of NUL.
+// `text` with U+FFFD for each NUL and for each byte that is part of no valid character.
 std::string withInvalidUtf8Replaced(std::string_view text);
 
 }  // namespace sourcetype

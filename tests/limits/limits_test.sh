@@ -10,7 +10,7 @@ source=$(realpath "$1") build=$(realpath "$2")
 readonly source build
 readonly address_space=262144 # KiB
 readonly processor_time=20    # seconds
-readonly patience=300         # seconds, for a run that waits
+readonly max_wait=300         # seconds, for a run that waits
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
@@ -46,7 +46,7 @@ expect() {
   [ ! -x /usr/bin/time ] || meter=(/usr/bin/time -f %M -o "$work/peak")
   (
     ulimit -v $address_space -t $processor_time
-    TARNEL_HOME=$work/home timeout $patience "${meter[@]}" "$build/src/sourcetype" "$@"
+    TARNEL_HOME=$work/home timeout $max_wait "${meter[@]}" "$build/src/sourcetype" "$@"
   ) >"$work/out" 2>"$work/err" <"${input:-/dev/null}" || status=$?
   printf '%-56s %6.2f s' "$what" "$(since "$begin")"
   [ ! -s "$work/peak" ] || printf '%6d MB' $(($(tail -n 1 "$work/peak") / 1024))

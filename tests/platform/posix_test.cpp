@@ -304,7 +304,7 @@ TEST(LockFile, TellsWhichProcessHoldsItTooLong) {
 
 // All of them together keep it for twice as long as one may.
 TEST(LockFile, IsWaitedForAsLongAsItChangesHands) {
-  constexpr std::chrono::milliseconds kPatience{1500};
+  constexpr std::chrono::milliseconds kMaxWait{1500};
   constexpr std::chrono::milliseconds kHold{100};
   const TempTree tree;
   std::vector<pid_t> holders(30);
@@ -312,7 +312,7 @@ TEST(LockFile, IsWaitedForAsLongAsItChangesHands) {
     holder = ::fork();
     if (holder != 0) continue;
     try {
-      const FileLock held(tree.path("x.lock"), kPatience);
+      const FileLock held(tree.path("x.lock"), kMaxWait);
       std::this_thread::sleep_for(kHold);
     } catch (const std::system_error&) {
       ::_exit(1);

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/entry_point.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace {
 

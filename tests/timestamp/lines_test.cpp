@@ -8,8 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "timestamp/datetime_file.h"
+#include "timestamp/instant_text.h"
 #include "timestamp/timestamp_parser.h"
-#include "timestamp/timestamp_text.h"
 
 namespace sourcetype {
 namespace {
@@ -50,7 +51,7 @@ std::string shortInstant(std::string text) {
 }
 
 TEST(TimestampLines, AreReadAsTheTableSays) {
-  const auto formats = TimestampFormats::load(SOURCETYPE_ETC_DIR "/datetime.xml");
+  const auto formats = readDatetimeFile(SOURCETYPE_ETC_DIR "/datetime.xml");
   std::ifstream table(kFile);
   PropertiesMap settings;
   std::string line;

@@ -2,6 +2,7 @@
 // line is told by lines.txt.
 
 #include "timestamp/timestamp_parser.h"
+#include "timestamp/datetime_file.h"
 
 #include <gtest/gtest.h>
 
@@ -9,13 +10,13 @@
 #include <sstream>
 
 #include "support/table.h"
-#include "timestamp/timestamp_text.h"
+#include "timestamp/instant_text.h"
 
 namespace sourcetype {
 namespace {
 
 const TimestampFormats& formats() {
-  static const auto kFormats = TimestampFormats::load(SOURCETYPE_ETC_DIR "/datetime.xml");
+  static const auto kFormats = readDatetimeFile(SOURCETYPE_ETC_DIR "/datetime.xml");
   return kFormats;
 }
 

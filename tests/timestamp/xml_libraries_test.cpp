@@ -12,7 +12,7 @@
 
 #include "platform/path_form.h"
 #include "support/temp_tree.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype {
 namespace {

@@ -1,4 +1,4 @@
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +9,7 @@
 #include "support/system.h"
 #include "support/table.h"
 #include "support/temp_tree.h"
+#include "util/logging.h"
 
 namespace sourcetype {
 namespace {

@@ -14,7 +14,7 @@ namespace {
 
 using testing::repeated;
 using Mode = Regex::Mode;
-using Study = Regex::Study;
+using Compile = Regex::Compile;
 
 const std::string kLong = repeated("a", 20000) + "b";
 
@@ -31,8 +31,8 @@ TEST(Regex, MatchesTheSameInterpretedAndStudied) {
   const std::vector<std::string> modes{"search", "whole", "partial"};
   testing::forEachRow("util/matches.txt", 6, [&](const testing::Row& row) {
     const auto mode = static_cast<Mode>(std::ranges::find(modes, row[0]) - modes.begin());
-    for (const Study study : {Study::No, Study::Yes}) {
-      const Regex regex(row[1], Regex::kNoOptions, study);
+    for (const Compile compile : {Compile::ForInterpreter, Compile::ToMachineCode}) {
+      const Regex regex(row[1], Regex::kNoOptions, compile);
       MatchResult result;
       ASSERT_EQ(regex.match(row[2], result, mode), row.flag(3));
       ASSERT_EQ(result.has(0), row.flag(3));
@@ -170,8 +170,8 @@ TEST(Regex, ConsumeMovesPastTheMatchUpToTheEnd) {
 }
 
 TEST(Regex, FindObeysItsOptions) {
-  for (const Study study : {Study::No, Study::Yes}) {
-    const Regex regex("b+", Regex::kNoOptions, study);
+  for (const Compile compile : {Compile::ForInterpreter, Compile::ToMachineCode}) {
+    const Regex regex("b+", Regex::kNoOptions, compile);
     EXPECT_EQ(regex.find("abb"), 1U);
     EXPECT_EQ(regex.find("abb", {.anchoredAtStart = true}), std::nullopt);
     EXPECT_EQ(regex.find("bba", {.anchoredAtStart = true}), 0U);

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "conf/logical_lines.h"
+#include "util/text_keeper.h"
 
 namespace sourcetype {
 

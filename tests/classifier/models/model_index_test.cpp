@@ -11,11 +11,11 @@ Fingerprint fileOf(const char* word) {
   return {.words = {{word, 1.0F}}, .shapes = {{":", 1}}};
 }
 
-void add(ModelIndex& index, const char* sourcetype, const char* word,
+void add(ModelIndex& index, const char* sourcetype, const char* word, float weight = 1.0F,
          float maxDistance = kNoMaxDistance) {
   index.add({.sourcetype = sourcetype,
              .maxDistance = maxDistance,
-             .words = {{word, 1.0F}},
+             .words = {{word, weight}},
              .shapes = {":"}});
 }
 
@@ -34,17 +34,22 @@ TEST(ModelIndex, TakesTheFirstOfEqualModelsAlsoOfLaterOnes) {
   EXPECT_EQ(index.countModels("3"), 0U);
 }
 
-// Two models, so that a word of one of them has the factor ln 3 and an unknown one too;
-// (ln 3)^2 x (1^2 + 1^2) / 2 x 100000 = 120694.9.
+// Two models, so that a word of one of them has the factor ln 3 and an unknown one too:
+// (ln 3)^2 x (1^2 + 1^2) / 2 x 100000 = 120694.9, and with the weight 2 301737.2.
 TEST(ModelIndex, FindsNoModelThatIsFartherThanItsLimit) {
   for (const float limit : {120000.0F, 121000.0F}) {
     ModelIndex index;
-    add(index, "far", "error");
-    add(index, "limited", "other", limit);
+    add(index, "farther", "error", 2.0F, 1e7F);
+    add(index, "limited", "other", 1.0F, limit);
     const auto found = index.findClosestModel(fileOf("word"));
-    ASSERT_EQ(found.has_value(), limit > 120694.9F);
-    EXPECT_NEAR(found ? found->distance : 120694.9F, 120694.9F, 0.5F);
+    ASSERT_TRUE(found);
+    const bool isReached = limit > 120694.9F;
+    EXPECT_EQ(found->sourcetype, isReached ? "limited" : "farther");
+    EXPECT_NEAR(found->distance, isReached ? 120694.9F : 301737.2F, 0.5F);
   }
+  ModelIndex index;
+  add(index, "far", "error");
+  EXPECT_FALSE(index.findClosestModel(fileOf("word")));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "timestamp/timestamp_formats.h"
+#include "timestamp/datetime_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include "support/table.h"
 #include "support/temp_tree.h"
 #include "timestamp/timestamp_parser.h"
-#include "util/logging.h"
+#include "util/log_configuration.h"
 
 namespace sourcetype {
 namespace {
@@ -29,7 +29,7 @@ class DatetimeFile : public ::testing::Test {
   ~DatetimeFile() override { configureLogging("", {}); }
 
   bool findsDate(const std::string& document) const {
-    const auto formats = TimestampFormats::load(tree_.write("datetime.xml", document));
+    const auto formats = readDatetimeFile(tree_.write("datetime.xml", document));
     TimestampParser parser(formats, {}, "test", {});
     return parser.parse("1970-01-02").has_value();
   }
@@ -62,7 +62,7 @@ TEST_F(DatetimeFile, IsNotUsedWhenItIsNoSuchDocument) {
 }
 
 TEST_F(DatetimeFile, MayBeMissing) {
-  const auto formats = TimestampFormats::load(tree_.path("none.xml"));
+  const auto formats = readDatetimeFile(tree_.path("none.xml"));
   TimestampParser parser(formats, {}, "test", {});
   EXPECT_FALSE(parser.parse("1970-01-02 00:00:00"));
   EXPECT_FALSE(parser.parse("1970-01-02 00:00:00"));
@@ -83,8 +83,8 @@ TEST_F(DatetimeFile, PutsPartsIntoPartsUpToABound) {
 }
 
 TEST_F(DatetimeFile, ShipsWithoutFaults) {
-  const auto formats = TimestampFormats::load(SOURCETYPE_ETC_DIR "/datetime.xml");
-  for (const StampForm& form : formats.forms()) form.expression.get();
+  const auto formats = readDatetimeFile(SOURCETYPE_ETC_DIR "/datetime.xml");
+  for (const TimestampForm& form : formats.forms()) form.expression.get();
   EXPECT_EQ(log(), "");
 }
 

@@ -1,4 +1,4 @@
-#include "timestamp/timestamp_text.h"
+#include "timestamp/instant_text.h"
 
 #include <fmt/format.h>
 

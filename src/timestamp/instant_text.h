@@ -9,11 +9,11 @@
 
 namespace sourcetype {
 
-// In UTC.
+// The text is in UTC.
 std::string instantText(std::int64_t seconds, std::int32_t nanoseconds);
 
-// The inverse for whole seconds: a date, or date and time with T or a blank between, with Z, an
-// offset or nothing (UTC) behind. Nothing for any other text.
+// Reads a date, or a date and a time with "T" or a blank between them, then "Z", an offset or
+// nothing (UTC). Nothing for any other text.
 std::optional<std::chrono::sys_seconds> instantFromText(std::string_view text);
 
 }  // namespace sourcetype

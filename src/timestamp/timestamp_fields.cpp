@@ -1,4 +1,4 @@
-#include "timestamp/stamp_fields.h"
+#include "timestamp/timestamp_fields.h"
 
 #include <algorithm>
 
@@ -13,8 +13,8 @@ using std::chrono::minutes;
 using std::chrono::seconds;
 using std::chrono::sys_seconds;
 
-// By the numbers of StampField.
-constexpr std::array<std::string_view, kStampFields> kFieldNames{
+// In the order of TimestampField.
+constexpr std::array<std::string_view, kTimestampFields> kFieldNames{
     "year",     "month",  "day",  "shortyear", "first",     "middle",    "last",      "yearday",
     "isoweek",  "isoday", "hour", "minute",    "second",    "half",      "monthname", "weekday",
     "fraction", "millis", "zone", "seconds",   "millisecs", "microsecs", "nanosecs",
@@ -22,16 +22,16 @@ constexpr std::array<std::string_view, kStampFields> kFieldNames{
 
 constexpr std::size_t kNanosecondDigits = 9;
 
-// Digits of a field; more are no year, no day and no hour.
-constexpr std::size_t kMostFieldDigits = 4;
-// Any count of so many digits fits 64 bits. Nanoseconds since 1970 have 19, beginning with 1.
-constexpr std::size_t kMostEpochDigits = 19;
+// Digits of a field; none has more than a year.
+constexpr std::size_t kMaxFieldDigits = 4;
+// Digits of a count since 1970, as nanoseconds have. All such numbers fit in 64 bits.
+constexpr std::size_t kMaxEpochDigits = 19;
 
-// Digits, which blanks may pad; nothing for any other text, and for more than `most` digits.
+// The value of up to `maxDigits` digits, with blanks before them; nothing for any other text.
 template <class Number>
-std::optional<Number> parse(std::string_view digits, std::size_t most) {
+std::optional<Number> parse(std::string_view digits, std::size_t maxDigits) {
   while (digits.starts_with(' ')) digits.remove_prefix(1);
-  if (digits.empty() || digits.size() > most) return std::nullopt;
+  if (digits.empty() || digits.size() > maxDigits) return std::nullopt;
   Number value = 0;
   for (const char digit : digits) {
     if (!isAsciiDigit(digit)) return std::nullopt;
@@ -40,7 +40,7 @@ std::optional<Number> parse(std::string_view digits, std::size_t most) {
   return value;
 }
 
-// Digits behind a decimal sign; those behind the ninth say nothing.
+// The value of the digits after a decimal sign. Digits after the ninth are ignored.
 std::int32_t nanosecondsOf(std::string_view digits) {
   constexpr std::array<std::int32_t, kNanosecondDigits + 1> kUnits{
       1'000'000'000, 100'000'000, 10'000'000, 1'000'000, 100'000, 10'000, 1'000, 100, 10, 1};
@@ -50,9 +50,9 @@ std::int32_t nanosecondsOf(std::string_view digits) {
   return value * kUnits[digits.size()];
 }
 
-// A count of units of which `perSecond` are a second.
-bool readEpoch(std::string_view digits, std::uint32_t perSecond, StampFields& fields) {
-  const auto count = parse<std::uint64_t>(digits, kMostEpochDigits);
+// Reads a count of units since 1970. A second has `perSecond` units.
+bool readEpoch(std::string_view digits, std::uint32_t perSecond, TimestampFields& fields) {
+  const auto count = parse<std::uint64_t>(digits, kMaxEpochDigits);
   if (!count) return false;
   fields.epoch = sys_seconds(seconds(static_cast<std::int64_t>(*count / perSecond)));
   if (perSecond > 1) {
@@ -62,48 +62,48 @@ bool readEpoch(std::string_view digits, std::uint32_t perSecond, StampFields& fi
   return true;
 }
 
-bool readNumber(std::string_view digits, StampField field, StampFields& fields) {
+bool readNumber(std::string_view digits, TimestampField field, TimestampFields& fields) {
   if (digits.size() == 2 && isAsciiDigit(digits[0]) && isAsciiDigit(digits[1])) {
     fields.set(field, (digits[0] - '0') * 10 + (digits[1] - '0'));
     return true;
   }
-  const auto value = parse<int>(digits, kMostFieldDigits);
+  const auto value = parse<int>(digits, kMaxFieldDigits);
   if (!value) return false;
   fields.set(field, *value);
   return true;
 }
 
-// Every field but the zone; false when the text cannot be one.
-bool readField(std::string_view text, StampField field, const CalendarNames& names,
-               StampFields& fields) {
-  if (field <= StampField::Second) return readNumber(text, field, fields);
+// Reads any field except the zone. False if the text is not a value of the field.
+bool readField(std::string_view text, TimestampField field, const CalendarNames& names,
+               TimestampFields& fields) {
+  if (field <= TimestampField::Second) return readNumber(text, field, fields);
   switch (field) {
-    case StampField::MonthName: {
+    case TimestampField::MonthName: {
       const int month = names.meaningOf(text).month;
-      if (month != 0) fields.set(StampField::Month, month);
+      if (month != 0) fields.set(TimestampField::Month, month);
       return month != 0;
     }
-    case StampField::Weekday:
+    case TimestampField::Weekday:
       return names.meaningOf(text).weekday;
-    case StampField::Half:
+    case TimestampField::Half:
       fields.set(field, toAsciiLower(text.front()) == 'p' ? 1 : 0);
       return true;
-    case StampField::Fraction:
+    case TimestampField::Fraction:
       fields.nanoseconds = nanosecondsOf(text);
       return true;
-    case StampField::Millis: {
+    case TimestampField::Millis: {
       const auto value = parse<int>(text, 3);
       if (!value) return false;
       fields.nanoseconds = *value * 1'000'000;
       return true;
     }
-    case StampField::Seconds:
+    case TimestampField::Seconds:
       return readEpoch(text, 1, fields);
-    case StampField::Millisecs:
+    case TimestampField::Millisecs:
       return readEpoch(text, 1'000, fields);
-    case StampField::Microsecs:
+    case TimestampField::Microsecs:
       return readEpoch(text, 1'000'000, fields);
-    case StampField::Nanosecs:
+    case TimestampField::Nanosecs:
       return readEpoch(text, 1'000'000'000, fields);
     default:
       return false;
@@ -112,29 +112,29 @@ bool readField(std::string_view text, StampField field, const CalendarNames& nam
 
 }  // namespace
 
-std::optional<StampField> stampFieldNamed(std::string_view group) {
+std::optional<TimestampField> timestampFieldNamed(std::string_view group) {
   const auto mark = group.find('_');
   const auto name = group.substr(0, mark);
-  if (mark != std::string_view::npos && !parse<int>(group.substr(mark + 1), kMostFieldDigits)) {
+  if (mark != std::string_view::npos && !parse<int>(group.substr(mark + 1), kMaxFieldDigits)) {
     return std::nullopt;
   }
   const auto found = std::ranges::find(kFieldNames, name);
   if (found == kFieldNames.end()) return std::nullopt;
-  return static_cast<StampField>(found - kFieldNames.begin());
+  return static_cast<TimestampField>(found - kFieldNames.begin());
 }
 
-bool StampFields::hasDate() const {
-  return epoch || has(StampField::Day) || has(StampField::First) || has(StampField::YearDay) ||
-         has(StampField::IsoWeek);
+bool TimestampFields::hasDate() const {
+  return epoch || has(TimestampField::Day) || has(TimestampField::First) ||
+         has(TimestampField::YearDay) || has(TimestampField::IsoWeek);
 }
 
-std::optional<seconds> StampFields::timeOfDay() const {
-  int hour = std::max(get(StampField::Hour), 0);
-  const int half = get(StampField::Half);
+std::optional<seconds> TimestampFields::timeOfDay() const {
+  int hour = std::max(get(TimestampField::Hour), 0);
+  const int half = get(TimestampField::Half);
   if (half >= 0 && hour == 12) hour = 0;
   if (half == 1 && hour < 12) hour += 12;
-  const int minute = std::max(get(StampField::Minute), 0);
-  const int second = std::max(get(StampField::Second), 0);
+  const int minute = std::max(get(TimestampField::Minute), 0);
+  const int second = std::max(get(TimestampField::Second), 0);
   if (hour > 23 || minute > 59 || second > 60) return std::nullopt;
   return hours(hour) + minutes(minute) + seconds(second);
 }
@@ -142,7 +142,7 @@ std::optional<seconds> StampFields::timeOfDay() const {
 std::optional<std::size_t> readFields(const MatchResult& match, std::string_view subject,
                                       const std::vector<FieldGroup>& groups,
                                       const CalendarNames& names, const TimeZones& zones,
-                                      StampFields& fields) {
+                                      TimestampFields& fields) {
   fields.clear();
   const auto offsets = match.offsets();
   for (const auto& [group, field] : groups) {
@@ -152,15 +152,15 @@ std::optional<std::size_t> readFields(const MatchResult& match, std::string_view
     const std::size_t end = offsets[at + 1];
     if (start == end) continue;  // absent as well
     const std::string_view text(subject.data() + start, end - start);
-    if (field == StampField::Zone) {
+    if (field == TimestampField::Zone) {
       if (const auto zone = zones.find(text)) {
-        if (!fields.zone) fields.zone = zone;  // a name may stand behind an offset
+        if (!fields.zone) fields.zone = zone;  // a name may follow an offset
         continue;
       }
       return start > 0 && subject[start - 1] == ' ' ? start - 1 : start;
     }
     if (!readField(text, field, names, fields)) return std::nullopt;
-    if (field == StampField::First && end < subject.size()) {
+    if (field == TimestampField::First && end < subject.size()) {
       fields.separator = subject[end];
     }
   }
