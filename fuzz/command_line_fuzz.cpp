@@ -3,8 +3,6 @@
 //
 // Words and lists name files of the working directory only: an input with a "/" in them is not
 // tried. Neither is the mode "leaks", which repeats one classification without end.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 
@@ -217,7 +215,7 @@ void run(std::string_view input) {
     text += log;
   }
   tree().write("work/here/a.log", text);
-  require(chdir((tree().root() / "work/here").c_str()) == 0, "the directory is the target's own");
+  std::filesystem::current_path(tree().root() / "work/here");
 
   const auto propsBefore = stanzasOf("props");
   const auto modelsBefore = stanzasOf("sourcetypes");

@@ -62,6 +62,9 @@ void checkWrite(std::string_view stanza, const PropertiesMap& settings, const Wr
 std::vector<std::string> seeds() {
   return {joined({"[a]\nk=1\n", "[a]\nk=2\nl=3\n", "[default]\nd=4\n", "a", "k", "5", "d", "4"}),
           joined({"", "", "", "new", "key", "two\nlines", "back\\", "slash\\"}),
+          // What a reader would take for a comment, a header or the end of a key or line.
+          joined({"", "", "", "s", "\r#x", "v", "\r[y", "w\r", "a\r=b", "\r", "[d", "\n\n", "e\nf",
+                  ";\r", "g", "[default]\r\nk=1", "\\", "="}),
           joined({"[a]\nk=\\\n", "x\\", "[a", "a]=b", "#", "[", " k", "v "})};
 }
 

@@ -3,8 +3,6 @@
 //
 // Nothing may be written outside that directory, nor sent: an input that names another place, or
 // syslog, is not tried.
-#include <unistd.h>
-
 #include <algorithm>
 #include <iostream>
 #include <optional>
@@ -33,7 +31,8 @@ void prepareOnce() {
   static const bool kPrepared = [] {
     std::cout.rdbuf(console().rdbuf());
     std::cerr.rdbuf(console().rdbuf());
-    return chdir(tree().root().c_str()) == 0;
+    std::filesystem::current_path(tree().root());
+    return true;
   }();
   require(kPrepared, "the working directory is the target's own");
 }

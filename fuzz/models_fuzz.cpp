@@ -8,8 +8,8 @@
 #include "classifier/models/model_index.h"
 #include "conf/conf_file.h"
 #include "conf/stanza_kinds.h"
+#include "plain_distance.h"
 #include "support.h"
-#include "support/plain_distance.h"
 #include "util/text.h"
 
 namespace sourcetype::fuzzing {

@@ -140,6 +140,10 @@ void run(std::string_view input) {
     const auto whole = convert(charset, bytes, "");
     require(convert(charset, bytes, "\x01") == whole, "pieces of a byte make no difference");
     require(convert(charset, bytes, sizes) == whole, "how bytes are cut makes no difference");
+    if (convert(charset, "\nEND\n", "").text == "\nEND\n") {
+      const auto text = convert(charset, std::string(bytes) + "\n\nEND\n", "").text;
+      require(text.ends_with("\nEND\n"), "a line after damage is a line");
+    }
     if (normaliseCharsetName(charset) == "utf8") {
       require(whole == convertUtf8Slowly(bytes), "UTF-8 is what the standard says");
     }

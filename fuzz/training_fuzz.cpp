@@ -3,8 +3,6 @@
 // hundred lines. The directory "d" stands for a listed file that cannot be read.
 //
 // The list names files of the working directory only: one with a "/" in it is not tried.
-#include <unistd.h>
-
 #include <algorithm>
 #include <set>
 
@@ -141,7 +139,7 @@ void run(std::string_view input) {
     if (++number > kMaxFiles) break;
     tree().write("work/" + std::to_string(number) + ".log", longEnough(text));
   }
-  require(chdir((tree().root() / "work").c_str()) == 0, "the directory is the target's own");
+  std::filesystem::current_path(tree().root() / "work");
 
   const List list = listIn(training);
   const auto before = learnedIn(std::string(kLearned));

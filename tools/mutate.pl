@@ -1,12 +1,14 @@
 #!/usr/bin/env perl
-# Plants the faults of a table one at a time and tells which of them no test sees.
+# Plants the faults of a table one at a time and tells which tests see each: "units", "program",
+# "properties" (which are tried when the others pass), or "NONE".
 #
 #   tools/mutate.pl BUILD-DIRECTORY [TABLE [PATTERN]]
 #
 # TABLE is tests/mutation/mutants.txt (its head says how it is written); PATTERN chooses faults. The
-# build directory is of this tree; the tests of units and of the executable are run, and those of ctest
-# that the table names. A file that a fault is planted in is restored also when the run is interrupted.
-# Ends with 1 when a fault without a reason survived.
+# build directory is of this tree. The tests of units are run, those beside the file first, then the
+# tests of the program, and then those of ctest that the table names, or the properties where it names
+# none. A file that a fault is planted in is restored also when the run is interrupted. Ends with 1 when
+# a fault without a reason survived.
 use strict;
 use warnings;
 $| = 1;
@@ -28,9 +30,11 @@ sub content {
 }
 
 # Whether a command ends with 0; what it prints goes to the log.
-sub passes { return system("timeout $kTimeLimit $_[0] >>$build/mutate.log 2>&1") == 0 }
+sub succeeds { return system("$_[0] >>$build/mutate.log 2>&1") == 0 }
+sub passes { return succeeds("timeout $kTimeLimit $_[0]") }
+sub builds { return succeeds("cmake --build $build --target @_") }
 
-# A filter for the tests of units that stand beside the file: most faults fail one of them.
+# A filter for the tests of units that are beside the file: most faults fail one of them.
 sub own_tests {
   my ($file) = @_;
   my $tests = $file =~ s,^src/,tests/,r =~ s,\.\w+$,_test.cpp,r;
@@ -38,18 +42,19 @@ sub own_tests {
   return join ':', map {"*$_.*"} content($tests) =~ /^TEST(?:_[FP])?\((\w+)/mg;
 }
 
-sub is_built { return passes("cmake --build $build --target @_") }
-
-sub outcome {
+# What sees the fault that is planted now.
+sub seen_by {
   my ($mutant) = @_;
   my $units    = "$build/tests/sourcetype_tests --gtest_brief=1 --gtest_fail_fast";
   my $program  = "$build/tests/sourcetype_cli_tests --gtest_brief=1 --gtest_fail_fast";
-  return 'does not compile' unless is_built('sourcetype_tests');
-  return 'killed' unless passes("$units --gtest_filter='" . own_tests($mutant->{file}) . "'") && passes($units);
-  return 'does not compile' unless is_built('sourcetype_cli_tests', 'timestamps');
-  return 'killed' unless passes($program);
+  return 'DOES NOT COMPILE' unless builds('sourcetype_tests');
+  return 'units' unless passes("$units --gtest_filter='" . own_tests($mutant->{file}) . "'") && passes($units);
+  return 'DOES NOT COMPILE' unless builds('sourcetype_cli_tests timestamps');
+  return 'program' unless passes($program);
   my $more = $mutant->{more};
-  return !$more || passes("ctest --test-dir $build -R '$more'") ? 'SURVIVED' : 'killed';
+  return passes("ctest --test-dir $build -R '$more' -j2") ? 'NONE' : 'others' if $more;
+  return 'DOES NOT COMPILE' unless builds('fuzz_targets');
+  return passes("ctest --test-dir $build -R '^Property' -j2") ? 'NONE' : 'properties';
 }
 
 my @mutants;
@@ -76,14 +81,14 @@ for my $mutant (@mutants) {
   }
   ($changed, $original) = ($mutant->{file}, $text);
   content($changed, $text =~ s/\Q$mutant->{from}\E/$mutant->{to}/r);
-  my $outcome = outcome($mutant);
+  my $seen = seen_by($mutant);
   restore();
   ++$planted;
-  my $reason = $mutant->{reason};
-  print "$outcome  $mutant->{line}", defined $reason ? "  ($reason)" : '', "\n";
-  ++$killed if $outcome eq 'killed';
-  ++$bad    if $outcome ne 'killed' && !defined $reason;
+  my $survived = $seen =~ /^[A-Z]/;
+  my $reason = $survived ? $mutant->{reason} : undef;
+  printf "%-10s  %s%s\n", $seen, $mutant->{line}, defined $reason ? "  ($reason)" : '';
+  ++$bad if $survived && !defined $reason;
 }
-is_built('sourcetype_tests', 'sourcetype_cli_tests', 'timestamps');
-print "$planted planted, $killed killed, $bad without an explanation\n";
+builds('sourcetype_tests sourcetype_cli_tests timestamps fuzz_targets');
+print "$planted planted, $bad without an explanation\n";
 exit($bad ? 1 : 0);

@@ -6,12 +6,15 @@
 
 #include "classifier/header_fields.h"
 #include "classifier/statistics.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
 namespace {
 
+using sourcetype::testing::forEachRow;
 using sourcetype::testing::repeated;
+using sourcetype::testing::Row;
 using sourcetype::testing::TempTree;
 using ::testing::ElementsAre;
 
@@ -38,44 +41,12 @@ TEST(Statistics, DescribeAList) {
   EXPECT_EQ(computeStatistics({}).mode, -9.99e99);
 }
 
-struct NamesCase {
-  const char* name;
-  std::string line;
-  std::vector<std::string> expected;
-};
-
-class FieldNamesTest : public ::testing::TestWithParam<NamesCase> {};
-
-TEST_P(FieldNamesTest, AreCleanAndUnique) {
-  EXPECT_EQ(nameFields(splitFields(GetParam().line, ',')), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Headers, FieldNamesTest,
-    ::testing::Values(NamesCase{"Trimmed", " a ,\"b\", \" c d \"\r", {"a", "b", "c d"}},
-                      NamesCase{"QuotedDelimiters", "\"a,b\",c", {"a,b", "c"}},
-                      NamesCase{"QuotesWithin", R"("a ""b"" c",d"e)", {"a _b_ c", "d_e"}},
-                      NamesCase{"ControlCharacters",
-                                std::string("a\x01\x7F"
-                                            "b\0c,\td\t",
-                                            10),
-                                {"a__b_c", "d"}},
-                      NamesCase{"Backslashes", R"(\\host\x,y\,\\)", {R"(\\host\x)", "y_", "__"}},
-                      NamesCase{"Brackets", "[a]=b#;,\xFF", {"[a]=b#;", "\xFF"}},
-                      NamesCase{"Empty", "a,,\"\" ,", {"a", "field_2", "field_3", "field_4"}},
-                      NamesCase{"Repeated", "a,a,b,a,A", {"a", "a_2", "b", "a_3", "A"}},
-                      NamesCase{"RepeatedBesideNumbered",
-                                "a,a,a_2,a_2,",
-                                {"a", "a_3", "a_2", "a_2_2", "field_5"}},
-                      NamesCase{"EmptyBesideNumbered", "field_2,", {"field_2", "field_2_2"}}),
-    [](const auto& test) { return test.param.name; });
-
-TEST(FieldNames, OfTenThousandBytesAreAllDifferent) {
-  for (const auto& line : {repeated("a,", 5000), repeated(",", 10000)}) {
-    auto names = nameFields(splitFields(line, ','));
-    std::ranges::sort(names);
-    EXPECT_EQ(std::ranges::adjacent_find(names), names.end());
-  }
+TEST(FieldNames, AreCleanAndUnique) {
+  forEachRow("classifier/field_names.txt", 3, [](const Row& row) {
+    std::string names;
+    for (const auto& name : nameFields(splitFields(row[1], ','))) names += name + "\n";
+    EXPECT_EQ(names, row[2] + "\n");
+  });
 }
 
 // A configuration tree and the header detection in it.
@@ -102,43 +73,15 @@ class Tree : public TempTree {
   }
 };
 
-struct HeaderCase {
-  const char* name;
-  std::string text;
-  const char* transform;
-};
-
-class HeaderTest : public ::testing::TestWithParam<HeaderCase> {};
-
-TEST_P(HeaderTest, IsFoundInDelimitedLines) {
-  const Tree tree;
-  tree.detect(GetParam().text, "t");
-  EXPECT_EQ(tree.readIfThere("transforms.conf"), GetParam().transform);
-}
-
 constexpr const char* kAb = "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"a\", \"b\"\n";
 
-INSTANTIATE_TEST_SUITE_P(
-    Files, HeaderTest,
-    ::testing::Values(
-        HeaderCase{"Comma", "a,b\n1,2\n3,4\n", kAb},
-        HeaderCase{"CommaBeforeTab", "a,b\tc\n1,2\t3\n",
-                   "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"a\", \"b_c\"\n"},
-        HeaderCase{"Tab", "a\tb\n1\t2\n",
-                   "[AutoHeader-1]\nDELIMS = \"\\t\"\nFIELDS = \"a\", \"b\"\n"},
-        HeaderCase{"Semicolon", "a;b;c\n1,5;2;3\n1;2;3,5\n",
-                   "[AutoHeader-1]\nDELIMS = \";\"\nFIELDS = \"a\", \"b\", \"c\"\n"},
-        HeaderCase{"NoDelimiter", "a b\n1 2\n", ""}, HeaderCase{"BlankLinesAlone", " \n\t\n", ""},
-        HeaderCase{"TitleBeforeTheHeader", "Report\n \na,b\n" + repeated("1,2\n", 20), kAb},
-        HeaderCase{"TenthLine", repeated("x\n \n", 9) + "a,b\n" + repeated("1,2\n", 99), kAb},
-        HeaderCase{"EleventhLine", repeated("x\n", 10) + "a,b\n" + repeated("1,2\n", 99), ""},
-        // Two of three lines have the mode 1: fraction .667, deviation .577, mean 1.333, variation
-        // .433. With a line of 4: deviation 1.732, mean 2, variation .866.
-        HeaderCase{"EvenEnough", "a,b\n1,2\n1,2,3\n", kAb},
-        HeaderCase{"TooUneven", "a,b\n1,2\n1,2,3,4,5\n", ""},
-        // 683 of a thousand lines have the mode: variation .682, score .5004. Of one more, .4999.
-        HeaderCase{"AThousandLines", "a,b\n" + repeated("1,2\n", 682) + repeated("x\n", 318), kAb}),
-    [](const auto& test) { return test.param.name; });
+TEST(Header, IsFoundInDelimitedLines) {
+  forEachRow("classifier/headers.txt", 3, [](const Row& row) {
+    const Tree tree;
+    tree.detect(row[1], "t");
+    EXPECT_EQ(tree.readIfThere("transforms.conf"), row[2]);
+  });
+}
 
 TEST(Header, GoesByTheLimits) {
   const Tree tree;
@@ -149,37 +92,6 @@ TEST(Header, GoesByTheLimits) {
   EXPECT_EQ(tree.readIfThere("transforms.conf"), "");
   tree.detect(text, "t", {.maxLines = 2, .threshold = 0.99});
   EXPECT_EQ(tree.readIfThere("transforms.conf"), kAb);
-}
-
-TEST(HeaderTransform, IsLinkedToTheSourcetype) {
-  const Tree tree;
-  tree.write("system/default/props.conf", "[default]\nKV_MODE = auto\n");
-  const auto result = tree.detect("a,b\n1,2\n", "t");
-  EXPECT_EQ(result,
-            (PropertiesMap{
-                {"KV_MODE", "none"}, {"REPORT-AutoHeader", "AutoHeader-1"}, {"sourcetype", "t"}}));
-  const auto props = tree.readIfThere("props.conf");
-  EXPECT_EQ(props, "[t]\nKV_MODE = none\nREPORT-AutoHeader = AutoHeader-1\n");
-  EXPECT_EQ(tree.detect("a,b\n5,6\n", "t"), result);
-  EXPECT_EQ(tree.readIfThere("props.conf"), props);
-}
-
-TEST(HeaderTransform, OfOtherColumnsGetsASourcetypeOfItsOwnOnce) {
-  const Tree tree;
-  tree.write("system/local/props.conf",
-             "[t]\nSHOULD_LINEMERGE = False\nREPORT-x = regex\nREPORT-y = mine\n");
-  tree.write("system/local/transforms.conf", "[regex]\nREGEX = x\n[mine]\nFIELDS = a\n");
-  const auto other = tree.detect("a,b\n1,2\n", "t");
-  EXPECT_EQ(other, (PropertiesMap{{"KV_MODE", "none"},
-                                  {"REPORT-AutoHeader", "AutoHeader-1"},
-                                  {"REPORT-x", "regex"},
-                                  {"SHOULD_LINEMERGE", "False"},
-                                  {"is_valid", "True"},
-                                  {"sourcetype", "t-2"}}));
-  EXPECT_EQ(tree.detect("a,b\n3,4\n", "t"), other);
-  EXPECT_EQ(tree.detect("c,d\n3,4\n", "t").get("sourcetype"), "t-3");
-  EXPECT_EQ(tree.detect("a,b\n3,4\n", "t"), other);
-  EXPECT_EQ(tree.detect("c,d\n3,4\n", "t").get("REPORT-AutoHeader"), "AutoHeader-2");
 }
 
 TEST(HeaderTransform, IsDecidedAgainWhenAnotherProcessWasFaster) {
@@ -197,16 +109,6 @@ TEST(HeaderTransform, IsDecidedAgainWhenAnotherProcessWasFaster) {
   }
 }
 
-TEST(HeaderTransform, IsLinkedBesideTransformsWithoutColumns) {
-  const Tree tree;
-  tree.write("system/local/props.conf", "[t]\nREPORT-AutoHeader = gone, regex\nREPORT-x = regex\n");
-  tree.write("system/local/transforms.conf", "[regex]\nREGEX = x\n");
-  const auto result = tree.detect("a,b\n1,2\n", "t");
-  EXPECT_EQ(result.get("sourcetype"), "t");
-  EXPECT_EQ(result.get("REPORT-AutoHeader"), "regex, AutoHeader-1");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "t"), result);
-}
-
 TEST(HeaderTransform, BringsFilesOfANumberedNameBackTogether) {
   const Tree tree;
   EXPECT_EQ(tree.detect("a,b\n1,2\n", "csv").get("sourcetype"), "csv");
@@ -216,32 +118,6 @@ TEST(HeaderTransform, BringsFilesOfANumberedNameBackTogether) {
     EXPECT_EQ(tree.detect("c,d\n1,2\n", sourcetype).get("sourcetype"), "csv-2");
   }
   EXPECT_EQ(tree.detect("a,b\n1,2\n", "mine").get("sourcetype"), "mine");
-}
-
-TEST(HeaderTransform, ReusesAnIdenticalStanza) {
-  const Tree tree;
-  tree.write("system/default/transforms.conf",
-             "[default]\nDELIMS = \",\"\nFIELDS = \"a\", \"b\"\n[a, b]\n[near]\nFIELDS = \"a\"\n"
-             "[mine]\nKEEP = 1\nFIELDS = \"a\", \"b\"\nDELIMS = \",\"\n");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "t").get("REPORT-AutoHeader"), "mine");
-  EXPECT_EQ(tree.readIfThere("transforms.conf"), "");
-  EXPECT_EQ(tree.detect("a,c\n1,2\n", "u").get("REPORT-AutoHeader"), "AutoHeader-1");
-  EXPECT_EQ(tree.detect("a,c\n1,2\n", "u").get("REPORT-AutoHeader"), "AutoHeader-1");
-}
-
-TEST(HeaderTransform, NeverChangesWhatOtherFilesShare) {
-  const Tree tree;
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "too_small").get("sourcetype"), "too_small-1");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "too_small").get("sourcetype"), "too_small-1");
-  for (const char* name : {"", "default", "rule::x"}) {
-    EXPECT_EQ(tree.detect("c,d\n1,2\n", name).get("REPORT-AutoHeader"), "") << name;
-  }
-}
-
-TEST(HeaderTransform, ThatCannotBeWrittenChangesNothing) {
-  const Tree tree;
-  tree.write("system/local/props.conf/directory", "");
-  EXPECT_EQ(tree.detect("a,b\n1,2\n", "t"), (PropertiesMap{{"sourcetype", "t"}}));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -10,61 +11,24 @@ namespace {
 using sourcetype::testing::repeated;
 using sourcetype::testing::TempTree;
 
-// Returns the sourcetype that the rules of a props.conf find for a text.
-std::string found(const std::string& props, const std::string& text,
-                  RuleTiming timing = RuleTiming::BeforeModels) {
+// The rule that props.conf gives a text.
+std::string found(const std::string& props, const std::string& text) {
   const TempTree tree;
   tree.write("system/local/props.conf", props);
   ConfStore store(tree.root());
   MatchBudget budget(kMaxFileCost);
   return Rules(store)
-      .findRuleSourcetype(readSampleText(text, {}, "text"), timing, budget)
+      .findRuleSourcetype(readSampleText(text, {}, "text"), RuleTiming::BeforeModels, budget)
       .value_or("(none)");
 }
 
-struct TestCase {
-  const char* name;
-  const char* test;
-  bool passes;
-};
-
-// Ten lines, eight of which match "hit".
-class RuleTest : public ::testing::TestWithParam<TestCase> {};
-
-TEST_P(RuleTest, IsPassed) {
-  const auto props = std::string("[rule::r]\nsourcetype = t\n") + GetParam().test + "\n";
+TEST(Rule, IsPassedWhenAllItsTestsAre) {
   const auto text = repeated("a hit b\n", 8) + repeated("Hit\n", 2);
-  EXPECT_EQ(found(props, text), GetParam().passes ? "t" : "(none)");
+  testing::forEachRow("classifier/rule_tests.txt", 3, [&](const testing::Row& row) {
+    const auto props = "[rule::r]\nsourcetype = t\n" + row[1] + "\n";
+    EXPECT_EQ(found(props, text), row.flag(2) ? "t" : "(none)");
+  });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Keys, RuleTest,
-    ::testing::Values(TestCase{"AtLeastItself", "MORE_THAN_80 = hit", true},
-                      TestCase{"AtLeastOneMore", "MORE_THAN_81 = hit", false},
-                      TestCase{"AtMostItself", "LESS_THAN_80 = hit", true},
-                      TestCase{"AtMostOneLess", "LESS_THAN_79 = hit", false},
-                      TestCase{"PercentageIsTruncated", "LESS_THAN_79.9 = hit", false},
-                      TestCase{"TextBeforeTheUnderscore", "MORE_THAN1x_80 = hit", true},
-                      TestCase{"FirstUnderscoreCounts", "LESS_THAN_80_0 = hit", true},
-                      TestCase{"BothTests", "MORE_THAN1_80 = hit\nMORE_THAN2_80 = a", true},
-                      TestCase{"OneOfBothTests", "MORE_THAN1_80 = hit\nMORE_THAN2_81 = a", false},
-                      TestCase{"NoUnderscore", "MORE_THAN80 = hit", false},
-                      TestCase{"OtherKeysBeside",
-                               "MORE_THAN80 = miss\nfoo_1 = miss\nMORE_THAN_80 = hit", true},
-                      TestCase{"TooShort", "MORE_THAN_ = hit", false},
-                      TestCase{"TooShortLess", "LESS_THAN_ = x", false},
-                      TestCase{"NoNumberIsZero", "MORE_THAN_x = miss", true},
-                      TestCase{"NegativeAtLeast", "MORE_THAN_-1 = miss", true},
-                      TestCase{"NegativeAtMost", "LESS_THAN_-1 = miss", false},
-                      TestCase{"PlusSign", "MORE_THAN_+81 = hit", false},
-                      TestCase{"NumberBeyondInt", "LESS_THAN_99999999999999999999 = hit", true},
-                      TestCase{"LowerCase", "more_than_80 = hit", false},
-                      TestCase{"NoTest", "x = y", false},
-                      TestCase{"CaseSensitive", "MORE_THAN_81 = (?i)hit", true},
-                      TestCase{"UncompilableAtLeast", "MORE_THAN_1 = (hit", false},
-                      TestCase{"UncompilableAtLeastZero", "MORE_THAN_0 = (hit", true},
-                      TestCase{"UncompilableAtMost", "LESS_THAN_0 = (hit", true}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(Rules, LookAtTheFirstThousandLinesAlone) {
   const auto text = repeated("hit\n", 1000) + repeated("miss\n", 500);
@@ -88,19 +52,6 @@ TEST(Rules, AreNotTriedAnyMoreWhenTheirBudgetIsSpent) {
   EXPECT_EQ(Rules(store).findRuleSourcetype(readSampleText(repeated("y\n", 1000), {}, "text"),
                                             RuleTiming::BeforeModels, budget),
             std::nullopt);
-}
-
-TEST(Rules, FindNothingInAnEmptySample) {
-  EXPECT_EQ(found("[rule::r]\nsourcetype=t\nMORE_THAN_1=^\n", ""), "(none)");
-  EXPECT_EQ(found("[rule::r]\nsourcetype=t\nLESS_THAN_0=^\nMORE_THAN_0=^\n", ""), "t");
-}
-
-TEST(Rules, AreTriedInTheOrderOfTheirNames) {
-  const std::string props =
-      "[rule::syslog]\nsourcetype=S\nMORE_THAN_1=x\n[rule::access]\nsourcetype=A\nMORE_THAN_1=x\n"
-      "[rule::Never]\nsourcetype=N\nMORE_THAN_1=y\n[delayedrule::a]\nsourcetype=D\nMORE_THAN_1=x\n";
-  EXPECT_EQ(found(props, "x\n"), "A");
-  EXPECT_EQ(found(props, "x\n", RuleTiming::AfterModels), "D");
 }
 
 TEST(Rules, WithFaultsAreReportedOnce) {

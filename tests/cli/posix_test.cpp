@@ -46,11 +46,36 @@ TEST_P(ClosedDescriptor, NeverBecomesALogFile) {
 INSTANTIATE_TEST_SUITE_P(All, ClosedDescriptor,
                          ::testing::Values(ClosedCase{"Input", "<&-", 0},
                                            ClosedCase{"Output", ">&-", 2},
+                                           ClosedCase{"Full", ">/dev/full", 2},
                                            ClosedCase{"Error", "2>&-", 0}),
                          [](const auto& test) { return test.param.name; });
 
 TEST(SpeedMode, EndsWellWhereItsErrorCannotBeShown) {
   EXPECT_EQ(runWithout(Installation(), "2>&-", "speed").status, 0);
+}
+
+// What a shell prints where sourcetype is "$0".
+std::string printedBy(const Installation& server, const char* script) {
+  return server.runProgram("/bin/sh", {"-c", script, SOURCETYPE_EXECUTABLE}).out;
+}
+
+TEST(SpeedMode, NamesTheFilesOfItsDirectoryAndCountsThem) {
+  const Installation server;
+  server.write("src/scripts/logs/toosmall/a.log", repeated("2026-01-02 03:04:05 a\n", 3));
+  server.write("src/scripts/logs/toosmall/b.log", std::string(20, '\0'));
+  const auto out = printedBy(server, "mkdir bin && cd bin && exec \"$0\" speed");
+  EXPECT_NE(out.find("FILE ../src/scripts/logs/toosmall/a.log \t\t\t\t generic-too_small\n"),
+            std::string::npos)
+      << out;
+  EXPECT_TRUE(out.ends_with(" NUM OF FILES = 2\n")) << out;
+}
+
+TEST(LeaksMode, ClassifiesOneFileAgainAndAgain) {
+  const Installation server;
+  server.write("a.log", "one line\n");
+  EXPECT_EQ(printedBy(server, "\"$0\" leaks a.log | head -n 3"),
+            "count 0 -- generic-too_small\ncount 100 -- generic-too_small\n"
+            "count 200 -- generic-too_small\n");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "conf/ini_file.h"
 #include "platform/path_form.h"
 #include "support/system.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -48,66 +49,15 @@ TEST(ConfStore, TakesEachSettingFromTheStrongestLayerThatHasIt) {
   }
 }
 
-TEST(ConfStore, MergesRepeatedHeadersAndKeepsTheLastValueOfAFile) {
-  Tree tree;
-  tree.write("system/local/props.conf", "early=0\n[s]\na=1\nb=1\n[t]\n[s]\nc=1\na=2\n");
-  EXPECT_EQ(tree.settings("s"),
-            (PropertiesMap{{"a", "2"}, {"b", "1"}, {"c", "1"}, {"early", "0"}}));
-  EXPECT_TRUE(tree.store.stanzaExists(tree.props, "t"));
-  EXPECT_FALSE(tree.store.stanzaExists(tree.props, "u"));
-  EXPECT_EQ(tree.store.stanzaNames(tree.props, "s"), std::vector<std::string>{"s"});
+TEST(ConfStore, LooksStanzasUpByPriorityAndName) {
+  sourcetype::testing::forEachRow("conf/lookups.txt", 4, [](const sourcetype::testing::Row& row) {
+    Tree tree;
+    tree.write("system/local/props.conf", row[1]);
+    EXPECT_EQ(tree.match(row[2]).get("k"), row[3]);
+  });
 }
 
-TEST(ConfStore, SkipsAFileThatCannotBeOpenedWithAWarning) {
-  Tree tree;
-  std::filesystem::create_directories(tree.path("system/local/props.conf"));
-  tree.write("system/default/props.conf", "[s]\nk=1\n");
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(tree.settings("s").get("k"), "1");
-  EXPECT_NE(::testing::internal::GetCapturedStderr().find("Failed to open: "), std::string::npos);
-}
-
-struct LookupCase {
-  const char* name;
-  const char* conf;
-  const char* names;
-  const char* expected;  // of the key k
-};
-
-class Lookup : public ::testing::TestWithParam<LookupCase> {};
-
-TEST_P(Lookup, ReturnsTheValue) {
-  Tree tree;
-  tree.write("system/local/props.conf", GetParam().conf);
-  EXPECT_EQ(tree.match(GetParam().names).get("k"), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Candidates, Lookup,
-    ::testing::Values(
-        LookupCase{"ExactOverPattern", "[source::/*]\nk=p\n[source::/a]\nk=e\n", "source::/a", "e"},
-        LookupCase{"StrongerPattern", "[source::/*]\nk=p\npriority=101\n[source::/a]\nk=e\n",
-                   "source::/a", "p"},
-        LookupCase{"WeakerPattern", "[source::/*]\nk=p\npriority=99\n[source::/a]\nk=e\n",
-                   "source::/a", "e"},
-        LookupCase{"EqualOnesByName", "[source::/*]\nk=p\npriority=100\n[source::/a]\nk=e\n",
-                   "source::/a", "p"},
-        LookupCase{"PatternOfPriorityOne", "[source::b*]\nk=2\npriority=1\n[source::...]\nk=1\n",
-                   "source::b", "2"},
-        LookupCase{"UnreadablePriority", "[source::/*]\nk=p\npriority=x\n[source::/a]\nk=e\n",
-                   "source::/a", "e"},
-        LookupCase{"EqualPatternsByName", "[source::/b*]\nk=2\n[source::...]\nk=1\n", "source::/b",
-                   "1"},
-        LookupCase{"EarlierNameWins", "[t]\nk=t\npriority=900\n[source::/a]\nk=s\n", "source::/a|t",
-                   "s"},
-        LookupCase{"LaterNameFills", "[t]\nk=t\n[source::/a]\nj=s\n", "source::/a|t", "t"},
-        LookupCase{"DefaultIsLast", "[default]\nk=d\n[t]\nk=t\n", "s|t", "t"},
-        LookupCase{"DefaultFills", "[default]\nk=d\n", "source::/a", "d"},
-        LookupCase{"BrokenPatternIsLeftOut", "[source::(*]\nk=p\n[default]\nk=d\n", "source::(a",
-                   "d"}),
-    [](const auto& test) { return test.param.name; });
-
-TEST(ConfStore, KeepsTheKeysOfTheCaller) {
+TEST(ConfStore, LeavesTheCallersKeysAlone) {
   Tree tree;
   tree.write("system/local/props.conf", "[s]\nk=1\nj=1\n");
   PropertiesMap map{{"k", "mine"}};
@@ -142,36 +92,7 @@ TEST(WriteStanza, KeepsWhatAnotherProcessHasWritten) {
   EXPECT_TRUE(tree.store.stanzaExists(tree.props, "theirs"));
 }
 
-TEST(WriteStanza, RefusesSettingsThatDoNotReadBackTheSame) {
-  Tree tree;
-  tree.write("system/local/props.conf", "[s]\nk = 1\n");
-  for (const PropertiesMap& map :
-       {PropertiesMap{{"k", " padded"}}, PropertiesMap{{"k", "a\t"}}, PropertiesMap{{" k", "v"}},
-        PropertiesMap{{"k", " "}}, PropertiesMap{{"k", "a\0b\0c\0d\0"s}}}) {
-    ::testing::internal::CaptureStderr();
-    EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", map, false)) << map.toString();
-    EXPECT_NE(::testing::internal::GetCapturedStderr().find("would not read back"),
-              std::string::npos);
-    EXPECT_EQ(tree.read("system/local/props.conf"), "[s]\nk = 1\n");
-    EXPECT_EQ(tree.settings("s").get("k"), "1");
-  }
-}
-
-TEST(WriteStanza, KeepsAnyBytesOfAMap) {
-  Tree tree;
-  const std::string stanza = "source::/logs/a\nb]=c\\";
-  const PropertiesMap map{{"a=b", "[x]\nk = v\n"}, {"#c", "tail\\"}, {"[d", "\n\n"},
-                          {"e\nf", ";\r"},         {"\\", "="},      {"g", "[default]\r\nk=1"}};
-  ASSERT_TRUE(tree.store.writeStanza(tree.props, stanza, map, false));
-  EXPECT_EQ(tree.settings(stanza), map);
-  tree.store.reload(tree.props);
-  EXPECT_EQ(tree.store.stanzaNames(tree.props, ""), std::vector<std::string>{stanza});
-  PropertiesMap read;
-  tree.store.getExactStanza(tree.props, read, stanza);
-  EXPECT_EQ(read, map);
-}
-
-TEST(WriteStanza, FailsOnAFileOverTheSizeLimit) {
+TEST(WriteStanza, FailsWhereTheFileHoldsMoreThanIsRead) {
   Tree tree;
   const auto file = tree.write("system/local/props.conf", "");
   std::filesystem::resize_file(file, ConfFile::kMaxBytes + 1);
@@ -221,17 +142,7 @@ TEST(ForeignEncoding, SkipsTheFileAndNeverWritesIt) {
   }
 }
 
-TEST(WriteStanza, LogsPathAndReasonWhenItFails) {
-  Tree tree;
-  tree.write("system", "a file in the place of the directory");
-  ::testing::internal::CaptureStderr();
-  EXPECT_FALSE(tree.store.writeStanza(tree.props, "s", {{"k", "1"}}, false));
-  const auto log = ::testing::internal::GetCapturedStderr();
-  EXPECT_NE(log.find(pathToText(tree.path("system/local/props.conf"))), std::string::npos) << log;
-  EXPECT_NE(log.find("Not a directory"), std::string::npos) << log;
-}
-
-TEST(AddStanza, KeepsAStanzaThatAnotherProcessHasJustWritten) {
+TEST(AddStanza, LeavesAloneWhatAnotherProcessHasJustWritten) {
   Tree tree;
   tree.write("apps/a/default/props.conf", "[elsewhere]\nk = 1\n");
   EXPECT_FALSE(tree.store.stanzaExists(tree.props, "s"));

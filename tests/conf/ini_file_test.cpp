@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/system.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -62,32 +63,14 @@ TEST(IniFile, EditsTheFirstLineOfAFileWithAByteOrderMark) {
   EXPECT_EQ(file.toText(), "k = 2\r\n[a]\r\nx = 2\r\n");
 }
 
-struct EditCase {
-  const char* name;
-  const char* before;
-  const char* after;  // with [n] k = v added
-};
-
-class AddedStanza : public ::testing::TestWithParam<EditCase> {};
-
-TEST_P(AddedStanza, KeepsTheTextBeforeIt) {
-  auto file = IniFile::parse(GetParam().before, "x.conf", Report::No);
-  file.set("n", "k", "v");
-  EXPECT_EQ(file.toText(), GetParam().after);
+TEST(IniFile, AddsAStanzaThatLeavesWhatIsBeforeIt) {
+  sourcetype::testing::forEachRow("conf/added_stanzas.txt", 3,
+                                  [](const sourcetype::testing::Row& row) {
+                                    auto file = IniFile::parse(row[1], "x.conf", Report::No);
+                                    file.set("n", "k", "v");
+                                    EXPECT_EQ(file.toText(), row[2]);
+                                  });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Endings, AddedStanza,
-    ::testing::Values(
-        EditCase{"EmptyFile", "", "[n]\nk = v\n"},
-        EditCase{"NoNewlineAtTheEnd", "[a]\nx = 1", "[a]\nx = 1\n\n[n]\nk = v\n"},
-        EditCase{"CrLf", "[a]\r\nx = 1\r\n", "[a]\r\nx = 1\r\n\r\n[n]\r\nk = v\r\n"},
-        EditCase{"CrLfCutInHalf", "[a]\r\nx = 1\r", "[a]\r\nx = 1\r\n\r\n[n]\r\nk = v\r\n"},
-        EditCase{"LoneCr", "[a]\r", "[a]\r\n\r\n[n]\r\nk = v\r\n"},
-        EditCase{"DanglingBackslash", "[a]\nx = 1\\", "[a]\nx = 1\\ \n\n[n]\nk = v\n"},
-        EditCase{"DanglingHeader", "[a\\\n", "[a\\]\n\n[n]\nk = v\n"},
-        EditCase{"HeaderWithoutSettings", "[n]", "[n]\nk = v\n"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(IniFile, IsEmptyWhenTheFileCannotBeOpened) {
   const sourcetype::testing::TempTree tree;

@@ -2,13 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <vector>
+
+#include "support/table.h"
 
 namespace sourcetype {
 namespace {
-
-using std::string_view_literals::operator""sv;
 
 std::vector<LogicalLine> linesOf(std::string_view bytes, TextKeeper& keeper,
                                  std::string_view path = "x.conf") {
@@ -18,55 +17,18 @@ std::vector<LogicalLine> linesOf(std::string_view bytes, TextKeeper& keeper,
   return lines;
 }
 
-struct LineCase {
-  const char* name;
-  std::string_view bytes;
-  LineKind kind;
-  std::string_view key;  // or the stanza
-  std::string_view value = {};
-};
-
-void PrintTo(const LineCase& row, std::ostream* out) {
-  *out << row.name;
+TEST(LogicalLines, AreReadByKind) {
+  const std::vector<std::string> kinds{"blank", "comment", "header", "setting", "malformed"};
+  testing::forEachRow("conf/logical_lines.txt", 5, [&](const testing::Row& row) {
+    TextKeeper keeper;
+    const auto lines = linesOf(row[1], keeper);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(kinds.at(static_cast<std::size_t>(lines[0].kind)), row[2]);
+    EXPECT_EQ(lines[0].name, row[3]);
+    EXPECT_EQ(lines[0].value, row[4]);
+    EXPECT_EQ(lines[0].raw, row[1]);
+  });
 }
-
-class OneLine : public ::testing::TestWithParam<LineCase> {};
-
-TEST_P(OneLine, ReadsAs) {
-  TextKeeper keeper;
-  const auto lines = linesOf(GetParam().bytes, keeper);
-  ASSERT_EQ(lines.size(), 1U);
-  EXPECT_EQ(lines[0].kind, GetParam().kind);
-  EXPECT_EQ(lines[0].name, GetParam().key);
-  EXPECT_EQ(lines[0].value, GetParam().value);
-  EXPECT_EQ(lines[0].raw, GetParam().bytes);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Syntax, OneLine,
-    ::testing::Values(
-        LineCase{"Blank", " \t\r\n", LineKind::Blank, ""},
-        LineCase{"Comment", "  # x = 1\n", LineKind::Comment, ""},
-        LineCase{"CommentIsNotContinued", "; x \\", LineKind::Comment, ""},
-        LineCase{"Trimmed", "\t k  =\t v \n", LineKind::Setting, "k", "v"},
-        LineCase{"NoCommentInsideALine", "k = v # x\n", LineKind::Setting, "k", "v # x"},
-        LineCase{"EmptyValue", "k=", LineKind::Setting, "k", ""},
-        LineCase{"OnlyTheFirstEqualsSplits", "k=a=b", LineKind::Setting, "k", "a=b"},
-        LineCase{"EscapedEquals", "k\\=1 = a\\b", LineKind::Setting, "k=1", "a\\b"},
-        LineCase{"CrLf", "k = v\r\n", LineKind::Setting, "k", "v"},
-        LineCase{"Continued", "key = a \\\nb\n", LineKind::Setting, "key", "a \nb"},
-        LineCase{"ContinuedCrLf", "k = a\\\r\nb\\\r\nc\r\n", LineKind::Setting, "k", "a\nb\nc"},
-        LineCase{"ContinuedIntoAHeaderLookalike", "k = a\\\n[b]\n", LineKind::Setting, "k",
-                 "a\n[b]"},
-        LineCase{"BackslashAtTheEndOfTheFile", "k = C:\\dir\\", LineKind::Setting, "k",
-                 "C:\\dir\\"},
-        LineCase{"ByteOrderMark", "\xEF\xBB\xBFk = v", LineKind::Setting, "k", "v"},
-        LineCase{"Nul", "k = a\0b"sv, LineKind::Setting, "k", "a\0b"sv},
-        LineCase{"HeaderToTheLastBracket", " [a]b] c\n", LineKind::Header, "a]b"},
-        LineCase{"HeaderUntrimmed", "[ a ]", LineKind::Header, " a "},
-        LineCase{"HeaderWithoutTerminator", "[abc\n", LineKind::Header, "abc"},
-        LineCase{"NoEquals", "word\n", LineKind::Malformed, ""}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(LogicalLines, CountPhysicalLinesAndReportTheirNumber) {
   TextKeeper keeper;
@@ -120,38 +82,6 @@ TEST(LogicalLines, MayHaveAnyTextInSpecFiles) {
   ::testing::internal::CaptureStderr();
   linesOf("free text\n", keeper, "props.conf.spec");
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-}
-
-// Names, keys and values of any bytes read back the same, except blanks at both ends. No part of
-// them becomes a line of its own.
-TEST(RenderedLines, ReadBackTheSame) {
-  std::mt19937 random(1);
-  constexpr std::string_view kAlphabet = "\\\\\n\n\r=[]#; \tab\0"sv;
-  const auto text = [&] {
-    std::string result(random() % 7, ' ');
-    for (char& c : result) c = kAlphabet[random() % kAlphabet.size()];
-    return result;
-  };
-  const auto isTrimmed = [](std::string_view s) {
-    return s.find_first_not_of(" \t") == 0 && s.find_last_not_of(" \t") == s.size() - 1;
-  };
-  for (int i = 0; i < 20000; ++i) {
-    const std::string name = text();
-    const std::string key = text();
-    const std::string value = text();
-    TextKeeper keeper;
-    const std::string bytes = renderHeader(name) + "\n" + renderSetting(key, value) + "\n[next]\n";
-    const auto lines = linesOf(bytes, keeper);
-    ASSERT_EQ(lines.size(), 3U) << ::testing::PrintToString(bytes);
-    EXPECT_EQ(lines[0].name, name);
-    EXPECT_EQ(lines[1].kind, LineKind::Setting);
-    if (key.empty() || isTrimmed(key)) {
-      EXPECT_EQ(lines[1].name, key) << ::testing::PrintToString(bytes);
-    }
-    if (value.empty() || isTrimmed(value)) {
-      EXPECT_EQ(lines[1].value, value) << ::testing::PrintToString(bytes);
-    }
-  }
 }
 
 }  // namespace

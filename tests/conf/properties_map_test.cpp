@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/table.h"
+
 namespace sourcetype {
 namespace {
 
@@ -20,50 +22,22 @@ TEST(PropertiesMap, PrintsItsEntriesInByteOrder) {
   EXPECT_EQ(PropertiesMap().toString(), "PropertiesMap: {\n}\n");
 }
 
-struct IntCase {
-  const char* value;
-  std::int64_t asInt;
-  std::uint64_t asUnsigned;
-};
-TEST(PropertiesMap, ReturnsTheFallbackForTextThatIsNotANumber) {
-  for (const auto& [value, asInt, asUnsigned] : {
-           IntCase{"100", 100, 100},
-           {" 7\t", 7, 7},
-           {"+7", 7, 7},
-           {"-7", -7, 99},
-           {"010", 10, 10},
-           {"9223372036854775807", INT64_MAX, INT64_MAX},
-           {"9223372036854775808", 99, 9223372036854775808U},
-           {"18446744073709551616", 99, 99},
-           {"-9223372036854775808", INT64_MIN, 99},
-           {"", 99, 99},
-           {" ", 99, 99},
-           {"7x", 99, 99},
-           {"7 8", 99, 99},
-           {"0x10", 99, 99},
-           {"1.5", 99, 99},
-           {"+-7", 99, 99},
-           {"+", 99, 99},
-       }) {
-    const PropertiesMap map{{"k", value}};
-    EXPECT_EQ(map.getInt("k", 99), asInt) << value;
-    EXPECT_EQ(map.getUnsigned("k", 99), asUnsigned) << value;
-  }
+TEST(PropertiesMap, GivesTheFallbackForWhatIsNoNumberOfTheType) {
+  testing::forEachRow("conf/numbers.txt", 3, [](const testing::Row& row) {
+    const PropertiesMap map{{"k", row[0]}};
+    EXPECT_EQ(std::to_string(map.getInt("k", 99)), row[1]);
+    EXPECT_EQ(std::to_string(map.getUnsigned("k", 99)), row[2]);
+  });
 }
 
 TEST(PropertiesMap, KnowsTheWordsOfABoolean) {
-  for (const char* value : {"t", "T", "true", "TRUE", "True", "yes", "YeS", "1"}) {
-    EXPECT_TRUE((PropertiesMap{{"k", value}}).getBool("k", false)) << value;
-    EXPECT_EQ((PropertiesMap{{"k", value}}).tryGetBool("k"), true) << value;
-  }
-  for (const char* value : {"f", "F", "false", "FALSE", "no", "NO", "0"}) {
-    EXPECT_FALSE((PropertiesMap{{"k", value}}).getBool("k", true)) << value;
-    EXPECT_EQ((PropertiesMap{{"k", value}}).tryGetBool("k"), false) << value;
-  }
-  for (const char* value : {"", "y", "n", "01", "on", " true", "truee"}) {
-    EXPECT_TRUE((PropertiesMap{{"k", value}}).getBool("k", true)) << value;
-    EXPECT_EQ((PropertiesMap{{"k", value}}).tryGetBool("k"), std::nullopt) << value;
-  }
+  testing::forEachRow("conf/booleans.txt", 2, [](const testing::Row& row) {
+    const PropertiesMap map{{"k", row[0]}};
+    const bool isKnown = row[1] != "neither";
+    EXPECT_EQ(map.getBool("k", false), row[1] == "true");
+    EXPECT_EQ(map.getBool("k", true), row[1] != "false");
+    EXPECT_EQ(map.tryGetBool("k"), isKnown ? std::optional(row[1] == "true") : std::nullopt);
+  });
 }
 
 TEST(PropertiesMap, KeepsTheStanzaOfASetting) {

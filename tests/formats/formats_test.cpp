@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
-#include <optional>
 #include <set>
 #include <sstream>
 
@@ -16,6 +15,7 @@ namespace sourcetype {
 namespace {
 
 using sourcetype::testing::Installation;
+using sourcetype::testing::valueOf;
 
 struct Made {
   std::string name;
@@ -49,19 +49,11 @@ std::string logOf(const Made& log) {
   return "logs/" + log.name + ".log";
 }
 
-// The value that a printed map gives a key.
-std::optional<std::string> printed(const std::string& out, const std::string& key) {
-  const auto begin = out.find("\t" + key + " -> ");
-  if (begin == std::string::npos) return std::nullopt;
-  const auto value = begin + key.size() + 5;
-  return out.substr(value, out.find('\n', value) - value);
-}
-
 // What a file is recognised as by an installation that has learned nothing.
 std::string recognisedAs(const Installation& server, const Made& log) {
   const Installation fresh;
   const auto out = fresh.run({server.path(logOf(log)).native()}).out;
-  return printed(out, "sourcetype").value_or("(none)");
+  return valueOf(out, "sourcetype");
 }
 
 // The same for many files at once, but for delayed rules.
@@ -135,10 +127,11 @@ TEST(Formats, SayWhereEventsOfSeveralLinesBegin) {
   const Installation server;
   for (const auto& log : makeLogs(server, "logs.txt")) {
     const auto settings = server.run({"settings", log.sourcetype}).out;
-    const auto expression = printed(settings, "BREAK_ONLY_BEFORE");
-    EXPECT_EQ(printed(settings, "SHOULD_LINEMERGE"), expression ? "True" : "False") << log.name;
-    if (!expression) continue;
-    const Regex begin(*expression);
+    const auto expression = valueOf(settings, "BREAK_ONLY_BEFORE");
+    const bool isMerged = expression != "(absent)";
+    EXPECT_EQ(valueOf(settings, "SHOULD_LINEMERGE"), isMerged ? "True" : "False") << log.name;
+    if (!isMerged) continue;
+    const Regex begin(expression);
     const auto matches = [&](const std::string& line) { return begin.match(line); };
     const auto events = linesOf(server.read("logs/" + log.name + ".events"));
     EXPECT_TRUE(std::ranges::all_of(events, matches)) << log.name;

@@ -6,8 +6,11 @@
 #include <chrono>
 #include <future>
 #include <optional>
+#include <utility>
 
+#include "platform/extended_path.h"
 #include "platform/file_lock.h"
+#include "platform/path_form.h"
 #include "support/system.h"
 #include "support/temp_tree.h"
 
@@ -124,6 +127,27 @@ TEST(FileLock, GoesToOneWhoWaitsForIt) {
   auto waiting = std::async(std::launch::async, [&] { FileLock(lockPath, std::chrono::hours(1)); });
   held.reset();
   EXPECT_NO_THROW(waiting.get());
+}
+
+TEST(PathText, IsUtf8AndReadsBack) {
+  const std::string text = "\u00e9t\u00e9 \u65e5\u672c \U0001F4C4.log";
+  const auto path = pathFromText(text);
+  EXPECT_EQ(path, std::filesystem::path(u"\u00e9t\u00e9 \u65e5\u672c \U0001F4C4.log"));
+  EXPECT_EQ(pathToText(path), text);
+}
+
+TEST(PathText, OfAnyBytesIsTextAgain) {
+  EXPECT_FALSE(pathToText(pathFromText("a\xFFz")).empty());
+  EXPECT_EQ(pathToText(pathFromText("")), "");
+}
+
+TEST(ExtendedPath, IsMadeOfDrivesAndSharesButNotOfDevices) {
+  for (const auto& [path, extended] : {std::pair{LR"(C:\logs\a)", LR"(\\?\C:\logs\a)"},
+                                       {LR"(\\server\share\a)", LR"(\\?\UNC\server\share\a)"},
+                                       {LR"(\\.\NUL)", LR"(\\.\NUL)"},
+                                       {LR"(\\?\C:\a)", LR"(\\?\C:\a)"}}) {
+    EXPECT_EQ(extendedPath(path), extended);
+  }
 }
 
 }  // namespace

@@ -11,4 +11,11 @@ Finished Installation::run(const std::vector<std::string>& words, std::string_vi
   return runProgram(SOURCETYPE_EXECUTABLE, words, input, home);
 }
 
+std::string valueOf(const std::string& printed, const std::string& key) {
+  const auto begin = printed.find("\t" + key + " -> ");
+  if (begin == printed.npos) return "(absent)";
+  const auto value = begin + key.size() + 5;
+  return printed.substr(value, printed.find('\n', value) - value);
+}
+
 }  // namespace sourcetype::testing

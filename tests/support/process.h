@@ -30,4 +30,7 @@ class Installation : public TempTree {
                       std::string_view input = {}, const std::string& home = ".") const;
 };
 
+// The value that a printed map gives a key; "(absent)" when it has none.
+std::string valueOf(const std::string& printed, const std::string& key);
+
 }  // namespace sourcetype::testing

@@ -29,6 +29,14 @@ HANDLE openForChild(const std::filesystem::path& path, DWORD access, DWORD dispo
                      disposition, 0, nullptr);
 }
 
+void setVariable(const char* name, const std::filesystem::path& value) {
+  SetEnvironmentVariableW(pathFromText(name).c_str(), value.c_str());
+}
+
+void unsetVariable(const char* name) {
+  SetEnvironmentVariableW(pathFromText(name).c_str(), nullptr);
+}
+
 }  // namespace
 
 Finished Installation::runProgram(std::string_view program, const std::vector<std::string>& words,

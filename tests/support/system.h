@@ -30,8 +30,4 @@ extern const int kMinusOneAsStatus;
 // Whether the text holds the system's own words for a file or directory that is not there.
 bool saysMissing(const std::string& text);
 
-// An environment variable of this process.
-void setVariable(const char* name, const std::filesystem::path& value);
-void unsetVariable(const char* name);
-
 }  // namespace sourcetype::testing

@@ -22,12 +22,4 @@ bool saysMissing(const std::string& text) {
   return text.find("No such file or directory") != text.npos;
 }
 
-void setVariable(const char* name, const std::filesystem::path& value) {
-  ::setenv(name, value.c_str(), 1);
-}
-
-void unsetVariable(const char* name) {
-  ::unsetenv(name);
-}
-
 }  // namespace sourcetype::testing

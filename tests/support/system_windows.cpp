@@ -37,12 +37,4 @@ bool saysMissing(const std::string& text) {
          text.find("No such file or directory") != text.npos;
 }
 
-void setVariable(const char* name, const std::filesystem::path& value) {
-  SetEnvironmentVariableW(pathFromText(name).c_str(), value.c_str());
-}
-
-void unsetVariable(const char* name) {
-  SetEnvironmentVariableW(pathFromText(name).c_str(), nullptr);
-}
-
 }  // namespace sourcetype::testing

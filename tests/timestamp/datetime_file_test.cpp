@@ -5,6 +5,7 @@
 
 #include "platform/path_form.h"
 #include "support/system.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 #include "timestamp/timestamp_parser.h"
 #include "util/log_configuration.h"
@@ -44,53 +45,20 @@ class DatetimeFile : public ::testing::Test {
 };
 
 TEST_F(DatetimeFile, LeavesOutFaultyEntriesAndSaysWhere) {
-  const std::vector<std::pair<std::string, std::string>> faults{
-      {"<stamp name='a' kind='date' begins='99-'>{z}</stamp>", "\"z\", which does not stand above"},
-      {"<part name='a'>{a}</part>", "\"a\", which does not stand above"},
-      {"<part name='y'>x</part>", "the name \"y\" of another one"},
-      {"<part name='A'>x</part>", "bad name"},
-      {"<part>x</part>", "no attribute \"name\""},
-      {"<part name='a'></part>", "no expression"},
-      {"<part name='a'>x<b/></part>", "holds \"b\""},
-      {"<part name='a'>" + std::string(9000, 'x') + "</part>", "longer than"},
-      {"<stamp name='a' kind='date' begins='9999-'>(x</stamp>", "Regex: "},
-      {"<stamp name='a' kind='date' begins='9999-'>(?'jear'x)</stamp>",
-       "\"jear\", which is no field"},
-      {"<stamp name='a' kind='day' begins='99-'>x</stamp>", "unknown kind \"day\""},
-      {"<stamp name='a' kind='date' begins='99-- x'>x</stamp>", "\"x\", which means nothing"},
-      {"<stamp name='a' kind='date' begins='99!'>x</stamp>", "\"99!\", which means nothing"},
-      {"<month number='13'>x</month>", "not 1 to 12"},
-      {"<month number='1'>ja</month>", "too short or taken"},
-      {"<zone names='X' offset='1h'/>", "an offset that is not"},
-      {"<zone names='X' offset='+01:00' summer='+02:00' from='13.1.0 02:00' until='1.1.0 02:00'/>",
-       "rule of summer time"},
-      {"<words kind='time' side='left'>x</words>", "unknown side"},
-      {"<unheard/>", "<unheard> is unknown"},
-  };
-  for (const auto& [entry, reason] : faults) {
+  testing::forEachRow("timestamp/datetime_faults.txt", 2, [&](const testing::Row& row) {
     tree_.write("log", "");
-    EXPECT_TRUE(findsDateBeside(entry)) << entry;
-    EXPECT_THAT(log(), HasSubstr("datetime.xml:3: <")) << entry;
-    EXPECT_THAT(log(), HasSubstr(reason)) << entry;
-  }
+    EXPECT_TRUE(findsDateBeside(row[0]));
+    EXPECT_THAT(log(), HasSubstr("datetime.xml:3: <"));
+    EXPECT_THAT(log(), HasSubstr(row[1]));
+  });
 }
 
 TEST_F(DatetimeFile, IsNotUsedWhenItIsNoSuchDocument) {
-  const std::vector<std::pair<std::string, std::string>> documents{
-      {"<datetime>\n\n<part", "datetime.xml:3: is not used"},
-      {"", "is not used"},
-      {"<other/>", "holds no <datetime>"},
-      {"<!DOCTYPE datetime [<!ENTITY a 'x'>]><datetime/>", "has a document type"},
-      {"<!DOCTYPE d [<!ENTITY a SYSTEM 'file:///etc/hostname'>]><datetime>&a;</datetime>",
-       "has a document type"},
-      {testing::repeated("<datetime>", 5000), "is not used"},
-      {"<datetime>" + std::string(2'000'000, ' ') + "</datetime>", "longer than"},
-  };
-  for (const auto& [document, reason] : documents) {
+  testing::forEachRow("timestamp/datetime_documents.txt", 2, [&](const testing::Row& row) {
     tree_.write("log", "");
-    EXPECT_FALSE(findsDate(document));
-    EXPECT_THAT(log(), HasSubstr(reason)) << document.substr(0, 100);
-  }
+    EXPECT_FALSE(findsDate(row[0]));
+    EXPECT_THAT(log(), HasSubstr(row[1]));
+  });
 }
 
 TEST_F(DatetimeFile, MayBeMissing) {

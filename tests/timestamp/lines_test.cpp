@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "timestamp/datetime_file.h"
 #include "timestamp/instant_text.h"
@@ -12,59 +15,46 @@
 namespace sourcetype {
 namespace {
 
+constexpr const char* kFile = SOURCETYPE_TESTS_DIR "/timestamp/lines.txt";
 constexpr const char* kReference = "2024-06-15T12:00:00Z";
 
-// A row of the table: the line without its marks, and what they mark.
-struct Row {
-  int number = 0;
-  std::string line;
-  TimestampSpan main;
-  TimestampSpan second;
-  PropertiesMap settings;
-};
-
-// Takes the mark out of the line; where it stood, or -1.
-std::ptrdiff_t takeMark(std::string& line, std::string_view mark) {
-  const auto at = line.find(mark);
-  if (at == std::string::npos) return -1;
-  line.erase(at, mark.size());
-  return static_cast<std::ptrdiff_t>(at);
-}
-
-Row rowFrom(std::string text, int number, const PropertiesMap& settings) {
-  for (auto at = text.find("\\t"); at != std::string::npos; at = text.find("\\t", at)) {
-    text.replace(at, 2, "\t");
+std::string replaced(std::string text, std::string_view from, std::string_view to) {
+  for (auto at = text.find(from); at != text.npos; at = text.find(from, at)) {
+    text.replace(at, from.size(), to);
   }
-  // From left to right, so that no mark shifts another one's place.
-  Row row{.number = number, .line = {}, .main = {}, .second = {}, .settings = settings};
-  const auto takeMain = [&] {
-    row.main.start = takeMark(text, "«");
-    row.main.end = takeMark(text, "»");
-  };
-  const bool mainIsFirst = text.find("«") < text.find("‹");
-  if (mainIsFirst) takeMain();
-  row.second.start = takeMark(text, "‹");
-  row.second.end = takeMark(text, "›");
-  if (!mainIsFirst) takeMain();
-  row.line = text;
-  return row;
+  return text;
 }
 
-std::string shown(std::string line, TimestampSpan span, std::string_view begin,
-                  std::string_view end) {
-  if (span.start < 0) return line;
-  line.insert(static_cast<std::size_t>(span.end), end);
-  return line.insert(static_cast<std::size_t>(span.start), begin);
+std::string withoutMarks(std::string text) {
+  for (const auto* mark : {"«", "»", "‹", "›"}) text = replaced(text, mark, "");
+  return text;
+}
+
+// The line with marks where the stamp is.
+std::string withMarks(std::string line, const Timestamp& stamp) {
+  std::vector<std::pair<std::ptrdiff_t, const char*>> marks{{stamp.main.end, "»"},
+                                                            {stamp.main.start, "«"},
+                                                            {stamp.second.end, "›"},
+                                                            {stamp.second.start, "‹"}};
+  // From right to left, so that no mark shifts the place of another one.
+  std::ranges::stable_sort(marks, std::greater(), [](const auto& mark) { return mark.first; });
+  for (const auto& [at, mark] : marks) {
+    if (at >= 0) line.insert(static_cast<std::size_t>(at), mark);
+  }
+  return line;
+}
+
+// Without the zeros that say nothing.
+std::string shortInstant(std::string text) {
+  if (text.find('.') == text.npos) return text;
+  return text.substr(0, text.find_last_not_of("0Z") + 1) + "Z";
 }
 
 TEST(TimestampLines, AreReadAsTheTableSays) {
   const auto formats = readDatetimeFile(SOURCETYPE_ETC_DIR "/datetime.xml");
-  const auto reference = *instantFromText(kReference);
-  std::ifstream table(SOURCETYPE_LINES_FILE);
-  ASSERT_TRUE(table) << SOURCETYPE_LINES_FILE;
-
-  Row row;
+  std::ifstream table(kFile);
   PropertiesMap settings;
+  std::string line;
   int number = 0;
   int rows = 0;
   for (std::string text; std::getline(table, text);) {
@@ -74,30 +64,19 @@ TEST(TimestampLines, AreReadAsTheTableSays) {
       const auto equals = text.find('=');
       settings.set(text.substr(2, equals - 2), text.substr(equals + 1));
     } else if (text.starts_with("= ")) {
+      SCOPED_TRACE("line " + std::to_string(number) + ": " + line);
       ++rows;
-      TimestampParser parser(formats, row.settings, "line", reference);
-      const auto stamp = parser.parse(row.line);
+      TimestampParser parser(formats, settings, "line", *instantFromText(kReference));
+      const auto stamp = parser.parse(withoutMarks(line));
       const auto instant = stamp ? instantText(stamp->seconds, stamp->nanoseconds) : "-";
-      // Both sides without the zeros that say nothing.
-      auto expected = text.substr(2);
-      if (expected.find('.') != std::string::npos) {
-        expected.pop_back();
-        expected.erase(expected.find_last_not_of('0') + 1);
-        expected += 'Z';
-      }
-      EXPECT_EQ(instant, expected) << "line " << row.number << ": " << row.line;
-      const auto main = stamp ? stamp->main : TimestampSpan();
-      const auto second = stamp ? stamp->second : TimestampSpan();
-      EXPECT_EQ(shown(row.line, main, "«", "»"), shown(row.line, row.main, "«", "»"))
-          << "line " << row.number;
-      EXPECT_EQ(shown(row.line, second, "‹", "›"), shown(row.line, row.second, "‹", "›"))
-          << "line " << row.number;
-    } else {
-      row = rowFrom(text, number, settings);
+      EXPECT_EQ(instant, shortInstant(text.substr(2)));
+      EXPECT_EQ(withMarks(withoutMarks(line), stamp.value_or(Timestamp())), line);
       settings = {};
+    } else {
+      line = replaced(text, "\\t", "\t");
     }
   }
-  EXPECT_GT(rows, 0);
+  EXPECT_GT(rows, 0) << kFile;
 }
 
 }  // namespace

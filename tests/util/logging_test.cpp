@@ -7,6 +7,7 @@
 
 #include "platform/path_form.h"
 #include "support/system.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 #include "util/logging.h"
 
@@ -14,7 +15,6 @@ namespace sourcetype {
 namespace {
 
 using ::testing::HasSubstr;
-using testing::repeated;
 using testing::TempTree;
 
 const LogCategory kReader("Reader");
@@ -22,9 +22,6 @@ const LogCategory kDeepReader("Reader.Deep");
 const LogCategory kWriter("Writer");
 
 // Appenders that write the level, the category and the text of a record to the file "log".
-constexpr const char* kToStandardError =
-    "rootCategory=WARN,E\nappender.E=ConsoleAppender\nappender.E.target=stderr\n";
-
 constexpr const char* kToFile =
     "appender.A = FileAppender\n"
     "appender.A.fileName = ${ROOT}/log\n"
@@ -44,21 +41,6 @@ class Logging : public ::testing::Test {
   TempTree tree_;
 };
 
-TEST_F(Logging, WritesToTheFileWhatEachCategoryAsksFor) {
-  ASSERT_EQ(configure(std::string("# a comment\r\n\n"
-                                  "log4cpp.rootCategory = warn, A\r\n"
-                                  "category.Reader=DEBUG # and its children\n"
-                                  "log4j.category.Reader.Deep=ERROR\n") +
-                      kToFile),
-            "");
-  logDebug(kReader, "one %d", 1);
-  logWarn(kDeepReader, "not asked for");
-  logError(kDeepReader, "two");
-  logInfo(kWriter, "not asked for");
-  logWarn(kWriter, "three");
-  EXPECT_EQ(log(), "DEBUG Reader one 1\nERROR Reader.Deep two\nWARN Writer three\n");
-}
-
 TEST_F(Logging, KeepsARecordOnOneLineUnlessItIsMeantToBeSeveral) {
   ASSERT_EQ(configure(std::string("rootCategory=WARN,A\n") + kToFile), "");
   logWarn(kReader, "a %s", "c\nWARN Reader forged");
@@ -66,15 +48,19 @@ TEST_F(Logging, KeepsARecordOnOneLineUnlessItIsMeantToBeSeveral) {
   EXPECT_EQ(log(), "WARN Reader a c\\x0AWARN Reader forged\nWARN Reader d\ne\n");
 }
 
-TEST_F(Logging, LaysTheLocalFileOverTheShippedOneKeyByKey) {
-  tree_.write("x-local.cfg", "rootCategory = INFO, A\nappender.A.layout = SimpleLayout\n");
-  ASSERT_EQ(configure(std::string("rootCategory=ERROR, Unmade\nappender.Unmade=FileAppender\n"
-                                  "appender.Unmade.fileName=${ROOT}/unmade\n") +
-                      kToFile),
-            "");
-  logInfo(kReader, "text");
-  EXPECT_EQ(log(), "INFO    : text\n");
-  EXPECT_FALSE(std::filesystem::exists(tree_.path("unmade")));
+TEST_F(Logging, WritesWhatEachCategoryAsksForAsConfigured) {
+  testing::forEachRow("util/logging.txt", 4, [&](const testing::Row& row) {
+    tree_.write("log", "");
+    tree_.write("x-local.cfg", row[2]);
+    ASSERT_EQ(configure(row[1] + kToFile), "");
+    logDebug(kReader, "one");
+    logWarn(kDeepReader, "two");
+    logError(kDeepReader, "three");
+    logInfo(kWriter, "four");
+    logWarn(kWriter, "five");
+    EXPECT_EQ(log(), row[3]);
+    EXPECT_FALSE(std::filesystem::exists(tree_.path("unmade")));
+  });
 }
 
 TEST_F(Logging, AppenderSettingsHaveTheirEffect) {
@@ -122,105 +108,23 @@ TEST_F(Logging, ASecondConfigurationStartsFromACleanState) {
   EXPECT_EQ(log(), "");
 }
 
-TEST_F(Logging, AVariableIsNotLookedAtAgain) {
-  ASSERT_EQ(configure(std::string("rootCategory=WARN,A\n") + kToFile +
-                      "appender.A.layout.ConversionPattern=<${LOOP}>%n\n"),
-            "");
-  logWarn(kReader, "text");
-  EXPECT_EQ(log(), "<${LOOP}>\n");
-}
+TEST_F(Logging, AFaultIsToldInOneLineAndWarningsStillGoToStandardError) {
+  if (testing::kHasFifos) testing::makeFifo(tree_.path("fifo"));
+  testing::forEachRow("util/broken_logging.txt", 3, [&](const testing::Row& row) {
+    if (row[0] == "FifoForFile" && !testing::kHasFifos) return;
+    ::testing::internal::CaptureStderr();
+    const std::string complaint = configure(row[1]);
+    logInfo(kReader, "not shown");
+    logWarn(kReader, "shown");
+    const std::string shown = ::testing::internal::GetCapturedStderr();
 
-struct BrokenCase {
-  const char* name;
-  std::string text;
-  const char* reason;
-};
-void PrintTo(const BrokenCase& row, std::ostream* out) {
-  *out << row.name;
+    EXPECT_THAT(complaint, HasSubstr("x.cfg"));
+    EXPECT_THAT(complaint, HasSubstr(row[2]));
+    EXPECT_EQ(complaint.find('\n'), complaint.size() - 1);
+    EXPECT_THAT(shown, ::testing::EndsWith(" WARN  Reader - shown\n"));
+    EXPECT_EQ(std::ranges::count(shown, '\n'), 1);
+  });
 }
-
-class BrokenConfiguration : public Logging, public ::testing::WithParamInterface<BrokenCase> {};
-
-TEST_P(BrokenConfiguration, IsToldInOneLineAndWarningsStillGoToStandardError) {
-  if (GetParam().name == std::string_view("FifoForFile")) {
-    if (!testing::kHasFifos) GTEST_SKIP();
-    testing::makeFifo(tree_.path("fifo"));
-  }
-  ::testing::internal::CaptureStderr();
-  const std::string complaint = configure(GetParam().text);
-  logInfo(kReader, "not shown");
-  logWarn(kReader, "shown");
-  const std::string shown = ::testing::internal::GetCapturedStderr();
-
-  EXPECT_THAT(complaint, HasSubstr("x.cfg"));
-  EXPECT_THAT(complaint, HasSubstr(GetParam().reason));
-  EXPECT_EQ(complaint.find('\n'), complaint.size() - 1);
-  EXPECT_THAT(shown, ::testing::EndsWith(" WARN  Reader - shown\n"));
-  EXPECT_EQ(std::ranges::count(shown, '\n'), 1);
-}
-
-std::string withAppender(const std::string& settings) {
-  return "rootCategory=WARN,A\n" + settings;
-}
-std::string besideGoodOnes(const std::string& settings) {
-  return kToStandardError + settings;
-}
-std::string withPattern(const std::string& pattern) {
-  return besideGoodOnes(
-      "appender.E.layout=PatternLayout\nappender.E.layout.ConversionPattern=" + pattern + "\n");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Logging, BrokenConfiguration,
-    ::testing::Values(
-        BrokenCase{"Empty", "", "rootCategory is missing"},
-        BrokenCase{"Binary",
-                   std::string("\x7F"
-                               "ELF\0\1",
-                               6),
-                   "not a text file"},
-        BrokenCase{"Huge", repeated("# comment\n", 100000), "too large"},
-        BrokenCase{"NoKey", besideGoodOnes("\nnonsense\n"), "line 5"},
-        BrokenCase{"UnknownLevel", "rootCategory=LOUD\n", "unknown level \"LOUD\""},
-        BrokenCase{"NumberBeyondTheLevels", "rootCategory=801\n", "unknown level"},
-        BrokenCase{"NoLevelButAppenders", besideGoodOnes("rootCategory=NOTSET,E\n"),
-                   "names no level"},
-        BrokenCase{"RootWithoutLevel", "rootCategory=NOTSET\n", "names no level"},
-        BrokenCase{"NamelessCategory", besideGoodOnes("category.=DEBUG\n"), "category"},
-        BrokenCase{"BottomlessCategory",
-                   besideGoodOnes("category." + repeated("a.", 10000) + "=DEBUG\n"), "bytes"},
-        BrokenCase{"NotAFlag", besideGoodOnes("additivity.Reader=perhaps\n"), "\"perhaps\""},
-        BrokenCase{"UndefinedAppender", withAppender(""), "\"A\""},
-        BrokenCase{"LostAppenderOfACategory",
-                   besideGoodOnes("category.Reader=WARN,A\nadditivity.Reader=false\n"), "\"A\""},
-        BrokenCase{"UnknownAppenderType", withAppender("appender.A=x.PigeonAppender\n"),
-                   "\"PigeonAppender\""},
-        BrokenCase{"UnknownTarget",
-                   withAppender("appender.A=ConsoleAppender\nappender.A.target=printer\n"),
-                   "appender.A.target"},
-        BrokenCase{"NoFileName", withAppender("appender.A=FileAppender\n"), "appender.A.fileName"},
-        BrokenCase{"UnopenableFile",
-                   withAppender("appender.A=FileAppender\nappender.A.fileName=${ROOT}/none/log\n"),
-                   "No such file or directory"},
-        BrokenCase{"FifoForFile",
-                   withAppender("appender.A=FileAppender\nappender.A.fileName=${ROOT}/fifo\n"),
-                   "not a regular file"},
-        BrokenCase{"DirectoryForFile",
-                   withAppender("appender.A=RollingFileAppender\nappender.A.fileName=${ROOT}\n"),
-                   "not a regular file"},
-        BrokenCase{"SizeWithUnit",
-                   besideGoodOnes("category.Writer=WARN,A\nappender.A=RollingFileAppender\n"
-                                  "appender.A.fileName=${ROOT}/log\nappender.A.maxFileSize=10MB\n"),
-                   "\"10MB\""},
-        BrokenCase{"UnknownLayout", besideGoodOnes("appender.E.layout=XmlLayout\n"),
-                   "\"XmlLayout\""},
-        BrokenCase{"UnknownConversion", withPattern("%m%n%Q"), "ConversionPattern"},
-        BrokenCase{"PatternEndsInConversion", withPattern("%m%"), "ConversionPattern"},
-        BrokenCase{"HugeField", withPattern("%-2000000000m%n"), "field too wide"},
-        BrokenCase{"LongTime", withPattern("%d{" + repeated("%c", 20) + "}%n"), "too long"},
-        BrokenCase{"UnknownVariable", "rootCategory=${HOME}\n", "unknown variable ${HOME}"},
-        BrokenCase{"UnclosedVariable", "rootCategory=${ROOT\n", "unknown variable ${ROOT"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST_F(Logging, AFaultVoidsOnlyItselfAndIsToldWithItsFile) {
   const auto local = tree_.write("x-local.cfg",

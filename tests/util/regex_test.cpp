@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
-#include <thread>
 
+#include "support/table.h"
 #include "support/temp_tree.h"
 #include "util/format.h"
 
@@ -25,113 +26,33 @@ std::string farRanges(int count) {
   return ranges;
 }
 
-struct MatchCase {
-  std::string pattern;
-  std::string subject;
-  Mode mode;
-  bool matches;
-  std::size_t start = 0;
-  std::size_t end = 0;
-};
-
-void PrintTo(const MatchCase& row, std::ostream* out) {
-  *out << row.pattern << " on " << row.subject.substr(0, 40);
-}
-
 // Every row goes through the interpreter and through machine code.
-class Match : public ::testing::TestWithParam<MatchCase> {};
-TEST_P(Match, IsTheSameInterpretedAndStudied) {
-  const auto& [pattern, subject, mode, matches, start, end] = GetParam();
-  for (const Compile compile : {Compile::ForInterpreter, Compile::ToMachineCode}) {
-    const Regex regex(pattern, Regex::kNoOptions, compile);
-    MatchResult result;
-    ASSERT_EQ(regex.match(subject, result, mode), matches) << pattern << " on " << subject;
-    ASSERT_EQ(result.has(0), matches);
-    if (!matches) continue;
-    EXPECT_EQ(result.start(0), start) << pattern << " on " << subject;
-    EXPECT_EQ(result.end(0), end) << pattern << " on " << subject;
-  }
+TEST(Regex, MatchesTheSameInterpretedAndStudied) {
+  const std::vector<std::string> modes{"search", "whole", "partial"};
+  testing::forEachRow("util/matches.txt", 6, [&](const testing::Row& row) {
+    const auto mode = static_cast<Mode>(std::ranges::find(modes, row[0]) - modes.begin());
+    for (const Compile compile : {Compile::ForInterpreter, Compile::ToMachineCode}) {
+      const Regex regex(row[1], Regex::kNoOptions, compile);
+      MatchResult result;
+      ASSERT_EQ(regex.match(row[2], result, mode), row.flag(3));
+      ASSERT_EQ(result.has(0), row.flag(3));
+      if (!row.flag(3)) continue;
+      EXPECT_EQ(result.start(0), row.number(4));
+      EXPECT_EQ(result.end(0), row.number(5));
+    }
+  });
 }
-INSTANTIATE_TEST_SUITE_P(
-    Modes, Match,
-    ::testing::Values(MatchCase{"a|ab", "ab", Mode::Search, true, 0, 1},
-                      MatchCase{"a|ab", "ab", Mode::Whole, true, 0, 2},
-                      MatchCase{"a|ab", "xab", Mode::Whole, false},
-                      MatchCase{"a$", "a\n", Mode::Whole, false},
-                      MatchCase{"", "", Mode::Whole, true, 0, 0},
-                      // No whole-subject variant: the comment takes its closing parenthesis in.
-                      MatchCase{"(?x)ab # c", "ab", Mode::Whole, true, 0, 2},
-                      MatchCase{"(?x)a|ab # c", "ab", Mode::Whole, false},
-                      MatchCase{"\\Qa.", "a.", Mode::Whole, true, 0, 2},
-                      MatchCase{"(*UCP)\\w+", "\u00e9t\u00e9", Mode::Whole, true, 0, 5},
-                      MatchCase{"abc", "xab", Mode::Partial, true, 1, 3},
-                      MatchCase{"abc", "xac", Mode::Partial, false},
-                      MatchCase{"ab+", "ab", Mode::Partial, true, 0, 2}));
-INSTANTIATE_TEST_SUITE_P(
-    Newlines, Match,
-    ::testing::Values(MatchCase{"a$", "a\u2028", Mode::Search, true, 0, 1},
-                      MatchCase{"a$", "a\r\n", Mode::Search, true, 0, 1},
-                      MatchCase{"a.", "a\u2028", Mode::Search, false},
-                      MatchCase{"a.", "a\r", Mode::Search, false},
-                      MatchCase{"(?m)^b", "a\u0085b", Mode::Search, true, 3, 4},
-                      MatchCase{"a\\Rb", "a\r\nb", Mode::Search, true, 0, 4},
-                      MatchCase{"a\\Rb", "a\u2029b", Mode::Search, true, 0, 5}));
-INSTANTIATE_TEST_SUITE_P(
-    ForeignBytes, Match,
-    ::testing::Values(MatchCase{".+", "\xff\xc3\xa9z\xc3", Mode::Search, true, 1, 4},
-                      MatchCase{"a.b",
-                                "a\xff"
-                                "b",
-                                Mode::Search, false},
-                      MatchCase{"[^x]", "\x80\xff", Mode::Search, false},
-                      MatchCase{"^z", "\xffz", Mode::Search, false},
-                      MatchCase{"z$", "\xffz", Mode::Search, true, 1, 2},
-                      MatchCase{"z", "\xffz", Mode::Whole, false},
-                      MatchCase{"a\\x00b", std::string("a\0b", 3), Mode::Whole, true, 0, 3}));
-// A search sees the whole subject, however long it is.
-INSTANTIATE_TEST_SUITE_P(LongSubjects, Match,
-                         ::testing::Values(MatchCase{"a$", kLong, Mode::Search, false},
-                                           MatchCase{"^(?!.*b)", kLong, Mode::Search, false},
-                                           MatchCase{"b", kLong, Mode::Search, true, 20000, 20001},
-                                           MatchCase{"^a+b$", kLong, Mode::Search, true, 0, 20001},
-                                           MatchCase{"a+b", kLong, Mode::Whole, true, 0, 20001},
-                                           MatchCase{"x\\w+!$",
-                                                     repeated("x" + kLong + " ", 20) + "xa!",
-                                                     Mode::Search, true, 400060, 400063}));
 
 // Machine code has no such limits: it is for expressions of the program's own.
-class CostlyMatch : public ::testing::TestWithParam<MatchCase> {};
-TEST_P(CostlyMatch, HasALimit) {
-  const auto& [pattern, subject, mode, matches, start, end] = GetParam();
-  MatchResult result;
-  ASSERT_EQ(Regex(pattern).match(subject, result, mode), matches);
-  if (!matches) return;
-  EXPECT_EQ(result.start(0), start);
-  EXPECT_EQ(result.end(0), end);
+TEST(Regex, HasALimitInCostlyMatches) {
+  testing::forEachRow("util/costly_matches.txt", 5, [](const testing::Row& row) {
+    MatchResult result;
+    ASSERT_EQ(Regex(row[0]).match(row[1], result), row.flag(2));
+    if (!row.flag(2)) return;
+    EXPECT_EQ(result.start(0), row.number(3));
+    EXPECT_EQ(result.end(0), row.number(4));
+  });
 }
-const std::string kLine = repeated("user=42 GET /index.html 200 ok; ", 3000);
-INSTANTIATE_TEST_SUITE_P(
-    Hopeless, CostlyMatch,
-    ::testing::Values(MatchCase{"(a+)+$", repeated("a", 10000) + "b", Mode::Search, false},
-                      MatchCase{"(a|aa)+$", repeated("a", 10000) + "b", Mode::Search, false},
-                      MatchCase{"(.*)*x", repeated("a", 10000), Mode::Whole, false},
-                      MatchCase{"\\w+\\s*[:;]", repeated("a", 400000), Mode::Search, false},
-                      MatchCase{"((a*)*)*[xy]", repeated("a", 10000), Mode::Search, false},
-                      MatchCase{"(?:a|b)*[xy]", repeated("ab", 5000), Mode::Search, false},
-                      MatchCase{"(?:a|(?R)(?R))*[xy]", repeated("a", 10000), Mode::Search, false},
-                      MatchCase{"a(?R)?b", repeated("a", 200000), Mode::Search, false},
-                      MatchCase{"\\d+.*\\d+.*fail", kLine, Mode::Search, false},
-                      MatchCase{".*=.*=.*=x", kLine, Mode::Search, false},
-                      MatchCase{"\\w+\\d+\\w+!", kLine, Mode::Search, false}));
-INSTANTIATE_TEST_SUITE_P(
-    BehindCostlyPositions, CostlyMatch,
-    ::testing::Values(MatchCase{"(?:a|b)*[xy]", repeated("a", 200) + "-" + repeated("b", 200) + "x",
-                                Mode::Search, true, 201, 402},
-                      MatchCase{"(?:\u00e9|b)*[xy]",
-                                repeated("\u00e9", 200) + "-" + repeated("\u00e9", 200) + "x",
-                                Mode::Search, true, 401, 802},
-                      MatchCase{"(a|aa)+$", repeated("a", 14) + "b" + repeated("a", 9),
-                                Mode::Search, true, 15, 24}));
 
 // Each of these spends its steps where the library reports none.
 TEST(Regex, CountsTheStepsThatTheLibraryDoesNotReport) {
@@ -271,20 +192,6 @@ TEST(Regex, KnowsWhetherItIsAnchored) {
 TEST(Regex, IgnoresCaseWhenAsked) {
   EXPECT_TRUE(Regex("\u00e9a", Regex::kCaseless).match("\u00c9A", Mode::Whole));
   EXPECT_FALSE(Regex("\u00e9a").match("\u00c9A"));
-}
-
-TEST(Regex, MatchesFromSeveralThreads) {
-  const Regex regex("(\\d+)-(\\d+)", Regex::kNoOptions, Compile::ToMachineCode);
-  const auto work = [&](int base) {
-    for (int i = 0; i < 500; ++i) {
-      const std::string subject = std::to_string(base) + "-" + std::to_string(i);
-      MatchResult result;
-      ASSERT_TRUE(regex.match(subject, result, Mode::Whole));
-      ASSERT_EQ(result.text(2, subject), std::to_string(i));
-    }
-  };
-  const std::jthread first(work, 1000);
-  const std::jthread second(work, 2000);
 }
 
 }  // namespace

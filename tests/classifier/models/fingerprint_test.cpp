@@ -5,6 +5,7 @@
 
 #include <limits>
 
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -28,36 +29,12 @@ std::string words(const Fingerprint& model) {
   return result;
 }
 
-struct WordsCase {
-  const char* name;
-  std::string text;
-  const char* expected;
-};
-
-class Words : public ::testing::TestWithParam<WordsCase> {};
-
-TEST_P(Words, HaveTheirShareOfTheText) {
-  EXPECT_EQ(words(fingerprint(GetParam().text, {"ignored", "Upper"})), GetParam().expected);
+TEST(Words, HaveTheirShareOfTheText) {
+  sourcetype::testing::forEachRow(
+      "classifier/models/words.txt", 3, [](const sourcetype::testing::Row& row) {
+        EXPECT_EQ(words(fingerprint(row[1], {"ignored", "Upper"})), row[2]);
+      });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Lines, Words,
-    ::testing::Values(
-        WordsCase{"TwoLetters", "ab\n", ""}, WordsCase{"ThreeLetters", "abc\n", "abc 1.0000|"},
-        WordsCase{"TwentyLetters", "abcdefghijklmnopqrsz\n", "abcdefghijklmnopqrsz 1.0000|"},
-        WordsCase{"TwentyOneLetters", "abcdefghijklmnopqrszz one\n", "one 1.0000|"},
-        WordsCase{"AnyCase", "Error ERROR warn error\n", "error 0.7500|warn 0.2500|"},
-        WordsCase{"AcrossLines", "one\none\nZED\none\n", "one 0.7500|zed 0.2500|"},
-        WordsCase{"Separators",
-                  "one2two_tri-\xC3\xA9"
-                  "for\n",
-                  "for 0.2500|one 0.2500|tri 0.2500|two 0.2500|"},
-        WordsCase{"Ignored", "ignored IGNORED upper\n", "upper 1.0000|"},
-        // 1 of 1001 is dropped, 1 of 1000 would stay; the other weights do not change.
-        WordsCase{"OneOfAThousand", repeated("one ", 999) + "two", "one 0.9990|two 0.0010|"},
-        WordsCase{"LessThanAThousandth", repeated("one ", 500) + repeated("two ", 500) + "tri",
-                  "one 0.4995|two 0.4995|"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(Words, KeepTheirCountsAmongThousandsOfRareOnes) {
   std::string text = repeated("heavy ", 2000);

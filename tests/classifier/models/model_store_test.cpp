@@ -7,6 +7,7 @@
 #include "classifier/models/model.h"
 #include "classifier/models/model_retraining.h"
 #include "conf/stanza_kinds.h"
+#include "support/table.h"
 #include "support/temp_tree.h"
 
 namespace sourcetype {
@@ -74,32 +75,6 @@ TEST(LearnedModel, IsFoundByALaterRun) {
   EXPECT_EQ(second.match(repeated(kPears, 100)), "other");
   EXPECT_EQ(second.match(repeated(kApples, 100)), "fruit");
   EXPECT_EQ(second.match(repeated(kPlums, 100)), "(none)");
-}
-
-TEST(LearnedModel, MeasuresTheSameAfterLoadingWhateverItsShapes) {
-  const std::string text = repeated("a[b]=c (word) {other} third\n", 60) + repeated("=#;'x\n", 60) +
-                           repeated("word\n", 60) + repeated(" ]]==[[*!^ long\n", 60);
-  const auto file = buildModel(sampleOf(text), 0, 200, {});
-  const auto settings = saveModel(file, "source", "t");
-  std::vector<ConfFile::Setting> saved;
-  for (const auto& [key, entry] : settings.entries()) saved.push_back({key, entry.value});
-  TextKeeper unescaped;
-  ModelIndex inMemory;
-  inMemory.add(loadModel("stanza", saved, {}, unescaped).value());
-  EXPECT_LT(inMemory.findClosestModel(file).value().distance, 1e-3F);
-
-  const TempTree tree;
-  ConfStore store(tree.root());
-  ASSERT_TRUE(store.writeLearnedStanza(store.getConf("sourcetypes"), "stanza", settings));
-  auto loaded = storedModels(tree);
-  const auto distance = [](ModelIndex& index, const Fingerprint& of) {
-    const auto closest = index.findClosestModel(of);
-    return closest ? closest->distance : -1.0F;
-  };
-  for (const auto& other : {text, std::string("word (x)\n=#;y\n"), std::string("third [x]=y\n")}) {
-    const auto model = buildModel(sampleOf(other), 0, 200, {});
-    EXPECT_EQ(distance(loaded, model), distance(inMemory, model));
-  }
 }
 
 TEST(Training, NeedsAHundredLines) {
@@ -180,80 +155,19 @@ TEST(Training, OfAFileOfAnyNameIsKept) {
   }
 }
 
-TEST(TornAppend, LosesNoMoreThanItsOwnModel) {
-  const TempTree tree;
-  EXPECT_TRUE(ProgramRun(tree).train(repeated(kApples, 100), "fruit", "f"));
-  const auto before = tree.read(kLearned).size();
-  EXPECT_TRUE(ProgramRun(tree).train(repeated(kPears, 100), "pears", "g"));
-  const auto whole = tree.read(kLearned);
-  for (auto size = before; size < whole.size(); ++size) {
-    SCOPED_TRACE(whole.substr(before, size - before));
-    tree.write(kLearned, whole.substr(0, size));
-    CaptureStderr();
-    ProgramRun run(tree);
-    EXPECT_EQ(run.match(repeated(kApples, 100)), "fruit");
-    const auto pears = run.match(repeated(kPears, 100));
-    const auto log = GetCapturedStderr();
-    // The last value is the count of a shape, which is not used.
-    EXPECT_EQ(pears, size > whole.rfind('=') ? "pears" : "(none)");
-    EXPECT_TRUE(pears == "pears" || size < before + 4 || !log.empty());
-    CaptureStderr();
-    EXPECT_TRUE(run.train(repeated(kPlums, 100), "plums", "h"));
-    ProgramRun later(tree);
-    EXPECT_EQ(later.match(repeated(kApples, 100)), "fruit");
-    EXPECT_EQ(later.match(repeated(kPears, 100)), pears);
-    EXPECT_EQ(later.match(repeated(kPlums, 100)), "plums");
-    GetCapturedStderr();
-  }
+// With the word "grape" the word part of the distance is about 160, without "red" thousands.
+TEST(StoredStanza, Recognises) {
+  sourcetype::testing::forEachRow(
+      "classifier/models/stored_stanzas.txt", 4, [](const sourcetype::testing::Row& row) {
+        const TempTree tree;
+        tree.write("system/local/sourcetypes.conf", row[2]);
+        tree.write(kLearned, "[bad]\nred=1\n[m]\napple=.5\n~_();=1\n" + row[1]);
+        CaptureStderr();
+        EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), row[3]);
+        EXPECT_THAT(GetCapturedStderr(), HasSubstr("Ignoring sourcetypes.conf stanza that does not "
+                                                   "have a '_sourcetype' value."));
+      });
 }
-
-struct StanzaCase {
-  const char* name;
-  const char* settings;  // in addition to those of the test
-  const char* sourcetype;
-  const char* local = "";  // the file of the system's local layer
-};
-
-class StoredStanza : public ::testing::TestWithParam<StanzaCase> {};
-
-TEST_P(StoredStanza, Recognises) {
-  const TempTree tree;
-  tree.write("system/local/sourcetypes.conf", GetParam().local);
-  tree.write(kLearned, std::string("[bad]\nred=1\n[m]\napple=.5\n~_();=1\n") + GetParam().settings);
-  CaptureStderr();
-  EXPECT_EQ(ProgramRun(tree).match(repeated(kApples, 100)), GetParam().sourcetype);
-  EXPECT_THAT(GetCapturedStderr(), HasSubstr("Ignoring sourcetypes.conf stanza that does not have "
-                                             "a '_sourcetype' value."));
-}
-
-// The word part of the distance is about 160 with the word "grape", and thousands without "red".
-INSTANTIATE_TEST_SUITE_P(
-    Stanzas, StoredStanza,
-    ::testing::Values(
-        StanzaCase{"Whole", "_sourcetype=t\nred=0.5", "t"},
-        StanzaCase{"HalfOfTheWords", "_sourcetype=t", "(none)"},
-        StanzaCase{"NoSourcetype", "red=0.5", "(none)"},
-        StanzaCase{"EmptySourcetype", "_sourcetype=\nred=0.5", "(none)"},
-        StanzaCase{"FewerThanItSays", "_sourcetype=t\nred=0.5\n_size=5", "(none)"},
-        StanzaCase{"InTwoLayers", "_sourcetype=t\nred=9", "u", "[m]\n_sourcetype=u\nred=0.5\n"},
-        // The distance is (ln 2 x (red - 0.5))^2 / 3 x 100000.
-        StanzaCase{"At650", "_sourcetype=t\nred=0.2985386\ngrape=0", "t"},
-        StanzaCase{"Beyond650", "_sourcetype=t\nred=0.298538\ngrape=0", "(none)"},
-        StanzaCase{"NanIsZero", "_sourcetype=t\nred=0.5\nx=nan", "t"},
-        StanzaCase{"InfinityIsZero", "_sourcetype=t\nred=0.5\nx=-inf\ny=1e99", "t"},
-        StanzaCase{"WordIsZero", "_sourcetype=t\nred=0.5\nx=abc", "t"},
-        StanzaCase{"NegativeStays", "_sourcetype=t\nred=0.5\nx=-1", "(none)"},
-        StanzaCase{"NumberAndText", "_sourcetype=t\nred=+5e-1x", "t"},
-        StanzaCase{"OwnLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=100", "(none)"},
-        StanzaCase{"NoLimit", "_sourcetype=t\nred=0.5\ngrape=.1", "t"},
-        StanzaCase{"ZeroIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=0", "t"},
-        StanzaCase{"TextIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=abc", "t"},
-        StanzaCase{"NegativeIsNoLimit", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=-1", "t"},
-        StanzaCase{"InheritedLimit", "_sourcetype=t\nred=0.5\ngrape=.1", "(none)",
-                   "[default]\nmaxDist=100\n"},
-        StanzaCase{"OwnLimitWins", "_sourcetype=t\nred=0.5\ngrape=.1\nmaxDist=900", "t",
-                   "[default]\nmaxDist=100\n"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(StoredShape, WrittenInTwoWaysCountsOnce) {
   const TempTree tree;
@@ -305,22 +219,7 @@ TEST(Retraining, KeepsTheDefaultStanza) {
   EXPECT_EQ(tree.read(kLearned), defaults);
 }
 
-TEST(Retraining, DeletesTheFileWhenAllModelsAreOld) {
-  const TempTree tree;
-  ProgramRun run(tree);
-  ModelRetraining(run.store, run.models).finish();  // without models this is not an error
-  EXPECT_TRUE(run.train(repeated(kApples, 100), "fruit"));
-  const auto stored = tree.read(kLearned);
-  std::filesystem::create_directories(tree.path(kOld) / "x");
-  ModelRetraining(run.store, run.models).finish();  // drops nothing when the copy cannot be written
-  EXPECT_EQ(tree.read(kLearned), stored);
-  std::filesystem::remove_all(tree.path(kOld));
-  ModelRetraining(run.store, run.models).finish();
-  EXPECT_FALSE(std::filesystem::exists(tree.path(kLearned)));
-  EXPECT_EQ(tree.read(kOld), stored);
-}
-
-TEST(StoredStanza, IsLoggedWithItsInvalidNumbers) {
+TEST(StoredStanza, IsReportedWithWhatInItIsNoNumber) {
   const TempTree tree;
   tree.write(kLearned, "[m]\n_sourcetype=t\na=x\nb=inf\nc=1\nmaxDist=-1\n");
   CaptureStderr();
@@ -330,34 +229,27 @@ TEST(StoredStanza, IsLoggedWithItsInvalidNumbers) {
                     HasSubstr("[m]: maxDist '-1' is no number above 0, 9999 holds.")));
 }
 
-struct LimitCase {
-  const char* name;
-  int sourcetypes;
-  const char* before;
-  const char* after;
-};
-
-class MaxDist : public ::testing::TestWithParam<LimitCase> {};
-
-TEST_P(MaxDist, FollowsTheNumberOfSourcetypes) {
-  const TempTree tree;
-  std::string props = "[source::a]\n[rule::a]\n[delayedrule::a]\n[eventtype::a]\n";
-  for (int i = 0; i < GetParam().sourcetypes; ++i) props += "[t" + std::to_string(i) + "]\n";
-  tree.write("system/default/props.conf", props + GetParam().before);
-  ProgramRun run(tree);
-  adjustMaxDist(run.store);
-  PropertiesMap defaults;
-  run.store.getExactStanza(run.store.getProps(), defaults, kDefaultStanza);
-  EXPECT_EQ(defaults.get("maxDist"), GetParam().after);
+TEST(MaxDist, FollowsTheNumberOfSourcetypes) {
+  struct Case {
+    int sourcetypes;
+    const char* before;
+    const char* after;
+  };
+  for (const auto& [sourcetypes, before, after] :
+       {Case{3000, "", ""}, Case{3001, "", "500"}, Case{10000, "[default]\nmaxDist=x\n", "500"},
+        Case{90000, "[default]\nmaxDist=500\n", "700"},
+        Case{3100, "[default]\nmaxDist=900\n", "500"}}) {
+    const TempTree tree;
+    std::string props = "[source::a]\n[rule::a]\n[delayedrule::a]\n[eventtype::a]\n";
+    for (int i = 0; i < sourcetypes; ++i) props += "[t" + std::to_string(i) + "]\n";
+    tree.write("system/default/props.conf", props + before);
+    ConfStore store(tree.root());
+    adjustMaxDist(store);
+    PropertiesMap defaults;
+    store.getExactStanza(store.getProps(), defaults, kDefaultStanza);
+    EXPECT_EQ(defaults.get("maxDist"), after) << sourcetypes;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Stores, MaxDist,
-    ::testing::Values(LimitCase{"Few", 3000, "", ""}, LimitCase{"Many", 3001, "", "500"},
-                      LimitCase{"TenThousand", 10000, "[default]\nmaxDist=x\n", "500"},
-                      LimitCase{"NinetyThousand", 90000, "[default]\nmaxDist=500\n", "700"},
-                      LimitCase{"Lowered", 3100, "[default]\nmaxDist=900\n", "500"}),
-    [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace sourcetype
