@@ -4,7 +4,6 @@
 #include <span>
 #include <string_view>
 
-#include "classifier/header_fields.h"
 #include "classifier/properties.h"
 #include "conf/stanza_kinds.h"
 #include "util/text.h"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "classifier/properties.h"
 #include "conf/stanza_kinds.h"
 #include "util/text.h"
 

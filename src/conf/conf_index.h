@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "conf/conf_file.h"
-#include "platform/file_system.h"
+#include "platform/file_identity.h"
 
 namespace sourcetype {
 

@@ -18,7 +18,6 @@
 
 #include "util/match_budget.h"
 #include "util/match_workspace.h"
-#include "util/pcre_code.h"
 #include "util/search_meter.h"
 
 namespace sourcetype::pcre {

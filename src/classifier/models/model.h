@@ -12,7 +12,6 @@
 
 #include "classifier/models/fingerprint.h"
 #include "conf/conf_file.h"
-#include "conf/logical_lines.h"
 #include "conf/properties_map.h"
 
 namespace sourcetype {
