@@ -78,10 +78,7 @@ constexpr bool isBlank(char c) {
 
 // Whether `set` contains `c`.
 constexpr bool isOneOf(char c, std::string_view set) {
-  for (const char member : set) {
-    if (member == c) return true;
-  }
-  return false;
+  return set.find(c) != std::string_view::npos;
 }
 
 // `text` without the characters of `set` at both ends. An empty result points into `text`, too.
