@@ -39,8 +39,9 @@ class XmlLibraries : public ::testing::Test {
 
 TEST_F(XmlLibraries, ReadNoFileThatXmlNames) {
   const auto secret = tree_.write("secret.xml", "<s>secret</s>");
-  for (const auto& name : {secret.generic_string(), "file://" + secret.generic_string(),
-                           std::string("http://127.0.0.1:9/x.xml")}) {
+  const auto path = secret.generic_string();
+  const auto* const scheme = path.starts_with('/') ? "file://" : "file:///";
+  for (const auto& name : {path, scheme + path, std::string("http://127.0.0.1:9/x.xml")}) {
     tree_.write("log", "");
     const auto document = "<!DOCTYPE d [<!ENTITY e SYSTEM \"" + name + "\">]><d>&e;</d>";
     const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> parsed(
