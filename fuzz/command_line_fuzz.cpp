@@ -30,8 +30,8 @@ struct Run {
 Run runWith(const Words& words) {
   std::vector<Argument> arguments{{.path = kProgram, .text = kProgram}};
   for (const auto word : words) arguments.push_back({.path = word, .text = std::string(word)});
-  require(std::freopen("stdin.txt", "r", stdin) != nullptr, "standard input opens");
-  require(std::freopen("stdout.txt", "w", stdout) != nullptr, "standard output opens");
+  require(std::freopen("stdin.txt", "rb", stdin) != nullptr, "standard input opens");
+  require(std::freopen("stdout.txt", "wb", stdout) != nullptr, "standard output opens");
   ConfStore store(tree().root());
   const int status = runDriver(store, arguments);
   require(std::fflush(stdout) == 0, "standard output is written");

@@ -27,14 +27,9 @@ std::ostringstream& console() {
   return stream;
 }
 
-void prepareOnce() {
-  static const bool kPrepared = [] {
-    std::cout.rdbuf(console().rdbuf());
-    std::cerr.rdbuf(console().rdbuf());
-    std::filesystem::current_path(tree().root());
-    return true;
-  }();
-  require(kPrepared, "the working directory is the target's own");
+void catchConsole() {
+  std::cout.rdbuf(console().rdbuf());
+  std::cerr.rdbuf(console().rdbuf());
 }
 
 using Values = std::map<std::string, std::string, std::less<>>;
@@ -102,8 +97,9 @@ std::vector<std::string> seeds() {
 }
 
 void run(std::string_view input) {
-  prepareOnce();
+  catchConsole();
   Parts parts(input);
+  configureLogging("", {});  // closes the files of the input before
   tree().clear();
   const auto general = parts.next();
   const auto local = parts.next();

@@ -122,10 +122,12 @@ Tree::Tree()
 
 Tree::~Tree() {
   std::error_code ignored;
+  std::filesystem::current_path(root_.parent_path(), ignored);
   std::filesystem::remove_all(root_, ignored);
 }
 
 void Tree::clear() const {
+  std::filesystem::current_path(root_);  // Windows removes no directory that somebody works in
   for (const auto& entry : std::filesystem::directory_iterator(root_)) {
     std::filesystem::remove_all(entry);
   }
@@ -146,7 +148,8 @@ std::optional<std::string> Tree::read(std::string_view relative) const {
 std::vector<std::string> Tree::files() const {
   std::vector<std::string> names;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root_)) {
-    if (entry.is_regular_file()) names.push_back(entry.path().lexically_relative(root_).string());
+    if (entry.is_regular_file())
+      names.push_back(entry.path().lexically_relative(root_).generic_string());
   }
   std::ranges::sort(names);
   return names;

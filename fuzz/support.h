@@ -71,11 +71,12 @@ class Tree {
   ~Tree();
 
   const std::filesystem::path& root() const { return root_; }
+  // The root is the working directory then.
   void clear() const;
   std::filesystem::path write(std::string_view relative, std::string_view content) const;
   // Nothing when there is no such file.
   std::optional<std::string> read(std::string_view relative) const;
-  // All regular files, relative to the root, in byte order.
+  // All regular files, relative to the root, with "/", in byte order.
   std::vector<std::string> files() const;
 
  private:

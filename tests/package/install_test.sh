@@ -33,3 +33,5 @@ cmake -G Ninja -S "$source/examples/classify" -B "$work/classify" \
 cmake --build "$work/classify" >"$work/log" || { cat "$work/log" >&2; exit 1; }
 expect $'packages.log\tos_dpkg\nnone.log\tfailed_stat' \
   "$(cd "$work" && classify/classify packages.log none.log)"
+# A program that starts quietly does not name its logging configuration.
+expect '' "$(cd "$work" && classify/classify packages.log 2>&1 | grep 'Using logging')"
