@@ -118,14 +118,12 @@ std::vector<fs::path> listDirectory(const fs::path& directory, std::error_code& 
   return names;
 }
 
-void createDirectories(const fs::path& wanted) {
+void createDirectories(const fs::path& directory) {
   constexpr const char* kWhat = "cannot create the directory";
-  fs::path directory = wanted;
   std::vector<fs::path> missing;
-  while (!directory.empty() && !isDirectory(directory)) {
-    missing.push_back(directory);
-    if (directory == directory.parent_path()) break;  // a root that is not there
-    directory = directory.parent_path();
+  for (fs::path next = directory; !next.empty() && !isDirectory(next); next = next.parent_path()) {
+    missing.push_back(next);
+    if (next == next.parent_path()) break;  // a root that is not there
   }
   for (; !missing.empty(); missing.pop_back()) {
     const auto& next = missing.back();

@@ -20,7 +20,7 @@ HANDLE openShared(const std::filesystem::path& path, DWORD access, DWORD disposi
 }
 
 HANDLE openLockFile(const std::filesystem::path& path) {
-  const HANDLE file = openShared(path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
+  HANDLE file = openShared(path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
   if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_ACCESS_DENIED) return file;
   return openShared(path, GENERIC_READ, OPEN_EXISTING);  // of another account; reading is enough
 }
