@@ -7,6 +7,9 @@ use File::Basename qw(dirname);
 # The files in the order of the page, with their headings.
 my @parts = (
   [web          => 'The web'],
+  [services     => 'Services'],
+  [network      => 'Networks and security'],
+  [cloud        => 'Cloud and containers'],
   [system       => 'Systems'],
   [windows      => 'Windows'],
   [java         => 'Java and data systems'],

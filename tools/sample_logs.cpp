@@ -1,5 +1,6 @@
 // Writes made-up logs after templates: sample_logs TEMPLATES DIRECTORY [EVENTS] [SEED]
 //
+// TEMPLATES is a file or a directory of files "*.txt", which share their words.
 // For each log [NAME] or [NAME SOURCETYPE] of the templates it writes below DIRECTORY
 //   NAME.log      the log: at least EVENTS events and 120 lines, one event in twenty cut off or odd
 //   NAME.events   the whole events of it, one a line
@@ -37,6 +38,7 @@
 #include <fstream>
 #include <map>
 #include <random>
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -96,10 +98,9 @@ std::vector<std::string> split(std::string_view text, std::string_view separator
   return parts;
 }
 
-Templates readTemplates(const std::filesystem::path& path) {
+void readFile(const std::filesystem::path& path, Templates& result) {
   std::ifstream file(path);
   if (!file) throw std::runtime_error("cannot read the templates");
-  Templates result;
   for (std::string line; std::getline(file, line);) {
     if (line.empty() || line.starts_with('#')) continue;
     const auto gap = line.find(' ');
@@ -126,6 +127,18 @@ Templates readTemplates(const std::filesystem::path& path) {
       throw std::runtime_error("not understood: " + line);
     }
   }
+}
+
+Templates readTemplates(const std::filesystem::path& path) {
+  std::set<std::filesystem::path> files{path};
+  if (std::filesystem::is_directory(path)) {
+    files.clear();
+    for (const auto& entry : std::filesystem::directory_iterator(path)) {
+      if (entry.path().extension() == ".txt") files.insert(entry.path());
+    }
+  }
+  Templates result;
+  for (const auto& file : files) readFile(file, result);
   return result;
 }
 

@@ -9,7 +9,7 @@ mkdir "$work/home" "$work/logs"
 cp -R "$source/etc" "$work/home/"
 export TARNEL_HOME=$work/home PATH=$build/src:$PATH PARALLEL_HOME=$work
 touch "$work/will-cite"
-"$build/tools/sample_logs" "$source/tests/formats/logs.txt" "$work/logs" >/dev/null
+"$build/tools/sample_logs" "$source/tests/formats/logs" "$work/logs" >/dev/null
 rm "$work"/logs/*.events "$work"/logs/*.times
 printf 'one\n' >"$work/logs/small.log"
 cd "$work"

@@ -30,7 +30,7 @@ std::vector<std::string> linesOf(const std::string& text) {
   return lines;
 }
 
-// Writes the logs of a file of templates into the directory "logs".
+// Writes the logs of templates into the directory "logs".
 std::vector<Made> makeLogs(const Installation& server, const std::string& templates) {
   std::filesystem::create_directory(server.path("logs"));
   const auto run = server.runProgram(SAMPLE_LOGS_EXECUTABLE,
@@ -78,7 +78,7 @@ bool isDelayed(const std::string& sourcetype) {
 
 TEST(Formats, AreEachRecognised) {
   const Installation server;
-  const auto logs = makeLogs(server, "logs.txt");
+  const auto logs = makeLogs(server, "logs");
   EXPECT_GE(logs.size(), 90U);
   auto verdicts = recognisedAtOnce(server, logs);
   for (const auto& log : logs) {
@@ -105,7 +105,7 @@ std::size_t countAgreeing(const std::vector<std::string>& expected,
 
 TEST(Formats, TellTheInstantsOfTheirEvents) {
   const Installation server;
-  for (const auto& log : makeLogs(server, "logs.txt")) {
+  for (const auto& log : makeLogs(server, "logs")) {
     if (log.end == "-") continue;
     std::time_t end = 0;
     std::from_chars(log.end.data(), log.end.data() + log.end.size(), end);
@@ -125,7 +125,7 @@ TEST(Formats, TellTheInstantsOfTheirEvents) {
 // One odd line in twenty may look like the begin of an event.
 TEST(Formats, SayWhereEventsOfSeveralLinesBegin) {
   const Installation server;
-  for (const auto& log : makeLogs(server, "logs.txt")) {
+  for (const auto& log : makeLogs(server, "logs")) {
     const auto settings = server.run({"settings", log.sourcetype}).out;
     const auto expression = valueOf(settings, "BREAK_ONLY_BEFORE");
     const bool isMerged = expression != "(absent)";
@@ -144,7 +144,7 @@ TEST(Formats, SayWhereEventsOfSeveralLinesBegin) {
 TEST(Texts, ThatAreNoLogGetNoBundledSourcetype) {
   const Installation server;
   std::set<std::string> bundled;
-  for (const auto& log : makeLogs(server, "logs.txt")) bundled.insert(log.sourcetype);
+  for (const auto& log : makeLogs(server, "logs")) bundled.insert(log.sourcetype);
   const auto texts = makeLogs(server, "texts.txt");
   EXPECT_GE(texts.size(), 20U);
   for (const auto& text : texts) {
