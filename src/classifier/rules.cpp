@@ -1,6 +1,7 @@
 #include "classifier/rules.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <string_view>
 
@@ -38,6 +39,18 @@ struct Rules::Test {
   bool hasNumber;  // if false, `percent` is 0
 };
 
+struct Rules::TestedLines {
+  explicit TestedLines(const Sample& tested)
+      : sample(tested), count(std::min(sample.lineCount(), kMaxRuleLines)) {
+    for (std::size_t i = 0; i < count; ++i) starts.add(sample.line(i));
+  }
+
+  const Sample& sample;
+  const std::size_t count;
+  LineStarts starts;
+  std::array<bool, kMaxRuleLines> isCandidate{};  // by line: it may match the tested expression
+};
+
 // Returns the test that a key describes; nothing for other keys. Text between the prefix and the
 // underscore is ignored, so that a stanza can have several tests of a kind.
 std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
@@ -61,7 +74,8 @@ std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
 
 std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleTiming timing,
                                                      MatchBudget& budget) {
-  auto found = findRule(sample, timing, budget);
+  TestedLines lines(sample);
+  auto found = findRule(lines, timing, budget);
   reportOmittedRecords();
   return found;
 }
@@ -76,7 +90,7 @@ void Rules::reportOmittedRecords() {
   records_ = {};
 }
 
-std::optional<std::string> Rules::findRule(const Sample& sample, RuleTiming timing,
+std::optional<std::string> Rules::findRule(TestedLines& lines, RuleTiming timing,
                                            MatchBudget& budget) {
   Conf& props = store_.getProps();
   for (const auto& stanza : store_.stanzaNames(props, stanzaPrefix(timing))) {
@@ -96,7 +110,7 @@ std::optional<std::string> Rules::findRule(const Sample& sample, RuleTiming timi
       }
       continue;
     }
-    const bool passes = passesTests(sample, stanza, rule, budget);
+    const bool passes = passesTests(lines, stanza, rule, budget);
     if (budget.isSpent()) {
       logWarn(kFlowLog, "The rules cost too much: [%s] and those after it are not tried.", stanza);
       return std::nullopt;
@@ -106,7 +120,7 @@ std::optional<std::string> Rules::findRule(const Sample& sample, RuleTiming timi
   return std::nullopt;
 }
 
-bool Rules::passesTests(const Sample& sample, const std::string& stanza, const PropertiesMap& rule,
+bool Rules::passesTests(TestedLines& lines, const std::string& stanza, const PropertiesMap& rule,
                         MatchBudget& budget) {
   bool hasTest = false;
   for (const auto& [key, entry] : rule.entries()) {
@@ -114,7 +128,7 @@ bool Rules::passesTests(const Sample& sample, const std::string& stanza, const P
     if (!test) continue;
     hasTest = true;
     reportFaults(stanza, key, *test, entry.value);
-    if (!MatchRulePattern(sample, entry.value, test->comparer, test->percent, budget)) return false;
+    if (!passesTest(lines, entry.value, *test, budget)) return false;
   }
   return hasTest;
 }
@@ -122,62 +136,72 @@ bool Rules::passesTests(const Sample& sample, const std::string& stanza, const P
 // Logs, once a run, a test with an invalid expression or without a percentage.
 void Rules::reportFaults(const std::string& stanza, const std::string& key, const Test& test,
                          const std::string& pattern) {
-  const auto* error = std::get_if<std::string>(&compiled(pattern));
-  if (error == nullptr && test.hasNumber) return;
+  const std::string& error = expression(pattern).error();
+  if (error.empty() && test.hasNumber) return;
   if (!reported_.emplace(stanza, key).second || !records_.faults.admit()) return;
-  if (error != nullptr) reportInvalidRegex(kFlowLog, pattern, *error, stanza, key);
+  if (!error.empty()) reportInvalidRegex(kFlowLog, pattern, error, stanza, key);
   if (!test.hasNumber) {
     logWarn(kFlowLog, "The percentage of %s in [%s] has no digits and is taken as 0.", key, stanza);
   }
 }
 
-const Rules::Compiled& Rules::compiled(const std::string& pattern) {
-  const auto known = compiled_.find(pattern);
-  if (known != compiled_.end()) return known->second;
-  try {
-    return compiled_.emplace(pattern, Regex(pattern)).first->second;
-  } catch (const RegexException& error) {
-    return compiled_.emplace(pattern, error.what()).first->second;
-  }
+FilteredRegex& Rules::expression(const std::string& pattern) {
+  return expressions_.try_emplace(pattern, pattern).first->second;
 }
 
 bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
                              int percent, MatchBudget& budget) {
-  const std::size_t lines = std::min(sample.lineCount(), kMaxRuleLines);
+  TestedLines lines(sample);
+  return passesTest(lines, pattern, {.comparer = comparer, .percent = percent, .hasNumber = true},
+                    budget);
+}
+
+bool Rules::passesTest(TestedLines& lines, const std::string& pattern, const Test& test,
+                       MatchBudget& budget) {
   budget.spend(MatchBudget::compilingCost(pattern.size()));
-  const auto* regex = std::get_if<Regex>(&compiled(pattern));
+  FilteredRegex& tested = expression(pattern);
   const auto percentage = [&](std::size_t decisive, MatchBudget& spent) {
-    if (regex == nullptr || lines == 0) return 0;
-    return static_cast<int>(countMatches(sample, lines, *regex, decisive, spent) * 100 / lines);
+    if (!tested.error().empty() || lines.count == 0) return 0;
+    return static_cast<int>(countMatches(lines, tested, decisive, spent) * 100 / lines.count);
   };
-  const int counted = percentage(decisiveCount(lines, comparer, percent), budget);
-  const bool passes = comparer == '>' ? counted >= percent : counted <= percent;
+  const int counted = percentage(decisiveCount(lines.count, test.comparer, test.percent), budget);
+  const bool passes = test.comparer == '>' ? counted >= test.percent : counted <= test.percent;
   if (kFlowLog.isEnabled(LogLevel::Debug)) {
     // The log shows the percentage of all lines. Counting them must not spend the budget of the
     // file.
     MatchBudget logBudget(kMaxTestCost);
     logDebug(kFlowLog, "MatchRulePattern. %s, Pattern: %s, Percent: %d, Comparer: %c, Actual: %d",
-             passes ? "true" : "false", pattern, percent, comparer,
+             passes ? "true" : "false", pattern, test.percent, test.comparer,
              percentage(kCountAll, logBudget));
   }
   return passes;
 }
 
-std::size_t Rules::countMatches(const Sample& sample, std::size_t lines, const Regex& regex,
-                                std::size_t decisive, MatchBudget& budget) {
+std::size_t Rules::countMatches(TestedLines& lines, FilteredRegex& expression, std::size_t decisive,
+                                MatchBudget& budget) {
+  const bool countsAll = decisive == kCountAll;
+  if (!countsAll && expression.maxMatches(lines.starts) < decisive) return 0;
+  std::size_t candidates = 0;
+  for (std::size_t i = 0; i < lines.count; ++i) {
+    if (!countsAll && candidates + (lines.count - i) < decisive) return 0;
+    lines.isCandidate[i] = expression.admits(lines.sample.line(i));
+    if (lines.isCandidate[i]) ++candidates;
+  }
   const std::uint64_t allowed = std::min(budget.left(), kMaxTestCost);
   MatchBudget share(allowed);
   std::size_t matches = 0;
   MatchResult unusedGroups;
-  for (std::size_t i = 0; i < lines; ++i) {
-    const bool isSettled = matches >= decisive || matches + (lines - i) < decisive;
-    if (isSettled && decisive != kCountAll) break;
-    const auto answer = regex.tryMatch(sample.line(i), unusedGroups, share);
+  for (std::size_t i = 0; candidates > 0; ++i) {
+    const bool isSettled = matches >= decisive || matches + candidates < decisive;
+    if (isSettled && !countsAll) break;
+    if (!lines.isCandidate[i]) continue;
+    --candidates;
+    const auto answer = expression.regex().tryMatch(lines.sample.line(i), unusedGroups, share);
     if (answer == Regex::Answer::Match) ++matches;
     if (answer != Regex::Answer::TooCostly) continue;
     if (records_.costs.admit()) {
       logWarn(kFlowLog, "The expression %s costs too much on line %lu; no more lines are counted.",
-              regex.pattern(), i + 1);
+              expression.pattern(), i + 1);
     }
     break;
   }

@@ -12,13 +12,12 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
-#include <variant>
 
 #include "classifier/sample.h"
 #include "conf/conf_store.h"
+#include "util/filtered_regex.h"
 #include "util/match_budget.h"
 #include "util/record_limit.h"
-#include "util/regex.h"
 
 namespace sourcetype {
 
@@ -47,20 +46,20 @@ class Rules {
 
  private:
   struct Test;
+  struct TestedLines;
 
   static std::optional<Test> parseTestKey(const std::string& key);
-  std::optional<std::string> findRule(const Sample& sample, RuleTiming timing, MatchBudget& budget);
-  bool passesTests(const Sample& sample, const std::string& stanza, const PropertiesMap& rule,
+  std::optional<std::string> findRule(TestedLines& lines, RuleTiming timing, MatchBudget& budget);
+  bool passesTests(TestedLines& lines, const std::string& stanza, const PropertiesMap& rule,
                    MatchBudget& budget);
+  bool passesTest(TestedLines& lines, const std::string& pattern, const Test& test,
+                  MatchBudget& budget);
   void reportFaults(const std::string& stanza, const std::string& key, const Test& test,
                     const std::string& pattern);
   // Counts the matching lines. Stops as soon as it is certain whether the count reaches `decisive`.
-  std::size_t countMatches(const Sample& sample, std::size_t lines, const Regex& regex,
-                           std::size_t decisive, MatchBudget& budget);
-
-  // An expression, or the reason why it does not compile.
-  using Compiled = std::variant<Regex, std::string>;
-  const Compiled& compiled(const std::string& pattern);
+  std::size_t countMatches(TestedLines& lines, FilteredRegex& expression, std::size_t decisive,
+                           MatchBudget& budget);
+  FilteredRegex& expression(const std::string& pattern);
 
   // Limits on what one search for a rule logs.
   struct Records {
@@ -72,8 +71,8 @@ class Rules {
 
   ConfStore& store_;
   Records records_;
-  std::unordered_map<std::string, Compiled> compiled_;      // by text; each is compiled once
-  std::set<std::pair<std::string, std::string>> reported_;  // stanzas and keys with faults
+  std::unordered_map<std::string, FilteredRegex> expressions_;  // by text
+  std::set<std::pair<std::string, std::string>> reported_;      // stanzas and keys with faults
 };
 
 }  // namespace sourcetype

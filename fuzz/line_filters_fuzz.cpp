@@ -1,0 +1,116 @@
+// Filters of lines against the searches that they save. Input: an expression, bytes that choose
+// among the texts that it describes, and lines.
+#include <algorithm>
+
+#include "support.h"
+#include "util/line_filter.h"
+#include "util/regex.h"
+#include "util/text.h"
+
+namespace sourcetype::fuzzing {
+namespace {
+
+using Kind = ExpressionTree::Kind;
+
+// Writes a text that an expression describes, but for its assertions.
+class Speaker {
+ public:
+  Speaker(const ExpressionTree& tree, std::string_view choices) : tree_(tree), choices_(choices) {
+    say(tree.root());
+  }
+  const std::string& text() const { return text_; }
+
+ private:
+  static constexpr std::size_t kMaxText = 400;
+
+  std::size_t choose(std::size_t count) {
+    if (choices_.empty() || count == 0) return 0;
+    const auto choice = static_cast<unsigned char>(choices_.front()) % count;
+    choices_.remove_prefix(1);
+    return choice;
+  }
+
+  void say(std::uint32_t index) {
+    const auto& node = tree_.node(index);
+    std::vector<std::uint32_t> parts;
+    for (auto i = node.firstPart; i != ExpressionTree::kNone; i = tree_.node(i).nextSibling) {
+      parts.push_back(i);
+    }
+    if (node.kind == Kind::Bytes) sayByte(node.bytes);
+    if (node.kind == Kind::Choice) say(parts[choose(parts.size())]);
+    if (node.kind == Kind::Sequence) std::ranges::for_each(parts, [this](auto part) { say(part); });
+    if (node.kind != Kind::Repeat) return;
+    const auto extra = choose(std::min<std::size_t>(node.max - node.min, 3) + 1);
+    for (std::size_t i = 0; i < node.min + extra && text_.size() < kMaxText; ++i) say(parts[0]);
+  }
+
+  // A set of bytes beyond ASCII stands for all characters there.
+  void sayByte(const ByteSet& bytes) {
+    std::vector<unsigned char> ascii;
+    bytes.visit([&](unsigned char byte) {
+      if (byte < 0x80) ascii.push_back(byte);
+    });
+    const auto choice = choose(ascii.size() + (bytes.contains(0x80) ? 1 : 0));
+    if (choice < ascii.size()) {
+      text_ += static_cast<char>(ascii[choice]);
+    } else if (bytes.contains(0x80)) {
+      text_ += choose(2) == 0 ? "\xC3\xA9" : "\xF0\x9F\x98\x80";
+    }
+  }
+
+  const ExpressionTree& tree_;
+  std::string_view choices_;
+  std::string text_;
+};
+
+// The expressions of the rules that ship.
+void addShipped(std::vector<std::string>& inputs, std::string_view app) {
+  const auto conf = repositoryFile("etc/apps/" + std::string(app) + "/default/props.conf");
+  for (const auto line : linesOf(conf)) {
+    const auto equals = line.find(" = ");
+    if (!line.starts_with("MORE_THAN") || equals == std::string_view::npos) continue;
+    const auto expression = line.substr(equals + 3);
+    inputs.push_back(joined({expression, "choose 12 of these", "2024-03-05 10:00:00,123 INFO x"}));
+    inputs.push_back(joined({expression, "", "Mar  5 10:00:00 host sshd[12]: text"}));
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> seeds() {
+  std::vector<std::string> inputs;
+  for (const char* app : {"web", "system", "windows", "java", "databases", "applications"}) {
+    addShipped(inputs, app);
+  }
+  for (const char* expression :
+       {"^a|^b",      "^(?:a|bc)d", "^[^a]b",  "^\xC3\xA9?x", "^(?!x)a{2,3}?b", "^.\\d",
+        "^\\S\\s\\W", "",           "^(a*)*b", "a$|^b",       "^(?>a|b)++c",    "^[]a-c\\-]x",
+        "^[\\w.-]+=", "^a{30,40}b", "\\bz\\Z", "^(?i)a",      "^[[:alpha:]]",   "x(?#y)z",
+        "^a{,3}",     "(?<n>a)b",   "^\\x41",  "^[^\\D]1",    "^\\t\\e"}) {
+    inputs.push_back(joined({expression, "abcdefgh", "abd\xFF\nb\xC3\xA9x\n1\n"}));
+  }
+  return inputs;
+}
+
+void run(std::string_view input) {
+  Parts parts(input);
+  const std::string expression(parts.next());
+  const auto choices = parts.next();
+  const auto filter = LineFilter::of(expression);
+  if (!filter) return;
+  require(compiles(expression), "an expression with a filter compiles");
+  const Regex regex(expression);
+
+  std::vector<std::string> lines{Speaker(*ExpressionTree::parse(expression), choices).text()};
+  for (const auto line : linesOf(parts.rest())) lines.emplace_back(line);
+  LineStarts starts;
+  std::size_t admitted = 0;
+  for (const auto& line : lines) {
+    starts.add(line);
+    if (filter->admits(line)) ++admitted;
+    require(filter->admits(line) || !regex.match(line), "a filter admits each line that matches");
+  }
+  require(admitted <= filter->maxAdmitted(starts), "no more lines are admitted than are counted");
+}
+
+}  // namespace sourcetype::fuzzing

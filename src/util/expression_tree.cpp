@@ -1,0 +1,307 @@
+#include "util/expression_tree.h"
+
+#include "util/text.h"
+
+namespace sourcetype {
+namespace {
+
+// Far below what the library compiles. The library stores a copy of an item for each repetition, and
+// 33 bytes for a class.
+constexpr std::size_t kMaxPatternSize = 4000;
+constexpr int kMaxNesting = 30;
+constexpr std::uint32_t kMaxRepeats = 1000;
+constexpr std::uint64_t kMaxCopies = 400;
+
+constexpr ByteSet kDigits = [] {
+  ByteSet set;
+  set.add('0', '9');
+  return set;
+}();
+constexpr ByteSet kWordBytes = [] {
+  ByteSet set = kDigits;
+  set.add('a', 'z');
+  set.add('A', 'Z');
+  set.add('_');
+  return set;
+}();
+constexpr ByteSet kSpaces = [] {
+  ByteSet set;
+  set.add('\t', '\r');
+  set.add(' ');
+  return set;
+}();
+constexpr ByteSet kAny = [] {
+  ByteSet set;
+  set.invert();
+  return set;
+}();
+
+struct NotUnderstood {};
+
+}  // namespace
+
+class ExpressionParser {
+ public:
+  ExpressionParser(std::string_view pattern, ExpressionTree& tree)
+      : pattern_(pattern), nodes_(tree.nodes_) {}
+
+  // Returns the root. Throws NotUnderstood.
+  std::uint32_t parse() {
+    if (pattern_.size() > kMaxPatternSize) throw NotUnderstood{};
+    nodes_.reserve(pattern_.size() + 4);
+    const auto root = choice(1);
+    if (!atEnd()) throw NotUnderstood{};  // a parenthesis that nothing opened
+    if (copiesOf(root) > kMaxCopies) throw NotUnderstood{};
+    return root;
+  }
+
+ private:
+  using Kind = ExpressionTree::Kind;
+  using Node = ExpressionTree::Node;
+  static constexpr std::uint32_t kNone = ExpressionTree::kNone;
+  static constexpr std::uint32_t kUnlimited = ExpressionTree::kUnlimited;
+
+  bool atEnd() const { return at_ == pattern_.size(); }
+  bool sees(char c) const { return !atEnd() && pattern_[at_] == c; }
+  bool accept(char c) {
+    if (!sees(c)) return false;
+    ++at_;
+    return true;
+  }
+  bool accept(std::string_view text) {
+    if (!pattern_.substr(at_).starts_with(text)) return false;
+    at_ += text.size();
+    return true;
+  }
+  char next() {
+    if (atEnd() || !isAscii(pattern_[at_])) throw NotUnderstood{};
+    return pattern_[at_++];
+  }
+  static bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80 && c != '\0'; }
+
+  std::uint32_t add(const Node& node) {
+    nodes_.push_back(node);
+    return static_cast<std::uint32_t>(nodes_.size() - 1);
+  }
+  std::uint32_t addByte(char c) {
+    Node node{.kind = Kind::Bytes};
+    node.bytes.add(static_cast<unsigned char>(c));
+    return add(node);
+  }
+  std::uint32_t addBytes(const ByteSet& bytes) {
+    return add({.kind = Kind::Bytes, .bytes = bytes});
+  }
+
+  std::uint32_t choice(int nesting) {
+    if (nesting > kMaxNesting) throw NotUnderstood{};
+    const auto first = sequence(nesting);
+    if (!sees('|')) return first;
+    for (auto last = first; accept('|');) {
+      const auto alternative = sequence(nesting);
+      nodes_[last].nextSibling = alternative;
+      last = alternative;
+    }
+    return add({.kind = Kind::Choice, .firstPart = first});
+  }
+
+  std::uint32_t sequence(int nesting) {
+    const auto result = add({.kind = Kind::Sequence});
+    for (auto last = kNone; !atEnd() && !sees('|') && !sees(')');) {
+      const auto part = quantified(nesting);
+      (last == kNone ? nodes_[result].firstPart : nodes_[last].nextSibling) = part;
+      last = part;
+    }
+    return result;
+  }
+
+  std::uint32_t quantified(int nesting) {
+    const auto part = atom(nesting);
+    std::uint32_t min = 0;
+    std::uint32_t max = kUnlimited;
+    if (accept('+')) {
+      min = 1;
+    } else if (accept('?')) {
+      max = 1;
+    } else if (sees('{')) {
+      counts(min, max);
+    } else if (!accept('*')) {
+      return part;
+    }
+    const auto kind = nodes_[part].kind;
+    if (kind == Kind::Empty || kind == Kind::Start) throw NotUnderstood{};
+    if (!accept('+')) accept('?');  // possessive, lazy
+    if (sees('*') || sees('+') || sees('?') || sees('{')) throw NotUnderstood{};
+    return add({.kind = Kind::Repeat, .min = min, .max = max, .firstPart = part});
+  }
+
+  void counts(std::uint32_t& min, std::uint32_t& max) {
+    accept('{');
+    min = number();
+    max = min;
+    if (accept(',')) max = sees('}') ? kUnlimited : number();
+    if (!accept('}') || max < min || max == 0) throw NotUnderstood{};
+  }
+
+  std::uint32_t number() {
+    std::uint32_t value = 0;
+    if (atEnd() || !isAsciiDigit(pattern_[at_])) throw NotUnderstood{};
+    while (!atEnd() && isAsciiDigit(pattern_[at_]) && value <= kMaxRepeats) {
+      value = value * 10 + static_cast<std::uint32_t>(pattern_[at_++] - '0');
+    }
+    if (value > kMaxRepeats) throw NotUnderstood{};
+    return value;
+  }
+
+  std::uint32_t atom(int nesting) {
+    switch (const char c = next()) {
+      case '(':
+        return group(nesting);
+      case '[':
+        return addBytes(byteClass());
+      case '\\':
+        return escaped();
+      case '.':
+        return addBytes(kAny);
+      case '^':
+        return add({.kind = Kind::Start});
+      case '$':
+        return add({.kind = Kind::Empty});
+      case '*':
+      case '+':
+      case '?':
+      case '{':
+        throw NotUnderstood{};
+      default:
+        return addByte(c);
+    }
+  }
+
+  std::uint32_t group(int nesting) {
+    bool isLookahead = false;
+    if (accept('?')) {
+      isLookahead = accept('=') || accept('!');
+      if (!isLookahead && !accept(':') && !accept('>')) throw NotUnderstood{};
+    } else if (sees('*')) {
+      throw NotUnderstood{};
+    }
+    const auto inner = choice(nesting + 1);
+    if (!accept(')')) throw NotUnderstood{};
+    return isLookahead ? add({.kind = Kind::Empty}) : inner;
+  }
+
+  std::uint32_t escaped() {
+    const char c = next();
+    if (c == 'b' || c == 'B' || c == 'z' || c == 'Z') return add({.kind = Kind::Empty});
+    ByteSet bytes;
+    if (!shorthand(c, bytes)) bytes.add(static_cast<unsigned char>(literal(c)));
+    return addBytes(bytes);
+  }
+
+  // Adds what "\d" and its like stand for. The negated ones match all characters beyond ASCII.
+  static bool shorthand(char c, ByteSet& bytes) {
+    ByteSet set;
+    switch (toAsciiLower(c)) {
+      case 'd':
+        set = kDigits;
+        break;
+      case 'w':
+        set = kWordBytes;
+        break;
+      case 's':
+        set = kSpaces;
+        break;
+      default:
+        return false;
+    }
+    if (isAsciiUpper(c)) set.invert();
+    bytes.add(set);
+    return true;
+  }
+
+  // The character that a backslash and `c` stand for.
+  static char literal(char c) {
+    switch (c) {
+      case 't':
+        return '\t';
+      case 'r':
+        return '\r';
+      case 'n':
+        return '\n';
+      case 'e':
+        return '\x1B';
+      default:
+        break;
+    }
+    if (isAsciiLetter(c) || isAsciiDigit(c)) throw NotUnderstood{};
+    return c;
+  }
+
+  ByteSet byteClass() {
+    refuseNamedClass();
+    ByteSet bytes;
+    const bool isNegated = accept('^');
+    bool isFirst = true;
+    while (isFirst || !sees(']')) {
+      isFirst = false;
+      classItem(bytes);
+    }
+    accept(']');
+    if (isNegated) bytes.invert();
+    return bytes;
+  }
+
+  // After "[".
+  void refuseNamedClass() const {
+    if (sees(':') || sees('.') || sees('=')) throw NotUnderstood{};
+  }
+
+  // A character, a range or a shorthand.
+  void classItem(ByteSet& bytes) {
+    const char first = next();
+    if (first == '[') refuseNamedClass();
+    char low = first;
+    if (first == '\\') {
+      const char c = next();
+      if (shorthand(c, bytes)) {
+        if (sees('-') && !pattern_.substr(at_).starts_with("-]")) throw NotUnderstood{};
+        return;
+      }
+      low = literal(c);
+    }
+    char high = low;
+    if (sees('-') && !pattern_.substr(at_).starts_with("-]")) {
+      accept('-');
+      high = next();
+      if (high == '[') refuseNamedClass();
+      if (high == '\\') high = literal(next());
+      if (high < low) throw NotUnderstood{};
+    }
+    bytes.add(static_cast<unsigned char>(low), static_cast<unsigned char>(high));
+  }
+
+  // The items of a node when each repetition is written out.
+  std::uint64_t copiesOf(std::uint32_t index) const {
+    const Node& node = nodes_[index];
+    std::uint64_t copies = 1;
+    for (auto part = node.firstPart; part != kNone; part = nodes_[part].nextSibling) {
+      copies += copiesOf(part);
+    }
+    const bool isSingle = node.kind == Kind::Repeat && nodes_[node.firstPart].kind == Kind::Bytes;
+    if (node.kind != Kind::Repeat || isSingle) return copies;
+    return copies * (node.max == kUnlimited ? node.min + 1 : node.max);
+  }
+
+  std::string_view pattern_;
+  std::vector<Node>& nodes_;
+  std::size_t at_ = 0;
+};
+
+std::optional<ExpressionTree> ExpressionTree::parse(std::string_view pattern) try {
+  ExpressionTree tree;
+  tree.root_ = ExpressionParser(pattern, tree).parse();
+  return tree;
+} catch (const NotUnderstood&) {
+  return std::nullopt;
+}
+
+}  // namespace sourcetype
