@@ -82,7 +82,7 @@ std::filesystem::path storedModels(std::int64_t count) {
     const auto number = std::to_string(i);
     out << renderHeader("/var/log/app" + number + ".log_2026-01-01T00:00:00Z_" + number) << "\n";
     const auto settings =
-        saveModel(maker.make(), "/var/log/app" + number + ".log", "type_" + number);
+        saveModel(maker.make(), "/var/log/app" + number + ".log", "type_" + number, "100");
     for (const auto& [key, entry] : settings.entries()) {
       out << renderSetting(key, entry.value) << "\n";
     }
@@ -124,7 +124,7 @@ void BM_MatchSegment(benchmark::State& state) {
     const Fingerprint made = maker.make();
     const std::string sourcetype = "type_" + std::to_string(i);
     TextKeeper keeper;
-    index.add(viewOf(made, sourcetype, "", keeper));
+    index.add(viewOf(made, sourcetype, keeper));
   }
   const Fingerprint file = maker.make();
   for (auto _ : state) benchmark::DoNotOptimize(index.findClosestModel(file));
@@ -149,7 +149,7 @@ void BM_SaveOneMore(benchmark::State& state) {
   ConfStore store(copy);
   Conf& conf = store.getConf("sourcetypes");
   ModelMaker maker;
-  const PropertiesMap model = saveModel(maker.make(), "f", "t");
+  const PropertiesMap model = saveModel(maker.make(), "f", "t", "100");
   int number = 0;
   store.writeLearnedStanza(conf, "first", model);  // reads what the file holds
   for (auto _ : state) {

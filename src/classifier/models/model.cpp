@@ -107,12 +107,6 @@ std::optional<float> parseNumber(std::string_view text) {
   return rounded;
 }
 
-// Reads a "maxDist". Returns nothing unless it is a number above 0.
-std::optional<float> parseLimit(std::string_view text) {
-  const auto limit = parseNumber(text);
-  return limit && *limit > 0 ? limit : std::nullopt;
-}
-
 // Settings are sorted and unique by their keys. Their words need not be: an escape sorts
 // differently from its character, and a word can be written in two ways.
 void sortUnique(std::vector<ModelView::Word>& words) {
@@ -123,14 +117,17 @@ void sortUnique(std::vector<ModelView::Word>& words) {
 
 }  // namespace
 
+std::optional<float> parseLimit(std::string_view text) {
+  const auto limit = parseNumber(text);
+  return limit && *limit > 0 ? limit : std::nullopt;
+}
+
 std::string storedShape(std::string_view shape) {
   return escapedKey(std::string(shape));
 }
 
-ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, std::string_view inherited,
-                 TextKeeper& keeper) {
+ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, TextKeeper& keeper) {
   ModelView view{.sourcetype = sourcetype, .words = {}, .shapes = {}};
-  view.maxDistance = parseLimit(inherited).value_or(kNoMaxDistance);
   for (const auto& [text, weight] : model.words) {
     const auto stored = parseNumber(formatText(kWeightFormat, weight));
     view.words.push_back({.text = text, .weight = stored.value_or(0)});
@@ -142,7 +139,7 @@ ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, std::str
 }
 
 PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
-                        std::string_view sourcetype) {
+                        std::string_view sourcetype, std::string_view maxDistance) {
   PropertiesMap settings;
   settings.set(kSourceKey, trimBlanks(source));  // a value cannot be written with blanks around it
   settings.set(kSourcetypeKey, sourcetype);
@@ -153,6 +150,7 @@ PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
     settings.set(kShapePrefix + storedShape(shape), std::to_string(count));
   }
   settings.set(kSizeKey, std::to_string(settings.entries().size()));
+  settings.set(kMaxDistKey, maxDistance);
   return settings;
 }
 
@@ -204,7 +202,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
             stanza, model.sourcetype, problem);
     return std::nullopt;
   }
-  if (settings.size() <= declaredSize) {
+  if (settings.size() - (ownLimit ? 1 : 0) <= declaredSize) {
     logWarn(kModelLog,
             "Ignoring sourcetypes.conf stanza [%s]: it has fewer settings than its %s says; the "
             "write that made it was cut off, or settings were removed from it.",

@@ -39,30 +39,33 @@ struct ModelView {
   std::vector<std::string_view> shapes;  // as storedShape() returns them
 };
 
+// Reads a "maxDist". Returns nothing unless it is a number above 0.
+std::optional<float> parseLimit(std::string_view text);
+
 // Returns a line shape in the form in which it is stored and compared: "[" becomes "L7(", "]"
 // becomes "L7)" and "=" becomes "EQ". Shapes contain no letters, so different shapes have different
 // stored forms.
 std::string storedShape(std::string_view shape);
 
 // Returns a fingerprint as a model. Its weights are rounded to six decimals, as those of a model
-// that was stored and loaded. `inherited` is the "maxDist" of the stanza "default", empty without
-// one. The texts of the result live as long as `model`, `sourcetype` and `keeper`.
-ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, std::string_view inherited,
-                 TextKeeper& keeper);
+// that was stored and loaded. The texts of the result live as long as `model`, `sourcetype` and
+// `keeper`.
+ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, TextKeeper& keeper);
 
 // Returns the settings of a model's stanza:
 // - "_source" is the file, "_sourcetype" the sourcetype
 // - the key of a word is the word, its value the weight with six decimals
 // - the key of a shape is "~" and the shape, its value the number of lines
 // - "_size" is the number of the settings above
+// - "maxDist" is `maxDistance`; it can be changed or removed by hand
 // All keys are escaped as storedShape() escapes shapes.
 PropertiesMap saveModel(const Fingerprint& model, std::string_view source,
-                        std::string_view sourcetype);
+                        std::string_view sourcetype, std::string_view maxDistance);
 
 // Reads the settings of a model's stanza. Returns nothing, and logs the reason, when "_sourcetype"
 // is missing or unusable, or when there are fewer settings than "_size" says, because a write was
 // cut off or settings were removed. A weight that is not a number counts as 0, and is logged.
-// `inherited` as for viewOf(). The texts of the result live as long as the settings and `keeper`.
+// `inherited` is the "maxDist" of the stanza "default", empty without one. The texts of the result live as long as the settings and `keeper`.
 std::optional<ModelView> loadModel(std::string_view stanza,
                                    std::span<const ConfFile::Setting> settings,
                                    std::string_view inherited, TextKeeper& keeper);

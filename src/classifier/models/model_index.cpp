@@ -21,6 +21,12 @@ namespace {
 constexpr float kTermScale = 100000.0F;
 constexpr float kShapeScale = 600.0F;
 
+// A file that has so many words, and none of the model, is beyond the limit of the model. Without
+// this, prose came within half of the distance of an empty file to models of few words.
+constexpr double kOtherWords = 50;
+// Above the distance between two logs without words.
+constexpr double kMinLearnedLimit = 1;
+
 // Bounds of the difference between the cheap sums, which have another order and double precision,
 // and the distance as it is defined. Single precision loses up to 2^-24 in each of some hundred
 // steps. The subtraction loses the rounding error of the large sums.
@@ -77,9 +83,21 @@ std::size_t ModelIndex::countModels(std::string_view sourcetype) const {
 }
 
 // The factor of a word: the fewer models have the word, the larger it is.
-float ModelIndex::factorOf(std::size_t documentFrequency) const {
+float ModelIndex::factorOf(std::size_t documentFrequency, std::size_t modelCount) {
   const auto frequency = static_cast<float>(std::max<std::size_t>(documentFrequency, 1));
-  return std::log(static_cast<float>(models_.size()) / frequency + 1.0F);
+  return std::log(static_cast<float>(modelCount) / frequency + 1.0F);
+}
+
+float ModelIndex::limitFor(const ModelView& model) const {
+  double norm = 0;
+  for (const auto& [text, weight] : model.words) {
+    const auto word = words_.find(text);
+    const std::size_t others = word ? frequencies_[*word] : 0;
+    norm += squared(static_cast<double>(factorOf(others + 1, models_.size() + 1)) * weight);
+  }
+  const auto count = static_cast<double>(model.words.size());
+  const double words = std::max(count + kOtherWords, 2 * count);
+  return static_cast<float>(std::max(norm / words * kTermScale, kMinLearnedLimit));
 }
 
 void ModelIndex::buildPostings() {
@@ -114,7 +132,7 @@ void ModelIndex::refresh() {
   buildPostings();
   factors_.resize(words_.size());
   for (std::size_t word = 0; word < factors_.size(); ++word) {
-    factors_[word] = factorOf(frequencies_[word]);
+    factors_[word] = factorOf(frequencies_[word], models_.size());
   }
   norms_.clear();
   for (const auto& model : models_) {
@@ -151,7 +169,8 @@ double ModelIndex::fileNorm(const Fingerprint& file) const {
   double norm = 0;
   for (const auto& [text, weight] : file.words) {
     const auto word = words_.find(text);
-    norm += squared(static_cast<double>(word ? factors_[*word] : factorOf(1)) * weight);
+    norm +=
+        squared(static_cast<double>(word ? factors_[*word] : factorOf(1, models_.size())) * weight);
   }
   return norm;
 }
@@ -210,7 +229,7 @@ float ModelIndex::exactDistance(const Model& model, const Measure& measure,
                                                  : words_.text(term->word).compare(word->text);
     if (order > 0) {
       const auto known = words_.find(word->text);
-      addWord(known ? factors_[*known] : factorOf(1), -word->weight);
+      addWord(known ? factors_[*known] : factorOf(1, models_.size()), -word->weight);
     } else {
       addWord(factors_[term->word], order < 0 ? term->weight : term->weight - word->weight);
     }

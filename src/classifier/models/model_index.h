@@ -39,6 +39,10 @@ class ModelIndex {
   // nothing when every model is infinitely far away.
   std::optional<Closest> findClosestModel(const Fingerprint& file);
 
+  // Returns a limit for the distance between the words of a model that is about to be added and those
+  // of a file: half of the distance of an empty file, and less for a model of fewer than 50 words.
+  float limitFor(const ModelView& model) const;
+
   std::size_t size() const { return models_.size(); }
   std::size_t countModels(std::string_view sourcetype) const;
 
@@ -80,7 +84,7 @@ class ModelIndex {
 
   void refresh();
   void buildPostings();
-  float factorOf(std::size_t documentFrequency) const;
+  static float factorOf(std::size_t documentFrequency, std::size_t modelCount);
   void measureCommonParts(const Fingerprint& file);
   double fileNorm(const Fingerprint& file) const;
   float shapeDistance(const Model& model, const Measure& measure, const Fingerprint& file) const;

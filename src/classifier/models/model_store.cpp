@@ -11,6 +11,7 @@
 #include "conf/stanza_kinds.h"
 #include "platform/environment.h"
 #include "platform/file_system.h"
+#include "util/format.h"
 
 namespace sourcetype {
 namespace {
@@ -132,15 +133,18 @@ bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
 
 bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
                           std::string_view sourcetype) {
-  models();  // must be read before the file has the new model
+  TextKeeper keeper;
+  ModelView view = viewOf(model, sourcetype, keeper);
+  const float limit = parseLimit(inheritedMaxDist()).value_or(kNoMaxDistance);
+  const std::string maxDistance = formatText("%.1f", std::min(models().limitFor(view), limit));
   const std::string stanza = makeStanzaName(fileName);
   if (!store_.writeLearnedStanza(store_.getConf("sourcetypes"), stanza,
-                                 saveModel(model, fileName, sourcetype))) {
+                                 saveModel(model, fileName, sourcetype, maxDistance))) {
     ++failedModels_;
     return false;
   }
-  TextKeeper keeper;
-  models().add(viewOf(model, sourcetype, inheritedMaxDist(), keeper));
+  view.maxDistance = parseLimit(maxDistance).value_or(kNoMaxDistance);
+  models().add(view);
   addedStanzas_.push_back(stanza);
   return true;
 }
