@@ -41,13 +41,17 @@ struct Rules::Test {
 
 struct Rules::TestedLines {
   explicit TestedLines(const Sample& tested)
-      : sample(tested), count(std::min(sample.lineCount(), kMaxRuleLines)) {
-    for (std::size_t i = 0; i < count; ++i) starts.add(sample.line(i));
+      : sample(tested), count(std::min(sample.lineCount(), kMaxRuleLines)), counts(first(tested)) {}
+
+  static std::vector<std::string_view> first(const Sample& sample) {
+    std::vector<std::string_view> lines(std::min(sample.lineCount(), kMaxRuleLines));
+    for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = sample.line(i);
+    return lines;
   }
 
   const Sample& sample;
   const std::size_t count;
-  LineStarts starts;
+  LineCounts counts;
   std::array<bool, kMaxRuleLines> isCandidate{};  // by line: it may match the tested expression
 };
 
@@ -180,7 +184,7 @@ bool Rules::passesTest(TestedLines& lines, const std::string& pattern, const Tes
 std::size_t Rules::countMatches(TestedLines& lines, FilteredRegex& expression, std::size_t decisive,
                                 MatchBudget& budget) {
   const bool countsAll = decisive == kCountAll;
-  if (!countsAll && expression.maxMatches(lines.starts) < decisive) return 0;
+  if (!countsAll && !expression.mayMatch(lines.counts, decisive)) return 0;
   std::size_t candidates = 0;
   for (std::size_t i = 0; i < lines.count; ++i) {
     if (!countsAll && candidates + (lines.count - i) < decisive) return 0;

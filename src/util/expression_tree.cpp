@@ -1,16 +1,22 @@
 #include "util/expression_tree.h"
 
+#include <array>
+
 #include "util/text.h"
 
 namespace sourcetype {
 namespace {
 
-// Far below what the library compiles. The library stores a copy of an item for each repetition, and
-// 33 bytes for a class.
-constexpr std::size_t kMaxPatternSize = 4000;
+// At most what the library compiles.
+constexpr std::size_t kMaxPatternSize = 8000;
 constexpr int kMaxNesting = 30;
-constexpr std::uint32_t kMaxRepeats = 1000;
-constexpr std::uint64_t kMaxCopies = 400;
+constexpr std::uint32_t kMaxRepeats = 65535;
+
+// A bound of the compiled size, in bytes: the library stores a class as a table, and a copy of a
+// group for each repetition. Of larger expressions not all forms may compile.
+constexpr std::uint64_t kMaxCompiledSize = 12000;
+constexpr std::uint64_t kClassSize = 40;
+constexpr std::uint64_t kItemSize = 8;
 
 constexpr ByteSet kDigits = [] {
   ByteSet set;
@@ -51,7 +57,7 @@ class ExpressionParser {
     nodes_.reserve(pattern_.size() + 4);
     const auto root = choice(1);
     if (!atEnd()) throw NotUnderstood{};  // a parenthesis that nothing opened
-    if (copiesOf(root) > kMaxCopies) throw NotUnderstood{};
+    if (compiledSize(root) > kMaxCompiledSize) throw NotUnderstood{};
     return root;
   }
 
@@ -128,7 +134,7 @@ class ExpressionParser {
       return part;
     }
     const auto kind = nodes_[part].kind;
-    if (kind == Kind::Empty || kind == Kind::Start) throw NotUnderstood{};
+    if (kind == Kind::Empty || kind == Kind::Ahead || kind == Kind::Start) throw NotUnderstood{};
     if (!accept('+')) accept('?');  // possessive, lazy
     if (sees('*') || sees('+') || sees('?') || sees('{')) throw NotUnderstood{};
     return add({.kind = Kind::Repeat, .min = min, .max = max, .firstPart = part});
@@ -177,16 +183,17 @@ class ExpressionParser {
   }
 
   std::uint32_t group(int nesting) {
-    bool isLookahead = false;
+    char kind = ':';
     if (accept('?')) {
-      isLookahead = accept('=') || accept('!');
-      if (!isLookahead && !accept(':') && !accept('>')) throw NotUnderstood{};
+      kind = next();
+      if (kind != '=' && kind != '!' && kind != ':' && kind != '>') throw NotUnderstood{};
     } else if (sees('*')) {
       throw NotUnderstood{};
     }
     const auto inner = choice(nesting + 1);
     if (!accept(')')) throw NotUnderstood{};
-    return isLookahead ? add({.kind = Kind::Empty}) : inner;
+    if (kind == '!') return add({.kind = Kind::Empty});
+    return kind == '=' ? add({.kind = Kind::Ahead, .firstPart = inner}) : inner;
   }
 
   std::uint32_t escaped() {
@@ -219,7 +226,7 @@ class ExpressionParser {
   }
 
   // The character that a backslash and `c` stand for.
-  static char literal(char c) {
+  char literal(char c) {
     switch (c) {
       case 't':
         return '\t';
@@ -229,11 +236,26 @@ class ExpressionParser {
         return '\n';
       case 'e':
         return '\x1B';
+      case 'x':
+        return hexadecimal();
       default:
         break;
     }
     if (isAsciiLetter(c) || isAsciiDigit(c)) throw NotUnderstood{};
     return c;
+  }
+
+  // Two digits after "\x".
+  char hexadecimal() {
+    unsigned value = 0;
+    for (int i = 0; i < 2; ++i) {
+      const char c = toAsciiLower(next());
+      const bool isLetter = c >= 'a' && c <= 'f';
+      if (!isLetter && !isAsciiDigit(c)) throw NotUnderstood{};
+      value = value * 16 + static_cast<unsigned>(isLetter ? c - 'a' + 10 : c - '0');
+    }
+    if (value == 0 || value >= 0x80) throw NotUnderstood{};
+    return static_cast<char>(value);
   }
 
   ByteSet byteClass() {
@@ -250,9 +272,14 @@ class ExpressionParser {
     return bytes;
   }
 
-  // After "[".
+  // After "[": the library refuses "[:", "[." and "[=" if the same character and "]" follow.
   void refuseNamedClass() const {
-    if (sees(':') || sees('.') || sees('=')) throw NotUnderstood{};
+    if (!sees(':') && !sees('.') && !sees('=')) return;
+    const std::array end{pattern_[at_], ']'};
+    if (pattern_.find(std::string_view(end.data(), end.size()), at_ + 1) !=
+        std::string_view::npos) {
+      throw NotUnderstood{};
+    }
   }
 
   // A character, a range or a shorthand.
@@ -279,16 +306,16 @@ class ExpressionParser {
     bytes.add(static_cast<unsigned char>(low), static_cast<unsigned char>(high));
   }
 
-  // The items of a node when each repetition is written out.
-  std::uint64_t copiesOf(std::uint32_t index) const {
+  std::uint64_t compiledSize(std::uint32_t index) const {
     const Node& node = nodes_[index];
-    std::uint64_t copies = 1;
+    std::uint64_t size = kItemSize;
+    if (node.kind == Kind::Bytes && node.bytes.size() > 1) size = kClassSize;
     for (auto part = node.firstPart; part != kNone; part = nodes_[part].nextSibling) {
-      copies += copiesOf(part);
+      size += compiledSize(part);
     }
-    const bool isSingle = node.kind == Kind::Repeat && nodes_[node.firstPart].kind == Kind::Bytes;
-    if (node.kind != Kind::Repeat || isSingle) return copies;
-    return copies * (node.max == kUnlimited ? node.min + 1 : node.max);
+    const bool isGroup = node.kind == Kind::Repeat && nodes_[node.firstPart].kind != Kind::Bytes;
+    if (!isGroup) return size;
+    return size * (node.max == kUnlimited ? node.min + 1 : node.max);
   }
 
   std::string_view pattern_;

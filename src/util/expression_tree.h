@@ -33,6 +33,13 @@ class ByteSet {
     for (const auto bits : bits_) count += static_cast<std::size_t>(std::popcount(bits));
     return count;
   }
+  // The byte of a set of one.
+  constexpr std::optional<unsigned char> single() const {
+    if (size() != 1) return std::nullopt;
+    std::optional<unsigned char> found;
+    visit([&](unsigned char byte) { found = byte; });
+    return found;
+  }
   // Calls visit(byte) in ascending order.
   template <class Visit>
   constexpr void visit(Visit visit) const {
@@ -48,12 +55,13 @@ class ByteSet {
 };
 
 // Only expressions of ASCII and of constructs that are common in rules are understood. All of those
-// compile. Differences that only make an expression match less are left out: assertions, lookaheads,
-// possessive and lazy quantifiers.
+// compile. Differences that only make an expression match less are left out: assertions, negative
+// lookaheads, possessive and lazy quantifiers.
 class ExpressionTree {
  public:
   enum class Kind : std::uint8_t {
-    Empty,     // matches nothing, or an assertion
+    Empty,     // matches no byte: an assertion, or nothing
+    Ahead,     // a positive lookahead: its one part, which matches where the node stands
     Start,     // "^"
     Bytes,     // one byte of a set; see Node
     Sequence,  // its parts, one after another

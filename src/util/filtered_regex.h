@@ -23,16 +23,15 @@ class FilteredRegex {
   const std::string& error() const { return error_; }
   // False: the expression does not match the line.
   bool admits(std::string_view line) const { return !filter_ || filter_->admits(line); }
-  // At most so many of the lines match.
-  std::size_t maxMatches(const LineStarts& lines) const {
-    return filter_ ? filter_->maxAdmitted(lines) : ~std::size_t{0};
-  }
+  // Whether at least `count` of the lines may match.
+  bool mayMatch(LineCounts& lines, std::size_t count);
   // Requires that error() is empty.
   const Regex& regex();
 
  private:
   std::string pattern_;
   std::optional<LineFilter> filter_;
+  bool isRefined_ = false;
   std::optional<Regex> regex_;
   std::string error_;
 };

@@ -13,17 +13,24 @@ namespace {
 using Kind = ExpressionTree::Kind;
 using Node = ExpressionTree::Node;
 
-constexpr auto kMaxFirstBytes = static_cast<std::uint32_t>(LineStarts::kPositions);
+constexpr auto kMaxFirstBytes = static_cast<std::uint32_t>(LineCounts::kPositions);
 // A set of more bytes excludes so little that it is the last one.
 constexpr std::size_t kMaxTellingBytes = 128;
 // Steps of an expression that are followed. Where they end, a line may go on with any bytes.
 constexpr std::size_t kMaxSteps = 1000;
-// Looking for a text in longer lines can cost more than the search that it saves.
+// Looking for texts in longer lines, or for more of them, can cost more than the search that it saves.
 constexpr std::size_t kMaxTextLine = 512;
+constexpr std::size_t kMaxTexts = 3;
+
+constexpr std::size_t kTripleSize = 3;
 
 template <class Visit>
 void forEachPart(const ExpressionTree& tree, const Node& node, Visit visit) {
   for (auto i = node.firstPart; i != ExpressionTree::kNone; i = tree.node(i).nextSibling) visit(i);
+}
+
+bool readsNothing(const Node& node) {
+  return node.kind == Kind::Empty || node.kind == Kind::Ahead;
 }
 
 // Whether a match can only begin where a line does.
@@ -37,7 +44,7 @@ bool isAnchored(const ExpressionTree& tree, std::uint32_t index) {
   }
   if (node.kind != Kind::Sequence) return false;
   auto part = node.firstPart;
-  while (part != ExpressionTree::kNone && tree.node(part).kind == Kind::Empty) {
+  while (part != ExpressionTree::kNone && readsNothing(tree.node(part))) {
     part = tree.node(part).nextSibling;
   }
   return part != ExpressionTree::kNone && isAnchored(tree, part);
@@ -82,7 +89,7 @@ class FirstBytes {
   }
 
  private:
-  enum class Action : std::uint8_t { Read, Either, Jump, End };
+  enum class Action : std::uint8_t { Read, Either, Jump, Stop, End };
   struct Step {
     Action action = Action::Read;
     ByteSet bytes = {};
@@ -113,6 +120,7 @@ class FirstBytes {
     const Node& node = tree_.node(index);
     switch (node.kind) {
       case Kind::Empty:
+      case Kind::Ahead:
       case Kind::Start:
         return;
       case Kind::Bytes:
@@ -165,8 +173,7 @@ class FirstBytes {
         steps_.push_back({.action = Action::Jump});
       });
     });
-    // Past the last alternative there is no way: the step there has no bytes.
-    steps_.push_back({});
+    steps_.push_back({.action = Action::Stop});  // past the last alternative
     for (const auto end : ends) steps_[end].target = position();
   }
 
@@ -200,6 +207,8 @@ class FirstBytes {
         case Action::Jump:
           waiting_.push_back(step.target);
           break;
+        case Action::Stop:
+          break;
         case Action::End:
           hasEnd_ = true;
           break;
@@ -216,90 +225,192 @@ class FirstBytes {
   bool hasEnd_ = false;
 };
 
-// The longest text that stands in every match.
-class LongestText {
- public:
-  explicit LongestText(const ExpressionTree& tree) : tree_(tree) {
-    read(tree.root());
-    endRun();
+// Calls visit(byte) for single bytes that every match contains, in their order, and visit(nullopt)
+// where something else can stand between two of them. Calls choose(node) for each choice.
+template <class Visit, class Choose>
+void visitRequired(const ExpressionTree& tree, std::uint32_t index, const Visit& visit,
+                   const Choose& choose) {
+  const Node& node = tree.node(index);
+  const auto visitParts = [&] {
+    forEachPart(tree, node, [&](auto part) { visitRequired(tree, part, visit, choose); });
+  };
+  switch (node.kind) {
+    case Kind::Empty:
+    case Kind::Start:
+      return;
+    case Kind::Sequence:
+      visitParts();
+      return;
+    case Kind::Bytes:
+      visit(node.bytes.single());
+      return;
+    case Kind::Choice:
+      visit(std::nullopt);
+      choose(node);
+      return;
+    case Kind::Ahead:
+    case Kind::Repeat:
+      break;
   }
-  std::string take() { return std::move(longest_); }
+  visit(std::nullopt);
+  if (node.min > 0) visitParts();
+  visit(std::nullopt);
+}
 
- private:
-  void read(std::uint32_t index) {
-    const Node& node = tree_.node(index);
-    switch (node.kind) {
-      case Kind::Empty:
-      case Kind::Start:
-        return;
-      case Kind::Sequence:
-        forEachPart(tree_, node, [this](auto part) { read(part); });
-        return;
-      case Kind::Choice:
-        endRun();
-        return;
-      case Kind::Bytes:
-        readBytes(node.bytes);
-        return;
-      case Kind::Repeat:
-        break;
-    }
-    endRun();
-    if (node.min == 0) return;
-    read(node.firstPart);
-    endRun();
+ByteSet requiredBytes(const ExpressionTree& tree) {
+  ByteSet bytes;
+  visitRequired(
+      tree, tree.root(),
+      [&](std::optional<unsigned char> byte) {
+        if (byte) bytes.add(*byte);
+      },
+      [](const Node&) {});
+  return bytes;
+}
+
+using Texts = std::vector<std::string>;
+
+std::size_t shortest(const Texts& texts) {
+  return std::ranges::min_element(texts, {}, &std::string::size)->size();
+}
+
+// Sets of texts. Every match contains a text of each set.
+std::vector<Texts> requiredTexts(const ExpressionTree& tree, std::uint32_t index) {
+  std::vector<Texts> sets;
+  std::string run;
+  const auto endRun = [&] {
+    if (run.size() >= kTripleSize) sets.push_back({run});
+    run.clear();
+  };
+  const auto read = [&](std::optional<unsigned char> byte) {
+    if (!byte) return endRun();
+    run += static_cast<char>(*byte);
+  };
+  // Of each alternative, the set with the longest texts.
+  const auto choose = [&](const Node& choice) {
+    Texts texts;
+    bool haveAll = true;
+    forEachPart(tree, choice, [&](auto alternative) {
+      const auto own = requiredTexts(tree, alternative);
+      haveAll = haveAll && !own.empty();
+      if (!haveAll) return;
+      const auto& best = *std::ranges::max_element(own, {}, shortest);
+      texts.insert(texts.end(), best.begin(), best.end());
+    });
+    if (haveAll) sets.push_back(std::move(texts));
+  };
+  visitRequired(tree, index, read, choose);
+  endRun();
+  return sets;
+}
+
+// The sets of the items that an expression begins with, up to one that is not a single byte.
+std::vector<ByteSet> plainStart(const ExpressionTree& tree) {
+  std::vector<ByteSet> first;
+  const Node& root = tree.node(tree.root());
+  if (root.kind != Kind::Sequence) return first;
+  for (auto i = root.firstPart; i != ExpressionTree::kNone; i = tree.node(i).nextSibling) {
+    const Node& part = tree.node(i);
+    if (part.kind == Kind::Start || readsNothing(part)) continue;
+    const bool isRepeat = part.kind == Kind::Repeat;
+    const Node& item = isRepeat ? tree.node(part.firstPart) : part;
+    if (item.kind != Kind::Bytes || part.min == 0 || first.size() == kMaxFirstBytes) break;
+    const auto count = std::min<std::size_t>(part.min, kMaxFirstBytes - first.size());
+    first.insert(first.end(), count, item.bytes);
+    if (part.min != part.max || item.bytes.contains(0x80)) break;
   }
-
-  void readBytes(const ByteSet& bytes) {
-    if (bytes.size() == 1) {
-      bytes.visit([&](unsigned char byte) { run_ += static_cast<char>(byte); });
-    } else {
-      endRun();
-    }
-  }
-
-  void endRun() {
-    if (run_.size() > longest_.size()) longest_ = run_;
-    run_.clear();
-  }
-
-  const ExpressionTree& tree_;
-  std::string run_;
-  std::string longest_;
-};
+  return first;
+}
 
 }  // namespace
+
+std::size_t LineCounts::numberOf(std::string_view triple) {
+  constexpr unsigned kFactor = 37;
+  const auto number =
+      (byteAt(triple, 0) * kFactor + byteAt(triple, 1)) * kFactor + byteAt(triple, 2);
+  return number % kTriples;
+}
+
+LineCounts::LineCounts(std::vector<std::string_view> lines) : lines_(std::move(lines)) {
+  for (const auto line : lines_) {
+    const auto positions = std::min(line.size(), kPositions);
+    for (std::size_t i = 0; i < positions; ++i) ++starts_[i][byteAt(line, i)];
+    if (line.size() > kMaxLine) {
+      ++longLines_;
+      continue;
+    }
+    ByteSet bytes;
+    for (const char c : line) bytes.add(static_cast<unsigned char>(c));
+    bytes.visit([this](unsigned char byte) { ++bytes_[byte]; });
+  }
+}
+
+void LineCounts::countTriples() {
+  triples_.assign(kTriples, 0);
+  std::vector<std::uint32_t> lastLineWith(kTriples, 0);
+  std::uint32_t number = 0;
+  for (const auto line : lines_) {
+    ++number;
+    if (line.size() > kMaxLine) continue;
+    for (std::size_t i = 0; i + kTripleSize <= line.size(); ++i) {
+      const auto triple = numberOf(line.substr(i));
+      if (std::exchange(lastLineWith[triple], number) != number) ++triples_[triple];
+    }
+  }
+}
+
+std::size_t LineCounts::at(std::size_t position, const ByteSet& bytes) const {
+  std::size_t lines = 0;
+  bytes.visit([&](unsigned char byte) { lines += starts_[position][byte]; });
+  return lines;
+}
+
+std::size_t LineCounts::with(std::string_view text) {
+  if (triples_.empty()) countTriples();
+  std::size_t lines = lines_.size() - longLines_;
+  for (std::size_t i = 0; i + kTripleSize <= text.size(); ++i) {
+    lines = std::min<std::size_t>(lines, triples_[numberOf(text.substr(i))]);
+  }
+  return longLines_ + lines;
+}
 
 std::optional<LineFilter> LineFilter::of(std::string_view pattern) {
   const auto tree = ExpressionTree::parse(pattern);
   if (!tree) return std::nullopt;
   LineFilter filter;
-  if (isAnchored(*tree, tree->root())) filter.first_ = FirstBytes(*tree).find();
-  filter.text_ = LongestText(*tree).take();
+  if (isAnchored(*tree, tree->root())) filter.first_ = plainStart(*tree);
+  filter.required_ = requiredBytes(*tree);
   return filter;
 }
 
-void LineStarts::add(std::string_view line) {
-  const auto positions = std::min(line.size(), kPositions);
-  for (std::size_t i = 0; i < positions; ++i) ++counts_[i][byteAt(line, i)];
+void LineFilter::refine(std::string_view pattern) {
+  const auto tree = ExpressionTree::parse(pattern);
+  if (!tree) return;
+  if (isAnchored(*tree, tree->root())) first_ = FirstBytes(*tree).find();
+  someTexts_ = requiredTexts(*tree, tree->root());
 }
 
-std::size_t LineStarts::count(std::size_t position, const ByteSet& bytes) const {
-  std::size_t lines = 0;
-  bytes.visit([&](unsigned char byte) { lines += counts_[position][byte]; });
-  return lines;
-}
-
-std::size_t LineFilter::maxAdmitted(const LineStarts& lines) const {
+std::size_t LineFilter::maxAdmitted(LineCounts& lines) const {
   std::size_t admitted = ~std::size_t{0};
+  required_.visit([&](unsigned char byte) { admitted = std::min(admitted, lines.with(byte)); });
   for (std::size_t i = 0; i < first_.size(); ++i) {
-    admitted = std::min(admitted, lines.count(i, first_[i]));
+    admitted = std::min(admitted, lines.at(i, first_[i]));
+  }
+  for (const auto& texts : someTexts_) {
+    std::size_t withOne = 0;
+    for (const auto& text : texts) withOne += lines.with(text);
+    admitted = std::min(admitted, withOne);
   }
   return admitted;
 }
 
-bool LineFilter::hasText(std::string_view line) const {
-  return line.size() > kMaxTextLine || line.find(text_) != std::string_view::npos;
+bool LineFilter::hasTexts(std::string_view line) const {
+  if (line.size() > kMaxTextLine) return true;
+  return std::ranges::all_of(someTexts_, [&](const Texts& texts) {
+    return texts.size() > kMaxTexts || std::ranges::any_of(texts, [&](const std::string& text) {
+             return line.find(text) != std::string_view::npos;
+           });
+  });
 }
 
 }  // namespace sourcetype
