@@ -9,7 +9,7 @@ namespace {
 
 constexpr ByteAfter kindOfByte(unsigned char byte) {
   const char c = static_cast<char>(byte);
-  constexpr std::string_view kPunctuation = "-/.:_,;|";
+  constexpr std::string_view kPunctuation = "-/.:_,;|\\";
   if (const auto at = kPunctuation.find(c); at != std::string_view::npos) {
     return static_cast<ByteAfter>(static_cast<std::size_t>(ByteAfter::Dash) + at);
   }
