@@ -75,8 +75,7 @@ my %words = map { lc $_ => $_ } qw(Cuba Egypt Eire Iran Israel Japan Libya Navaj
 # Letters that are also words, or short for something else, after a time. The table has them in
 # capital letters; where text follows them they are no zone.
 $words{lc $_} = $_ for qw(
-  ACT BIT BOT COST CT DFT EAST ET GET GIT IOT LINT MART MIST MIT MT NFT NT NUT PET PT RET SDT SST
-  TFT TOT TST VOLT
+  ACT BIT COST CT DFT EAST ET GET GIT IOT LINT MIST MIT MT NT PT RET SDT SST TOT TST VOLT
 );
 
 # Zones without a meaning.
