@@ -274,12 +274,12 @@ void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
     }
     return parser->parse(line);
   };
-  std::optional<TimestampParser> near;
-  std::optional<TimestampParser> far;
+  std::optional<TimestampParser> nearParser;
+  std::optional<TimestampParser> farParser;
   learnTimestampSettings(
       sourcetype, *sample_, result_,
-      [&](std::string_view line) { return find(near, kDefaultTimestampLookahead, line); },
-      [&](std::string_view line) { return find(far, kFarTimestampLookahead, line); });
+      [&](std::string_view line) { return find(nearParser, kDefaultTimestampLookahead, line); },
+      [&](std::string_view line) { return find(farParser, kFarTimestampLookahead, line); });
 }
 
 void FileClassifier::markInvalid(InvalidCause cause) {
