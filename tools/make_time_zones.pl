@@ -23,15 +23,36 @@ my %more_letters = (
   # Russia and its neighbours
   MSD => 240, SAMT => 240, YEKT => 300, OMST => 360, NOVT => 420, KRAT => 420, IRKT => 480,
   YAKT => 540, VLAT => 600, MAGT => 660, SAKT => 660, SRET => 660, PETT => 720, ANAT => 720,
+  FET => 180, VOLT => 180, YEKST => 360, OMSST => 420, NOVST => 420, KRAST => 480, IRKST => 540,
+  CHOT => 480, CHOST => 540, YAKST => 600, VLAST => 660, MAGST => 720, PETST => 720, ANAST => 720,
+  GET => 240, AZST => 300, QYZT => 300, AQTT => 300, ORAT => 300, KUYT => 240,
   AZT => 240, UZT => 300, TMT => 300, TJT => 300, ALMT => 300, KGT => 360,
   # Asia
   TRT => 180, IRST => 210, IRDT => 270, GST => 240, AFT => 270, NPT => 345, BTT => 360, MMT => 390,
-  ICT => 420, HOVT => 420, SGT => 480, MYT => 480, PHT => 480, BNT => 480, ULAT => 480,
+  BDT => 360, IOT => 360, BIOT => 360, CCT => 390, MVT => 300, SLST => 330, TLT => 540, TST => 480,
+  ULAST => 540, HOVST => 480, PHST => 480, ICT => 420, THA => 420, HOVT => 420, SGT => 480, MYT => 480, PHT => 480, BNT => 480, ULAT => 480,
   # America and the islands of the Atlantic
   ART => -180, BRT => -180, BRST => -120, CLT => -240, CLST => -180, PYT => -180, UYT => -180,
-  GFT => -180, AZOT => -60, AZOST => 0,
+  GFT => -180, AZOT => -60, AZOST => 0, CVT => -60, EGT => -120, EGST => -60, FKT => -180,
+  FKST => -180, FNT => -120, WGT => -120, WGST => -60, PMST => -180, PMDT => -120, PYST => -180,
+  ROTT => -180, SRT => -180, UYST => -120, WARST => -180, ACT => -300, AMT => -240, AMST => -180,
+  BOT => -240, CIST => -480, COT => -300, COST => -240, EASST => -300, EAST => -360, ECT => -300,
+  GALT => -360, GYT => -240, PET => -300, VET => -240,
+  CT => 'America/Chicago', ET => 'America/New_York', MT => 'America/Denver',
+  PT => 'America/Los_Angeles', NT => 'America/St_Johns', HAST => -600, HADT => -540,
+  # Africa and the Indian Ocean
+  WAST => 120, CXT => 420, DFT => 60, HAEC => 120, HMT => 300, KALT => 120, MUT => 240,
+  RET => 240, SCT => 240, TFT => 300,
+  # Antarctica
+  DAVT => 420, DDUT => 600, MAWT => 300, SYOT => 180, VOST => 300,
   # Oceania
   LHST => 630, LHDT => 660, CHAST => 765, CHADT => 825, FJT => 720,
+  ACWST => 525, CWST => 525, AET => 'Australia/Sydney', BIT => -720, CHUT => 600, CKT => -600, FJST => 780,
+  GAMT => -540, GILT => 720, GIT => -540, IDLW => -720, KOST => 660, LINT => 840, MART => -570,
+  MHT => 720, MIST => 660, MIT => -570, NCT => 660, NFT => 660, NRT => 720, NUT => -660,
+  PGT => 600, PHOT => 780, PONT => 660, PWT => 540, SBT => 660, SDT => -600, TAHT => -600,
+  TKT => 780, TOT => 780, TOST => 840, TVT => 720, VUT => 660, WAKT => 720, WFT => 720,
+  WST => 780, YAPT => 600,
 );
 
 # Letters that tzdata gives two meanings, and the one that a log most likely means.
@@ -46,14 +67,16 @@ my %decided = (
   GMT => 0,
 );
 
-# Letters of tzdata that are left out: SST (Samoa) is more often a table of strings.
-# Of the letters that tzdata had once, %more_letters leaves out words (GET, EAST, ACT, BOT, COT,
-# PET, VET, LINT, IOT, MART, NUT, GILT) and AMT, which was both Armenia's and the Amazon's.
-my %left_out = map { $_ => 1 } qw(SST);
 
 # Names that are also words. In capital letters after a time they are no zone, so that the table has
 # them as tzdata spells them; of the others it has the lower case.
 my %words = map { lc $_ => $_ } qw(Cuba Egypt Eire Iran Israel Japan Libya Navajo Poland Turkey);
+
+# Letters that are also words, or short for something else, after a time. The table has them in
+# capital letters; where text follows them they are no zone.
+$words{lc $_} = $_ for qw(
+  ACT BIT COST CT DFT EAST ET GET GIT IOT LINT MIST MIT MT NT PT RET SDT SST TOT TST VOLT
+);
 
 # Zones without a meaning.
 my %no_zones = map { $_ => 1 } qw(Factory);
@@ -205,7 +228,6 @@ sub table {
   # A name of a zone goes before letters: CET is a zone with summer time.
   my $add = sub { my ($name, $entry) = @_; $table{lc $name} //= $entry };
   for my $letters (sort keys %meanings) {
-    next if $left_out{$letters};
     my @offsets = keys %{$meanings{$letters}};
     my $offset = $decided{$letters} // $offsets[0];
     die "make_time_zones: $letters has several meanings: @offsets\n"
@@ -267,7 +289,7 @@ constexpr ClockChange clockChange(unsigned month, unsigned week, unsigned weekda
 }
 
 struct ZoneEntry {
-  std::string_view name;    // in lower case, unless it must be spelled so
+  std::string_view name;    // in lower case, unless it must be spelled so; a word if all capital
   std::int16_t minutes;     // east of UTC
   std::uint8_t summerRule;  // from 1; 0 for none
 };

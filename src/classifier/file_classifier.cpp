@@ -259,18 +259,27 @@ void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {
 }
 
 void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
-  std::optional<TimestampParser> parser;  // made for the first line, if any is looked at
-  learnTimestampSettings(sourcetype, *sample_, result_, [&](std::string_view line) {
-    if (!parser) {
+  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  const auto find = [&](std::optional<TimestampParser>& parser, std::size_t lookahead,
+                        std::string_view line) {
+    if (!parser) {  // made for the first line, if any is looked at
       PropertiesMap settings;
       store_.getStanzaSettings(store_.getProps(), settings, std::span(&sourcetype, 1),
                                PatternMatching::No);
-      const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+      if (!settings.tryGet(key::kMaxTimestampLookahead)) {
+        settings.set(key::kMaxTimestampLookahead, std::to_string(lookahead));
+      }
       parser.emplace(context_.timestampFormats(), settings,
                      formatText("FileClassifier %s", sourcetype), now);
     }
     return parser->parse(line);
-  });
+  };
+  std::optional<TimestampParser> nearParser;
+  std::optional<TimestampParser> farParser;
+  learnTimestampSettings(
+      sourcetype, *sample_, result_,
+      [&](std::string_view line) { return find(nearParser, kDefaultTimestampLookahead, line); },
+      [&](std::string_view line) { return find(farParser, kFarTimestampLookahead, line); });
 }
 
 void FileClassifier::markInvalid(InvalidCause cause) {

@@ -8,6 +8,7 @@
 
 #include "classifier/properties.h"
 #include "conf/message_catalog.h"
+#include "timestamp/timestamp_settings.h"
 #include "util/format.h"
 #include "util/regex.h"
 
@@ -22,6 +23,12 @@ constexpr std::size_t kTooFewTimestamps = 30;
 // Share of the timestamps that have to agree.
 constexpr double kMinAgreeingShare = 0.9;
 
+// Timestamps far into the lines count if at least this share of the lines has one.
+constexpr double kMinShareWithFarTimestamp = 0.5;
+
+// Lines that are examined before a share of timestamps is judged.
+constexpr std::size_t kProbeLines = 50;
+
 // What was observed in the lines that have a timestamp.
 struct Observations {
   std::vector<std::ptrdiff_t> starts;  // byte offsets, in the order of the lines
@@ -32,10 +39,18 @@ struct Observations {
   std::size_t count() const { return starts.size(); }
 };
 
-Observations observe(const Sample& sample, std::size_t lines, const TimestampFinder& find) {
+// True if `part` is at least this share of `whole`.
+bool isShare(std::size_t part, std::size_t whole, double share) {
+  return static_cast<double>(part) >= share * static_cast<double>(whole);
+}
+
+// Stops when less than `minShare` of the lines so far has a timestamp.
+Observations observe(const Sample& sample, std::size_t lines, double minShare,
+                     const TimestampFinder& find) {
   constexpr std::ptrdiff_t kAbsentStart = 9999999;  // after the end of every line
   Observations seen;
   for (std::size_t i = 0; i < lines; ++i) {
+    if (i >= kProbeLines && !isShare(seen.count(), i, minShare)) break;
     const std::string_view line = sample.line(i);
     const auto timestamp = find(line);
     if (!timestamp || timestamp->main.start < 0 || timestamp->main.end < 0) continue;
@@ -46,6 +61,23 @@ Observations observe(const Sample& sample, std::size_t lines, const TimestampFin
     ++seen.prefixes[makeTimePrefixRegex(line.substr(0, static_cast<std::size_t>(start)))];
   }
   return seen;
+}
+
+// True if `find` does not see all of some line.
+bool hasLongLine(const Sample& sample, std::size_t lines) {
+  for (std::size_t i = 0; i < lines; ++i) {
+    if (sample.line(i).size() > kDefaultTimestampLookahead) return true;
+  }
+  return false;
+}
+
+Observations observeFarIfFew(const Sample& sample, std::size_t lines, const TimestampFinder& find,
+                             const TimestampFinder& findFar) {
+  Observations seen = observe(sample, lines, 0.0, find);
+  const bool hasFew = seen.count() <= kTooFewTimestamps && lines > kTooFewTimestamps;
+  if (!hasFew || !findFar || !hasLongLine(sample, lines)) return seen;
+  Observations far = observe(sample, lines, kMinShareWithFarTimestamp, findFar);
+  return isShare(far.count(), lines, kMinShareWithFarTimestamp) ? far : seen;
 }
 
 double meanOf(const std::vector<std::ptrdiff_t>& offsets) {
@@ -98,13 +130,14 @@ std::string expressionFor(char anchor) {
 }  // namespace
 
 void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
-                            PropertiesMap& settings, const TimestampFinder& find) {
+                            PropertiesMap& settings, const TimestampFinder& find,
+                            const TimestampFinder& findFar) {
   const bool wantsPrefix = !settings.tryGet(key::kTimePrefix);
   const bool wantsLookahead = !settings.tryGet(key::kMaxTimestampLookahead);
   if (!wantsPrefix && !wantsLookahead) return;
 
   const std::size_t lines = std::min(sample.lineCount(), kMaxExaminedLines);
-  const Observations seen = observe(sample, lines, find);
+  const Observations seen = observeFarIfFew(sample, lines, find, findFar);
   if (seen.count() <= kTooFewTimestamps) return;
   const auto needed =
       static_cast<std::size_t>(kMinAgreeingShare * static_cast<double>(seen.count()));

@@ -8,7 +8,7 @@
 
 namespace sourcetype {
 
-// The looks that a word such as "9999-a", "99s" or "month" stands for; empty for a faulty word.
+// The looks that a word such as "9999-a", "9{2,3}s" or "month" stands for; empty for a faulty word.
 std::vector<PlaceLook> looksOf(std::string_view word);
 
 }  // namespace sourcetype

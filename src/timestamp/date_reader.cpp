@@ -52,7 +52,7 @@ std::optional<local_days> dayOfWeek(int year, int week, int weekday) {
 
 // Each kind of separator has its own evidence of the order.
 std::size_t separatorIndex(char separator) {
-  if (separator == '/') return 0;
+  if (separator == '/' || separator == '\\') return 0;
   return separator == '.' ? 1 : 2;
 }
 
@@ -114,7 +114,7 @@ std::optional<DateReader::Date> DateReader::inSomeOrder(const TimestampFields& f
                           .year = fullYear(first),
                           .month = middle,
                           .day = fields.get(TimestampField::Last)};
-  const bool usuallyMonthFirst = fields.separator == '/' || year == kNoYear;
+  const bool usuallyMonthFirst = separatorIndex(fields.separator) == 0 || year == kNoYear;
   const std::array readings{usuallyMonthFirst ? monthFirst : dayFirst,
                             usuallyMonthFirst ? dayFirst : monthFirst, yearFirst};
   const auto usable = std::span(readings).first(lastIsYear ? 3 : 2);

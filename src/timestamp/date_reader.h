@@ -56,7 +56,7 @@ class DateReader {
   // has the year closest to the reference. Of several possible orders the result has
   //   1. the one with the most evidence,
   //   2. the one whose year is closest to the reference,
-  //   3. month first with "/" and where the year is missing, else day first; year first comes last.
+  //   3. month first with "/" or "\" and where the year is missing, else day first; year first comes last.
   std::optional<Date> read(const TimestampFields& fields, const TimeInZone& time) const;
 
   // Counts evidence of a date that was accepted, so that later dates are read in the same order.

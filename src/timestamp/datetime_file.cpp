@@ -280,6 +280,7 @@ class DatetimeReader {
       }
       looks.insert(looks.end(), found.begin(), found.end());
     }
+    const auto with = attribute(node, "with").value_or("");
     const auto place = attribute(node, "place").value_or("");
     const auto alone = attribute(node, "alone").value_or("");
     if (!place.empty() && place != "first") throw FaultyEntry("has an unknown place");
@@ -288,7 +289,8 @@ class DatetimeReader {
     TimestampForm form{.name = required(node, "name"),
                        .kind = oneOf(kKinds, "kind", required(node, "kind")),
                        .expression = {std::move(expression), origin(node)},
-                       .afterLetters = attribute(node, "after").value_or(""),
+                       .afterLetters = with.empty() ? attribute(node, "after").value_or("") : with,
+                       .withLetter = !with.empty(),
                        .onlyFirst = !place.empty(),
                        .standsAlone = alone.empty()};
     entries_.forms.push_back({.form = std::move(form), .looks = std::move(looks)});

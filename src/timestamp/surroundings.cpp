@@ -110,9 +110,9 @@ std::string_view keyBefore(std::string_view line, std::size_t begin, std::size_t
 
 std::string wordBefore(std::string_view line, std::size_t begin, std::size_t offset) {
   auto before = textBefore(line, begin, offset);
-  dropOne(before, "\"'([");
+  dropOne(before, "\"'([#+");
   dropBlanks(before);
-  if (dropOne(before, "=:")) dropBlanks(before);
+  if (dropOne(before, "=:.")) dropBlanks(before);
   dropOne(before, "\"'");
   return toAsciiLower(lastWord(before, isAsciiLetter));
 }

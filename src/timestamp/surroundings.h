@@ -27,7 +27,8 @@ bool isFirst(std::string_view line, std::size_t begin, std::size_t offset);
 // A view into `line`.
 std::string_view keyBefore(std::string_view line, std::size_t begin, std::size_t offset);
 
-// The word next to the piece, in lower case. Only blanks, quotes, "=" and ":" may be between them.
+// The word next to the piece, in lower case. Only blanks, quotes, brackets and signs such as "=", ":"
+// and "#" may be between them.
 // A word has only letters; the result is empty if there is none.
 std::string wordBefore(std::string_view line, std::size_t begin, std::size_t offset);
 std::string wordAfter(std::string_view line, std::size_t end);

@@ -8,7 +8,7 @@
 namespace sourcetype {
 namespace {
 
-constexpr std::string_view kZone = R"((?:[+-][0-9]{2}:?[0-9]{2}|[+-][0-9]{2}(?![0-9])|Z)(?![0-9]))";
+constexpr std::string_view kZone = R"((?:(?:[+-]|−)[0-9]{2}(?::?[0-9]{2})?|Z)(?![0-9]))";
 constexpr std::string_view kZoneName =
     R"((?:(?:GMT|UTC)?[+-][0-9]{1,2}(?::?[0-9]{2})?|Etc/GMT[+-][0-9]{1,2}|[A-Z]{3}[0-9][A-Z]{3})"
     R"(|[A-Za-z]+(?:[/_-][A-Za-z]+)*))";

@@ -65,9 +65,12 @@ local_seconds TimeZone::toLocal(sys_seconds utc) const {
 }
 
 std::optional<ZoneSeconds> parseOffset(std::string_view text) {
-  if (text.size() < 2 || (text.front() != '+' && text.front() != '-')) return std::nullopt;
-  const bool west = text.front() == '-';
-  text.remove_prefix(1);
+  const bool hasMinusSign = text.starts_with(kMinusSign);
+  const std::size_t signBytes = hasMinusSign ? kMinusSign.size() : 1;
+  if (text.size() <= signBytes) return std::nullopt;
+  const bool west = hasMinusSign || text.front() == '-';
+  if (!west && text.front() != '+') return std::nullopt;
+  text.remove_prefix(signBytes);
   ZoneSeconds offset(0);
   if (const auto colon = text.find(':'); colon != std::string_view::npos || text.size() == 4) {
     if (colon != std::string_view::npos && text.size() != colon + 3) return std::nullopt;

@@ -45,7 +45,10 @@ class TimeZone {
   std::optional<SummerTime> summer_;
 };
 
-// Reads "+hh:mm", "+hhmm", "+hh", or "+mmm" (minutes), with either sign, up to 18 hours.
+// U+2212, which some programs write before an offset in place of "-".
+constexpr std::string_view kMinusSign = "\xE2\x88\x92";
+
+// Reads "+hh:mm", "+hhmm", "+hh", or "+mmm" (minutes), with "+", "-" or kMinusSign, up to 18 hours.
 std::optional<ZoneSeconds> parseOffset(std::string_view text);
 
 // Reads "3.last.0 02:00": month, week (1 to 4 or "last"), weekday (Sunday = 0), time.

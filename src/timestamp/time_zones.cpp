@@ -51,14 +51,18 @@ TimeZone zoneOf(const ZoneEntry& entry) {
                                      .end = rule.end});
 }
 
-std::optional<TimeZone> findInTable(std::string_view name) {
-  if (!mayBeName(name)) return std::nullopt;
+const ZoneEntry* findInTable(std::string_view name) {
+  if (!mayBeName(name)) return nullptr;
   const auto* found =
       std::ranges::lower_bound(kZoneTable, name, isBeforeIgnoringCase, &ZoneEntry::name);
-  if (found == kZoneTable.end() || !equalsIgnoringCase(found->name, name)) return std::nullopt;
+  if (found == kZoneTable.end() || !equalsIgnoringCase(found->name, name)) return nullptr;
   const bool mustBeSpelledSo = isAsciiUpper(found->name.front());
-  if (mustBeSpelledSo && name != found->name) return std::nullopt;
-  return zoneOf(*found);
+  if (mustBeSpelledSo && name != found->name) return nullptr;
+  return found;
+}
+
+bool isAlsoWord(const ZoneEntry& entry) {
+  return isAsciiUpper(entry.name.front()) && isAsciiUpper(entry.name.back());
 }
 
 std::optional<TimeZone> zoneOfOffset(std::string_view text) {
@@ -74,18 +78,30 @@ void TimeZones::add(std::string_view name, const TimeZone& zone) {
   isHashOfAdded_.set(zoneNameHash(name));
 }
 
-std::optional<TimeZone> TimeZones::findByName(std::string_view name) const {
+std::optional<TimeZone> TimeZones::findByName(std::string_view name, Words words) const {
   if (isHashOfAdded_.test(zoneNameHash(name))) {
     const auto found = added_.find(toAsciiLower(name));
     if (found != added_.end()) return found->second;
   }
-  return findInTable(name);
+  const ZoneEntry* entry = findInTable(name);
+  if (entry == nullptr || (words == Words::AreNoZones && isAlsoWord(*entry))) return std::nullopt;
+  return zoneOf(*entry);
 }
 
 std::optional<TimeZone> TimeZones::find(std::string_view text) const {
+  return find(text, Words::AreZones);
+}
+
+std::optional<TimeZone> TimeZones::findUnlessWord(std::string_view text) const {
+  return find(text, Words::AreNoZones);
+}
+
+std::optional<TimeZone> TimeZones::find(std::string_view text, Words words) const {
   if (text.empty()) return std::nullopt;
-  if (text.front() == '+' || text.front() == '-') return zoneOfOffset(text);
-  if (const auto zone = findByName(text)) return zone;
+  if (text.front() == '+' || text.front() == '-' || text.starts_with(kMinusSign)) {
+    return zoneOfOffset(text);
+  }
+  if (const auto zone = findByName(text, words)) return zone;
   const auto name = text.substr(0, 3);
   if (!equalsIgnoringCase(name, "UTC") && !equalsIgnoringCase(name, "GMT")) return std::nullopt;
   return zoneOfOffset(trimBlanks(text.substr(3)));

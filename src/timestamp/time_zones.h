@@ -5,6 +5,7 @@
 #pragma once
 
 #include <bitset>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,8 +26,13 @@ class TimeZones {
   // are also words, such as "Turkey", must be spelled as the database does.
   std::optional<TimeZone> find(std::string_view text) const;
 
+  // The same, but letters that are also a word, such as "GET" and "EAST", are no zone.
+  std::optional<TimeZone> findUnlessWord(std::string_view text) const;
+
  private:
-  std::optional<TimeZone> findByName(std::string_view name) const;
+  enum class Words : std::uint8_t { AreZones, AreNoZones };
+  std::optional<TimeZone> find(std::string_view text, Words words) const;
+  std::optional<TimeZone> findByName(std::string_view name, Words words) const;
 
   std::unordered_map<std::string, TimeZone> added_;  // names in lower case
   std::bitset<32768> isHashOfAdded_;                 // see zoneNameHash()

@@ -1,6 +1,9 @@
 #include "timestamp/timestamp_fields.h"
 
 #include <algorithm>
+#include <charconv>
+#include <string>
+#include <system_error>
 
 #include "timestamp/calendar_names.h"
 #include "util/text.h"
@@ -15,9 +18,10 @@ using std::chrono::sys_seconds;
 
 // In the order of TimestampField.
 constexpr std::array<std::string_view, kTimestampFields> kFieldNames{
-    "year",     "month",  "day",  "shortyear", "first",     "middle",    "last",      "yearday",
-    "isoweek",  "isoday", "hour", "minute",    "second",    "half",      "monthname", "weekday",
-    "fraction", "millis", "zone", "seconds",   "millisecs", "microsecs", "nanosecs",
+    "year",      "month",    "day",        "shortyear", "first",  "middle",  "last",
+    "yearday",   "isoweek",  "isoday",     "hour",      "minute", "second",  "half",
+    "monthname", "weekday",  "fraction",   "millis",    "zone",   "seconds", "millisecs",
+    "microsecs", "nanosecs", "dayseconds", "tai64",
 };
 
 constexpr std::size_t kNanosecondDigits = 9;
@@ -26,6 +30,13 @@ constexpr std::size_t kNanosecondDigits = 9;
 constexpr std::size_t kMaxFieldDigits = 4;
 // Digits of a count since 1970, as nanoseconds have. All such numbers fit in 64 bits.
 constexpr std::size_t kMaxEpochDigits = 19;
+
+constexpr int kSecondsPerDay = 86'400;
+constexpr std::size_t kSecondsOfDayDigits = 5;
+
+constexpr std::uint32_t kNanosecondsPerSecond = 1'000'000'000;
+// Labels further from 1970 than this, about 2,700 years, are no times of this calendar's range.
+constexpr std::uint64_t kMaxTai64Seconds = std::uint64_t{1'000'000} * kSecondsPerDay;
 
 // The value of up to `maxDigits` digits, with blanks before them; nothing for any other text.
 template <class Number>
@@ -62,6 +73,44 @@ bool readEpoch(std::string_view digits, std::uint32_t perSecond, TimestampFields
   return true;
 }
 
+// Reads the seconds since midnight.
+bool readSecondsOfDay(std::string_view digits, TimestampFields& fields) {
+  const auto count = parse<int>(digits, kSecondsOfDayDigits);
+  if (!count || *count >= kSecondsPerDay) return false;
+  fields.set(TimestampField::Hour, *count / 3600);
+  fields.set(TimestampField::Minute, *count / 60 % 60);
+  fields.set(TimestampField::Second, *count % 60);
+  return true;
+}
+
+// True for "pm" in any case, and for the Japanese, Chinese and Korean words.
+bool isAfternoon(std::string_view half) {
+  return toAsciiLower(half.front()) == 'p' || half == "午後" || half == "下午" || half == "오후";
+}
+
+std::optional<std::uint64_t> parseHex(std::string_view digits) {
+  std::uint64_t value = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [parsedUpTo, error] = std::from_chars(digits.data(), end, value, 16);
+  if (error != std::errc() || parsedUpTo != end) return std::nullopt;
+  return value;
+}
+
+// Reads a TAI64 label (16 hexadecimal digits), or a TAI64N label, which has eight more digits for
+// the nanoseconds. Programs that write labels count 10 seconds between TAI and UTC at all times.
+bool readTai64(std::string_view label, TimestampFields& fields) {
+  constexpr std::uint64_t kLabelOf1970 = (std::uint64_t{1} << 62U) + 10;
+  constexpr std::size_t kSecondDigits = 16;
+  if (label.size() < kSecondDigits) return false;
+  const auto second = parseHex(label.substr(0, kSecondDigits));
+  const auto nanoseconds = parseHex("0" + std::string(label.substr(kSecondDigits)));
+  if (!second || *second < kLabelOf1970 || *second - kLabelOf1970 > kMaxTai64Seconds) return false;
+  if (!nanoseconds || *nanoseconds >= kNanosecondsPerSecond) return false;
+  fields.epoch = sys_seconds(seconds(static_cast<std::int64_t>(*second - kLabelOf1970)));
+  fields.nanoseconds = static_cast<std::int32_t>(*nanoseconds);
+  return true;
+}
+
 bool readNumber(std::string_view digits, TimestampField field, TimestampFields& fields) {
   if (digits.size() == 2 && isAsciiDigit(digits[0]) && isAsciiDigit(digits[1])) {
     fields.set(field, (digits[0] - '0') * 10 + (digits[1] - '0'));
@@ -86,7 +135,7 @@ bool readField(std::string_view text, TimestampField field, const CalendarNames&
     case TimestampField::Weekday:
       return names.meaningOf(text).weekday;
     case TimestampField::Half:
-      fields.set(field, toAsciiLower(text.front()) == 'p' ? 1 : 0);
+      fields.set(field, isAfternoon(text) ? 1 : 0);
       return true;
     case TimestampField::Fraction:
       fields.nanoseconds = nanosecondsOf(text);
@@ -105,6 +154,10 @@ bool readField(std::string_view text, TimestampField field, const CalendarNames&
       return readEpoch(text, 1'000'000, fields);
     case TimestampField::Nanosecs:
       return readEpoch(text, 1'000'000'000, fields);
+    case TimestampField::DaySeconds:
+      return readSecondsOfDay(text, fields);
+    case TimestampField::Tai64:
+      return readTai64(text, fields);
     default:
       return false;
   }
@@ -153,11 +206,15 @@ std::optional<std::size_t> readFields(const MatchResult& match, std::string_view
     if (start == end) continue;  // absent as well
     const std::string_view text(subject.data() + start, end - start);
     if (field == TimestampField::Zone) {
-      if (const auto zone = zones.find(text)) {
+      const bool isLast = end == match.end(0);
+      const bool maybeWord = isLast && end < subject.size() && subject[end] == ' ';
+      if (const auto zone = maybeWord ? zones.findUnlessWord(text) : zones.find(text)) {
         if (!fields.zone) fields.zone = zone;  // a name may follow an offset
         continue;
       }
-      return start > 0 && subject[start - 1] == ' ' ? start - 1 : start;
+      // What a date or year follows is a zone, though an unknown one.
+      if (!isLast && isAsciiLetter(text.front())) continue;
+      return start > 0 && isOneOf(subject[start - 1], " [") ? start - 1 : start;
     }
     if (!readField(text, field, names, fields)) return std::nullopt;
     if (field == TimestampField::First && end < subject.size()) {

@@ -41,8 +41,10 @@ enum class TimestampField : std::uint8_t {
   Millisecs,
   Microsecs,
   Nanosecs,
+  DaySeconds,  // sets Hour, Minute and Second
+  Tai64,
 };
-constexpr std::size_t kTimestampFields = 23;
+constexpr std::size_t kTimestampFields = 25;
 
 // The field of a group with this name; "year_2" is another place of "year". Nothing for any other
 // name.

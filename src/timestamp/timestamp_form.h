@@ -47,6 +47,7 @@ struct TimestampForm {
   TimestampKind kind;
   LazyTimestampExpression expression;
   std::string afterLetters;  // unless empty, the byte before must be one of these
+  bool withLetter = false;   // and belongs to the timestamp
   bool onlyFirst = false;    // only punctuation and blanks may be before it in the line
   bool standsAlone = true;   // false: it only completes another date or time of the line
 };

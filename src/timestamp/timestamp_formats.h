@@ -68,7 +68,10 @@ class TimestampFormats {
   const WordSet& timeKeys() const { return timeKeys_; }
 
  private:
+  static constexpr std::uint16_t kNoGroup = 0;  // the empty list
   using GroupIndices = std::array<std::uint16_t, PlaceLook::kCount>;
+
+  void addForm(const std::vector<PlaceLook>& looks, GroupIndices& groupOf);
 
   CalendarNames names_;
   TimeZones zones_;

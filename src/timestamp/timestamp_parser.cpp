@@ -155,7 +155,8 @@ std::optional<TimestampParser::Piece> TimestampParser::matchForm(const Search& s
       sawImpossibleDate_ = true;
     return std::nullopt;
   }
-  return Piece{.form = form, .start = place.start, .end = end, .instant = *instant};
+  const std::size_t start = shape.withLetter ? place.offset - 1 : place.start;
+  return Piece{.form = form, .start = start, .end = end, .instant = *instant};
 }
 
 bool TimestampParser::mayStandAt(const Search& search, FormIndex form, std::size_t offset) const {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr ByteAfter kindOfByte(unsigned char byte) {
   const char c = static_cast<char>(byte);
-  constexpr std::string_view kPunctuation = "-/.:_,;|";
+  constexpr std::string_view kPunctuation = "-/.:_,;|\\";
   if (const auto at = kPunctuation.find(c); at != std::string_view::npos) {
     return static_cast<ByteAfter>(static_cast<std::size_t>(ByteAfter::Dash) + at);
   }
@@ -37,6 +37,13 @@ ByteAfter kindOf(char c) {
 bool isNameByte(char c) {
   const auto kind = kindOf(c);
   return kind >= ByteAfter::UpperT && kind <= ByteAfter::NonAscii;
+}
+
+// The bytes of a quotation mark, a dash or another mark outside ASCII, which is no part of a name; 0
+// for anything else. UTF-8 begins U+0080 to U+00BF with C2, and U+2000 to U+2FFF with E2.
+std::size_t bytesOfMark(char first) {
+  if (first == '\xC2') return 2;
+  return first == '\xE2' ? 3 : 0;
 }
 
 BytesAfter bytesAfter(std::string_view text, std::size_t offset) {
@@ -90,6 +97,10 @@ std::optional<TimestampPlace> TimestampPlaces::next() {
                             .continuesNumber = digits < kDigitsOfYear && continuesNumber(start)};
     }
     if (!isNameByte(text_[start])) continue;
+    if (const auto bytes = bytesOfMark(text_[start]); bytes > 0) {
+      offset_ = start + bytes;
+      continue;
+    }
     while (offset_ < size && isNameByte(text_[offset_])) ++offset_;
     const std::string_view word(text_.data() + start, offset_ - start);
     if (!names_.mayBeName(word)) continue;

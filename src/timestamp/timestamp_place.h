@@ -26,6 +26,7 @@ enum class ByteAfter : std::uint8_t {
   Comma,
   Semicolon,
   Bar,
+  Backslash,
   Blank,
   UpperT,
   LowerT,
@@ -33,7 +34,7 @@ enum class ByteAfter : std::uint8_t {
   NonAscii,
   Digit,
 };
-constexpr std::size_t kBytesAfter = 15;
+constexpr std::size_t kBytesAfter = 16;
 
 ByteAfter byteAfter(std::string_view text, std::size_t offset);
 
@@ -48,7 +49,8 @@ struct BytesAfter {
 // The look of a place, as an index for tables.
 class PlaceLook {
  public:
-  static constexpr std::size_t kMaxDigits = 19;  // of a number that timestamps begin with
+  // Of a number that timestamps begin with: a TAI64N label can have 24 decimal digits.
+  static constexpr std::size_t kMaxDigits = 24;
   // Ways to go on after the first byte: any byte but a digit, or a second number and its next byte.
   static constexpr std::size_t kWaysOn = kBytesAfter - 1 + kBytesAfter;
   static constexpr std::size_t kCount = 1 + kMaxDigits * kBytesAfter * kWaysOn;

@@ -16,7 +16,6 @@ using std::chrono::sys_seconds;
 
 constexpr LogCategory kLog("TimestampParser");
 
-constexpr std::int64_t kDefaultLookahead = 200;  // bytes
 constexpr std::int64_t kDefaultDaysAgo = 36500;
 constexpr std::int64_t kDefaultDaysHence = 7;
 constexpr std::int64_t kDefaultSecondsAgo = std::int64_t{24} * 3600;
@@ -39,7 +38,8 @@ TimeLimits timeLimits(const PropertiesMap& settings, sys_seconds reference) {
 }
 
 std::size_t readLookahead(const PropertiesMap& settings) {
-  const auto bytes = settings.getInt("MAX_TIMESTAMP_LOOKAHEAD", kDefaultLookahead);
+  const auto bytes =
+      settings.getInt("MAX_TIMESTAMP_LOOKAHEAD", std::int64_t{kDefaultTimestampLookahead});
   if (bytes < 0) return kMaxTimestampLookahead;
   return static_cast<std::size_t>(
       std::min<std::int64_t>(bytes, std::int64_t{kMaxTimestampLookahead}));

@@ -39,7 +39,8 @@ struct TimestampSettings {
   std::chrono::seconds maxHence;              // MAX_DIFF_SECS_HENCE
 };
 
-// Bytes of a line that are searched at most.
+// Bytes of a line that are searched when MAX_TIMESTAMP_LOOKAHEAD is unset, and at most.
+constexpr std::size_t kDefaultTimestampLookahead = 200;
 constexpr std::size_t kMaxTimestampLookahead = 10'000;
 
 // A TIME_PREFIX, TIME_FORMAT or TZ that cannot be used is logged and counts as unset. `name` is the

@@ -4,6 +4,7 @@
 
 #include "support/table.h"
 #include "support/temp_tree.h"
+#include "timestamp/timestamp_settings.h"
 
 namespace sourcetype {
 namespace {
@@ -27,10 +28,14 @@ std::optional<Timestamp> find(std::string_view line) {
   return place;
 }
 
+std::optional<Timestamp> findNear(std::string_view line) {
+  return find(line.substr(0, kDefaultTimestampLookahead));
+}
+
 TEST(TimestampSettings, AreLearned) {
   testing::forEachRow("classifier/timestamp_settings.txt", 4, [](const testing::Row& row) {
     PropertiesMap settings = testing::settingsFrom(row[2]);
-    learnTimestampSettings("t", readSampleText(row[1], {}, "text"), settings, find);
+    learnTimestampSettings("t", readSampleText(row[1], {}, "text"), settings, findNear, find);
     EXPECT_EQ(settings, testing::settingsFrom(row[3])) << settings.toString();
   });
 }
