@@ -18,9 +18,9 @@ bool isOneOfWords(std::string_view text, const std::array<std::string_view, Coun
 }
 
 bool isMissing(std::string_view text) {
-  static constexpr std::array<std::string_view, 15> kMarks{"",     "-",    "--",  "?",    ".",
-                                                           "..",   "na",   "n/a", "#n/a", "nan",
-                                                           "null", "none", "nil", "\\n",  "(null)"};
+  static constexpr std::array<std::string_view, 16> kMarks{
+      "",    ":",    "-",   "--",   "?",    ".",   "..",  "na",
+      "n/a", "#n/a", "nan", "null", "none", "nil", "\\n", "(null)"};
   return isOneOfWords(text, kMarks);
 }
 
@@ -43,8 +43,8 @@ void removeSuffixes(std::string_view& text, std::span<const std::string_view> su
 
 // The signs and units that may be around a number, in the order in which they are removed.
 std::string_view withoutUnits(std::string_view text) {
-  static constexpr std::array<std::string_view, 10> kBefore{"(", "-", "+",      "\u2212", "<",
-                                                            ">", "$", "\u20AC", "\u00A3", "-"};
+  static constexpr std::array<std::string_view, 8> kBefore{"(", "-",      "+",      "\u2212",
+                                                           "$", "\u20AC", "\u00A3", "-"};
   static constexpr std::array<std::string_view, 5> kAfter{")", "%", "\u20AC", "$", "\u00A3"};
   removePrefixes(text, kBefore);
   removeSuffixes(text, kAfter);

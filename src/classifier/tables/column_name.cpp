@@ -14,41 +14,43 @@ namespace {
 // more often than values of such tables have them.
 bool isColumnWord(std::string_view word) {
   static constexpr auto kWords = std::to_array<std::string_view>(
-      {"account",   "action",     "active",      "address",     "adresse",     "age",
-       "album",     "amount",     "answer",      "anzahl",      "apellido",    "area",
-       "artist",    "author",     "average",     "balance",     "betrag",      "bezeichnung",
-       "book",      "brand",      "bytes",       "cantidad",    "category",    "channel",
-       "cidade",    "city",       "ciudad",      "class",       "client",      "close",
-       "code",      "codigo",     "col",         "color",       "colour",      "column",
-       "comment",   "comments",   "company",     "cost",        "count",       "country",
-       "county",    "currency",   "customer",    "data",        "date",        "datum",
-       "day",       "department", "desc",        "description", "destination", "device",
-       "district",  "duration",   "email",       "employee",    "end",         "error",
-       "estado",    "event",      "fecha",       "field",       "file",        "filename",
-       "film",      "first",      "firstname",   "gdp",         "gender",      "gene",
-       "genre",     "grade",      "group",       "guid",        "header",      "height",
-       "high",      "host",       "hostname",    "hour",        "id",          "index",
-       "item",      "key",        "kind",        "label",       "lang",        "language",
-       "last",      "lastname",   "lat",         "latitude",    "length",      "level",
-       "libelle",   "lng",        "location",    "lon",         "long",        "longitude",
-       "low",       "max",        "mean",        "median",      "message",     "method",
-       "min",       "model",      "montant",     "month",       "movie",       "municipio",
-       "nachname",  "name",       "no",          "nom",         "nombre",      "nome",
-       "note",      "notes",      "number",      "open",        "order",       "ort",
-       "owner",     "parent",     "path",        "pays",        "percent",     "percentage",
-       "phone",     "pid",        "plz",         "population",  "port",        "position",
-       "precio",    "prenom",     "price",       "priority",    "prix",        "process",
-       "product",   "provincia",  "publisher",   "quantity",    "quartier",    "query",
-       "question",  "rank",       "rate",        "ratio",       "region",      "request",
-       "response",  "result",     "role",        "school",      "score",       "sensor",
-       "service",   "session",    "severity",    "sex",         "share",       "size",
-       "source",    "species",    "stadt",       "start",       "state",       "status",
-       "strasse",   "street",     "sum",         "surname",     "symbol",      "tags",
-       "target",    "team",       "temperature", "text",        "ticker",      "time",
-       "timestamp", "tipo",       "title",       "total",       "track",       "typ",
-       "type",      "unit",       "url",         "user",        "username",    "uuid",
-       "valor",     "value",      "var",         "version",     "ville",       "volume",
-       "vorname",   "weight",     "wert",        "year",        "zeit",        "zip"});
+      {"account",     "action",      "active",    "address",     "adresse",     "age",
+       "album",       "amount",      "annee",     "anno",        "answer",      "anzahl",
+       "apellido",    "area",        "artist",    "author",      "average",     "balance",
+       "betrag",      "bezeichnung", "book",      "brand",       "bytes",       "cantidad",
+       "category",    "channel",     "cidade",    "city",        "ciudad",      "class",
+       "clave",       "cle",         "client",    "close",       "code",        "codigo",
+       "col",         "color",       "colour",    "column",      "comment",     "comments",
+       "commune",     "company",     "cost",      "count",       "country",     "county",
+       "currency",    "customer",    "data",      "date",        "datum",       "day",
+       "departement", "department",  "desc",      "description", "destination", "device",
+       "district",    "duration",    "email",     "employee",    "end",         "error",
+       "estado",      "event",       "fecha",     "field",       "file",        "filename",
+       "film",        "first",       "firstname", "gdp",         "gender",      "gene",
+       "genre",       "grade",       "group",     "guid",        "header",      "height",
+       "high",        "host",        "hostname",  "hour",        "id",          "index",
+       "item",        "key",         "kind",      "label",       "land",        "lang",
+       "language",    "last",        "lastname",  "lat",         "latitude",    "length",
+       "level",       "libelle",     "lng",       "location",    "lon",         "long",
+       "longitude",   "low",         "max",       "mean",        "median",      "message",
+       "method",      "min",         "model",     "montant",     "month",       "movie",
+       "municipio",   "nachname",    "name",      "no",          "nom",         "nombre",
+       "nome",        "note",        "notes",     "number",      "open",        "order",
+       "ort",         "owner",       "parent",    "path",        "pays",        "percent",
+       "percentage",  "phone",       "pid",       "plz",         "population",  "port",
+       "position",    "precio",      "prenom",    "price",       "priority",    "prix",
+       "process",     "product",     "provincia", "publisher",   "quantity",    "quartier",
+       "query",       "question",    "rank",      "rate",        "ratio",       "region",
+       "request",     "response",    "result",    "role",        "school",      "score",
+       "sensor",      "service",     "session",   "severity",    "sex",         "share",
+       "size",        "source",      "species",   "stadt",       "start",       "state",
+       "status",      "strasse",     "street",    "sum",         "surname",     "symbol",
+       "tags",        "target",      "team",      "temperature", "text",        "ticker",
+       "time",        "timestamp",   "tipo",      "title",       "total",       "track",
+       "typ",         "type",        "unit",      "url",         "user",        "username",
+       "uuid",        "valeur",      "valor",     "value",       "var",         "version",
+       "ville",       "volume",      "vorname",   "weight",      "wert",        "year",
+       "zeit",        "zip"});
   static_assert(std::ranges::is_sorted(kWords));
   return std::ranges::binary_search(kWords, word);
 }
@@ -95,9 +97,8 @@ bool isIdentifier(std::string_view name) {
 
 bool isMessagePart(std::string_view text) {
   constexpr std::size_t kMaxName = 160;  // a question of a survey can be a name
-  if (text.starts_with('<') && text.ends_with('>')) text = text.substr(1, text.size() - 2);
-  return text.size() > kMaxName || text.find_first_of("={}<>\\") != text.npos ||
-         text.find("::") != text.npos || hasTimeOfDay(text) ||
+  return text.size() > kMaxName || text.find_first_of("={}") != text.npos ||
+         text.find("</") != text.npos || text.find("::") != text.npos || hasTimeOfDay(text) ||
          std::ranges::count(text, '[') != std::ranges::count(text, ']');
 }
 

@@ -50,11 +50,14 @@ bool isCounted(std::span<const std::string_view> texts) {
   return true;
 }
 
-bool isAxis(std::span<const std::string_view> texts) {
+enum class AxisKind { None, Years, Dates, Counted };
+
+AxisKind axisKind(std::span<const std::string_view> texts) {
   const std::unordered_set<std::string_view> different(texts.begin(), texts.end());
-  if (texts.empty() || different.size() < texts.size()) return false;
-  if (std::ranges::all_of(texts, isYear) || isCounted(texts)) return true;
-  return texts.size() > 1 && std::ranges::all_of(texts, isDate);
+  if (texts.empty() || different.size() < texts.size()) return AxisKind::None;
+  if (std::ranges::all_of(texts, isYear)) return AxisKind::Years;
+  if (isCounted(texts)) return AxisKind::Counted;
+  return texts.size() > 1 && std::ranges::all_of(texts, isDate) ? AxisKind::Dates : AxisKind::None;
 }
 
 bool hasNumber(const TableRecord& record, const Columns& columns) {
@@ -73,11 +76,13 @@ std::vector<std::size_t> findAxis(const TableRecord& header,
     if (isValueKind(cellKind(header.cells[i].text))) columns.push_back(i);
   }
   const auto texts = textsOf(header, columns);
-  if (!isAxis(texts)) return {};
+  const AxisKind kind = axisKind(texts);
+  if (kind == AxisKind::None) return {};
   // 1,2,3 above numbers is a row, except after an empty name, which an index of rows has.
-  const bool mayBeRow = isCounted(texts) && !header.cells.front().text.empty();
+  const bool mayBeRow = kind == AxisKind::Counted && !header.cells.front().text.empty();
   for (const TableRecord* row : rows.first(std::min(rows.size(), kMaxCompared))) {
-    if (isAxis(textsOf(*row, columns)) || (mayBeRow && hasNumber(*row, columns))) return {};
+    if (axisKind(textsOf(*row, columns)) == kind || (mayBeRow && hasNumber(*row, columns)))
+      return {};
   }
   return columns;
 }

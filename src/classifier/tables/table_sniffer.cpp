@@ -45,10 +45,22 @@ bool isFilled(const TableCell& cell) {
   return !cell.text.empty();
 }
 
+// Spreadsheets write empty columns after the table.
+std::size_t countUsedColumns(const ParsedTable& table) {
+  std::vector<std::size_t> filled(table.columns);
+  for (const auto& record : table.records) {
+    for (std::size_t i = 0; i < std::min(record.cells.size(), filled.size()); ++i) {
+      if (isFilled(record.cells[i])) ++filled[i];
+    }
+  }
+  const auto isUsed = [&](std::size_t count) { return count * 10 >= table.records.size(); };
+  return static_cast<std::size_t>(std::ranges::count_if(filled, isUsed));
+}
+
 // A title, or a setting of the report: a row with too few cells or texts.
-bool isPreamble(const TableRecord& record, std::size_t columns) {
+bool isPreamble(const TableRecord& record, std::size_t columns, std::size_t usedColumns) {
   const auto filled = static_cast<std::size_t>(std::ranges::count_if(record.cells, isFilled));
-  return filled < 2 || record.cells.size() + 1 < columns || filled * 2 < columns;
+  return filled < 2 || record.cells.size() + 1 < columns || filled * 2 < usedColumns;
 }
 
 bool isComplete(const TableRecord& record, std::size_t columns) {
@@ -60,11 +72,12 @@ bool isComplete(const TableRecord& record, std::size_t columns) {
 std::optional<Header> findHeaderRecord(const ParsedTable& table) {
   constexpr std::size_t kMaxExamined = 40;
   const std::span<const TableRecord> records = table.records;
+  const std::size_t usedColumns = countUsedColumns(table);
   std::optional<Header> best;
   double minRate = kMinHeaderRate;
   for (std::size_t i = 0; i < std::min(records.size(), kMaxExamined); ++i) {
     const auto& record = records[i];
-    if (isPreamble(record, table.columns)) continue;
+    if (isPreamble(record, table.columns, usedColumns)) continue;
     const double rate = rateHeader(record, records.subspan(i + 1));
     if (rate > minRate) best = {record.text, record.cells, rate};
     if (isComplete(record, table.columns)) break;
