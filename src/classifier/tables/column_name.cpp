@@ -79,6 +79,15 @@ bool hasTimeOfDay(std::string_view text) {
   return false;
 }
 
+// True for "PIN: 593-762", but not for "Unnamed: 0", which a program writes for a missing name.
+bool endsWithValue(std::string_view text) {
+  constexpr std::size_t kMinValue = 4;
+  const std::size_t colon = text.find(": ");
+  if (colon == text.npos || text.size() - colon - 2 < kMinValue) return false;
+  const std::string_view value = text.substr(colon + 2);
+  return isAsciiDigit(value.front()) && std::ranges::none_of(value, isAsciiLetter);
+}
+
 }  // namespace
 
 bool hasColumnWord(std::string_view name) {
@@ -99,7 +108,7 @@ bool isMessagePart(std::string_view text) {
   constexpr std::size_t kMaxName = 160;  // a question of a survey can be a name
   return text.size() > kMaxName || text.find_first_of("={}") != text.npos ||
          text.find("</") != text.npos || text.find("::") != text.npos || hasTimeOfDay(text) ||
-         std::ranges::count(text, '[') != std::ranges::count(text, ']');
+         endsWithValue(text) || std::ranges::count(text, '[') != std::ranges::count(text, ']');
 }
 
 }  // namespace sourcetype

@@ -103,8 +103,10 @@ double rateHeader(const TableRecord& header, std::span<const TableRecord> allRow
       counts.rate < kMinRatePerValue * counts.values) {
     return kNoHeader;
   }
+  // Two rows of a table of names look like a header and a row.
+  const double onlyRow = rows.size() == 1 ? 0.3 : 0;
   return counts.rate - static_cast<double>(countRepeated(header)) - counts.unnamed -
-         2 * counts.values;
+         2 * counts.values - onlyRow;
 }
 
 }  // namespace sourcetype

@@ -18,7 +18,7 @@ namespace {
 // More text does not change the answer, and the work is proportional to it.
 constexpr std::size_t kMaxText = std::size_t{1} << 20;
 
-constexpr double kMinHeaderRate = 0.5;
+constexpr double kMinHeaderRate = 0.2;
 
 // After a row that is not complete, a header needs better reasons.
 constexpr double kMinLaterRate = 1.5;
