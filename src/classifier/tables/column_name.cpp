@@ -88,6 +88,14 @@ bool endsWithValue(std::string_view text) {
   return isAsciiDigit(value.front()) && std::ranges::none_of(value, isAsciiLetter);
 }
 
+// True for "and dark.", but not for an abbreviation as in "Ref. No.".
+bool endsSentence(std::string_view text) {
+  constexpr std::size_t kMinWord = 4;
+  if (!text.ends_with('.') && !text.ends_with('!')) return false;
+  const std::size_t blank = text.rfind(' ');
+  return blank != text.npos && text.size() - blank - 2 >= kMinWord;
+}
+
 }  // namespace
 
 bool hasColumnWord(std::string_view name) {
@@ -108,7 +116,8 @@ bool isMessagePart(std::string_view text) {
   constexpr std::size_t kMaxName = 160;  // a question of a survey can be a name
   return text.size() > kMaxName || text.find_first_of("={}") != text.npos ||
          text.find("</") != text.npos || text.find("::") != text.npos || hasTimeOfDay(text) ||
-         endsWithValue(text) || std::ranges::count(text, '[') != std::ranges::count(text, ']');
+         endsWithValue(text) || endsSentence(text) ||
+         std::ranges::count(text, '[') != std::ranges::count(text, ']');
 }
 
 }  // namespace sourcetype
