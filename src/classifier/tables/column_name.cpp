@@ -88,6 +88,17 @@ bool endsWithValue(std::string_view text) {
   return isAsciiDigit(value.front()) && std::ranges::none_of(value, isAsciiLetter);
 }
 
+// True for "2020-01-02 INFO".
+bool startsWithDate(std::string_view text) {
+  constexpr std::string_view kForm = "0000-00-00";
+  if (text.size() <= kForm.size()) return false;
+  for (std::size_t i = 0; i < kForm.size(); ++i) {
+    const bool isDigit = isAsciiDigit(text[i]);
+    if (kForm[i] == '0' ? !isDigit : !isOneOf(text[i], "-/.")) return false;
+  }
+  return true;
+}
+
 // True for "and dark.", but not for an abbreviation as in "Ref. No.".
 bool endsSentence(std::string_view text) {
   constexpr std::size_t kMinWord = 4;
@@ -116,7 +127,7 @@ bool isMessagePart(std::string_view text) {
   constexpr std::size_t kMaxName = 160;  // a question of a survey can be a name
   return text.size() > kMaxName || text.find_first_of("={}") != text.npos ||
          text.find("</") != text.npos || text.find("::") != text.npos || hasTimeOfDay(text) ||
-         endsWithValue(text) || endsSentence(text) ||
+         startsWithDate(text) || endsWithValue(text) || endsSentence(text) ||
          std::ranges::count(text, '[') != std::ranges::count(text, ']');
 }
 

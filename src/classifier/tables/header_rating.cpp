@@ -59,8 +59,9 @@ double rateOnlyRecord(const TableRecord& header) {
 struct CellCounts {
   double rate = 0;  // sum of the ratings of the names
   double filled = 0;
-  double values = 0;   // that are no names
-  double unnamed = 0;  // columns with values, after the first one
+  double numbers = 0;     // above texts
+  double unnamed = 0;     // columns with values, after the first one
+  bool hasValue = false;  // one that is like the values of its column
 };
 
 CellCounts countCells(const TableRecord& header, const Rows& rows) {
@@ -69,18 +70,20 @@ CellCounts countCells(const TableRecord& header, const Rows& rows) {
   for (std::size_t i = 0; i < std::min(header.cells.size(), kMaxColumns); ++i) {
     const std::string_view name = header.cells[i].text;
     const ColumnProfile column = describeColumn(i, rows);
+    const CellKind kind = cellKind(name);
+    const bool isAboveNumbers = column.share(CellKind::Number) >= 0.8;
     if (name.empty()) {
       if (i > 0 && column.filled > 0) ++counts.unnamed;
       continue;
     }
     ++counts.filled;
-    if (axis.size() > 1 && std::ranges::binary_search(axis, i)) {
-      ++counts.rate;
-    } else if (axis.size() == 1 && axis.front() == i) {
-      // One year above numbers: neither a reason for a header nor against it.
-      if (column.share(CellKind::Number) < 0.8) ++counts.values;
-    } else if (isValueKind(cellKind(name))) {
-      ++counts.values;
+    if (std::ranges::binary_search(axis, i)) {
+      // One year above numbers is neither a reason for a header nor against it.
+      if (axis.size() > 1) ++counts.rate;
+      if (axis.size() == 1 && !isAboveNumbers) counts.hasValue = true;
+    } else if (isValueKind(kind)) {
+      if (kind != CellKind::Number || isAboveNumbers) counts.hasValue = true;
+      ++counts.numbers;
     } else {
       counts.rate += rateName(name, column);
     }
@@ -95,18 +98,20 @@ double rateHeader(const TableRecord& header, std::span<const TableRecord> allRow
   const Rows rows = rowsAfter(header, allRows);
   if (rows.empty()) return rateOnlyRecord(header);
   const CellCounts counts = countCells(header, rows);
-  if (counts.filled == 0 || 2 * counts.unnamed > counts.filled) return kNoHeader;
-  // Many names can outweigh a value, such as the number of a column without a name.
-  constexpr double kMaxValues = 0.2;
-  constexpr double kMinRatePerValue = 5;
-  if (counts.values > kMaxValues * counts.filled ||
-      counts.rate < kMinRatePerValue * counts.values) {
+  if (counts.filled == 0 || counts.hasValue || 2 * counts.unnamed > counts.filled) {
+    return kNoHeader;
+  }
+  // Many names can outweigh a number above texts or nothing.
+  constexpr double kMaxNumbers = 0.2;
+  constexpr double kMinRatePerNumber = 5;
+  if (counts.numbers > kMaxNumbers * counts.filled ||
+      counts.rate < kMinRatePerNumber * counts.numbers) {
     return kNoHeader;
   }
   // Two rows of a table of names look like a header and a row.
   const double onlyRow = rows.size() == 1 ? 0.3 : 0;
   return counts.rate - static_cast<double>(countRepeated(header)) - counts.unnamed -
-         2 * counts.values - onlyRow;
+         2 * counts.numbers - onlyRow;
 }
 
 }  // namespace sourcetype
