@@ -3,7 +3,6 @@
 #include <chrono>
 
 #include "classifier/binary_test.h"
-#include "classifier/header_detector.h"
 #include "classifier/line_break_learner.h"
 #include "classifier/models/distance_limits.h"
 #include "classifier/properties.h"
@@ -119,6 +118,7 @@ void FileClassifier::lookUpConfiguredProps() {
   }
   if (learningAllowed_) learningAllowed_ = props.getBool(key::kLearnSourcetype, true);
   headerWanted_ = props.getBool(key::kCheckForHeader, false);
+  headerTest_ = headerTestOf(props);
   if (const auto noBinaryCheck = props.tryGetBool(key::kNoBinaryCheck)) {
     noBinaryCheck_ = *noBinaryCheck;
     result_.set(key::kNoBinaryCheck, lowerFlagText(noBinaryCheck_));
@@ -290,6 +290,15 @@ void FileClassifier::markInvalid(InvalidCause cause) {
              causeText(cause));
 }
 
+// The strict test counts only in the stanza that asks for a header. So a stanza of an administrator
+// with CHECK_FOR_HEADER alone gets the plain test, whatever bundled stanzas of the path set.
+HeaderTest FileClassifier::headerTestOf(const PropertiesMap& settings) {
+  const bool isStrict =
+      settings.getBool(key::kStrictHeaderCheck, false) &&
+      settings.stanzaOf(key::kStrictHeaderCheck) == settings.stanzaOf(key::kCheckForHeader);
+  return isStrict ? HeaderTest::Names : HeaderTest::Delimiters;
+}
+
 void FileClassifier::detectHeaderIfAsked() {
   if (!learningAllowed_ || !result_.getBool(key::kCheckForHeader, headerWanted_)) return;
   if (result_.contains(key::kInvalidCause)) return;  // such files have no header
@@ -297,7 +306,9 @@ void FileClassifier::detectHeaderIfAsked() {
   if (!hasLines && !takeSample(Keep::Lines)) return;
   const std::string before = result_.get(key::kSourcetype);
   const NewSourcetype* made = newSourcetype_ ? &*newSourcetype_ : nullptr;
-  if (detectHeader(fileName_, *sample_, result_, store_, made)) {
+  const bool isResultAsked = result_.getBool(key::kCheckForHeader, false);
+  const HeaderTest test = isResultAsked ? headerTestOf(result_) : headerTest_;
+  if (detectHeader(fileName_, *sample_, result_, store_, made, test)) {
     madeSourcetype_ = madeSourcetype_ || newSourcetype_;
     newSourcetype_.reset();
   }

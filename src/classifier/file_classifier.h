@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "classifier/classifier_context.h"
+#include "classifier/header_detector.h"
 #include "classifier/header_linker.h"
 #include "classifier/properties.h"
 #include "classifier/rules.h"
@@ -34,6 +35,7 @@ class FileClassifier {
 
   // The stages, in this order. A later one runs also when an earlier one has thrown.
   void findType();
+  static HeaderTest headerTestOf(const PropertiesMap& settings);
   void detectHeaderIfAsked();
   void keepWhatIsNew();
 
@@ -70,6 +72,7 @@ class FileClassifier {
   PropertiesMap sampleProps_;  // "CHARSET", if it is configured
   bool learningAllowed_;
   bool headerWanted_ = false;
+  HeaderTest headerTest_ = HeaderTest::Delimiters;  // when headerWanted_ decides
   bool noBinaryCheck_ = false;
   std::optional<Sample> sample_;
   MatchBudget budget_{kMaxFileCost};            // for stanza patterns and rules

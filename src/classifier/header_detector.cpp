@@ -8,6 +8,7 @@
 #include "classifier/header_fields.h"
 #include "classifier/header_transform.h"
 #include "classifier/statistics.h"
+#include "classifier/tables/table_sniffer.h"
 #include "util/logging.h"
 #include "util/text.h"
 
@@ -85,6 +86,56 @@ std::optional<std::string_view> findHeaderLine(const Sample& sample,
   return std::nullopt;
 }
 
+struct FoundHeader {
+  char delimiter;
+  std::string line;
+  std::vector<std::string> names;
+};
+
+void logDelimiter(std::string_view fileName, char delimiter, double score, std::size_t count,
+                  double mode) {
+  logInfo(kFlowLog, "AutoHeader: delim='%s', score=%.3f, count=%lu, mode=%.3lf, filename=\"%s\"\n",
+          delimiterText(delimiter), score, count, mode, fileName);
+}
+
+std::optional<FoundHeader> findByDelimiters(std::string_view fileName, const Sample& sample,
+                                            HeaderLimits limits) {
+  const ScoredDelimiter chosen = chooseDelimiter(sample, limits.maxLines);
+  logDelimiter(fileName, chosen.delimiter, chosen.score, chosen.statistics.n,
+               chosen.statistics.mode);
+  if (!(chosen.score > limits.threshold)) {
+    logInfo(kFlowLog,
+            "AutoHeader: delimiter='%s' score=%.3f does not pass threshold=%.3f, filename=\"%s\"",
+            delimiterText(chosen.delimiter), chosen.score, limits.threshold, fileName);
+    return std::nullopt;
+  }
+  const auto line = findHeaderLine(sample, chosen);
+  if (!line) return std::nullopt;
+  return FoundHeader{chosen.delimiter, std::string(*line),
+                     nameFields(splitFields(*line, chosen.delimiter))};
+}
+
+Table sniffSample(const Sample& sample, std::size_t maxLines) {
+  std::vector<std::string_view> lines;
+  for (std::size_t i = 0; i < sample.lineCount() && lines.size() < maxLines; ++i) {
+    if (!isBlankLine(sample.line(i))) lines.push_back(sample.line(i));
+  }
+  return sniffTable(lines);
+}
+
+std::optional<FoundHeader> findByNames(std::string_view fileName, const Sample& sample,
+                                       HeaderLimits limits) {
+  const Table table = sniffSample(sample, limits.maxLines);
+  logDelimiter(fileName, table.delimiter, table.score, table.records,
+               table.columns == 0 ? 0 : static_cast<double>(table.columns - 1));
+  if (table.names.empty()) {
+    logInfo(kFlowLog, R"(AutoHeader: no line names the columns, filename="%s")", fileName);
+    return std::nullopt;
+  }
+  const std::vector<std::string_view> cells(table.names.begin(), table.names.end());
+  return FoundHeader{table.delimiter, table.header, nameFields(cells)};
+}
+
 }  // namespace
 
 DelimiterCounts countDelimiters(std::string_view line, const decltype(kDelimiters)& delimiters,
@@ -102,24 +153,15 @@ DelimiterCounts countDelimiters(std::string_view line, const decltype(kDelimiter
 }
 
 bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
-                  ConfStore& store, const NewSourcetype* newSourcetype, HeaderLimits limits) {
+                  ConfStore& store, const NewSourcetype* newSourcetype, HeaderTest test,
+                  HeaderLimits limits) {
   if (sample.lineCount() == 0 || limits.maxLines == 0) return false;
-  const ScoredDelimiter chosen = chooseDelimiter(sample, limits.maxLines);
-  const std::string delimiter = delimiterText(chosen.delimiter);
-  logInfo(kFlowLog, "AutoHeader: delim='%s', score=%.3f, count=%lu, mode=%.3lf, filename=\"%s\"\n",
-          delimiter, chosen.score, chosen.statistics.n, chosen.statistics.mode, fileName);
-  if (!(chosen.score > limits.threshold)) {
-    logInfo(kFlowLog,
-            "AutoHeader: delimiter='%s' score=%.3f does not pass threshold=%.3f, filename=\"%s\"",
-            delimiter, chosen.score, limits.threshold, fileName);
-    return false;
-  }
-  const auto header = findHeaderLine(sample, chosen);
+  const auto header = test == HeaderTest::Names ? findByNames(fileName, sample, limits)
+                                                : findByDelimiters(fileName, sample, limits);
   if (!header) return false;
-  logInfo(kFlowLog, R"(AutoHeader: filename="%s", found headerline=[%s])", fileName, *header);
-  const auto names = nameFields(splitFields(*header, chosen.delimiter));
-  return applyHeaderTransform(fileName, makeHeaderTransform(chosen.delimiter, names), result, store,
-                              newSourcetype);
+  logInfo(kFlowLog, R"(AutoHeader: filename="%s", found headerline=[%s])", fileName, header->line);
+  const auto transform = makeHeaderTransform(header->delimiter, header->names);
+  return applyHeaderTransform(fileName, transform, result, store, newSourcetype);
 }
 
 }  // namespace sourcetype

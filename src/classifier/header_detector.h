@@ -20,18 +20,23 @@ using DelimiterCounts = std::array<std::size_t, kDelimiters.size()>;
 DelimiterCounts countDelimiters(std::string_view line, const decltype(kDelimiters)& delimiters,
                                 char quote);
 
+// How the header line is found.
+enum class HeaderTest {
+  Delimiters,  // the first of ten non-blank lines with at least as many delimiters as most lines
+  Names,       // a line whose cells differ from those below it, as names differ from values
+};
+
 struct HeaderLimits {
   std::size_t maxLines = 1000;  // lines that are examined; blank lines do not count
   double threshold = 0.5;       // the score of the delimiter must be greater
 };
 
-// Looks for the line that names the columns: the first of ten non-blank lines that has at least as
-// many delimiters as most lines have. If there is one, links a transform that extracts the columns
-// to the sourcetype of `result`, which may change the sourcetype. `newSourcetype` and the returned
-// value are those of applyHeaderTransform(). Returns false when there is no header line. Does
-// nothing without a sourcetype.
+// Looks for the line that names the columns. If there is one, links a transform that extracts the
+// columns to the sourcetype of `result`, which may change the sourcetype. `newSourcetype` and the
+// returned value are those of applyHeaderTransform(). Returns false when there is no header line.
+// Does nothing without a sourcetype. The threshold is for HeaderTest::Delimiters.
 bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
                   ConfStore& store, const NewSourcetype* newSourcetype = nullptr,
-                  HeaderLimits limits = {});
+                  HeaderTest test = HeaderTest::Delimiters, HeaderLimits limits = {});
 
 }  // namespace sourcetype

@@ -24,6 +24,7 @@ inline constexpr std::string_view kCharset = "CHARSET";
 inline constexpr std::string_view kLearnSourcetype = "LEARN_SOURCETYPE";
 inline constexpr std::string_view kLearnModel = "LEARN_MODEL";
 inline constexpr std::string_view kCheckForHeader = "CHECK_FOR_HEADER";
+inline constexpr std::string_view kStrictHeaderCheck = "STRICT_HEADER_CHECK";
 inline constexpr std::string_view kNoBinaryCheck = "NO_BINARY_CHECK";
 inline constexpr std::string_view kPrefixSourcetype = "PREFIX_SOURCETYPE";
 inline constexpr std::string_view kShouldLinemerge = "SHOULD_LINEMERGE";

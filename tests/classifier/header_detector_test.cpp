@@ -63,7 +63,8 @@ class Tree : public TempTree {
     PropertiesMap result{{"sourcetype", sourcetype}};
     store.getStanzaSettings(store.getProps(), result, std::span(&sourcetype, 1),
                             PatternMatching::No);
-    detectHeader("dir/f.csv", readSampleText(text, {}, "text"), result, store, nullptr, limits);
+    detectHeader("dir/f.csv", readSampleText(text, {}, "text"), result, store, nullptr,
+                 HeaderTest::Delimiters, limits);
     return result;
   }
 
