@@ -165,7 +165,9 @@ std::vector<JsonLine> jsonLines() {
   for (std::string line; std::getline(file, line);) {
     const auto tab = line.find('\t');
     if (line.starts_with('#') || tab == std::string::npos) continue;
-    auto& entry = lines.emplace_back(line.substr(0, tab), line.substr(tab + 1));
+    auto& entry = lines.emplace_back();
+    entry.instant = line.substr(0, tab);
+    entry.text = line.substr(tab + 1);
     constexpr std::string_view kPad = "<pad>";
     for (auto at = entry.text.find(kPad); at != std::string::npos; at = entry.text.find(kPad)) {
       entry.text.replace(at, kPad.size(), std::string(3000, 'x'));
@@ -182,8 +184,8 @@ TEST(JsonLines, HaveTheTimeOfTheirEvent) {
   for (const auto& line : lines) texts += line.text + "\n";
   server.write("lines.json", texts);
   const auto run = server.runProgram(
-      TIMESTAMPS_EXECUTABLE, {"--sourcetype", "lines_json", "--reference", "2024-03-06T00:00:00Z",
-                              "lines.json"});
+      TIMESTAMPS_EXECUTABLE,
+      {"--sourcetype", "lines_json", "--reference", "2024-03-06T00:00:00Z", "lines.json"});
   EXPECT_EQ(run.err, "");
   const auto shown = linesOf(run.out);
   ASSERT_EQ(shown.size(), lines.size());
