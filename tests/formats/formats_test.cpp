@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
@@ -149,6 +150,49 @@ TEST(Texts, ThatAreNoLogGetNoBundledSourcetype) {
   EXPECT_GE(texts.size(), 20U);
   for (const auto& text : texts) {
     EXPECT_FALSE(bundled.contains(recognisedAs(server, text))) << text.name;
+  }
+}
+
+struct JsonLine {
+  std::string instant;
+  std::string text;
+};
+
+// Lines of the file: instant, tab, JSON; "<pad>" in it stands for 3000 letters.
+std::vector<JsonLine> jsonLines() {
+  std::ifstream file(std::string(FORMATS_DIR) + "/json_lines.txt");
+  std::vector<JsonLine> lines;
+  for (std::string line; std::getline(file, line);) {
+    const auto tab = line.find('\t');
+    if (line.starts_with('#') || tab == std::string::npos) continue;
+    auto& entry = lines.emplace_back();
+    entry.instant = line.substr(0, tab);
+    entry.text = line.substr(tab + 1);
+    constexpr std::string_view kPad = "<pad>";
+    for (auto at = entry.text.find(kPad); at != std::string::npos; at = entry.text.find(kPad)) {
+      entry.text.replace(at, kPad.size(), std::string(3000, 'x'));
+    }
+  }
+  return lines;
+}
+
+TEST(JsonLines, HaveTheTimeOfTheirEvent) {
+  const Installation server;
+  const auto lines = jsonLines();
+  ASSERT_GE(lines.size(), 60U);
+  std::string texts;
+  for (const auto& line : lines) texts += line.text + "\n";
+  server.write("lines.json", texts);
+  const auto run = server.runProgram(
+      TIMESTAMPS_EXECUTABLE,
+      {"--sourcetype", "lines_json", "--reference", "2024-03-06T00:00:00Z", "lines.json"});
+  EXPECT_EQ(run.err, "");
+  const auto shown = linesOf(run.out);
+  ASSERT_EQ(shown.size(), lines.size());
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const auto tab = shown[i].rfind('\t');
+    const auto instant = tab == std::string::npos ? shown[i] : shown[i].substr(tab + 1, 19);
+    EXPECT_EQ(instant, lines[i].instant) << lines[i].text.substr(0, 200);
   }
 }
 
