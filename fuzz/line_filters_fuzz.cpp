@@ -36,6 +36,7 @@ class Speaker {
     for (auto i = node.firstPart; i != ExpressionTree::kNone; i = tree_.node(i).nextSibling) {
       parts.push_back(i);
     }
+    text_ += node.text;
     if (node.kind == Kind::Bytes) sayByte(node.bytes);
     if (node.kind == Kind::Choice) say(parts[choose(parts.size())]);
     if (node.kind == Kind::Sequence) std::ranges::for_each(parts, [this](auto part) { say(part); });
@@ -108,6 +109,9 @@ std::vector<std::string> seeds() {
                                  "^\\{(?=.{0,3000}?\"a\":)(?=.*\"bcd\":)",
                                  "^\\x1b?[.,]x",
                                  "a(?=bcd)b",
+                                 "^(?i:kas[^s]|ab)c",
+                                 "^[^a]{0,9}(?<=[ab]\\d)x",
+                                 "^a(?i:b)c",
                                  "^(?=ab)(?:abc|abd)x"}) {
     inputs.push_back(joined({expression, "abcdefgh", "abd\xFF\nb\xC3\xA9x\n1\n"}));
   }

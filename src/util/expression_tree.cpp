@@ -44,6 +44,16 @@ constexpr ByteSet kAny = [] {
 
 struct NotUnderstood {};
 
+// Characters without a meaning of their own in an expression.
+constexpr ByteSet kPlainCharacters = [] {
+  ByteSet set;
+  set.add(' ', '~');
+  for (const char c : {'\\', '^', '$', '.', '[', '|', '(', ')', '?', '*', '+', '{'}) {
+    set.remove(static_cast<unsigned char>(c));
+  }
+  return set;
+}();
+
 }  // namespace
 
 class ExpressionParser {
@@ -83,16 +93,33 @@ class ExpressionParser {
     if (atEnd() || !isAscii(pattern_[at_])) throw NotUnderstood{};
     return pattern_[at_++];
   }
+  // The number of plain characters that stand here without a quantifier.
+  std::size_t plainLength() const {
+    const auto isPlain = [this](std::size_t at) {
+      return kPlainCharacters.contains(static_cast<unsigned char>(pattern_[at]));
+    };
+    auto end = at_;
+    while (end < pattern_.size() && isPlain(end)) ++end;
+    const bool hasQuantifier =
+        end < pattern_.size() &&
+        std::string_view("?*+{").find(pattern_[end]) != std::string_view::npos;
+    return end - at_ - (hasQuantifier && end > at_ ? 1 : 0);
+  }
   static bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80 && c != '\0'; }
 
   std::uint32_t add(const Node& node) {
     nodes_.push_back(node);
     return static_cast<std::uint32_t>(nodes_.size() - 1);
   }
+  std::uint32_t addText(std::size_t length) {
+    const auto begin = at_;
+    at_ += length;
+    return add({.kind = Kind::Text, .text = pattern_.substr(begin, length)});
+  }
   std::uint32_t addByte(char c) {
-    Node node{.kind = Kind::Bytes};
-    node.bytes.add(static_cast<unsigned char>(c));
-    return add(node);
+    ByteSet bytes;
+    addCharacter(bytes, c);
+    return addBytes(bytes);
   }
   std::uint32_t addBytes(const ByteSet& bytes) {
     return add({.kind = Kind::Bytes, .bytes = bytes});
@@ -113,7 +140,8 @@ class ExpressionParser {
   std::uint32_t sequence(int nesting) {
     const auto result = add({.kind = Kind::Sequence});
     for (auto last = kNone; !atEnd() && !sees('|') && !sees(')');) {
-      const auto part = quantified(nesting);
+      const auto length = isCaseless_ ? 0 : plainLength();
+      const auto part = length > 0 ? addText(length) : quantified(nesting);
       (last == kNone ? nodes_[result].firstPart : nodes_[last].nextSibling) = part;
       last = part;
     }
@@ -183,24 +211,56 @@ class ExpressionParser {
   }
 
   std::uint32_t group(int nesting) {
-    char kind = ':';
-    if (accept('?')) {
-      kind = next();
-      if (kind != '=' && kind != '!' && kind != ':' && kind != '>') throw NotUnderstood{};
-    } else if (sees('*')) {
-      throw NotUnderstood{};
-    }
+    const bool isCaselessOutside = isCaseless_;
+    const Group kind = groupKind();
     const auto inner = choice(nesting + 1);
     if (!accept(')')) throw NotUnderstood{};
-    if (kind == '!') return add({.kind = Kind::Empty});
-    return kind == '=' ? add({.kind = Kind::Ahead, .firstPart = inner}) : inner;
+    isCaseless_ = isCaselessOutside;
+    if (kind == Group::Plain) return inner;
+    if (kind == Group::Ahead) return add({.kind = Kind::Ahead, .firstPart = inner});
+    if (kind == Group::Behind && !hasFixedSize(inner)) throw NotUnderstood{};
+    return add({.kind = Kind::Empty});
+  }
+
+  enum class Group { Plain, Ahead, NotAhead, Behind };
+
+  Group groupKind() {
+    if (sees('*')) throw NotUnderstood{};
+    if (!accept('?') || accept(':') || accept('>')) return Group::Plain;
+    if (accept('=')) return Group::Ahead;
+    if (accept('!')) return Group::NotAhead;
+    if (accept("<=") || accept("<!")) return Group::Behind;
+    if (!accept("i:")) throw NotUnderstood{};
+    isCaseless_ = true;
+    return Group::Plain;
+  }
+
+  // The library refuses to look behind for texts of different sizes.
+  bool hasFixedSize(std::uint32_t index) const {
+    const Node& node = nodes_[index];
+    if (node.kind == Kind::Choice || (node.kind == Kind::Repeat && node.min != node.max))
+      return false;
+    for (auto part = node.firstPart; part != kNone; part = nodes_[part].nextSibling) {
+      if (!hasFixedSize(part)) return false;
+    }
+    return true;
+  }
+
+  // Adds a character, in both cases where the case does not count. Some letters are then equal to
+  // letters beyond ASCII, such as "s" to the long s.
+  void addCharacter(ByteSet& bytes, char c) const {
+    bytes.add(static_cast<unsigned char>(c));
+    if (!isCaseless_ || !isAsciiLetter(c)) return;
+    bytes.add(static_cast<unsigned char>(toAsciiLower(c)));
+    bytes.add(static_cast<unsigned char>(toAsciiUpper(c)));
+    if (toAsciiLower(c) == 'k' || toAsciiLower(c) == 's') bytes.add(0x80, 0xFF);
   }
 
   std::uint32_t escaped() {
     const char c = next();
     if (c == 'b' || c == 'B' || c == 'z' || c == 'Z') return add({.kind = Kind::Empty});
     ByteSet bytes;
-    if (!shorthand(c, bytes)) bytes.add(static_cast<unsigned char>(literal(c)));
+    if (!shorthand(c, bytes)) addCharacter(bytes, literal(c));
     return addBytes(bytes);
   }
 
@@ -268,7 +328,9 @@ class ExpressionParser {
       classItem(bytes);
     }
     accept(']');
-    if (isNegated) bytes.invert();
+    if (!isNegated) return bytes;
+    bytes.invert();
+    if (isCaseless_) bytes.add(0x80, 0xFF);
     return bytes;
   }
 
@@ -303,12 +365,12 @@ class ExpressionParser {
       if (high == '\\') high = literal(next());
       if (high < low) throw NotUnderstood{};
     }
-    bytes.add(static_cast<unsigned char>(low), static_cast<unsigned char>(high));
+    for (int c = low; c <= high; ++c) addCharacter(bytes, static_cast<char>(c));
   }
 
   std::uint64_t compiledSize(std::uint32_t index) const {
     const Node& node = nodes_[index];
-    std::uint64_t size = kItemSize;
+    std::uint64_t size = kItemSize + node.text.size() * 2;
     if (node.kind == Kind::Bytes && node.bytes.size() > 1) size = kClassSize;
     for (auto part = node.firstPart; part != kNone; part = nodes_[part].nextSibling) {
       size += compiledSize(part);
@@ -321,6 +383,7 @@ class ExpressionParser {
   std::string_view pattern_;
   std::vector<Node>& nodes_;
   std::size_t at_ = 0;
+  bool isCaseless_ = false;
 };
 
 std::optional<ExpressionTree> ExpressionTree::parse(std::string_view pattern) try {

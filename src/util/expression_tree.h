@@ -22,6 +22,9 @@ class ByteSet {
   constexpr void add(unsigned char first, unsigned char last) {
     for (unsigned byte = first; byte <= last; ++byte) add(static_cast<unsigned char>(byte));
   }
+  constexpr void remove(unsigned char byte) {
+    bits_[byte / 64U] &= ~(std::uint64_t{1} << (byte % 64U));
+  }
   constexpr void add(const ByteSet& other) {
     for (std::size_t i = 0; i < bits_.size(); ++i) bits_[i] |= other.bits_[i];
   }
@@ -56,13 +59,14 @@ class ByteSet {
 
 // Only expressions of ASCII and of constructs that are common in rules are understood. All of those
 // compile. Differences that only make an expression match less are left out: assertions, negative
-// lookaheads, possessive and lazy quantifiers.
+// lookaheads, lookbehinds, possessive and lazy quantifiers.
 class ExpressionTree {
  public:
   enum class Kind : std::uint8_t {
     Empty,     // matches no byte: an assertion, or nothing
     Ahead,     // a positive lookahead: its one part, which matches where the node stands
     Start,     // "^"
+    Text,      // a text
     Bytes,     // one byte of a set; see Node
     Sequence,  // its parts, one after another
     Choice,    // one of its parts
@@ -76,13 +80,14 @@ class ExpressionTree {
     // A set contains all bytes from 0x80 or none of them. After one of these, the character may go on
     // with UTF-8 continuation bytes.
     ByteSet bytes = {};
+    std::string_view text = {};  // of the pattern
     std::uint32_t min = 1;
     std::uint32_t max = 1;
     std::uint32_t firstPart = kNone;
     std::uint32_t nextSibling = kNone;
   };
 
-  // Nothing for an expression that is not understood.
+  // Nothing for an expression that is not understood. The tree refers to the pattern.
   static std::optional<ExpressionTree> parse(std::string_view pattern);
 
   const Node& node(std::uint32_t index) const { return nodes_[index]; }

@@ -54,6 +54,7 @@ bool isAnchored(const ExpressionTree& tree, std::uint32_t index) {
 std::size_t minBytes(const ExpressionTree& tree, std::uint32_t index) {
   const Node& node = tree.node(index);
   if (node.kind == Kind::Bytes) return 1;
+  if (node.kind == Kind::Text) return node.text.size();
   if (node.kind == Kind::Repeat) return node.min * minBytes(tree, node.firstPart);
   std::size_t bytes = 0;
   if (node.kind != Kind::Sequence) return bytes;
@@ -123,6 +124,9 @@ class FirstBytes {
       case Kind::Ahead:
       case Kind::Start:
         return;
+      case Kind::Text:
+        for (const char c : node.text) writeByte(c);
+        return;
       case Kind::Bytes:
         writeBytes(node.bytes);
         return;
@@ -136,6 +140,12 @@ class FirstBytes {
         writeRepeat(node);
         return;
     }
+  }
+
+  void writeByte(char c) {
+    ByteSet bytes;
+    bytes.add(static_cast<unsigned char>(c));
+    steps_.push_back({.bytes = bytes});
   }
 
   void writeBytes(const ByteSet& bytes) {
@@ -241,6 +251,9 @@ void visitRequired(const ExpressionTree& tree, std::uint32_t index, const Visit&
     case Kind::Sequence:
       visitParts();
       return;
+    case Kind::Text:
+      for (const char c : node.text) visit(static_cast<unsigned char>(c));
+      return;
     case Kind::Bytes:
       visit(node.bytes.single());
       return;
@@ -304,19 +317,27 @@ std::vector<Texts> requiredTexts(const ExpressionTree& tree, std::uint32_t index
   return sets;
 }
 
-// The sets of the items that an expression begins with, up to one that is not a single byte.
+// The sets of the items that an expression begins with, up to one that is not a fixed number of
+// bytes.
 std::vector<ByteSet> plainStart(const ExpressionTree& tree) {
   std::vector<ByteSet> first;
+  const auto add = [&](const ByteSet& bytes, std::size_t count) {
+    first.insert(first.end(), std::min(count, kMaxFirstBytes - first.size()), bytes);
+  };
   const Node& root = tree.node(tree.root());
   if (root.kind != Kind::Sequence) return first;
   for (auto i = root.firstPart; i != ExpressionTree::kNone; i = tree.node(i).nextSibling) {
     const Node& part = tree.node(i);
     if (part.kind == Kind::Start || readsNothing(part)) continue;
-    const bool isRepeat = part.kind == Kind::Repeat;
-    const Node& item = isRepeat ? tree.node(part.firstPart) : part;
-    if (item.kind != Kind::Bytes || part.min == 0 || first.size() == kMaxFirstBytes) break;
-    const auto count = std::min<std::size_t>(part.min, kMaxFirstBytes - first.size());
-    first.insert(first.end(), count, item.bytes);
+    for (const char c : part.text) {
+      ByteSet bytes;
+      bytes.add(static_cast<unsigned char>(c));
+      add(bytes, 1);
+    }
+    if (part.kind == Kind::Text) continue;
+    const Node& item = part.kind == Kind::Repeat ? tree.node(part.firstPart) : part;
+    if (item.kind != Kind::Bytes || part.min == 0) break;
+    add(item.bytes, part.min);
     if (part.min != part.max || item.bytes.contains(0x80)) break;
   }
   return first;
