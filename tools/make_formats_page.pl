@@ -1,5 +1,8 @@
 #!/usr/bin/env perl
-# Writes docs/formats.md from the bundled configuration: make_formats_page.pl [--check FILE]
+# Writes a page from the bundled configuration: make_formats_page.pl formats|paths [--check FILE]
+#
+# "formats" is docs/formats.md, what the rules recognise; "paths" is docs/paths.md, the files that have
+# a sourcetype by their path.
 use strict;
 use warnings;
 use File::Basename qw(dirname);
@@ -18,24 +21,43 @@ my @parts = (
 );
 my $apps = dirname(__FILE__) . '/../etc/apps';
 
-# The paragraphs of a props.conf that hold rules: title, sourcetype, settings, the rule's stanza.
-sub formats_of {
+sub paragraphs {
   my ($file) = @_;
   open my $in, '<', $file or die "$file: $!\n";
   local $/ = '';
-  my @formats;
-  while (my $paragraph = <$in>) {
-    my ($sourcetype) = $paragraph =~ /^sourcetype = (\S+)$/m or next;
-    my $format = {sourcetype => $sourcetype};
-    ($format->{rule}) = $paragraph =~ /^\[((?:delayed)?rule::.+)\]$/m
-      or die "$file: $sourcetype has no rule\n";
-    ($format->{title}) = $paragraph =~ /\A# (.+)$/m or die "$file: $sourcetype has no title\n";
+  return <$in>;
+}
+
+# The paragraphs of a props.conf that have rules: title, sourcetype, settings, the rule's stanza. Of
+# several rules for a sourcetype, the first one.
+sub formats_of {
+  my ($file) = @_;
+  my %formats;
+  for my $paragraph (paragraphs($file)) {
+    my ($rule) = $paragraph =~ /^\[((?:delayed)?rule::.+)\]$/m or next;
+    my ($sourcetype) = $paragraph =~ /^sourcetype = (\S+)$/m or die "$file: $rule has no sourcetype\n";
+    next if $formats{$sourcetype};
+    my ($title) = $paragraph =~ /\A# (.+)$/m or die "$file: $sourcetype has no title\n";
     my ($stanza) = $paragraph =~ /^\[\Q$sourcetype\E\]\n(.*)/ms
       or die "$file: $sourcetype has no stanza\n";
-    $format->{settings} = {$stanza =~ /^(\w+) = (.*)$/mg};
-    push @formats, $format;
+    $formats{$sourcetype} = {
+      sourcetype => $sourcetype,
+      rule       => $rule,
+      title      => $title,
+      settings   => {$stanza =~ /^(\w+) = (.*?)(?=^\w+ = |^\[|\z)/msg},
+    };
+    chomp for values %{$formats{$sourcetype}{settings}};
   }
-  return sort { $a->{sourcetype} cmp $b->{sourcetype} } @formats;
+  return map { $formats{$_} } sort keys %formats;
+}
+
+# The stanzas for paths: patterns, by sourcetype.
+sub paths_of {
+  my ($file) = @_;
+  my %paths;
+  my $text = join '', paragraphs($file);
+  push @{$paths{$2}}, $1 while $text =~ /^\[source::(.+)\]\nsourcetype = (\S+)$/mg;
+  return %paths;
 }
 
 sub code {
@@ -59,7 +81,7 @@ sub timestamp {
   return $text;
 }
 
-sub page {
+sub formats_page {
   my ($body, $count) = ('', 0);
   for my $part (@parts) {
     my ($app, $heading) = @$part;
@@ -91,11 +113,41 @@ it, and "rule" names the stanza that recognises the format.
 TXT
 }
 
-my $page = page();
-if (@ARGV == 2 && $ARGV[0] eq '--check') {
-  open my $in, '<', $ARGV[1] or die "$ARGV[1]: $!\n";
+sub paths_page {
+  my ($body, $count) = ('', 0);
+  for my $part (@parts) {
+    my ($app, $heading) = @$part;
+    my %paths = paths_of("$apps/$app/default/props.conf") or next;
+    $body .= "\n## $heading\n\n| sourcetype | paths |\n| --- | --- |\n";
+    for my $sourcetype (sort keys %paths) {
+      $body .= sprintf "| `%s` | %s |\n", $sourcetype, join '<br>', map { code($_) } @{$paths{$sourcetype}};
+      $count += @{$paths{$sourcetype}};
+    }
+  }
+  return <<"TXT" . $body;
+# Files with a sourcetype by their path
+
+<!-- tools/make_formats_page.pl makes this page from etc/apps/*/default/props.conf. -->
+
+A file of fewer than 100 lines is not recognised by its content. $count patterns give files at the paths where well-known
+programs write a sourcetype by their path, whatever the number of their lines. `...` matches any characters, `*` any
+except the path separator; in a pattern with one of them, the rest is a regular expression in which `.` is a dot.
+
+The patterns have the priority -10. Your own stanza wins, for a path or for a pattern:
+
+    [source::/var/log/nginx/access.log]
+    sourcetype = my_access_log
+TXT
+}
+
+my %pages = (formats => \&formats_page, paths => \&paths_page);
+my ($name, @options) = @ARGV;
+die "usage: make_formats_page.pl formats|paths [--check FILE]\n" unless defined $name && $pages{$name};
+my $page = $pages{$name}->();
+if (@options == 2 && $options[0] eq '--check') {
+  open my $in, '<', $options[1] or die "$options[1]: $!\n";
   local $/ = undef;
-  die "$ARGV[1] is not what tools/make_formats_page.pl makes\n" unless <$in> eq $page;
+  die "$options[1] is not what tools/make_formats_page.pl makes\n" unless <$in> eq $page;
 } else {
   print $page;
 }
