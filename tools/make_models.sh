@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes the models that ship: make_models.sh [--check] BUILD-DIRECTORY
 #
-# Each log of tests/formats/logs is written anew and learned by the built program, in a tree
+# Every ninth log of tests/formats/logs is written anew and learned by the built program, in a tree
 # without other models. The stanzas replace those of etc/system/default/sourcetypes.conf, or are
 # compared with them. They are the same on every machine.
 set -euo pipefail
@@ -51,7 +51,9 @@ trap 'rm -rf "$work"' EXIT
 mkdir -p "$work/samples" "$work/etc/system/default"
 cp "$root/etc/system/default/source-classifier.conf" "$work/etc/system/default/"
 cd "$work"
-"$build/tools/sample_logs" "$root/tests/formats/logs" samples $events | LC_ALL=C sort >index
+# About a hundred models are enough, and more of them would make all distances larger.
+"$build/tools/sample_logs" "$root/tests/formats/logs" samples $events | LC_ALL=C sort |
+  awk 'NR % 9 == 1' >index
 
 sed '/^\[/,$d' "$shipped" >models
 separator=
