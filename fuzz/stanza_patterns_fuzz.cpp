@@ -58,7 +58,9 @@ std::vector<std::string> seeds() {
   for (const char* pattern :
        {"source::.../access*", "source::/var/log/*.log", "host::Web*", "source::...a.b...",
         "source::C:\\logs\\*", "source::(a|b)*", "source::a(?#x)?*", "source::[ab]...",
-        "source::.../x(?=y)*", "rule::*", "source::\xC3\xA9*", "source::\\Qa*\\E"}) {
+        "source::.../x(?=y)*", "rule::*", "source::(?i)...[/\\\\]Logs[/\\\\]u_ex*.log",
+        "source::...a(?:b|c)d?.log*", "source::(?i)...mask*", "source::a{2}bc*", "source::...\\.x*",
+        "source::\xC3\xA9*", "source::\\Qa*\\E"}) {
     for (const char* form : {"0", "1"}) {
       inputs.push_back(joined({form, pattern, "source::/var/log/access.log"}));
       inputs.push_back(joined({form, pattern, pattern}));

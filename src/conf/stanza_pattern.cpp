@@ -10,6 +10,7 @@
 #include "conf/stanza_kinds.h"
 #include "util/logging.h"
 #include "util/regex.h"
+#include "util/text.h"
 #include "util/utf8.h"
 
 namespace sourcetype {
@@ -101,6 +102,114 @@ LiteralEnds literalEnds(std::string_view name, PathForm form) {
   return {.prefix = prefix > 0 ? prefix - 1 : 0};
 }
 
+// The longest text outside of groups that every match contains, in lower case. Empty if there is none
+// or if the syntax of the name is not understood.
+class LongestText {
+ public:
+  LongestText(std::string_view name, PathForm form)
+      : rest_(name.substr(patternStart(name))),
+        form_(form),
+        isCaseless_(name.starts_with(kHostKind)) {
+    const auto kind = name.substr(0, patternStart(name));
+    isUnderstood_ = std::ranges::all_of(kind, [](char c) { return isAsciiLetter(c) || c == ':'; });
+    while (!rest_.empty() && isUnderstood_) {
+      if (const auto wildcard = wildcardSize(rest_); wildcard > 0) {
+        endRun(wildcard);
+      } else {
+        readCharacter(rest_.front());
+      }
+    }
+    endRun(0);
+    if (!isUnderstood_ || depth_ != 0) longest_.clear();
+  }
+  std::string take() { return std::move(longest_); }
+
+ private:
+  void readCharacter(char c) {
+    switch (c) {
+      case '(':
+        return openGroup();
+      case ')':
+        isUnderstood_ = --depth_ >= 0;
+        return endRun(1);
+      case '[':
+        return skipClass();
+      case '\\':
+        return skipEscape();
+      case '|':
+        isUnderstood_ = depth_ > 0;
+        return endRun(1);
+      case '?':
+      case '+':
+      case '{':
+        if (!run_.empty()) run_.pop_back();  // the quantifier may make it optional
+        return endRun(c == '{' ? std::min(rest_.find('}'), rest_.size()) + 1 : 1);
+      case '^':
+      case '$':
+        return endRun(1);
+      default:
+        break;
+    }
+    const char lower = toAsciiLower(c);
+    // Without regard to case, these two letters also match characters beyond ASCII.
+    const bool isAmbiguous = isCaseless_ && (lower == 'k' || lower == 's');
+    if (static_cast<unsigned char>(c) >= 0x80 || isAmbiguous || depth_ > 0) return endRun(1);
+    run_ += lower;
+    rest_.remove_prefix(1);
+  }
+
+  void openGroup() {
+    constexpr std::string_view kCaseless = "(?i)";
+    constexpr std::string_view kUncaptured = "(?:";
+    if (rest_.starts_with(kCaseless) && depth_ == 0) {
+      isCaseless_ = true;
+      return endRun(kCaseless.size());
+    }
+    ++depth_;
+    const bool isUncaptured = rest_.starts_with(kUncaptured);
+    isUnderstood_ = isUncaptured || !rest_.starts_with("(?");
+    endRun(isUncaptured ? kUncaptured.size() : 1);
+  }
+
+  // Wildcards and dots in a class become something else.
+  void skipClass() {
+    const auto end = rest_.find(']', rest_.starts_with("[^") ? 3 : 2);
+    const auto content = rest_.substr(1, end == std::string_view::npos ? end : end - 1);
+    isUnderstood_ = end != std::string_view::npos && content.find_first_of("*.[:=") == content.npos;
+    endRun(end == std::string_view::npos ? rest_.size() : end + 1);
+  }
+
+  void skipEscape() {
+    if (form_.literalBackslash) return endRun(1);
+    const bool hasNext = rest_.size() > 1;
+    const char next = hasNext ? rest_[1] : '\0';
+    isUnderstood_ = hasNext && next != '*' && next != '.' && !isAsciiLetter(next) &&
+                    !isAsciiDigit(next) && static_cast<unsigned char>(next) < 0x80;
+    endRun(isUnderstood_ ? 2 : 1);
+  }
+
+  // Ends the text, and skips so many bytes.
+  void endRun(std::size_t skipped) {
+    if (run_.size() > longest_.size()) longest_ = run_;
+    run_.clear();
+    isUnderstood_ = isUnderstood_ && skipped <= rest_.size();
+    rest_.remove_prefix(std::min(skipped, rest_.size()));
+  }
+
+  std::string_view rest_;
+  PathForm form_;
+  bool isCaseless_;
+  bool isUnderstood_ = true;
+  int depth_ = 0;
+  std::string run_;
+  std::string longest_;
+};
+
+bool containsInAnyCase(std::string_view text, std::string_view lower) {
+  const auto isSame = [](char a, char b) { return toAsciiLower(a) == b; };
+  return !std::ranges::search(text, lower, isSame).empty() || lower.empty();
+}
+
 }  // namespace
 
 bool isStanzaPattern(std::string_view name) {
@@ -162,6 +271,7 @@ StanzaPattern::StanzaPattern(std::string_view stanzaName, PathForm form)
   prefixSize_ = ends.prefix;
   suffixSize_ = ends.suffix;
   isPlain_ = ends.isPlain;
+  if (!isPlain_) text_ = LongestText(name_, form).take();
 }
 StanzaPattern::StanzaPattern(StanzaPattern&&) noexcept = default;
 StanzaPattern& StanzaPattern::operator=(StanzaPattern&&) noexcept = default;
@@ -171,7 +281,7 @@ bool StanzaPattern::hasLiteralTextOf(std::string_view wholeName) const {
   const std::string_view name = name_;
   if (!wholeName.starts_with(name.substr(0, prefixSize_))) return false;
   if (!wholeName.ends_with(name.substr(name.size() - suffixSize_))) return false;
-  if (!isPlain_) return true;
+  if (!isPlain_) return containsInAnyCase(wholeName, text_);
   const auto ends = prefixSize_ + suffixSize_;
   if (wholeName.size() < ends) return false;
   const auto between = [&](auto text) { return text.substr(prefixSize_, text.size() - ends); };

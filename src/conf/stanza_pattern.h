@@ -64,6 +64,7 @@ class StanzaPattern {
   std::size_t prefixSize_ = 0;
   std::size_t suffixSize_ = 0;
   bool isPlain_ = false;  // name_ has only literal text and wildcards
+  std::string text_;      // a matching name contains it, in any case; only if name_ is not plain
   std::unique_ptr<Compiled> compiled_;
 };
 

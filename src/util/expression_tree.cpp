@@ -1,7 +1,5 @@
 #include "util/expression_tree.h"
 
-#include <array>
-
 #include "util/text.h"
 
 namespace sourcetype {
@@ -334,13 +332,21 @@ class ExpressionParser {
     return bytes;
   }
 
-  // After "[": the library refuses "[:", "[." and "[=" if the same character and "]" follow.
+  // After "[": the library takes "[:", "[." and "[=" for a named class if the same character and "]"
+  // come before any other "]".
   void refuseNamedClass() const {
     if (!sees(':') && !sees('.') && !sees('=')) return;
-    const std::array end{pattern_[at_], ']'};
-    if (pattern_.find(std::string_view(end.data(), end.size()), at_ + 1) !=
-        std::string_view::npos) {
-      throw NotUnderstood{};
+    const char mark = pattern_[at_];
+    for (auto at = at_ + 1; at + 1 < pattern_.size(); ++at) {
+      const char c = pattern_[at];
+      const char following = pattern_[at + 1];
+      if (c == '\\' && (following == ']' || following == '\\')) {
+        ++at;
+      } else if (c == ']' || (c == '[' && following == mark)) {
+        return;
+      } else if (c == mark && following == ']') {
+        throw NotUnderstood{};
+      }
     }
   }
 

@@ -28,6 +28,9 @@ class ByteSet {
   constexpr void add(const ByteSet& other) {
     for (std::size_t i = 0; i < bits_.size(); ++i) bits_[i] |= other.bits_[i];
   }
+  constexpr void intersect(const ByteSet& other) {
+    for (std::size_t i = 0; i < bits_.size(); ++i) bits_[i] &= other.bits_[i];
+  }
   constexpr void invert() {
     for (auto& bits : bits_) bits = ~bits;
   }

@@ -270,14 +270,19 @@ void visitRequired(const ExpressionTree& tree, std::uint32_t index, const Visit&
   visit(std::nullopt);
 }
 
-ByteSet requiredBytes(const ExpressionTree& tree) {
+ByteSet requiredBytes(const ExpressionTree& tree, std::uint32_t index) {
   ByteSet bytes;
-  visitRequired(
-      tree, tree.root(),
-      [&](std::optional<unsigned char> byte) {
-        if (byte) bytes.add(*byte);
-      },
-      [](const Node&) {});
+  const auto read = [&](std::optional<unsigned char> byte) {
+    if (byte) bytes.add(*byte);
+  };
+  const auto choose = [&](const Node& choice) {
+    ByteSet common;
+    common.invert();
+    forEachPart(tree, choice,
+                [&](auto alternative) { common.intersect(requiredBytes(tree, alternative)); });
+    bytes.add(common);
+  };
+  visitRequired(tree, index, read, choose);
   return bytes;
 }
 
@@ -346,7 +351,7 @@ std::vector<ByteSet> plainStart(const ExpressionTree& tree) {
 }  // namespace
 
 std::size_t LineCounts::numberOf(std::string_view triple) {
-  constexpr unsigned kFactor = 37;
+  constexpr unsigned kFactor = 131;
   const auto number =
       (byteAt(triple, 0) * kFactor + byteAt(triple, 1)) * kFactor + byteAt(triple, 2);
   return number % kTriples;
@@ -400,7 +405,7 @@ std::optional<LineFilter> LineFilter::of(std::string_view pattern) {
   if (!tree) return std::nullopt;
   LineFilter filter;
   if (isAnchored(*tree, tree->root())) filter.first_ = plainStart(*tree);
-  filter.required_ = requiredBytes(*tree);
+  filter.required_ = requiredBytes(*tree, tree->root());
   return filter;
 }
 

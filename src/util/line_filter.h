@@ -33,7 +33,7 @@ class LineCounts {
 
  private:
   // Three bytes in a row have one of so many numbers.
-  static constexpr std::size_t kTriples = 4096;
+  static constexpr std::size_t kTriples = 16384;
   // Longer lines are taken to contain everything.
   static constexpr std::size_t kMaxLine = 1024;
 
