@@ -144,7 +144,8 @@ TEST(Training, LeavesIgnoredWordsOut) {
   const TempTree tree;
   tree.write("system/local/source-classifier.conf", "[s]\nIgnored_Model_Keywords = red, apple\n");
   EXPECT_TRUE(ProgramRun(tree).train(repeated("apple red ripe\n", 100), "fruit"));
-  EXPECT_THAT(tree.read(kLearned), HasSubstr("_sourcetype = fruit\nmaxDist = 942.1\nripe = 1.000000\n~__ = 100\n"));
+  EXPECT_THAT(tree.read(kLearned),
+              HasSubstr("_sourcetype = fruit\nmaxDist = 942.1\nripe = 1.000000\n~__ = 100\n"));
 }
 
 TEST(Training, OfAFileOfAnyNameIsKept) {
