@@ -29,7 +29,7 @@ class ClosedDescriptor : public ::testing::TestWithParam<ClosedCase> {};
 
 TEST_P(ClosedDescriptor, NeverBecomesALogFile) {
   const Installation server;
-  server.write("orders.log", repeated("2026-01-02 03:04:05 INFO unit=7 state changed\n", 150));
+  server.write("orders.log", repeated("2026-01-02 03:04:05 unit=7 state changed\n", 150));
   // A file that rolls is opened anew again and again.
   server.write("etc/log-cmdline-local.cfg",
                "rootCategory=DEBUG,A\nappender.A=RollingFileAppender\n"

@@ -58,9 +58,10 @@ sub tree_after {
 sub complain { ++$errors; print STDERR "$_[0]\n" }
 
 # Models but for the names of their sourcetypes, which depend on who came first.
+# The limit of a model depends on the models before it.
 sub models_of {
   my ($stanzas) = @_;
-  return join "\n\n", sort map {s/^_sourcetype = .*\n//mr} values %{$stanzas->{$Tree::files[2]}};
+  return join "\n\n", sort map {s/^(?:_sourcetype|maxDist) = .*\n//mgr} values %{$stanzas->{$Tree::files[2]}};
 }
 
 sub columns_of {

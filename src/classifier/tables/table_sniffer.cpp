@@ -10,7 +10,6 @@
 #include "classifier/tables/fields_directive.h"
 #include "classifier/tables/header_rating.h"
 #include "classifier/tables/table_dialect.h"
-#include "util/text.h"
 
 namespace sourcetype {
 namespace {
