@@ -49,7 +49,8 @@ std::string expectedText(const std::map<std::string, std::string>& texts, const 
   std::erase(key, '%');
   if (const auto known = texts.find(key); known != texts.end()) return known->second;
   std::string text = "String not found in literals.conf: " + code;
-  if (const auto at = text.find("__"); at != text.npos) text.replace(at, 1, " Arguments: ");
+  if (const auto at = text.find("__"); at != std::string_view::npos)
+    text.replace(at, 1, " Arguments: ");
   return text;
 }
 
@@ -66,7 +67,7 @@ void checkMessages(const std::string& code, std::string_view argument) {
   require(catalog.lookup(code) == expected, "a code has its text");
   require(catalog.lookup(upper(code)) == expected, "a code has one text in any case");
   for (const auto& [key, text] : texts) {
-    const bool canBeAsked = key == upper(key) && key.find('%') == key.npos;
+    const bool canBeAsked = key == upper(key) && key.find('%') == std::string_view::npos;
     require(!canBeAsked || catalog.lookup(lower(key)) == text, "a text is found by its key");
   }
 

@@ -118,7 +118,7 @@ void run(std::string_view input) {
   const Configuration before;
   const auto result = classify(path);
   const auto& sourcetype = result.get("sourcetype");
-  const bool mayBeUnknown = props.find("LEARN_SOURCETYPE") != props.npos;
+  const bool mayBeUnknown = props.find("LEARN_SOURCETYPE") != std::string_view::npos;
   require(mayBeUnknown || !sourcetype.empty(), "a file has a sourcetype");
   require(mayBeUnknown || result.contains("is_valid"), "a result says whether it is valid");
   const Configuration after;

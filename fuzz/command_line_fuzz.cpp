@@ -39,7 +39,7 @@ Run runWith(const Words& words) {
 }
 
 bool isOption(std::string_view word) {
-  return word.starts_with("--") && word.find('=') != word.npos;
+  return word.starts_with("--") && word.find('=') != std::string_view::npos;
 }
 
 // What a test prints before its result, with the file; no file where the test is refused.
@@ -71,7 +71,7 @@ Words namesIn(std::string_view input) {
   while (!input.empty()) {
     const auto piece = input.substr(0, std::min(input.find('\n'), kMaxPiece - 1) + 1);
     input.remove_prefix(piece.size());
-    const auto isLine = piece.find('\0') == piece.npos && piece.ends_with('\n');
+    const auto isLine = piece.find('\0') == std::string_view::npos && piece.ends_with('\n');
     names.push_back(isLine ? piece.substr(0, piece.size() - 1) : piece.substr(0, piece.find('\0')));
   }
   return names;
@@ -134,7 +134,8 @@ bool checkRun(const Words& words, const Run& run, std::string_view input) {
     if (mode == "manyfiles") {
       require(printed == manyFilesText(input), "each name of standard input has an answer");
     } else if (mode == "speed") {
-      require(printed.find("\nTIME = ") != printed.npos && printed.ends_with("OF FILES = 1\n"),
+      require(printed.find("\nTIME = ") != std::string_view::npos &&
+                  printed.ends_with("OF FILES = 1\n"),
               "the files of the directory are counted");
     } else if (mode == "train") {
       require(printed.empty(), "train prints nothing");
@@ -159,7 +160,7 @@ bool checkRun(const Words& words, const Run& run, std::string_view input) {
 }
 
 bool namesOnlyFilesHere(std::string_view text) {
-  return text.find('/') == text.npos;
+  return text.find('/') == std::string_view::npos;
 }
 
 }  // namespace
@@ -199,7 +200,7 @@ void run(std::string_view input) {
   if (words.size() > kMaxWords || (words.size() > 1 && words[0] == "leaks")) return;
   if (!namesOnlyFilesHere(standardInput) || !namesOnlyFilesHere(training)) return;
   for (const auto word : words) {
-    if (!namesOnlyFilesHere(word) || word.find('\0') != word.npos) return;
+    if (!namesOnlyFilesHere(word) || word.find('\0') != std::string_view::npos) return;
   }
   if (findEncodingError(props)) return;  // a new sourcetype is then not written
 

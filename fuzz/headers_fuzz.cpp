@@ -23,8 +23,8 @@ void checkFields(const Sample& sample) {
       const auto names = nameFields(fields);
       require(names.size() == fields.size(), "every field has a name");
       for (const auto& name : names) {
-        require(!name.empty() && name.find('"') == name.npos && name.find('\n') == name.npos &&
-                    !name.ends_with('\\'),
+        require(!name.empty() && name.find('"') == std::string_view::npos &&
+                    name.find('\n') == std::string_view::npos && !name.ends_with('\\'),
                 "a name fits between quotes");
         require(std::ranges::count(names, name) == 1, "names differ");
       }
@@ -93,7 +93,8 @@ void run(std::string_view input) {
   }
   if (props == propsBefore && transforms == transformsBefore) return;
   const auto& links = props.at(name).get("REPORT-AutoHeader");
-  const auto stanza = links.substr(links.rfind(", ") == links.npos ? 0 : links.rfind(", ") + 2);
+  const auto stanza =
+      links.substr(links.rfind(", ") == std::string_view::npos ? 0 : links.rfind(", ") + 2);
   require(transforms.contains(stanza), "what is linked is there");
   require(!transforms.at(stanza).get("DELIMS").empty(), "a transform says what separates columns");
 

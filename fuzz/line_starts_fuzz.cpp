@@ -43,7 +43,7 @@ Sample repeated(std::string_view text, std::size_t lines) {
 
 // A backslash is taken as it stands, so that an expression of one may be none.
 void checkCompiles(const std::string& prefix) {
-  if (isAscii(prefix) && !prefix.ends_with('\\') && prefix.find("\\){") == prefix.npos) {
+  if (isAscii(prefix) && !prefix.ends_with('\\') && prefix.find("\\){") == std::string_view::npos) {
     const Regex compiles(prefix);
   }
 }
@@ -51,7 +51,7 @@ void checkCompiles(const std::string& prefix) {
 void checkPrefix(std::string_view textBefore) {
   const auto expression = makeTimePrefixRegex(textBefore);
   if (expression.empty() || !isAscii(textBefore)) return;
-  if (expression == "\\" || expression.find("\\){") != expression.npos) return;
+  if (expression == "\\" || expression.find("\\){") != std::string_view::npos) return;
   if (std::ranges::any_of(textBefore, [](char c) { return c < ' ' && c != '\t'; })) return;
   MatchResult match;
   require(Regex(expression).match(textBefore, match), "a prefix matches the text it was made of");

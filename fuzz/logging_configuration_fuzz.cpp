@@ -52,7 +52,9 @@ Read readValues(const char* file, const Variables& variables) {
 bool staysHere(const Values& properties) {
   return std::ranges::all_of(properties, [](const auto& property) {
     const std::string& value = property.second;
-    const auto isIn = [&](std::string_view text) { return value.find(text) != value.npos; };
+    const auto isIn = [&](std::string_view text) {
+      return value.find(text) != std::string_view::npos;
+    };
     return !isIn("/") && !isIn("..") && !isIn("Syslog");
   });
 }
@@ -129,8 +131,8 @@ void run(std::string_view input) {
   logAll(record);
   const auto text = console().str();
   if (!values.empty()) return;
-  require(text.find(" WARN ") != text.npos && text.find(" ERROR ") != text.npos &&
-              std::ranges::count(text, '\n') == 2,
+  require(text.find(" WARN ") != std::string_view::npos &&
+              text.find(" ERROR ") != std::string_view::npos && std::ranges::count(text, '\n') == 2,
           "without a usable configuration warnings and errors go to the console, a line each");
 }
 

@@ -65,7 +65,7 @@ std::vector<std::string> seeds() {
     if (line.starts_with('#') || line.starts_with("= ")) continue;
     std::string plain(line);
     for (const std::string_view mark : {"\xC2\xAB", "\xC2\xBB"}) {
-      for (auto at = plain.find(mark); at != plain.npos; at = plain.find(mark)) {
+      for (auto at = plain.find(mark); at != std::string_view::npos; at = plain.find(mark)) {
         plain.erase(at, mark.size());
       }
     }

@@ -123,7 +123,7 @@ void run(std::string_view input) {
   const auto training = parts.next();
   const auto learned = parts.next();
   const auto bundledText = parts.next();
-  if (training.find('/') != training.npos) return;
+  if (training.find('/') != std::string_view::npos) return;
   for (const auto text : {training, learned, bundledText}) {
     if (findEncodingError(text)) return;  // such a file is not read
   }

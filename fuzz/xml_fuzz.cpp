@@ -24,7 +24,8 @@ std::string withRoot(std::string_view text) {
   constexpr std::string_view kName = "ROOT";
   const auto root = tree().root().string();
   std::string result(text);
-  for (auto at = result.find(kName); at != result.npos; at = result.find(kName, at + root.size())) {
+  for (auto at = result.find(kName); at != std::string_view::npos;
+       at = result.find(kName, at + root.size())) {
     result.replace(at, kName.size(), root);
   }
   return result;
@@ -37,7 +38,7 @@ void requireNoSecret(const Document& document) {
   xmlDocDumpMemory(document.get(), &text, &size);
   const std::unique_ptr<xmlChar, decltype(xmlFree)> owner(text, xmlFree);
   const std::string_view dump(reinterpret_cast<const char*>(text), static_cast<std::size_t>(size));
-  require(dump.find(kSecret) == dump.npos, "no file is read");
+  require(dump.find(kSecret) == std::string_view::npos, "no file is read");
 }
 
 // Every line says where it comes from: no document forges a record.
@@ -100,7 +101,7 @@ void run(std::string_view input) {
   Parts parts(input);
   const auto document = withRoot(parts.next());
   const auto name = withRoot(parts.next());
-  if (name.find('\0') != name.npos) return;
+  if (name.find('\0') != std::string_view::npos) return;
   if (static_cast<std::size_t>(std::ranges::count(document, ';')) > kMaxReferences) return;
   tree().write("secret.xml", "<!--" + std::string(kSecret) + "-->");
 

@@ -175,7 +175,8 @@ class LongestText {
   void skipClass() {
     const auto end = rest_.find(']', rest_.starts_with("[^") ? 3 : 2);
     const auto content = rest_.substr(1, end == std::string_view::npos ? end : end - 1);
-    isUnderstood_ = end != std::string_view::npos && content.find_first_of("*.[:=") == content.npos;
+    isUnderstood_ =
+        end != std::string_view::npos && content.find_first_of("*.[:=") == std::string_view::npos;
     endRun(end == std::string_view::npos ? rest_.size() : end + 1);
   }
 
@@ -207,7 +208,8 @@ class LongestText {
 
 bool containsInAnyCase(std::string_view text, std::string_view lower) {
   const auto isSame = [](char a, char b) { return toAsciiLower(a) == b; };
-  return !std::ranges::search(text, lower, isSame).empty() || lower.empty();
+  return std::search(text.begin(), text.end(), lower.begin(), lower.end(), isSame) != text.end() ||
+         lower.empty();
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ std::string_view withoutUnits(std::string_view text) {
 // Removes "e+10" and the like.
 std::string_view withoutExponent(std::string_view text) {
   const std::size_t e = text.find_first_of("eE");
-  if (e == text.npos || e == 0) return text;
+  if (e == std::string_view::npos || e == 0) return text;
   std::string_view digits = text.substr(e + 1);
   if (digits.starts_with('-') || digits.starts_with('+')) digits.remove_prefix(1);
   return !digits.empty() && std::ranges::all_of(digits, isAsciiDigit) ? text.substr(0, e) : text;
@@ -170,13 +170,13 @@ bool isHexId(std::string_view text) {
 
 bool isMailAddress(std::string_view text) {
   const std::size_t at = text.find('@');
-  return at != text.npos && at > 0 && text.find('.', at) != text.npos &&
-         text.find_first_of(" \t,;|") == text.npos;
+  return at != std::string_view::npos && at > 0 && text.find('.', at) != std::string_view::npos &&
+         text.find_first_of(" \t,;|") == std::string_view::npos;
 }
 
 bool isPath(std::string_view text) {
-  if (text.find("://") != text.npos) return true;
-  if (text.starts_with('/')) return text.size() > 1 && text.find(' ') == text.npos;
+  if (text.find("://") != std::string_view::npos) return true;
+  if (text.starts_with('/')) return text.size() > 1 && text.find(' ') == std::string_view::npos;
   return text.size() > 2 && isAsciiLetter(text[0]) && text[1] == ':' && text[2] == '\\';
 }
 

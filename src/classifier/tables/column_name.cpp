@@ -70,7 +70,7 @@ std::vector<std::string> wordsOf(std::string_view name) {
 }
 
 bool hasTimeOfDay(std::string_view text) {
-  for (std::size_t at = text.find(':'); at != text.npos; at = text.find(':', at + 1)) {
+  for (std::size_t at = text.find(':'); at != std::string_view::npos; at = text.find(':', at + 1)) {
     if (at == 0 || at + 2 >= text.size()) continue;
     if (isAsciiDigit(text[at - 1]) && isAsciiDigit(text[at + 1]) && isAsciiDigit(text[at + 2])) {
       return true;
@@ -83,7 +83,7 @@ bool hasTimeOfDay(std::string_view text) {
 bool endsWithValue(std::string_view text) {
   constexpr std::size_t kMinValue = 4;
   const std::size_t colon = text.find(": ");
-  if (colon == text.npos || text.size() - colon - 2 < kMinValue) return false;
+  if (colon == std::string_view::npos || text.size() - colon - 2 < kMinValue) return false;
   const std::string_view value = text.substr(colon + 2);
   return isAsciiDigit(value.front()) && std::ranges::none_of(value, isAsciiLetter);
 }
@@ -104,7 +104,7 @@ bool endsSentence(std::string_view text) {
   constexpr std::size_t kMinWord = 4;
   if (!text.ends_with('.') && !text.ends_with('!')) return false;
   const std::size_t blank = text.rfind(' ');
-  return blank != text.npos && text.size() - blank - 2 >= kMinWord;
+  return blank != std::string_view::npos && text.size() - blank - 2 >= kMinWord;
 }
 
 }  // namespace
@@ -125,9 +125,9 @@ bool isIdentifier(std::string_view name) {
 
 bool isMessagePart(std::string_view text) {
   constexpr std::size_t kMaxName = 160;  // a question of a survey can be a name
-  return text.size() > kMaxName || text.find_first_of("={}") != text.npos ||
-         text.find("</") != text.npos || text.find("::") != text.npos || hasTimeOfDay(text) ||
-         startsWithDate(text) || endsWithValue(text) || endsSentence(text) ||
+  return text.size() > kMaxName || text.find_first_of("={}") != std::string_view::npos ||
+         text.find("</") != std::string_view::npos || text.find("::") != std::string_view::npos ||
+         hasTimeOfDay(text) || startsWithDate(text) || endsWithValue(text) || endsSentence(text) ||
          std::ranges::count(text, '[') != std::ranges::count(text, ']');
 }
 

@@ -83,7 +83,7 @@ double rateTextName(std::string_view name, const ColumnProfile& column) {
   constexpr double kMaxRate = 2;  // one column alone is no proof
   double rate = 0;
   if (hasColumnWord(name)) rate += 0.8;
-  if (isIdentifier(name) && name.find('_') != name.npos) rate += 0.3;
+  if (isIdentifier(name) && name.find('_') != std::string_view::npos) rate += 0.3;
   if (column.values.contains(name)) return rate + kIsValue;
   const auto n = static_cast<double>(column.filled);
   rate += n / (n + 2) * (rateNewValue(column.values) + rateForm(formOf(name), column.forms));

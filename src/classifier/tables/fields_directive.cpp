@@ -12,7 +12,7 @@ constexpr std::string_view kFieldDelimiters = "\t, ;|";
 
 std::vector<std::string> splitNames(std::string_view names) {
   std::vector<std::string> result;
-  for (const auto name : split(names, names.find(',') == names.npos ? " \t" : ",")) {
+  for (const auto name : split(names, names.find(',') == std::string_view::npos ? " \t" : ",")) {
     if (const auto text = trim(name, " \t\r\""); !text.empty()) result.emplace_back(text);
   }
   return result;

@@ -35,7 +35,8 @@ Rows rowsAfter(const TableRecord& header, std::span<const TableRecord> all) {
 }
 
 bool isPartOfMessage(const TableCell& cell) {
-  return isMessagePart(cell.text) || (!cell.quoted && cell.text.find('"') != cell.text.npos);
+  return isMessagePart(cell.text) ||
+         (!cell.quoted && cell.text.find('"') != std::string_view::npos);
 }
 
 std::size_t countRepeated(const TableRecord& header) {

@@ -16,7 +16,7 @@ constexpr std::string_view kTableDelimiters = ",\t;|";
 
 // A line of dashes under the names, or an empty row.
 bool isRule(std::string_view line) {
-  return line.find_first_not_of("-=+*_|:, \t;\"") == line.npos;
+  return line.find_first_not_of("-=+*_|:, \t;\"") == std::string_view::npos;
 }
 
 // How sure it is that a cell is a whole value, from -0.5 to 1. Prose has blanks after commas, and
@@ -25,9 +25,9 @@ double ratePlainness(const TableCell& cell) {
   if (cell.quoted) return 1;
   const CellKind kind = cellKind(cell.text);
   if (kind == CellKind::Number || kind == CellKind::Date || kind == CellKind::Time) return 1;
-  if (cell.text.find('"') != cell.text.npos) return -0.5;
-  if (cell.text.find('\t') != cell.text.npos) return 0.1;
-  if (cell.text.find_first_of(",;|") != cell.text.npos) return cell.indented ? 0.28 : 0.3;
+  if (cell.text.find('"') != std::string_view::npos) return -0.5;
+  if (cell.text.find('\t') != std::string_view::npos) return 0.1;
+  if (cell.text.find_first_of(",;|") != std::string_view::npos) return cell.indented ? 0.28 : 0.3;
   if (kind != CellKind::Text) return 1;
   return cell.indented ? 0.88 : 0.9;
 }
@@ -119,7 +119,8 @@ ParsedTable parseTable(std::string_view text) {
     return chooseDialect(rest, std::string_view(&*separator, 1), '"');
   }
   ParsedTable best = chooseDialect(text, kTableDelimiters, '"');
-  if (text.find('"') != text.npos || text.find('\'') == text.npos) return best;
+  if (text.find('"') != std::string_view::npos || text.find('\'') == std::string_view::npos)
+    return best;
   constexpr double kMinGain = 1.05;  // an apostrophe at the start of a cell is no quote
   ParsedTable other = chooseDialect(text, kTableDelimiters, '\'');
   return other.score > kMinGain * best.score ? other : best;

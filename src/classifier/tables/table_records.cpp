@@ -45,7 +45,7 @@ class RecordParser {
     const std::size_t begin = skipBlanks(at_);
     if (begin < text_.size() && text_[begin] == dialect_.quote) {
       const std::size_t end = findClosingQuote(begin + 1);
-      if (end != text_.npos) {
+      if (end != std::string_view::npos) {
         at_ = skipBlanks(end + 1);
         return {trimBlanks(text_.substr(begin + 1, end - begin - 1)), true, false};
       }
@@ -69,7 +69,7 @@ class RecordParser {
   // A quote closes the cell only if the cell ends after it: some programs do not double the quotes
   // in cells.
   std::size_t findClosingQuote(std::size_t from) {
-    if (wastedBytes_ > kMaxWaste * text_.size()) return text_.npos;
+    if (wastedBytes_ > kMaxWaste * text_.size()) return std::string_view::npos;
     std::size_t lines = 1;
     std::size_t at = from;
     for (; at < text_.size() && lines <= kMaxCellLines; ++at) {
@@ -82,7 +82,7 @@ class RecordParser {
       }
     }
     wastedBytes_ += at - from;
-    return text_.npos;
+    return std::string_view::npos;
   }
 
   std::string_view text_;
