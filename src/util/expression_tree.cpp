@@ -371,7 +371,8 @@ class ExpressionParser {
       if (high == '\\') high = literal(next());
       if (high < low) throw NotUnderstood{};
     }
-    for (int c = low; c <= high; ++c) addCharacter(bytes, static_cast<char>(c));
+    for (char c = low; c != high; ++c) addCharacter(bytes, c);
+    addCharacter(bytes, high);
   }
 
   std::uint64_t compiledSize(std::uint32_t index) const {
