@@ -3,13 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <charconv>
+#include <chrono>
 #include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
 
+#include "conf/conf_store.h"
 #include "support/process.h"
+#include "timestamp/datetime_file.h"
+#include "timestamp/instant_text.h"
+#include "timestamp/timestamp_parser.h"
+#include "timestamp/xml_libraries.h"
 #include "util/regex.h"
 
 namespace sourcetype {
@@ -89,50 +94,68 @@ TEST(Formats, AreEachRecognised) {
   }
 }
 
-// Instants of a file of numbers, and of the program's "2024-03-05T10:00:00Z".
-std::size_t countAgreeing(const std::vector<std::string>& expected,
-                          const std::vector<std::string>& shown) {
-  EXPECT_EQ(expected.size(), shown.size());
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < std::min(expected.size(), shown.size()); ++i) {
-    std::tm fields{};
-    const auto tab = shown[i].rfind('\t');
-    if (tab == std::string::npos) continue;
-    if (strptime(shown[i].c_str() + tab + 1, "%Y-%m-%dT%H:%M:%S", &fields) == nullptr) continue;
-    if (std::to_string(timegm(&fields)) == expected[i]) ++count;
+// The settings that ship, read once.
+class Bundled {
+ public:
+  const Installation& server() const { return server_; }
+  const TimestampFormats& formats() const { return formats_; }
+
+  PropertiesMap settingsOf(const std::string& sourcetype) {
+    PropertiesMap settings;
+    store_.getExactStanza(store_.getProps(), settings, sourcetype);
+    return settings;
   }
-  return count;
+
+ private:
+  Installation server_;
+  ConfStore store_{server_.path("etc")};
+  XmlLibraries xmlLibraries_;
+  TimestampFormats formats_ = readDatetimeFile(server_.path("etc/datetime.xml"));
+};
+
+// The share of lines whose instant is as expected, in percent. Only the first `maxBytes` of a line
+// are parsed.
+std::size_t percentAgreeing(Bundled& bundled, const Made& log, const PropertiesMap& settings,
+                            std::size_t maxBytes) {
+  const auto read = [&](const char* extension) {
+    return linesOf(bundled.server().read("logs/" + log.name + extension));
+  };
+  const auto end = std::chrono::sys_seconds(std::chrono::seconds(std::stoll(log.end)));
+  TimestampParser parser(bundled.formats(), settings, log.name, end);
+  const auto events = read(".events");
+  const auto instants = read(".times");
+  EXPECT_EQ(events.size(), instants.size()) << log.name;
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < std::min(events.size(), instants.size()); ++i) {
+    const auto stamp = parser.parse(std::string_view(events[i]).substr(0, maxBytes));
+    if (stamp && stamp->seconds == std::stoll(instants[i])) ++count;
+  }
+  return count * 100 / std::max<std::size_t>(events.size(), 1);
 }
 
+// The lookahead counts from the end of TIME_PREFIX or, for some readers of these settings, from the
+// start of the line. The shipped ones hold for both.
 TEST(Formats, TellTheInstantsOfTheirEvents) {
-  const Installation server;
-  for (const auto& log : makeLogs(server, "logs")) {
+  Bundled bundled;
+  for (const auto& log : makeLogs(bundled.server(), "logs")) {
     if (log.end == "-") continue;
-    std::time_t end = 0;
-    std::from_chars(log.end.data(), log.end.data() + log.end.size(), end);
-    std::array<char, 40> reference{};
-    std::tm fields{};
-    std::strftime(reference.data(), reference.size(), "%Y-%m-%dT%H:%M:%SZ",
-                  gmtime_r(&end, &fields));
-    const auto run = server.runProgram(
-        TIMESTAMPS_EXECUTABLE, {"--sourcetype", log.sourcetype, "--reference", reference.data(),
-                                "logs/" + log.name + ".events"});
-    EXPECT_EQ(run.err, "") << log.name;
-    const auto expected = linesOf(server.read("logs/" + log.name + ".times"));
-    EXPECT_GE(countAgreeing(expected, linesOf(run.out)) * 100, expected.size() * 95) << log.name;
+    const auto settings = bundled.settingsOf(log.sourcetype);
+    const auto lookahead = std::stoul(settings.get("MAX_TIMESTAMP_LOOKAHEAD"));
+    EXPECT_GE(percentAgreeing(bundled, log, settings, std::string::npos), 95U) << log.name;
+    EXPECT_GE(percentAgreeing(bundled, log, settings, lookahead), 95U) << log.name;
   }
 }
 
 // One odd line in twenty may look like the begin of an event.
 TEST(Formats, SayWhereEventsOfSeveralLinesBegin) {
-  const Installation server;
+  Bundled bundled;
+  const Installation& server = bundled.server();
   for (const auto& log : makeLogs(server, "logs")) {
-    const auto settings = server.run({"settings", log.sourcetype}).out;
-    const auto expression = valueOf(settings, "BREAK_ONLY_BEFORE");
-    const bool isMerged = expression != "(absent)";
-    EXPECT_EQ(valueOf(settings, "SHOULD_LINEMERGE"), isMerged ? "True" : "False") << log.name;
-    if (!isMerged) continue;
-    const Regex begin(expression);
+    const auto settings = bundled.settingsOf(log.sourcetype);
+    const auto expression = settings.tryGet("BREAK_ONLY_BEFORE");
+    EXPECT_EQ(settings.get("SHOULD_LINEMERGE"), expression ? "True" : "False") << log.name;
+    if (!expression) continue;
+    const Regex begin(*expression);
     const auto matches = [&](const std::string& line) { return begin.match(line); };
     const auto events = linesOf(server.read("logs/" + log.name + ".events"));
     EXPECT_TRUE(std::ranges::all_of(events, matches)) << log.name;
@@ -177,22 +200,16 @@ std::vector<JsonLine> jsonLines() {
 }
 
 TEST(JsonLines, HaveTheTimeOfTheirEvent) {
-  const Installation server;
+  Bundled bundled;
   const auto lines = jsonLines();
   ASSERT_GE(lines.size(), 60U);
-  std::string texts;
-  for (const auto& line : lines) texts += line.text + "\n";
-  server.write("lines.json", texts);
-  const auto run = server.runProgram(
-      TIMESTAMPS_EXECUTABLE,
-      {"--sourcetype", "lines_json", "--reference", "2024-03-06T00:00:00Z", "lines.json"});
-  EXPECT_EQ(run.err, "");
-  const auto shown = linesOf(run.out);
-  ASSERT_EQ(shown.size(), lines.size());
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    const auto tab = shown[i].rfind('\t');
-    const auto instant = tab == std::string::npos ? shown[i] : shown[i].substr(tab + 1, 19);
-    EXPECT_EQ(instant, lines[i].instant) << lines[i].text.substr(0, 200);
+  TimestampParser parser(bundled.formats(), bundled.settingsOf("lines_json"), "lines.json",
+                         *instantFromText("2024-03-06T00:00:00Z"));
+  for (const auto& line : lines) {
+    const auto stamp = parser.parse(line.text);
+    const auto instant =
+        stamp ? instantText(stamp->seconds, stamp->nanoseconds).substr(0, 19) : std::string("-");
+    EXPECT_EQ(instant, line.instant) << line.text.substr(0, 200);
   }
 }
 
