@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Classifies texts of this machine that are no logs: check_other_texts.sh BUILD-DIRECTORY [DIRECTORY]...
+# Checks that rules do not recognise texts that are not logs:
+#   check_other_texts.sh BUILD-DIRECTORY [DIRECTORY]...
 #
 # The texts are those of at least 100 lines below the directories: by default the documents, manuals,
-# source code, tables and pictures of a Debian system, and this repository. Rules must not recognise
-# them. Prints each text that gets the sourcetype of a bundled rule, and how many texts there were.
+# source code, tables and pictures of a Debian system, and this repository. Prints each text that gets the sourcetype of a bundled rule, and how many texts there were.
 # Ends with 1 if any did. General forms, which are tried last, are not among these rules.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

@@ -72,8 +72,8 @@ my %decided = (
 # them as tzdata spells them; of the others it has the lower case.
 my %words = map { lc $_ => $_ } qw(Cuba Egypt Eire Iran Israel Japan Libya Navajo Poland Turkey);
 
-# Letters that are also words, or short for something else, after a time. The table has them in
-# capital letters; where text follows them they are no zone.
+# Abbreviations of zones that are also words or abbreviate something else. The table has them in
+# capital letters. They are not taken for a zone if text follows them.
 $words{lc $_} = $_ for qw(
   ACT BIT COST CT DFT EAST ET GET GIT IOT LINT MIST MIT MT NT PT RET SDT SST TOT TST VOLT
 );

@@ -290,8 +290,8 @@ void FileClassifier::markInvalid(InvalidCause cause) {
              causeText(cause));
 }
 
-// The strict test counts only in the stanza that asks for a header. So a stanza of an administrator
-// with CHECK_FOR_HEADER alone gets the plain test, whatever bundled stanzas of the path set.
+// STRICT_HEADER_CHECK counts only in the stanza that sets CHECK_FOR_HEADER. A stanza that sets
+// CHECK_FOR_HEADER alone gets the plain test, even if a bundled stanza also matches the path.
 HeaderTest FileClassifier::headerTestOf(const PropertiesMap& settings) {
   const bool isStrict =
       settings.getBool(key::kStrictHeaderCheck, false) &&

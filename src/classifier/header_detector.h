@@ -32,8 +32,8 @@ struct HeaderLimits {
 };
 
 // Looks for the line that names the columns. If there is one, links a transform that extracts the
-// columns to the sourcetype of `result`, which may change the sourcetype. `newSourcetype` and the
-// returned value are those of applyHeaderTransform(). Returns false when there is no header line.
+// columns to the sourcetype of `result`, which may change the sourcetype. `newSourcetype` is as
+// for applyHeaderTransform(), whose result is returned. Returns false when there is no header line.
 // Does nothing without a sourcetype. The threshold is for HeaderTest::Delimiters.
 bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
                   ConfStore& store, const NewSourcetype* newSourcetype = nullptr,

@@ -26,7 +26,7 @@ class TimeZones {
   // are also words, such as "Turkey", must be spelled as the database does.
   std::optional<TimeZone> find(std::string_view text) const;
 
-  // The same, but letters that are also a word, such as "GET" and "EAST", are no zone.
+  // The same, except that abbreviations that are also words, such as "GET" and "EAST", are not found.
   std::optional<TimeZone> findUnlessWord(std::string_view text) const;
 
  private:

@@ -35,7 +35,7 @@ constexpr int kSecondsPerDay = 86'400;
 constexpr std::size_t kSecondsOfDayDigits = 5;
 
 constexpr std::uint32_t kNanosecondsPerSecond = 1'000'000'000;
-// Labels further from 1970 than this, about 2,700 years, are no times of this calendar's range.
+// Labels further from 1970 than this, about 2,700 years, are rejected.
 constexpr std::uint64_t kMaxTai64Seconds = std::uint64_t{1'000'000} * kSecondsPerDay;
 
 // The value of up to `maxDigits` digits, with blanks before them; nothing for any other text.

@@ -39,8 +39,8 @@ bool isNameByte(char c) {
   return kind >= ByteAfter::UpperT && kind <= ByteAfter::NonAscii;
 }
 
-// The bytes of a quotation mark, a dash or another mark outside ASCII, which is no part of a name; 0
-// for anything else. UTF-8 begins U+0080 to U+00BF with C2, and U+2000 to U+2FFF with E2.
+// The length in bytes of a quotation mark, a dash or another mark outside ASCII; 0 for any other
+// character. UTF-8 encodes U+0080 to U+00BF with C2 first, and U+2000 to U+2FFF with E2 first.
 std::size_t bytesOfMark(char first) {
   if (first == '\xC2') return 2;
   return first == '\xE2' ? 3 : 0;

@@ -12,7 +12,7 @@ namespace sourcetype {
 //
 // A name is not a number, date or address, except as a part of an axis (2010, 2011 ...). It occurs
 // once, and its column does not have it as a value. It differs from the values in kind, form or
-// length. A row with texts that are parts of a message is no header.
+// length. A row that contains parts of a message is not a header.
 double rateHeader(const TableRecord& header, std::span<const TableRecord> rows);
 
 }  // namespace sourcetype
