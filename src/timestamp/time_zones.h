@@ -26,7 +26,7 @@ class TimeZones {
   // are also words, such as "Turkey", must be spelled as the database does.
   std::optional<TimeZone> find(std::string_view text) const;
 
-  // The same, except that abbreviations that are also words, such as "GET" and "EAST", are not found.
+  // The same, except that abbreviations that are also words, such as "GET", are not found.
   std::optional<TimeZone> findUnlessWord(std::string_view text) const;
 
  private:
