@@ -4,7 +4,8 @@
 #
 # The texts are those of at least 100 lines below the directories: by default the documents, manuals,
 # source code, tables and pictures of a Debian system, and this repository. Prints each text that gets
-# the sourcetype of a bundled rule, and how many texts there were. Ends with 1 if any did. General forms, which are tried last, are not among these rules.
+# the sourcetype of a bundled rule, and how many texts there were. Ends with 1 if any did.
+# General forms, which are tried last, are not among these rules.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 program=$(cd "$1" && pwd)/src/sourcetype
