@@ -17,22 +17,6 @@ std::string_view nameOf(const ConfIndex::Occurrence& occurrence) {
   return occurrence.stanza->name;
 }
 
-void readFile(ConfIndex::Layer& layer, Report report) {
-  layer.identity = fileIdentity(layer.path);
-  layer.added.clear();
-  layer.file.reset();  // before the read: two versions of a large file may not fit into memory
-  FileBytes bytes = readConfFile(layer.path);
-  const auto error = layer.error = bytes.error;
-  if (!error) {
-    layer.file = std::make_unique<ConfFile>(layer.path, std::move(bytes), report);
-  } else if (isEncodingError(error)) {
-    if (report == Report::No) return;
-    logError(kStoreLog, "Cannot use %s: %m", pathToText(layer.path), error);
-  } else if (!isMissingFile(error)) {
-    logWarn(kStoreLog, "Failed to open: %s: %m", pathToText(layer.path), error);
-  }
-}
-
 }  // namespace
 
 ConfIndex::Occurrences ConfIndex::all() {
@@ -71,6 +55,22 @@ void ConfIndex::load() {
   isLoaded_ = true;
 }
 
+void ConfIndex::readFile(Layer& layer, Report report) {
+  layer.identity = storage_.identity(layer.path);
+  layer.added.clear();
+  layer.file.reset();  // before the read: two versions of a large file may not fit into memory
+  FileBytes bytes = storage_.read(layer.path);
+  const auto error = layer.error = bytes.error;
+  if (!error) {
+    layer.file = std::make_unique<ConfFile>(layer.path, std::move(bytes), report);
+  } else if (isEncodingError(error)) {
+    if (report == Report::No) return;
+    logError(kStoreLog, "Cannot use %s: %m", pathToText(layer.path), error);
+  } else if (!isMissingFile(error)) {
+    logWarn(kStoreLog, "Failed to open: %s: %m", pathToText(layer.path), error);
+  }
+}
+
 void ConfIndex::indexStanzas() {
   stanzas_.clear();
   ++patternVersion_;
@@ -96,11 +96,11 @@ void ConfIndex::reread(Layer& layer) {
 
 void ConfIndex::refresh(Layer& layer) {
   const bool isKnown = !layer.error || isMissingFile(layer.error);
-  if (!isKnown || fileIdentity(layer.path) != layer.identity) reread(layer);
+  if (!isKnown || storage_.identity(layer.path) != layer.identity) reread(layer);
 }
 
 void ConfIndex::setFile(Layer& layer, std::unique_ptr<ConfFile> file) {
-  layer.identity = fileIdentity(layer.path);
+  layer.identity = storage_.identity(layer.path);
   layer.added.clear();
   layer.file = std::move(file);
   layer.error = {};

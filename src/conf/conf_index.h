@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "conf/conf_file.h"
+#include "conf/conf_storage.h"
+#include "conf/logical_lines.h"
 #include "platform/file_identity.h"
 
 namespace sourcetype {
@@ -38,8 +40,8 @@ class ConfIndex {
   };
 
   // `root` is the configuration tree, `fileName` the name of the file in each layer ("props.conf").
-  ConfIndex(std::filesystem::path root, std::string fileName)
-      : root_(std::move(root)), fileName_(std::move(fileName)) {}
+  ConfIndex(std::filesystem::path root, std::string fileName, ConfStorage& storage)
+      : root_(std::move(root)), fileName_(std::move(fileName)), storage_(storage) {}
 
   Occurrences all();
   Occurrences find(std::string_view stanza);
@@ -70,10 +72,12 @@ class ConfIndex {
 
  private:
   void load();
+  void readFile(Layer& layer, Report report);
   void indexStanzas();
 
   std::filesystem::path root_;
   std::string fileName_;
+  ConfStorage& storage_;
   bool isLoaded_ = false;
   std::vector<Layer> layers_;        // strongest first
   std::vector<Occurrence> stanzas_;  // ordered as Occurrences

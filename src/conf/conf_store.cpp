@@ -31,22 +31,25 @@ void visitNames(ConfIndex& index, std::string_view prefix, const Visit& visit) {
 }  // namespace
 
 Conf::Conf(const std::filesystem::path& root, std::string name, PathForm pathForm,
-           WriteLocks& locks)
+           WriteLocks& locks, ConfStorage& storage)
     : name_(std::move(name)),
-      index_(root, name_ + ".conf"),
+      index_(root, name_ + ".conf", storage),
       lookup_(index_, pathForm),
-      writer_(index_, lookup_, locks),
+      writer_(index_, lookup_, locks, storage),
       learned_(appLocalDirectory(root, kLearnedApp) / (name_ + ".conf"), index_, lookup_, writer_,
-               locks) {}
+               locks, storage) {}
 
 ConfStore::ConfStore(std::filesystem::path root, PathForm pathForm,
-                     std::chrono::milliseconds maxLockWait)
-    : root_(std::move(root)), pathForm_(pathForm), locks_(root_, maxLockWait) {}
+                     std::chrono::milliseconds maxLockWait, ConfStorage& storage)
+    : root_(std::move(root)),
+      pathForm_(pathForm),
+      storage_(storage),
+      locks_(root_, maxLockWait, storage) {}
 
 Conf& ConfStore::getConf(std::string_view name) {
   const std::scoped_lock lock(mutex_);
   const std::string key(name);
-  return confs_.try_emplace(key, root_, key, pathForm_, locks_).first->second;
+  return confs_.try_emplace(key, root_, key, pathForm_, locks_, storage_).first->second;
 }
 
 void ConfStore::reload(Conf& conf) {

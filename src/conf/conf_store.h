@@ -19,11 +19,13 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "conf/conf_edit.h"
 #include "conf/conf_index.h"
 #include "conf/conf_lookup.h"
+#include "conf/conf_storage.h"
 #include "conf/conf_writer.h"
 #include "conf/learned_stanzas.h"
 #include "conf/properties_map.h"
@@ -37,7 +39,8 @@ namespace sourcetype {
 // the store makes these objects, and owns them.
 class Conf {
  public:
-  Conf(const std::filesystem::path& root, std::string name, PathForm pathForm, WriteLocks& locks);
+  Conf(const std::filesystem::path& root, std::string name, PathForm pathForm, WriteLocks& locks,
+       ConfStorage& storage);
   const std::string& name() const { return name_; }
 
  private:
@@ -56,9 +59,14 @@ class ConfStore {
   static constexpr std::chrono::minutes kMaxLockWait{1};
 
   // `root` is the configuration tree, $TARNEL_HOME/etc. The constructor reads nothing. A write
-  // fails when one other process has had the lock for `maxLockWait`.
+  // fails when one other process has had the lock for `maxLockWait`. `storage` must outlive the
+  // store.
   explicit ConfStore(std::filesystem::path root, PathForm pathForm = nativePathForm(),
-                     std::chrono::milliseconds maxLockWait = kMaxLockWait);
+                     std::chrono::milliseconds maxLockWait = kMaxLockWait,
+                     ConfStorage& storage = diskStorage());
+  // A store whose edits go to `storage`.
+  ConfStore(std::filesystem::path root, ConfStorage& storage)
+      : ConfStore(std::move(root), nativePathForm(), kMaxLockWait, storage) {}
 
   const std::filesystem::path& root() const { return root_; }
   PathForm pathForm() const { return pathForm_; }
@@ -157,6 +165,7 @@ class ConfStore {
 
   std::filesystem::path root_;
   PathForm pathForm_;
+  ConfStorage& storage_;
   WriteLocks locks_;
   std::map<std::string, Conf, std::less<>> confs_;
 

@@ -80,7 +80,7 @@ void ConfWriter::edit(ConfIndex::Layer& layer, std::string_view stanza,
 
 void ConfWriter::replace(ConfIndex::Layer& layer, std::unique_ptr<ConfFile> file,
                          const FileLock& lock) {
-  replaceFile(layer.path, file->bytes(), &lock);
+  storage_.replace(layer.path, file->bytes(), lock);
   index_.setFile(layer, std::move(file));
 }
 
@@ -95,9 +95,9 @@ bool ConfWriter::append(ConfIndex::Layer& layer, std::string_view stanza,
   const DecisiveText whole{.content = std::string(lineEnd).append(added->bytes()),
                            .decisive = lineEnd.size() - 1,
                            .placeholder = '['};
-  if (!appendToFile(layer.path, whole, lock)) return false;
+  if (!storage_.append(layer.path, whole, lock)) return false;
 
-  const FileIdentity identity = fileIdentity(layer.path);
+  const FileIdentity identity = storage_.identity(layer.path);
   if (identity.size == layer.identity.size + whole.content.size()) layer.identity = identity;
   index_.addStanza(layer, std::move(added));
   return true;
@@ -120,11 +120,11 @@ void ConfWriter::takeBack(const std::filesystem::path& file, std::string_view st
   ConfIndex::Layer& layer = index_.layerOf(file);
   try {
     locks_.underLock(file, [&](const FileLock& held) {
-      const auto now = fileIdentity(file);
+      const auto now = storage_.identity(file);
       const bool isLast = now == addition.after && now.number == addition.before.number;
       if (isLast) {  // cutting works on a full disk too
         held.ensureHeld();
-        cutFile(file, addition.before.size);
+        storage_.cut(file, addition.before.size);
       }
       index_.reread(layer);
       const auto* left = layer.file != nullptr ? layer.file->find(stanza) : nullptr;

@@ -12,6 +12,7 @@
 #include "conf/conf_file.h"
 #include "conf/conf_index.h"
 #include "conf/conf_lookup.h"
+#include "conf/conf_storage.h"
 #include "conf/properties_map.h"
 #include "conf/write_locks.h"
 #include "platform/file_identity.h"
@@ -25,8 +26,8 @@ enum class WriteOutcome { Written, Failed, Overtaken };
 
 class ConfWriter {
  public:
-  ConfWriter(ConfIndex& index, ConfLookup& lookup, WriteLocks& locks)
-      : index_(index), lookup_(lookup), locks_(locks) {}
+  ConfWriter(ConfIndex& index, ConfLookup& lookup, WriteLocks& locks, ConfStorage& storage)
+      : index_(index), lookup_(lookup), locks_(locks), storage_(storage) {}
 
   // As ConfStore::writeStanzaIf(), to `file`, which is the file of a layer.
   using Condition = std::function<bool()>;
@@ -55,6 +56,7 @@ class ConfWriter {
   ConfIndex& index_;
   ConfLookup& lookup_;
   WriteLocks& locks_;
+  ConfStorage& storage_;
   std::optional<Addition> addition_;
 };
 

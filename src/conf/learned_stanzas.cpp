@@ -28,9 +28,9 @@ bool LearnedStanzas::write(std::string_view stanza, const PropertiesMap& setting
 }
 
 void LearnedStanzas::read() {
-  const FileIdentity identity = fileIdentity(file_);
+  const FileIdentity identity = storage_.identity(file_);
   if (known_ && known_->identity == identity) return;
-  const FileBytes bytes = readConfFile(file_);
+  const FileBytes bytes = storage_.read(file_);
   if (bytes.error && !isMissingFile(bytes.error)) {
     throw std::system_error(bytes.error, "cannot read what it holds");
   }
@@ -61,8 +61,8 @@ bool LearnedStanzas::append(std::string_view stanza, const PropertiesMap& settin
   if (known_->identity.size > 0) text.insert(0, "\n");
   if (!known_->endsInNewline) text.insert(0, "\n");
   lock.ensureHeld();
-  appendToFile(file_, text);
-  known_->identity = fileIdentity(file_);
+  storage_.append(file_, text);
+  known_->identity = storage_.identity(file_);
   known_->stanzas.emplace(stanza);
   known_->settings = settingsAfter;
   known_->endsInNewline = true;
@@ -87,7 +87,7 @@ LearnedStanzas::Dropped LearnedStanzas::drop(const StanzaNames& names, const Sta
 LearnedStanzas::Dropped LearnedStanzas::dropUnderLock(const StanzaNames& names,
                                                       const StanzaNames& added,
                                                       const FileLock& lock) {
-  const FileBytes bytes = readConfFile(file_);
+  const FileBytes bytes = storage_.read(file_);
   if (bytes.error && !isMissingFile(bytes.error)) {
     throw std::system_error(bytes.error, "cannot read " + pathToText(file_));
   }
@@ -98,16 +98,14 @@ LearnedStanzas::Dropped LearnedStanzas::dropUnderLock(const StanzaNames& names,
   const auto file = writeTarget(file_);
   auto copy = file;
   copy += ".old";
-  removeLeftovers(copy);
-  replaceFile(copy, removeStanzas(bytes.view(), added).text, file, &lock);
+  storage_.removeLeftovers(copy);
+  storage_.replaceLike(file, copy, removeStanzas(bytes.view(), added).text, lock);
   // A link was made by an administrator: it stays, and its target is empty then.
   if (file != file_ || !kept.text.empty()) {
-    replaceFile(file, kept.text, &lock);
+    storage_.replace(file, kept.text, lock);
   } else {
     lock.ensureHeld();
-    if (const auto error = removeFile(file_)) {
-      throw std::system_error(error, "cannot delete " + pathToText(file_));
-    }
+    storage_.remove(file_);
   }
   known_.reset();
   index_.forget();

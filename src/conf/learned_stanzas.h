@@ -12,6 +12,7 @@
 #include "conf/conf_edit.h"
 #include "conf/conf_index.h"
 #include "conf/conf_lookup.h"
+#include "conf/conf_storage.h"
 #include "conf/conf_writer.h"
 #include "conf/properties_map.h"
 #include "conf/write_locks.h"
@@ -23,8 +24,13 @@ namespace sourcetype {
 class LearnedStanzas {
  public:
   LearnedStanzas(std::filesystem::path file, ConfIndex& index, ConfLookup& lookup,
-                 ConfWriter& writer, WriteLocks& locks)
-      : file_(std::move(file)), index_(index), lookup_(lookup), writer_(writer), locks_(locks) {}
+                 ConfWriter& writer, WriteLocks& locks, ConfStorage& storage)
+      : file_(std::move(file)),
+        index_(index),
+        lookup_(lookup),
+        writer_(writer),
+        locks_(locks),
+        storage_(storage) {}
 
   const std::filesystem::path& file() const { return file_; }
 
@@ -58,6 +64,7 @@ class LearnedStanzas {
   ConfLookup& lookup_;
   ConfWriter& writer_;
   WriteLocks& locks_;
+  ConfStorage& storage_;
   std::optional<Known> known_;
 };
 

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <utility>
 
+#include "conf/conf_storage.h"
 #include "conf/store_log.h"
 #include "platform/file_lock.h"
-#include "platform/file_writing.h"
 #include "platform/path_form.h"
 #include "util/logging.h"
 
@@ -17,8 +17,8 @@ class WriteLocks {
  public:
   // Waiting for a lock fails when one process has had it for `maxWait`. The wait after a failure is
   // at most a second: otherwise every write of the run would wait for `maxWait`.
-  WriteLocks(std::filesystem::path root, std::chrono::milliseconds maxWait)
-      : root_(std::move(root)), maxWait_(maxWait) {}
+  WriteLocks(std::filesystem::path root, std::chrono::milliseconds maxWait, ConfStorage& storage)
+      : root_(std::move(root)), maxWait_(maxWait), storage_(storage) {}
 
   // Locks the file `target` and calls `action(lock)`, which decides and writes. Calls it again when
   // the lock was lost before anything was written. Throws what the action throws, std::system_error
@@ -28,7 +28,7 @@ class WriteLocks {
   auto underLock(const std::filesystem::path& target, const Action& action) {
     while (true) {
       const FileLock lock = take(target);
-      removeLeftovers(target);
+      storage_.removeLeftovers(target);
       try {
         return action(lock);
       } catch (const LockLost& loss) {
@@ -45,6 +45,7 @@ class WriteLocks {
 
   std::filesystem::path root_;
   std::chrono::milliseconds maxWait_;
+  ConfStorage& storage_;
   bool hasGivenUp_ = false;
   bool hasJustGivenUp_ = false;  // at the last attempt
 };

@@ -106,6 +106,7 @@ FileLock::FileLock(const std::filesystem::path& lockPath, milliseconds maxHold) 
 FileLock::~FileLock() = default;
 
 void FileLock::ensureHeld() const {
+  if (file_ == nullptr) return;
   if (!file_->isInPlace()) throw LockLost("the lock file " + pathToText(path_) + " was deleted");
 }
 

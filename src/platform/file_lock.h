@@ -24,6 +24,8 @@ class LockLost : public std::runtime_error {
 // the account that created the file could not give it to the owner or group of the directory.
 class FileLock {
  public:
+  // Locks nothing: for a file that other processes cannot see.
+  FileLock() = default;
   // Waits in line as long as other processes take and release the lock. Throws std::system_error:
   // std::errc::timed_out if one process holds the lock for `maxHold`, with its number in the text
   // if the system tells it.
@@ -38,7 +40,7 @@ class FileLock {
 
  private:
   std::filesystem::path path_;
-  std::shared_ptr<LockFile> file_;
+  std::shared_ptr<LockFile> file_;  // null: locks nothing
 };
 
 }  // namespace sourcetype
