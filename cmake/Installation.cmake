@@ -2,7 +2,7 @@
 # "dev" is what a program that links the library needs.
 include(GNUInstallDirs)
 
-install(TARGETS sourcetype RUNTIME)
+install(TARGETS sourcetype sourcetype-inspect RUNTIME)
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}"
         FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)

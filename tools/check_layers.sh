@@ -14,6 +14,7 @@ declare -A below=(
   [timestamp]='conf util platform'
   [classifier]='timestamp charset conf util platform'
   [main]='classifier timestamp charset conf util platform'
+  [inspect]='classifier timestamp charset conf util platform'
 )
 
 # "FILE INCLUDED" a line, for each header of src/ that a file of src/ includes.

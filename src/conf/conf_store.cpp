@@ -1,5 +1,6 @@
 #include "conf/conf_store.h"
 
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -86,6 +87,20 @@ std::filesystem::path ConfStore::settingFile(Conf& conf, std::string_view stanza
     if (found->find(key) != nullptr) return file->path();
   }
   return {};
+}
+
+std::vector<SettingPlace> ConfStore::settingPlaces(Conf& conf, std::string_view stanza,
+                                                   std::string_view key) {
+  const std::scoped_lock lock(mutex_);
+  std::vector<SettingPlace> places;
+  for (const auto& [found, file] : conf.index_.find(stanza)) {
+    if (found->find(key) == nullptr) continue;
+    const FileBytes bytes = storage_.read(file->path());
+    auto inFile = findSettings(bytes.view(), file->path(), stanza, key);
+    places.insert(places.end(), std::make_move_iterator(inFile.rbegin()),
+                  std::make_move_iterator(inFile.rend()));
+  }
+  return places;
 }
 
 void ConfStore::getExactStanza(Conf& conf, PropertiesMap& out, std::string_view stanza) {

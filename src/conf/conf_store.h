@@ -29,6 +29,7 @@
 #include "conf/conf_writer.h"
 #include "conf/learned_stanzas.h"
 #include "conf/properties_map.h"
+#include "conf/setting_places.h"
 #include "conf/write_locks.h"
 #include "platform/path_form.h"
 #include "util/match_budget.h"
@@ -88,6 +89,11 @@ class ConfStore {
 
   // The file that the value of a setting comes from; empty when no layer has the setting.
   std::filesystem::path settingFile(Conf& conf, std::string_view stanza, std::string_view key);
+
+  // All settings of this stanza and key: the strongest layer first, and within a file the one that
+  // counts first. So the first of all is the effective one. Reads the files again.
+  std::vector<SettingPlace> settingPlaces(Conf& conf, std::string_view stanza,
+                                          std::string_view key);
 
   // Adds the settings of the stanza of exactly that name; the value of the strongest layer counts.
   // A key that `out` already has keeps its value, here and in getStanzaSettings().

@@ -9,7 +9,7 @@
 
 #include "classifier/file_classifier_manager.h"
 #include "classifier/properties.h"
-#include "main/print.h"
+#include "util/print.h"
 #include "main/usage.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"

@@ -1,6 +1,6 @@
 #include "main/usage.h"
 
-#include "main/print.h"
+#include "util/print.h"
 
 namespace sourcetype {
 

@@ -1,7 +1,10 @@
-// The sessions of transcripts.txt, whose head says how they are written, with the built executable.
+// The sessions of transcripts.txt, whose head says how they are written, and of inspect.txt, with the
+// built executables.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -19,7 +22,8 @@ using sourcetype::testing::Installation;
 using sourcetype::testing::unescaped;
 using sourcetype::testing::valueOf;
 
-constexpr const char* kFile = SOURCETYPE_TESTS_DIR "/cli/transcripts.txt";
+constexpr std::array kFiles{SOURCETYPE_TESTS_DIR "/cli/transcripts.txt",
+                            SOURCETYPE_TESTS_DIR "/cli/inspect.txt"};
 
 using Names = std::map<std::string, std::string>;
 
@@ -46,7 +50,7 @@ class Session : public ::testing::Test {
 
   void TestBody() override {
     for (const auto& [number, line] : lines_) {
-      SCOPED_TRACE("transcripts.txt:" + std::to_string(number) + ": " + line);
+      SCOPED_TRACE(std::to_string(number) + ": " + line);
       std::string text = line;
       // The longer of two names that begin alike comes first.
       for (auto name = names_.rbegin(); name != names_.rend(); ++name) {
@@ -82,12 +86,16 @@ class Session : public ::testing::Test {
     if (command.starts_with("timestamps")) {
       return run(TIMESTAMPS_EXECUTABLE, command.substr(10), words);
     }
+    if (command.starts_with("inspect")) {
+      return run(INSPECT_EXECUTABLE, command.substr(7), words);
+    }
     if (command == "input") return input_.assign(rest(words)), void();
     if (command == "home") return home_.assign(rest(words)), void();
     if (command == "out") return expect(run_.out == rest(words));
     if (command == "err") return expect(run_.err == rest(words));
     if (command == "out~") return expect(run_.out.find(rest(words)) != std::string::npos);
     if (command == "err~") return expect(run_.err.find(rest(words)) != std::string::npos);
+    if (command == "out!~") return expect(run_.out.find(rest(words)) == std::string::npos);
     if (command == "missing") return expect(testing::saysMissing(run_.err));
     if (command == "same") return expect(run_.out == before_.out);
     const auto name = word(words);
@@ -144,10 +152,10 @@ class Session : public ::testing::Test {
   std::string home_ = ".";
 };
 
-// Registers a test for each session, "Suite.Name" in its first line.
-const bool kAreRegistered = [] {
-  std::ifstream file(kFile);
-  Names names;
+// Registers a test for each session of a file, "Suite.Name" in its first line. Names that one file
+// defines hold in those after it. False if there is none.
+bool registerSessions(const char* path, Names& names) {
+  std::ifstream file(path);
   std::map<std::string, std::map<int, std::string>> sessions;
   std::string title;
   int number = 0;
@@ -168,14 +176,20 @@ const bool kAreRegistered = [] {
   for (const auto& [name, lines] : sessions) {
     const auto dot = name.find('.');
     ::testing::RegisterTest(name.substr(0, dot).c_str(), name.substr(dot + 1).c_str(), nullptr,
-                            nullptr, kFile, lines.begin()->first,
+                            nullptr, path, lines.begin()->first,
                             [=]() -> ::testing::Test* { return new Session(lines, names); });
   }
   return !sessions.empty();
+}
+
+const bool kAreRegistered = [] {
+  Names names;
+  return std::ranges::all_of(kFiles,
+                             [&](const char* path) { return registerSessions(path, names); });
 }();
 
 TEST(Transcripts, AreFound) {
-  EXPECT_TRUE(kAreRegistered) << kFile;
+  EXPECT_TRUE(kAreRegistered);
 }
 
 }  // namespace

@@ -1,0 +1,98 @@
+#include "inspect/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "inspect/near_names.h"
+#include "inspect/session.h"
+#include "inspect/verbs/settings_verb.h"
+#include "inspect/version.h"
+
+namespace sourcetype {
+namespace {
+
+void addCommonOptions(CLI::App& app, Session& session) {
+  auto& options = session.options();
+  app.set_version_flag("--version", "sourcetype-inspect " + std::string(kVersion));
+  app.add_option("--home", options.home, "The server's root, instead of TARNEL_HOME")
+      ->option_text("DIR");
+  app.add_flag("--json", options.output.json, "Print JSON, one object a line");
+  app.add_option("--color", options.output.color, "When to use colours: auto, always or never")
+      ->transform(CLI::CheckedTransformer(std::map<std::string, Color>{
+          {"auto", Color::Auto}, {"always", Color::Always}, {"never", Color::Never}}))
+      ->option_text("WHEN");
+  app.add_flag("--quiet", options.output.quiet, "No progress and no summaries");
+}
+
+void addVerbs(CLI::App& app, Session& session) {
+  addSettingsVerb(app, session);
+}
+
+// The names that an unknown word may stand for: options for a word that begins with "-", else
+// verbs.
+std::vector<std::string> candidatesFor(std::string_view word, const CLI::App& app) {
+  std::vector<std::string> names;
+  const auto addOptions = [&](const CLI::App& of) {
+    for (const auto* option : of.get_options()) {
+      for (const auto& name : option->get_lnames()) names.push_back("--" + name);
+    }
+  };
+  if (word.starts_with('-')) {
+    addOptions(app);
+    for (const auto* verb : app.get_subcommands()) addOptions(*verb);
+  } else {
+    for (const auto* verb : app.get_subcommands({})) names.push_back(verb->get_name());
+  }
+  return names;
+}
+
+std::string unknownWordMessage(const std::string& word, const CLI::App& app) {
+  const bool isOption = word.starts_with('-');
+  const bool isVerb = !isOption && app.get_subcommands().empty();
+  std::string message = (isOption ? "unknown option "
+                         : isVerb ? "unknown verb "
+                                  : "unexpected word ") +
+                        word;
+  if (!isOption && !isVerb) return message;
+  const auto name = word.substr(0, word.find('='));
+  if (const auto nearest = nearestName(name, candidatesFor(word, app))) {
+    if (*nearest == name) return "option " + name + " belongs after its verb";
+    message += "; did you mean " + *nearest + "?";
+  }
+  return message;
+}
+
+// Help and version are no errors; everything else ends with Status::Failed.
+int endWith(const CLI::ParseError& error, const CLI::App& app) {
+  if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
+  const auto unknown = app.remaining(true);
+  Output::complain(unknown.empty() ? error.what() : unknownWordMessage(unknown.front(), app));
+  Output::complain("see sourcetype-inspect --help");
+  return static_cast<int>(Status::Failed);
+}
+
+}  // namespace
+
+int runInspect(std::span<const Argument> arguments) {
+  CLI::App app(
+      "Shows why a log file has its sourcetype, what would be written, and what settings do.",
+      "sourcetype-inspect");
+  Session session;
+  addCommonOptions(app, session);
+  addVerbs(app, session);
+  app.require_subcommand(1);
+  for (auto* verb : app.get_subcommands({})) verb->fallthrough();
+  std::vector<std::string> words;
+  for (std::size_t i = arguments.size(); i-- > 1;) words.push_back(arguments[i].text);  // reversed
+  try {
+    app.parse(std::move(words));
+  } catch (const CLI::ParseError& error) {
+    return endWith(error, app);
+  } catch (const InspectError& error) {
+    session.fail(error.what());
+  }
+  return static_cast<int>(session.status());
+}
+
+}  // namespace sourcetype

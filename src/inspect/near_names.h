@@ -1,0 +1,17 @@
+// Finds the name that somebody probably meant.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace sourcetype {
+
+// The candidate with the fewest changed letters (inserted, removed, replaced, or two neighbours
+// swapped); the first of several. Case does not count. Nothing when every candidate differs in more
+// than a third of the letters of `name`, or at least one letter.
+std::optional<std::string> nearestName(std::string_view name,
+                                       std::span<const std::string> candidates);
+
+}  // namespace sourcetype

@@ -1,0 +1,75 @@
+#include "inspect/setting_sources.h"
+
+#include <fmt/core.h>
+
+#include <nlohmann/json.hpp>
+#include <span>
+
+#include "platform/path_form.h"
+
+namespace sourcetype {
+namespace {
+
+Json toJson(const SettingPlace& place) {
+  return {{"value", place.value}, {"file", pathToText(place.file)}, {"line", place.line}};
+}
+
+std::string placeText(const SettingPlace& place) {
+  return fmt::format("{}:{}", harmless(pathToText(place.file)), place.line);
+}
+
+std::span<const SettingPlace> hiddenOf(const SourcedSetting& setting) {
+  return std::span(setting.places).subspan(setting.places.empty() ? 0 : 1);
+}
+
+}  // namespace
+
+std::vector<SourcedSetting> sourcesOf(const PropertiesMap& settings, ConfStore& store, Conf& conf) {
+  std::vector<SourcedSetting> sourced;
+  for (const auto& [key, entry] : settings.entries()) {
+    auto& added = sourced.emplace_back();
+    added.key = key;
+    added.value = entry.value;
+    added.stanza = entry.stanza;
+    if (!entry.stanza.empty()) added.places = store.settingPlaces(conf, entry.stanza, key);
+  }
+  return sourced;
+}
+
+Json toJson(const std::vector<SourcedSetting>& settings, bool all) {
+  Json object = Json::object();
+  for (const auto& setting : settings) {
+    Json& entry = object[setting.key] = {{"value", setting.value}};
+    if (setting.places.empty()) continue;
+    entry["stanza"] = setting.stanza;
+    entry["file"] = pathToText(setting.places.front().file);
+    entry["line"] = setting.places.front().line;
+    if (!all) continue;
+    entry["hides"] = Json::array();
+    for (const auto& hidden : hiddenOf(setting)) entry["hides"].push_back(toJson(hidden));
+  }
+  return object;
+}
+
+std::string toText(const std::vector<SourcedSetting>& settings, bool all, const Output& out,
+                   std::size_t indent) {
+  std::string text;
+  for (const auto& setting : settings) {
+    text += fmt::format("{:{}}{} = {}", "", indent, harmless(setting.key), harmless(setting.value));
+    if (!setting.places.empty()) {
+      const auto place =
+          fmt::format("[{}] {}", harmless(setting.stanza), placeText(setting.places.front()));
+      text += "   " + out.paint(Style::Dim, place);
+    }
+    text += '\n';
+    if (!all) continue;
+    for (const auto& hidden : hiddenOf(setting)) {
+      const auto line = fmt::format("{:{}}hides {}   {}", "", indent + 4, harmless(hidden.value),
+                                    placeText(hidden));
+      text += out.paint(Style::Dim, line) + '\n';
+    }
+  }
+  return text;
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,33 @@
+// The settings of a result, each with the file and line that it comes from.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "conf/conf_store.h"
+#include "conf/properties_map.h"
+#include "inspect/output.h"
+
+namespace sourcetype {
+
+struct SourcedSetting {
+  std::string key;
+  std::string value;
+  std::string stanza;                // empty for a setting that no stanza has
+  std::vector<SettingPlace> places;  // the effective one first, then those that it hides
+};
+
+// The settings in byte order of their keys. Reads the files that they come from.
+std::vector<SourcedSetting> sourcesOf(const PropertiesMap& settings, ConfStore& store, Conf& conf);
+
+// {KEY: {"value", "stanza", "file", "line", "hides": [{"value", "file", "line"}]}}. `stanza`,
+// `file` and `line` are missing for a setting that no stanza has, and `hides` unless `all`.
+Json toJson(const std::vector<SourcedSetting>& settings, bool all);
+
+// A line for each setting, indented by `indent` blanks, with its file and line; with `all` a line
+// for each value that it hides.
+std::string toText(const std::vector<SourcedSetting>& settings, bool all, const Output& out,
+                   std::size_t indent);
+
+}  // namespace sourcetype
