@@ -40,8 +40,7 @@ struct Rules::Test {
 };
 
 struct Rules::TestedLines {
-  explicit TestedLines(const Sample& tested)
-      : sample(tested), count(std::min(sample.lineCount(), kMaxRuleLines)), counts(first(tested)) {}
+  explicit TestedLines(const Sample& sample) : lines(first(sample)) {}
 
   static std::vector<std::string_view> first(const Sample& sample) {
     std::vector<std::string_view> lines(std::min(sample.lineCount(), kMaxRuleLines));
@@ -49,9 +48,7 @@ struct Rules::TestedLines {
     return lines;
   }
 
-  const Sample& sample;
-  const std::size_t count;
-  LineCounts counts;
+  CountedLines lines;
   std::array<bool, kMaxRuleLines> isCandidate{};  // by line: it may match the tested expression
 };
 
@@ -160,15 +157,17 @@ bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, c
                     budget);
 }
 
-bool Rules::passesTest(TestedLines& lines, const std::string& pattern, const Test& test,
+bool Rules::passesTest(TestedLines& tested, const std::string& pattern, const Test& test,
                        MatchBudget& budget) {
   budget.spend(MatchBudget::compilingCost(pattern.size()));
-  FilteredRegex& tested = expression(pattern);
+  FilteredRegex& regex = expression(pattern);
   const auto percentage = [&](std::size_t decisive, MatchBudget& spent) {
-    if (!tested.error().empty() || lines.count == 0) return 0;
-    return static_cast<int>(countMatches(lines, tested, decisive, spent) * 100 / lines.count);
+    if (!regex.error().empty() || tested.lines.size() == 0) return 0;
+    return static_cast<int>(countMatches(tested, regex, decisive, spent) * 100 /
+                            tested.lines.size());
   };
-  const int counted = percentage(decisiveCount(lines.count, test.comparer, test.percent), budget);
+  const int counted =
+      percentage(decisiveCount(tested.lines.size(), test.comparer, test.percent), budget);
   const bool passes = test.comparer == '>' ? counted >= test.percent : counted <= test.percent;
   if (kFlowLog.isEnabled(LogLevel::Debug)) {
     // The log shows the percentage of all lines. Counting them must not spend the budget of the
@@ -181,15 +180,16 @@ bool Rules::passesTest(TestedLines& lines, const std::string& pattern, const Tes
   return passes;
 }
 
-std::size_t Rules::countMatches(TestedLines& lines, FilteredRegex& expression, std::size_t decisive,
-                                MatchBudget& budget) {
+std::size_t Rules::countMatches(TestedLines& tested, FilteredRegex& expression,
+                                std::size_t decisive, MatchBudget& budget) {
+  CountedLines& lines = tested.lines;
   const bool countsAll = decisive == kCountAll;
-  if (!countsAll && !expression.mayMatch(lines.counts, decisive)) return 0;
+  if (!countsAll && !expression.mayMatch(lines, decisive)) return 0;
   std::size_t candidates = 0;
-  for (std::size_t i = 0; i < lines.count; ++i) {
-    if (!countsAll && candidates + (lines.count - i) < decisive) return 0;
-    lines.isCandidate[i] = expression.admits(lines.sample.line(i));
-    if (lines.isCandidate[i]) ++candidates;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (!countsAll && candidates + (lines.size() - i) < decisive) return 0;
+    tested.isCandidate[i] = expression.admits(lines, i);
+    if (tested.isCandidate[i]) ++candidates;
   }
   const std::uint64_t allowed = std::min(budget.left(), kMaxTestCost);
   MatchBudget share(allowed);
@@ -198,9 +198,9 @@ std::size_t Rules::countMatches(TestedLines& lines, FilteredRegex& expression, s
   for (std::size_t i = 0; candidates > 0; ++i) {
     const bool isSettled = matches >= decisive || matches + candidates < decisive;
     if (isSettled && !countsAll) break;
-    if (!lines.isCandidate[i]) continue;
+    if (!tested.isCandidate[i]) continue;
     --candidates;
-    const auto answer = expression.regex().tryMatch(lines.sample.line(i), unusedGroups, share);
+    const auto answer = expression.regex().tryMatch(lines[i], unusedGroups, share);
     if (answer == Regex::Answer::Match) ++matches;
     if (answer != Regex::Answer::TooCostly) continue;
     if (records_.costs.admit()) {
