@@ -128,7 +128,7 @@ void run(std::string_view input) {
 
   std::vector<std::string> texts{Speaker(*tree, choices).text()};
   for (const auto line : linesOf(parts.rest())) texts.emplace_back(line);
-  CountedLines lines({texts.begin(), texts.end()});
+  const CountedLines lines({texts.begin(), texts.end()});
   LineAutomaton continued(*tree);
   std::size_t matches = 0;
   for (std::size_t i = 0; i < lines.size(); ++i) {

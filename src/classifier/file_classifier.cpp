@@ -185,7 +185,8 @@ void FileClassifier::finishWith(std::string_view sourcetype) {
 }
 
 std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
-  return context_.rules().findRuleSourcetype(*sample_, timing, budget_);
+  if (!testedLines_) testedLines_ = Rules::testedLines(*sample_);
+  return context_.rules().findRuleSourcetype(*testedLines_, timing, budget_);
 }
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {

@@ -28,20 +28,23 @@ std::size_t sharedSize(std::string_view one, std::string_view other) {
 
 }  // namespace
 
-CountedLines::CountedLines(std::vector<std::string_view> lines) : lines_(std::move(lines)) {
+// The numbers of the last lines that had a byte or three bytes in a row. Numbers begin at 1.
+struct CountedLines::LastLines {
+  std::array<std::uint32_t, 256> bytes{};
+  std::vector<std::uint32_t> triples = std::vector<std::uint32_t>(kTriples);
+  std::uint32_t number = 0;
+};
+
+CountedLines::CountedLines(std::vector<std::string_view> lines)
+    : lines_(std::move(lines)), triples_(kTriples) {
   sharedStarts_.reserve(lines_.size());
+  LastLines last;
   std::string_view previous;
   for (const auto line : lines_) {
     sharedStarts_.push_back(sharedSize(line, previous));
     previous = line;
     countStart(line);
-    if (line.size() > kMaxLine) {
-      ++longLines_;
-      continue;
-    }
-    ByteSet bytes;
-    for (const char c : line) bytes.add(static_cast<unsigned char>(c));
-    bytes.visit([this](unsigned char byte) { ++bytes_[byte]; });
+    countContent(line, last);
   }
 }
 
@@ -54,20 +57,18 @@ void CountedLines::countStart(std::string_view line) {
   }
 }
 
-void CountedLines::countTriples() {
-  triples_.assign(kTriples, 0);
-  std::vector<std::uint32_t> lastLineWith(kTriples, 0);
-  std::uint32_t number = 0;
-  for (const auto line : lines_) {
-    ++number;
-    if (line.size() > kMaxLine) continue;
-    std::size_t triple = 0;
-    for (const char c : line) {
-      triple = nextTriple(triple, static_cast<unsigned char>(c));
-      if (lastLineWith[triple] == number) continue;
-      lastLineWith[triple] = number;
-      ++triples_[triple];
-    }
+void CountedLines::countContent(std::string_view line, LastLines& last) {
+  if (line.size() > kMaxLine) {
+    ++longLines_;
+    return;
+  }
+  const auto number = ++last.number;
+  std::size_t triple = 0;
+  for (const char c : line) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (std::exchange(last.bytes[byte], number) != number) ++bytes_[byte];
+    triple = nextTriple(triple, byte);
+    if (std::exchange(last.triples[triple], number) != number) ++triples_[triple];
   }
 }
 
@@ -78,8 +79,8 @@ std::size_t CountedLines::at(std::size_t position, ByteSet bytes) const {
   return lines;
 }
 
-std::size_t CountedLines::with(unsigned char first, unsigned char second, unsigned char third) {
-  if (triples_.empty()) countTriples();
+std::size_t CountedLines::with(unsigned char first, unsigned char second,
+                               unsigned char third) const {
   return longLines_ + triples_[nextTriple(nextTriple(nextTriple(0, first), second), third)];
 }
 

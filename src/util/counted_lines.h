@@ -1,5 +1,8 @@
 // Lines, and how many of them have a byte at a position, a byte anywhere, or three bytes in a row.
 // Rules try hundreds of expressions on the same lines; these counts exclude most of them.
+//
+//   const CountedLines lines(texts);
+//   if (lines.with('{') < count) return;  // fewer than `count` lines contain a brace
 #pragma once
 
 #include <array>
@@ -29,18 +32,20 @@ class CountedLines {
   std::size_t at(std::size_t position, ByteSet bytes) const;
   // At least as many as the lines that contain a byte, or three bytes in a row.
   std::size_t with(unsigned char byte) const { return longLines_ + bytes_[byte]; }
-  std::size_t with(unsigned char first, unsigned char second, unsigned char third);
+  std::size_t with(unsigned char first, unsigned char second, unsigned char third) const;
 
  private:
+  struct LastLines;
+
   void countStart(std::string_view line);
-  void countTriples();
+  void countContent(std::string_view line, LastLines& last);
 
   std::vector<std::string_view> lines_;
   std::vector<std::size_t> sharedStarts_;
   std::array<std::array<std::uint32_t, 256>, kPositions> starts_{};
   std::array<ByteSet, kPositions> startBytes_;  // that some line has at the position
   std::array<std::uint32_t, 256> bytes_{};
-  std::vector<std::uint32_t> triples_;  // by number; counted when first needed
+  std::vector<std::uint32_t> triples_;  // by number
   std::size_t longLines_ = 0;           // these are taken to contain everything
 };
 

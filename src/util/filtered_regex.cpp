@@ -16,7 +16,7 @@ FilteredRegex::FilteredRegex(std::string_view pattern)
   }
 }
 
-bool FilteredRegex::mayMatch(CountedLines& lines, std::size_t count) {
+bool FilteredRegex::mayMatch(const CountedLines& lines, std::size_t count) {
   if (!isUnderstood_) return true;
   // Most expressions are excluded here, so the tree is not kept for the next file.
   const auto tree = tree_ ? std::exchange(tree_, {}) : ExpressionTree::parse(pattern_);

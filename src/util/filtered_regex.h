@@ -29,7 +29,7 @@ class FilteredRegex {
   // The reason why the expression does not compile; empty if it compiles.
   const std::string& error() const { return error_; }
   // Whether at least `count` of the lines may match.
-  bool mayMatch(CountedLines& lines, std::size_t count);
+  bool mayMatch(const CountedLines& lines, std::size_t count);
   // False: the expression does not match the line. This is fast for lines in their order.
   bool admits(const CountedLines& lines, std::size_t index);
   // Requires that error() is empty.

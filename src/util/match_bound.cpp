@@ -49,7 +49,8 @@ class StartBound {
 // The lines that have the bytes and the texts that every match contains.
 class ContentBound {
  public:
-  ContentBound(const ExpressionTree& tree, CountedLines& lines) : tree_(tree), lines_(lines) {}
+  ContentBound(const ExpressionTree& tree, const CountedLines& lines)
+      : tree_(tree), lines_(lines) {}
 
   // Looks no further where the bound is below `least`.
   std::size_t find(std::uint32_t index, std::size_t least) {
@@ -101,7 +102,7 @@ class ContentBound {
   void endRun() { run_ = 0; }
 
   const ExpressionTree& tree_;
-  CountedLines& lines_;
+  const CountedLines& lines_;
   std::size_t run_ = 0;  // bytes in a row, of which these are the last two
   unsigned char first_ = 0;
   unsigned char second_ = 0;
@@ -109,7 +110,7 @@ class ContentBound {
 
 }  // namespace
 
-bool mayMatch(const ExpressionTree& tree, CountedLines& lines, std::size_t count) {
+bool mayMatch(const ExpressionTree& tree, const CountedLines& lines, std::size_t count) {
   if (tree.isAnchored() && StartBound(tree, lines).bound() < count) return false;
   return ContentBound(tree, lines).find(tree.root(), count) >= count;
 }

@@ -10,6 +10,6 @@
 namespace sourcetype {
 
 // Whether the expression may match `count` of the lines.
-bool mayMatch(const ExpressionTree& tree, CountedLines& lines, std::size_t count);
+bool mayMatch(const ExpressionTree& tree, const CountedLines& lines, std::size_t count);
 
 }  // namespace sourcetype
