@@ -3,7 +3,8 @@
 #include <algorithm>
 
 #include "support.h"
-#include "util/line_filter.h"
+#include "util/line_automaton.h"
+#include "util/match_bound.h"
 #include "util/regex.h"
 #include "util/text.h"
 
@@ -33,9 +34,7 @@ class Speaker {
   void say(std::uint32_t index) {
     const auto& node = tree_.node(index);
     std::vector<std::uint32_t> parts;
-    for (auto i = node.firstPart; i != ExpressionTree::kNone; i = tree_.node(i).nextSibling) {
-      parts.push_back(i);
-    }
+    tree_.forEachPart(node, [&](auto part) { parts.push_back(part); });
     text_ += node.text;
     if (node.kind == Kind::Bytes) sayByte(node.bytes);
     if (node.kind == Kind::Choice) say(parts[choose(parts.size())]);
@@ -122,24 +121,25 @@ void run(std::string_view input) {
   Parts parts(input);
   const std::string expression(parts.next());
   const auto choices = parts.next();
-  const auto filter = LineFilter::of(expression);
-  if (!filter) return;
-  require(compiles(expression), "an expression with a filter compiles");
+  const auto tree = ExpressionTree::parse(expression);
+  if (!tree) return;
+  require(compiles(expression), "an expression with a tree compiles");
   const Regex regex(expression);
 
-  std::vector<std::string> lines{Speaker(*ExpressionTree::parse(expression), choices).text()};
-  for (const auto line : linesOf(parts.rest())) lines.emplace_back(line);
-  LineFilter refined = *filter;
-  refined.refine(expression);
-  LineCounts counts({lines.begin(), lines.end()});
+  std::vector<std::string> texts{Speaker(*tree, choices).text()};
+  for (const auto line : linesOf(parts.rest())) texts.emplace_back(line);
+  const CountedLines lines({texts.begin(), texts.end()});
+  LineAutomaton continued(*tree);
   std::size_t matches = 0;
-  for (const auto& line : lines) {
-    if (!regex.match(line)) continue;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const bool isAccepted = continued.accepts(lines[i], lines.sharedStart(i));
+    require(isAccepted == LineAutomaton(*tree).accepts(lines[i]),
+            "the line before does not change what is accepted");
+    if (!regex.match(lines[i])) continue;
     ++matches;
-    require(filter->admits(line) && refined.admits(line), "a filter admits each line that matches");
+    require(isAccepted, "each line that matches is accepted");
   }
-  require(matches <= refined.maxAdmitted(counts) && matches <= filter->maxAdmitted(counts),
-          "no more lines match than are counted");
+  require(mayMatch(*tree, lines, matches), "no more lines match than the bound");
 }
 
 }  // namespace sourcetype::fuzzing

@@ -134,8 +134,9 @@ void run(std::string_view input) {
   ConfStore store(tree().root());
   Rules rules(store);
   MatchBudget budget(kMaxFileCost);
-  const auto found = rules.findRuleSourcetype(sample, RuleTiming::BeforeModels, budget);
-  const auto foundLate = rules.findRuleSourcetype(sample, RuleTiming::AfterModels, budget);
+  const CountedLines lines = Rules::testedLines(sample);
+  const auto found = rules.findRuleSourcetype(lines, RuleTiming::BeforeModels, budget);
+  const auto foundLate = rules.findRuleSourcetype(lines, RuleTiming::AfterModels, budget);
   try {
     require(found == findSlowly(store, sample, "rule::"),
             "the first rule whose tests all pass is taken");

@@ -199,7 +199,8 @@ void FileClassifier::finishWith(std::string_view sourcetype, Stage stage) {
 }
 
 std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
-  return context_.rules().findRuleSourcetype(*sample_, timing, budget_, request_.observer);
+  if (!testedLines_) testedLines_ = Rules::testedLines(*sample_);
+  return context_.rules().findRuleSourcetype(*testedLines_, timing, budget_, request_.observer);
 }
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {

@@ -77,6 +77,7 @@ class FileClassifier {
   HeaderTest headerTest_ = HeaderTest::Delimiters;  // when headerWanted_ decides
   bool noBinaryCheck_ = false;
   std::optional<Sample> sample_;
+  std::optional<CountedLines> testedLines_;     // of the sample; once rules were tried
   MatchBudget budget_{kMaxFileCost};            // for stanza patterns and rules
   std::optional<NewSourcetype> newSourcetype_;  // until its stanza is written
   bool madeSourcetype_ = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <span>
 #include <string_view>
 
 #include "classifier/properties.h"
@@ -33,31 +34,15 @@ std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
 
 }  // namespace
 
-struct Rules::Test {
-  char comparer;
-  int percent;
-  bool hasNumber;  // if false, `percent` is 0
-};
+CountedLines Rules::testedLines(const Sample& sample) {
+  std::vector<std::string_view> lines(std::min(sample.lineCount(), kMaxRuleLines));
+  for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = sample.line(i);
+  return CountedLines(std::move(lines));
+}
 
-struct Rules::TestedLines {
-  explicit TestedLines(const Sample& tested)
-      : sample(tested), count(std::min(sample.lineCount(), kMaxRuleLines)), counts(first(tested)) {}
-
-  static std::vector<std::string_view> first(const Sample& sample) {
-    std::vector<std::string_view> lines(std::min(sample.lineCount(), kMaxRuleLines));
-    for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = sample.line(i);
-    return lines;
-  }
-
-  const Sample& sample;
-  const std::size_t count;
-  LineCounts counts;
-  std::array<bool, kMaxRuleLines> isCandidate{};  // by line: it may match the tested expression
-};
-
-// Returns the test that a key describes; nothing for other keys. Text between the prefix and the
+// Returns the test that a setting describes; nothing for other keys. Text between the prefix and the
 // underscore is ignored, so that a stanza can have several tests of a kind.
-std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
+std::optional<Rules::Test> Rules::parseTest(std::string_view key, std::string_view pattern) {
   constexpr std::string_view kLessThan = "LESS_THAN";
   constexpr std::string_view kMoreThan = "MORE_THAN";
   constexpr std::size_t kMinKey = kMoreThan.size() + 2;
@@ -65,67 +50,79 @@ std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
   const bool isLess = key.starts_with(kLessThan);
   if (key.size() < kMinKey || (!isLess && !key.starts_with(kMoreThan))) return std::nullopt;
   const auto underscore = key.find('_', kMoreThan.size());
-  if (underscore == std::string::npos) return std::nullopt;
+  if (underscore == std::string_view::npos) return std::nullopt;
   // As atoi() reads it, but a number that is too large becomes the maximum.
-  const char* const start = key.c_str() + underscore + 1;
+  const std::string number(key.substr(underscore + 1));
   char* end = nullptr;
-  const long number = std::strtol(start, &end, 10);
+  const long percent = std::strtol(number.c_str(), &end, 10);
   constexpr long kMax = 1'000'000'000;
-  return Test{.comparer = isLess ? '<' : '>',
-              .percent = static_cast<int>(std::clamp(number, -kMax, kMax)),
-              .hasNumber = end != start};
+  return Test{.key = std::string(key),
+              .pattern = std::string(pattern),
+              .comparer = isLess ? '<' : '>',
+              .percent = static_cast<int>(std::clamp(percent, -kMax, kMax)),
+              .hasNumber = end != number.c_str()};
 }
 
-std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleTiming timing,
+std::vector<Rules::Rule> Rules::readRules(RuleTiming timing) {
+  std::vector<Rule> rules;
+  const auto read = [&](std::string_view stanza, std::span<const ConfFile::Setting> settings) {
+    Rule& rule = rules.emplace_back();
+    rule.stanza = stanza;
+    for (const auto& setting : settings) {
+      if (setting.key() == key::kSourcetype) rule.sourcetype = setting.value();
+      if (auto test = parseTest(setting.key(), setting.value())) {
+        rule.tests.push_back(std::move(*test));
+      }
+    }
+  };
+  store_.visitStanzas(store_.getProps(), read, stanzaPrefix(timing));
+  return rules;
+}
+
+std::optional<std::string> Rules::findRuleSourcetype(const CountedLines& lines, RuleTiming timing,
                                                      MatchBudget& budget, FlowObserver* observer) {
-  TestedLines lines(sample);
-  auto found = findRule(lines, timing, budget);
-  if (observer != nullptr) tellRules(lines, timing, found, *observer);
+  const std::vector<Rule> rules = readRules(timing);
+  const Rule* const found = findRule(lines, rules, budget);
+  if (observer != nullptr) tellRules(lines, rules, found, timing, *observer);
   reportOmittedRecords();
-  if (!found) return std::nullopt;
-  return std::move(found->sourcetype);
+  if (found == nullptr) return std::nullopt;
+  return found->sourcetype;
 }
 
 // Counts the matches of whole tests, with a budget of its own: the flow stops at the line that
 // decides a test.
-void Rules::tellRules(TestedLines& lines, RuleTiming timing, const std::optional<Found>& winner,
-                      FlowObserver& observer) {
+void Rules::tellRules(const CountedLines& lines, const std::vector<Rule>& rules, const Rule* winner,
+                      RuleTiming timing, FlowObserver& observer) {
   MatchBudget budget(kMaxFileCost);
   bool wasTried = true;
-  for (const auto& stanza : store_.stanzaNames(store_.getProps(), stanzaPrefix(timing))) {
-    const bool decided = winner && stanza == winner->stanza;
+  for (const auto& rule : rules) {
+    const bool decided = &rule == winner;
     if (decided || observer.wantsLosers()) {
-      RuleEvidence rule = describeRule(lines, stanza, budget);
-      rule.isDelayed = timing == RuleTiming::AfterModels;
-      rule.decided = decided;
-      rule.wasTried = wasTried;
-      observer.testedRule(rule);
+      RuleEvidence evidence = describeRule(lines, rule, budget);
+      evidence.isDelayed = timing == RuleTiming::AfterModels;
+      evidence.decided = decided;
+      evidence.wasTried = wasTried;
+      observer.testedRule(evidence);
     }
     if (decided) wasTried = false;
   }
 }
 
-RuleEvidence Rules::describeRule(TestedLines& lines, const std::string& stanza,
-                                 MatchBudget& budget) {
-  PropertiesMap rule;
-  store_.getExactStanza(store_.getProps(), rule, stanza);
+RuleEvidence Rules::describeRule(const CountedLines& lines, const Rule& rule, MatchBudget& budget) {
   RuleEvidence evidence;
-  evidence.stanza = stanza;
-  evidence.sourcetype = rule.get(key::kSourcetype);
-  for (const auto& [key, entry] : rule.entries()) {
-    const auto test = parseTestKey(key);
-    if (!test) continue;
+  evidence.stanza = rule.stanza;
+  evidence.sourcetype = rule.sourcetype;
+  for (const auto& test : rule.tests) {
     auto& counted = evidence.tests.emplace_back();
-    counted.key = key;
-    counted.expression = entry.value;
-    counted.isMinimum = test->comparer == '>';
-    counted.needed = test->percent;
+    counted.key = test.key;
+    counted.expression = test.pattern;
+    counted.isMinimum = test.comparer == '>';
+    counted.needed = test.percent;
     counted.isCounted = !budget.isSpent();
-    FilteredRegex& tested = expression(entry.value);
-    const bool hasCount = counted.isCounted && tested.error().empty() && lines.count > 0;
-    const auto matches = hasCount ? countMatches(lines, tested, kCountAll, budget) * 100 : 0;
-    if (hasCount) {
-      counted.counted = static_cast<double>(matches) / static_cast<double>(lines.count);
+    FilteredRegex& regex = expression(test.pattern);
+    if (counted.isCounted && regex.error().empty() && lines.size() > 0) {
+      const auto matches = countMatches(lines, regex, kCountAll, budget);
+      counted.counted = 100 * static_cast<double>(matches) / static_cast<double>(lines.size());
     }
     const auto percent = static_cast<int>(counted.counted);  // truncated, as the tests do it
     counted.passes = counted.isMinimum ? percent >= counted.needed : percent <= counted.needed;
@@ -143,58 +140,55 @@ void Rules::reportOmittedRecords() {
   records_ = {};
 }
 
-std::optional<Rules::Found> Rules::findRule(TestedLines& lines, RuleTiming timing,
-                                            MatchBudget& budget) {
-  Conf& props = store_.getProps();
-  for (const auto& stanza : store_.stanzaNames(props, stanzaPrefix(timing))) {
-    PropertiesMap rule;
-    store_.getExactStanza(props, rule, stanza);
-    auto sourcetype = rule.tryGet(key::kSourcetype);
-    if (!sourcetype) {
-      if (records_.noSourcetype.admit()) {
-        logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_NO_SOURCETYPE_FOUND__%s", stanza);
-      }
-      continue;
-    }
-    if (const auto problem = sourcetypeProblem(*sourcetype); !problem.empty()) {
-      if (reported_.emplace(stanza, key::kSourcetype).second && records_.faults.admit()) {
-        logWarn(kFlowLog, "Ignoring [%s] for its sourcetype \"%s\": %s.", stanza, *sourcetype,
-                problem);
-      }
-      continue;
-    }
-    const bool passes = passesTests(lines, stanza, rule, budget);
+const Rules::Rule* Rules::findRule(const CountedLines& lines, const std::vector<Rule>& rules,
+                                   MatchBudget& budget) {
+  for (const auto& rule : rules) {
+    if (!isUsable(rule)) continue;
+    const bool passes = passesTests(lines, rule, budget);
     if (budget.isSpent()) {
-      logWarn(kFlowLog, "The rules cost too much: [%s] and those after it are not tried.", stanza);
-      return std::nullopt;
+      logWarn(kFlowLog, "The rules cost too much: [%s] and those after it are not tried.",
+              rule.stanza);
+      return nullptr;
     }
-    if (passes) return Found{stanza, *sourcetype};
+    if (passes) return &rule;
   }
-  return std::nullopt;
+  return nullptr;
 }
 
-bool Rules::passesTests(TestedLines& lines, const std::string& stanza, const PropertiesMap& rule,
-                        MatchBudget& budget) {
-  bool hasTest = false;
-  for (const auto& [key, entry] : rule.entries()) {
-    const auto test = parseTestKey(key);
-    if (!test) continue;
-    hasTest = true;
-    reportFaults(stanza, key, *test, entry.value);
-    if (!passesTest(lines, entry.value, *test, budget)) return false;
+// Logs the reason if the rule has no usable sourcetype.
+bool Rules::isUsable(const Rule& rule) {
+  if (rule.sourcetype.empty()) {
+    if (records_.noSourcetype.admit()) {
+      logMessage(LogLevel::Warn, kFlowLog, "FILE_CLASSIFIER_NO_SOURCETYPE_FOUND__%s", rule.stanza);
+    }
+    return false;
   }
-  return hasTest;
+  const auto problem = sourcetypeProblem(rule.sourcetype);
+  if (problem.empty()) return true;
+  if (reported_.emplace(rule.stanza, key::kSourcetype).second && records_.faults.admit()) {
+    logWarn(kFlowLog, "Ignoring [%s] for its sourcetype \"%s\": %s.", rule.stanza, rule.sourcetype,
+            problem);
+  }
+  return false;
+}
+
+bool Rules::passesTests(const CountedLines& lines, const Rule& rule, MatchBudget& budget) {
+  for (const auto& test : rule.tests) {
+    FilteredRegex& regex = expression(test.pattern);
+    reportFaults(rule, test, regex.error());
+    if (!passesTest(lines, regex, test, budget)) return false;
+  }
+  return !rule.tests.empty();
 }
 
 // Logs, once a run, a test with an invalid expression or without a percentage.
-void Rules::reportFaults(const std::string& stanza, const std::string& key, const Test& test,
-                         const std::string& pattern) {
-  const std::string& error = expression(pattern).error();
+void Rules::reportFaults(const Rule& rule, const Test& test, const std::string& error) {
   if (error.empty() && test.hasNumber) return;
-  if (!reported_.emplace(stanza, key).second || !records_.faults.admit()) return;
-  if (!error.empty()) reportInvalidRegex(kFlowLog, pattern, error, stanza, key);
+  if (!reported_.emplace(rule.stanza, test.key).second || !records_.faults.admit()) return;
+  if (!error.empty()) reportInvalidRegex(kFlowLog, test.pattern, error, rule.stanza, test.key);
   if (!test.hasNumber) {
-    logWarn(kFlowLog, "The percentage of %s in [%s] has no digits and is taken as 0.", key, stanza);
+    logWarn(kFlowLog, "The percentage of %s in [%s] has no digits and is taken as 0.", test.key,
+            rule.stanza);
   }
 }
 
@@ -204,41 +198,42 @@ FilteredRegex& Rules::expression(const std::string& pattern) {
 
 bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
                              int percent, MatchBudget& budget) {
-  TestedLines lines(sample);
-  return passesTest(lines, pattern, {.comparer = comparer, .percent = percent, .hasNumber = true},
+  const CountedLines lines = testedLines(sample);
+  return passesTest(lines, expression(pattern),
+                    {.key = {}, .pattern = pattern, .comparer = comparer, .percent = percent},
                     budget);
 }
 
-bool Rules::passesTest(TestedLines& lines, const std::string& pattern, const Test& test,
+bool Rules::passesTest(const CountedLines& lines, FilteredRegex& regex, const Test& test,
                        MatchBudget& budget) {
-  budget.spend(MatchBudget::compilingCost(pattern.size()));
-  FilteredRegex& tested = expression(pattern);
+  budget.spend(MatchBudget::compilingCost(test.pattern.size()));
   const auto percentage = [&](std::size_t decisive, MatchBudget& spent) {
-    if (!tested.error().empty() || lines.count == 0) return 0;
-    return static_cast<int>(countMatches(lines, tested, decisive, spent) * 100 / lines.count);
+    if (!regex.error().empty() || lines.size() == 0) return 0;
+    return static_cast<int>(countMatches(lines, regex, decisive, spent) * 100 / lines.size());
   };
-  const int counted = percentage(decisiveCount(lines.count, test.comparer, test.percent), budget);
+  const int counted = percentage(decisiveCount(lines.size(), test.comparer, test.percent), budget);
   const bool passes = test.comparer == '>' ? counted >= test.percent : counted <= test.percent;
   if (kFlowLog.isEnabled(LogLevel::Debug)) {
     // The log shows the percentage of all lines. Counting them must not spend the budget of the
     // file.
     MatchBudget logBudget(kMaxTestCost);
     logDebug(kFlowLog, "MatchRulePattern. %s, Pattern: %s, Percent: %d, Comparer: %c, Actual: %d",
-             passes ? "true" : "false", pattern, test.percent, test.comparer,
+             passes ? "true" : "false", test.pattern, test.percent, test.comparer,
              percentage(kCountAll, logBudget));
   }
   return passes;
 }
 
-std::size_t Rules::countMatches(TestedLines& lines, FilteredRegex& expression, std::size_t decisive,
-                                MatchBudget& budget) {
+std::size_t Rules::countMatches(const CountedLines& lines, FilteredRegex& regex,
+                                std::size_t decisive, MatchBudget& budget) {
   const bool countsAll = decisive == kCountAll;
-  if (!countsAll && !expression.mayMatch(lines.counts, decisive)) return 0;
+  if (!countsAll && !regex.mayMatch(lines, decisive)) return 0;
+  std::array<bool, kMaxRuleLines> isCandidate;
   std::size_t candidates = 0;
-  for (std::size_t i = 0; i < lines.count; ++i) {
-    if (!countsAll && candidates + (lines.count - i) < decisive) return 0;
-    lines.isCandidate[i] = expression.admits(lines.sample.line(i));
-    if (lines.isCandidate[i]) ++candidates;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (!countsAll && candidates + (lines.size() - i) < decisive) return 0;
+    isCandidate[i] = regex.admits(lines, i);
+    if (isCandidate[i]) ++candidates;
   }
   const std::uint64_t allowed = std::min(budget.left(), kMaxTestCost);
   MatchBudget share(allowed);
@@ -247,14 +242,14 @@ std::size_t Rules::countMatches(TestedLines& lines, FilteredRegex& expression, s
   for (std::size_t i = 0; candidates > 0; ++i) {
     const bool isSettled = matches >= decisive || matches + candidates < decisive;
     if (isSettled && !countsAll) break;
-    if (!lines.isCandidate[i]) continue;
+    if (!isCandidate[i]) continue;
     --candidates;
-    const auto answer = expression.regex().tryMatch(lines.sample.line(i), unusedGroups, share);
+    const auto answer = regex.regex().tryMatch(lines[i], unusedGroups, share);
     if (answer == Regex::Answer::Match) ++matches;
     if (answer != Regex::Answer::TooCostly) continue;
     if (records_.costs.admit()) {
       logWarn(kFlowLog, "The expression %s costs too much on line %lu; no more lines are counted.",
-              expression.pattern(), i + 1);
+              regex.pattern(), i + 1);
     }
     break;
   }

@@ -10,12 +10,15 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "classifier/flow_observer.h"
 #include "classifier/sample.h"
 #include "conf/conf_store.h"
+#include "util/counted_lines.h"
 #include "util/filtered_regex.h"
 #include "util/match_budget.h"
 #include "util/record_limit.h"
@@ -32,11 +35,14 @@ class Rules {
   // `store` must outlive the object.
   explicit Rules(ConfStore& store) : store_(store) {}
 
+  // The lines of a sample that are tested. The sample must outlive them.
+  static CountedLines testedLines(const Sample& sample);
+
   // Tries the rules in byte order of their stanza names. Returns the sourcetype of the first rule
   // that has a test and whose tests all pass. A rule without a usable sourcetype is logged and
   // skipped. When `budget` is spent, this is logged and the remaining rules are not tried.
   // `observer`, unless it is null, is told the rule that decided or, if it wants losers, all rules.
-  std::optional<std::string> findRuleSourcetype(const Sample& sample, RuleTiming timing,
+  std::optional<std::string> findRuleSourcetype(const CountedLines& lines, RuleTiming timing,
                                                 MatchBudget& budget,
                                                 FlowObserver* observer = nullptr);
 
@@ -48,28 +54,36 @@ class Rules {
                         int percent, MatchBudget& budget);
 
  private:
-  struct Test;
-  struct TestedLines;
-  struct Found {
+  struct Test {
+    std::string key;
+    std::string pattern;
+    char comparer = '>';
+    int percent = 0;
+    bool hasNumber = true;  // if false, `percent` is 0
+  };
+  struct Rule {
     std::string stanza;
     std::string sourcetype;
+    std::vector<Test> tests;
   };
 
-  static std::optional<Test> parseTestKey(const std::string& key);
-  std::optional<Found> findRule(TestedLines& lines, RuleTiming timing, MatchBudget& budget);
-  bool passesTests(TestedLines& lines, const std::string& stanza, const PropertiesMap& rule,
-                   MatchBudget& budget);
-  bool passesTest(TestedLines& lines, const std::string& pattern, const Test& test,
+  static std::optional<Test> parseTest(std::string_view key, std::string_view pattern);
+  std::vector<Rule> readRules(RuleTiming timing);
+  // The first of the rules that passes; null if none does.
+  const Rule* findRule(const CountedLines& lines, const std::vector<Rule>& rules,
+                       MatchBudget& budget);
+  void tellRules(const CountedLines& lines, const std::vector<Rule>& rules, const Rule* winner,
+                 RuleTiming timing, FlowObserver& observer);
+  RuleEvidence describeRule(const CountedLines& lines, const Rule& rule, MatchBudget& budget);
+  bool isUsable(const Rule& rule);
+  bool passesTests(const CountedLines& lines, const Rule& rule, MatchBudget& budget);
+  bool passesTest(const CountedLines& lines, FilteredRegex& regex, const Test& test,
                   MatchBudget& budget);
-  void reportFaults(const std::string& stanza, const std::string& key, const Test& test,
-                    const std::string& pattern);
+  void reportFaults(const Rule& rule, const Test& test, const std::string& error);
   // Counts the matching lines. Stops as soon as it is certain whether the count reaches `decisive`.
-  std::size_t countMatches(TestedLines& lines, FilteredRegex& expression, std::size_t decisive,
+  std::size_t countMatches(const CountedLines& lines, FilteredRegex& regex, std::size_t decisive,
                            MatchBudget& budget);
   FilteredRegex& expression(const std::string& pattern);
-  void tellRules(TestedLines& lines, RuleTiming timing, const std::optional<Found>& winner,
-                 FlowObserver& observer);
-  RuleEvidence describeRule(TestedLines& lines, const std::string& stanza, MatchBudget& budget);
 
   // Limits on what one search for a rule logs.
   struct Records {

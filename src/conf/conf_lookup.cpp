@@ -52,8 +52,8 @@ PropertiesMap ConfLookup::settingsWithDefaults(std::string_view stanza) {
   return settings;
 }
 
-void ConfLookup::visitStanzas(const StanzaVisitor& visit) {
-  const auto stanzas = index_.all();
+void ConfLookup::visitStanzas(const StanzaVisitor& visit, std::string_view prefix) {
+  const auto stanzas = index_.findPrefix(prefix);
   std::vector<ConfFile::Setting> merged;
   for (auto first = stanzas.begin(); first != stanzas.end();) {
     const auto name = first->stanza->name;

@@ -33,7 +33,7 @@ class ConfLookup {
 
   using StanzaVisitor =
       std::function<void(std::string_view name, std::span<const ConfFile::Setting> settings)>;
-  void visitStanzas(const StanzaVisitor& visit);
+  void visitStanzas(const StanzaVisitor& visit, std::string_view prefix);
 
   void addSettings(PropertiesMap& out, std::span<const std::string> names, MatchBudget& budget);
   void addSettings(PropertiesMap& out, std::span<const std::string> names,

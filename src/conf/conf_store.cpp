@@ -108,9 +108,9 @@ void ConfStore::getExactStanza(Conf& conf, PropertiesMap& out, std::string_view 
   conf.lookup_.addExactStanza(out, stanza);
 }
 
-void ConfStore::visitStanzas(Conf& conf, const StanzaVisitor& visit) {
+void ConfStore::visitStanzas(Conf& conf, const StanzaVisitor& visit, std::string_view prefix) {
   const std::scoped_lock lock(mutex_);
-  conf.lookup_.visitStanzas(visit);
+  conf.lookup_.visitStanzas(visit, prefix);
 }
 
 void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out, std::string_view names,

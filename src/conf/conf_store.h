@@ -99,11 +99,11 @@ class ConfStore {
   // A key that `out` already has keeps its value, here and in getStanzaSettings().
   void getExactStanza(Conf& conf, PropertiesMap& out, std::string_view stanza);
 
-  // Calls `visit` once for each stanza name, in ascending byte order, with the settings of that
-  // name merged over all layers. The settings are in byte order of their keys and live until
+  // Calls `visit` once for each stanza name that begins with `prefix`, in ascending byte order, with
+  // the settings of that name merged over all layers. The settings are in byte order of their keys and live until
   // `visit` returns.
   using StanzaVisitor = ConfLookup::StanzaVisitor;
-  void visitStanzas(Conf& conf, const StanzaVisitor& visit);
+  void visitStanzas(Conf& conf, const StanzaVisitor& visit, std::string_view prefix = {});
 
   // Adds the effective settings of one or more names, the first name first. For each name it adds
   // the settings of the stanza of that name and of the pattern stanzas that match the name. Stanzas

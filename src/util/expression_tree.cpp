@@ -1,5 +1,7 @@
 #include "util/expression_tree.h"
 
+#include <algorithm>
+
 #include "util/text.h"
 
 namespace sourcetype {
@@ -57,7 +59,9 @@ constexpr ByteSet kPlainCharacters = [] {
 class ExpressionParser {
  public:
   ExpressionParser(std::string_view pattern, ExpressionTree& tree)
-      : pattern_(pattern), nodes_(tree.nodes_) {}
+      : pattern_(pattern),
+        nodes_(tree.nodes_),
+        isLarge_(pattern.size() * (kClassSize + kItemSize) > kMaxCompiledSize) {}
 
   // Returns the root. Throws NotUnderstood.
   std::uint32_t parse() {
@@ -65,7 +69,7 @@ class ExpressionParser {
     nodes_.reserve(pattern_.size() + 4);
     const auto root = choice(1);
     if (!atEnd()) throw NotUnderstood{};  // a parenthesis that nothing opened
-    if (compiledSize(root) > kMaxCompiledSize) throw NotUnderstood{};
+    if (isLarge_ && compiledSize(root) > kMaxCompiledSize) throw NotUnderstood{};
     return root;
   }
 
@@ -76,7 +80,8 @@ class ExpressionParser {
   static constexpr std::uint32_t kUnlimited = ExpressionTree::kUnlimited;
 
   bool atEnd() const { return at_ == pattern_.size(); }
-  bool sees(char c) const { return !atEnd() && pattern_[at_] == c; }
+  char peek() const { return atEnd() ? '\0' : pattern_[at_]; }
+  bool sees(char c) const { return peek() == c; }
   bool accept(char c) {
     if (!sees(c)) return false;
     ++at_;
@@ -93,16 +98,16 @@ class ExpressionParser {
   }
   // The number of plain characters that stand here without a quantifier.
   std::size_t plainLength() const {
-    const auto isPlain = [this](std::size_t at) {
-      return kPlainCharacters.contains(static_cast<unsigned char>(pattern_[at]));
+    const auto rest = pattern_.substr(at_);
+    const auto isPlain = [](char c) {
+      return kPlainCharacters.contains(static_cast<unsigned char>(c));
     };
-    auto end = at_;
-    while (end < pattern_.size() && isPlain(end)) ++end;
-    const bool hasQuantifier =
-        end < pattern_.size() &&
-        std::string_view("?*+{").find(pattern_[end]) != std::string_view::npos;
-    return end - at_ - (hasQuantifier && end > at_ ? 1 : 0);
+    const auto end = std::ranges::find_if_not(rest, isPlain);
+    const auto length = static_cast<std::size_t>(end - rest.begin());
+    const bool hasQuantifier = end != rest.end() && isQuantifier(*end);
+    return hasQuantifier && length > 0 ? length - 1 : length;
   }
+  static bool isQuantifier(char c) { return c == '?' || c == '*' || c == '+' || c == '{'; }
   static bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80 && c != '\0'; }
 
   std::uint32_t add(const Node& node) {
@@ -137,7 +142,7 @@ class ExpressionParser {
 
   std::uint32_t sequence(int nesting) {
     const auto result = add({.kind = Kind::Sequence});
-    for (auto last = kNone; !atEnd() && !sees('|') && !sees(')');) {
+    for (auto last = kNone; !atEnd() && peek() != '|' && peek() != ')';) {
       const auto length = isCaseless_ ? 0 : plainLength();
       const auto part = length > 0 ? addText(length) : quantified(nesting);
       (last == kNone ? nodes_[result].firstPart : nodes_[last].nextSibling) = part;
@@ -148,21 +153,22 @@ class ExpressionParser {
 
   std::uint32_t quantified(int nesting) {
     const auto part = atom(nesting);
+    if (!isQuantifier(peek())) return part;
     std::uint32_t min = 0;
     std::uint32_t max = kUnlimited;
     if (accept('+')) {
       min = 1;
     } else if (accept('?')) {
       max = 1;
-    } else if (sees('{')) {
-      counts(min, max);
     } else if (!accept('*')) {
-      return part;
+      counts(min, max);
     }
     const auto kind = nodes_[part].kind;
     if (kind == Kind::Empty || kind == Kind::Ahead || kind == Kind::Start) throw NotUnderstood{};
     if (!accept('+')) accept('?');  // possessive, lazy
-    if (sees('*') || sees('+') || sees('?') || sees('{')) throw NotUnderstood{};
+    if (isQuantifier(peek())) throw NotUnderstood{};
+    const bool isCopied = max == kUnlimited ? min > 0 : max > 1;
+    isLarge_ = isLarge_ || (isCopied && kind != Kind::Bytes);
     return add({.kind = Kind::Repeat, .min = min, .max = max, .firstPart = part});
   }
 
@@ -371,6 +377,8 @@ class ExpressionParser {
       if (high == '\\') high = literal(next());
       if (high < low) throw NotUnderstood{};
     }
+    if (!isCaseless_)
+      return bytes.add(static_cast<unsigned char>(low), static_cast<unsigned char>(high));
     for (char c = low; c != high; ++c) addCharacter(bytes, c);
     addCharacter(bytes, high);
   }
@@ -378,7 +386,7 @@ class ExpressionParser {
   std::uint64_t compiledSize(std::uint32_t index) const {
     const Node& node = nodes_[index];
     std::uint64_t size = kItemSize + node.text.size() * 2;
-    if (node.kind == Kind::Bytes && node.bytes.size() > 1) size = kClassSize;
+    if (node.kind == Kind::Bytes && !node.bytes.single()) size = kClassSize;
     for (auto part = node.firstPart; part != kNone; part = nodes_[part].nextSibling) {
       size += compiledSize(part);
     }
@@ -391,6 +399,7 @@ class ExpressionParser {
   std::vector<Node>& nodes_;
   std::size_t at_ = 0;
   bool isCaseless_ = false;
+  bool isLarge_;  // the compiled size may exceed the bound, so it is computed
 };
 
 std::optional<ExpressionTree> ExpressionTree::parse(std::string_view pattern) try {
@@ -399,6 +408,22 @@ std::optional<ExpressionTree> ExpressionTree::parse(std::string_view pattern) tr
   return tree;
 } catch (const NotUnderstood&) {
   return std::nullopt;
+}
+
+bool ExpressionTree::isAnchored(std::uint32_t index) const {
+  const Node& node = nodes_[index];
+  if (node.kind == Kind::Start) return true;
+  if (node.kind == Kind::Choice) {
+    bool result = true;
+    forEachPart(node, [&](auto part) { result = result && isAnchored(part); });
+    return result;
+  }
+  if (node.kind != Kind::Sequence) return false;
+  auto part = node.firstPart;
+  while (part != kNone && readsNothing(nodes_[part]) && !isAnchored(part)) {
+    part = nodes_[part].nextSibling;
+  }
+  return part != kNone && isAnchored(part);
 }
 
 }  // namespace sourcetype

@@ -3,62 +3,15 @@
 //   if (const auto tree = ExpressionTree::parse(pattern)) walk(tree->root());
 #pragma once
 
-#include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
 
+#include "util/byte_set.h"
+
 namespace sourcetype {
-
-class ByteSet {
- public:
-  constexpr bool contains(unsigned char byte) const {
-    return (bits_[byte / 64U] >> (byte % 64U) & 1U) != 0;
-  }
-  constexpr void add(unsigned char byte) { bits_[byte / 64U] |= std::uint64_t{1} << (byte % 64U); }
-  constexpr void add(unsigned char first, unsigned char last) {
-    for (unsigned byte = first; byte <= last; ++byte) add(static_cast<unsigned char>(byte));
-  }
-  constexpr void remove(unsigned char byte) {
-    bits_[byte / 64U] &= ~(std::uint64_t{1} << (byte % 64U));
-  }
-  constexpr void add(const ByteSet& other) {
-    for (std::size_t i = 0; i < bits_.size(); ++i) bits_[i] |= other.bits_[i];
-  }
-  constexpr void intersect(const ByteSet& other) {
-    for (std::size_t i = 0; i < bits_.size(); ++i) bits_[i] &= other.bits_[i];
-  }
-  constexpr void invert() {
-    for (auto& bits : bits_) bits = ~bits;
-  }
-  constexpr std::size_t size() const {
-    std::size_t count = 0;
-    for (const auto bits : bits_) count += static_cast<std::size_t>(std::popcount(bits));
-    return count;
-  }
-  // The byte of a set of one.
-  constexpr std::optional<unsigned char> single() const {
-    if (size() != 1) return std::nullopt;
-    std::optional<unsigned char> found;
-    visit([&](unsigned char byte) { found = byte; });
-    return found;
-  }
-  // Calls visit(byte) in ascending order.
-  template <class Visit>
-  constexpr void visit(Visit visit) const {
-    for (unsigned i = 0; i < bits_.size(); ++i) {
-      for (auto rest = bits_[i]; rest != 0; rest &= rest - 1) {
-        visit(static_cast<unsigned char>(i * 64 + static_cast<unsigned>(std::countr_zero(rest))));
-      }
-    }
-  }
-
- private:
-  std::array<std::uint64_t, 4> bits_{};
-};
 
 // Only expressions of ASCII and of constructs that are common in rules are understood. All of those
 // compile. Differences that only make an expression match less are left out: assertions, negative
@@ -95,12 +48,26 @@ class ExpressionTree {
 
   const Node& node(std::uint32_t index) const { return nodes_[index]; }
   std::uint32_t root() const { return root_; }
+  // Calls visit(index) for each part of a node.
+  template <class Visit>
+  void forEachPart(const Node& node, Visit visit) const {
+    for (auto i = node.firstPart; i != kNone; i = nodes_[i].nextSibling) visit(i);
+  }
+  // Whether a match can only begin where a line does.
+  bool isAnchored() const { return isAnchored(root_); }
 
  private:
   friend class ExpressionParser;
 
+  bool isAnchored(std::uint32_t index) const;
+
   std::vector<Node> nodes_;
   std::uint32_t root_ = kNone;
 };
+
+inline bool readsNothing(const ExpressionTree::Node& node) {
+  using Kind = ExpressionTree::Kind;
+  return node.kind == Kind::Empty || node.kind == Kind::Ahead || node.kind == Kind::Start;
+}
 
 }  // namespace sourcetype

@@ -11,15 +11,20 @@ namespace {
 using sourcetype::testing::repeated;
 using sourcetype::testing::TempTree;
 
+std::optional<std::string> findIn(Rules& rules, const std::string& text, MatchBudget& budget) {
+  const Sample sample = readSampleText(text, {}, "text");
+  const CountedLines lines = Rules::testedLines(sample);
+  return rules.findRuleSourcetype(lines, RuleTiming::BeforeModels, budget);
+}
+
 // The rule that props.conf gives a text.
 std::string found(const std::string& props, const std::string& text) {
   const TempTree tree;
   tree.write("system/local/props.conf", props);
   ConfStore store(tree.root());
   MatchBudget budget(kMaxFileCost);
-  return Rules(store)
-      .findRuleSourcetype(readSampleText(text, {}, "text"), RuleTiming::BeforeModels, budget)
-      .value_or("(none)");
+  Rules rules(store);
+  return findIn(rules, text, budget).value_or("(none)");
 }
 
 TEST(Rule, IsPassedWhenAllItsTestsAre) {
@@ -49,9 +54,8 @@ TEST(Rules, AreNotTriedAnyMoreWhenTheirBudgetIsSpent) {
              "[rule::1]\nsourcetype=a\nMORE_THAN_1=x\n[rule::2]\nsourcetype=b\nLESS_THAN_0=!\n");
   ConfStore store(tree.root());
   MatchBudget budget(10'300);  // enough to compile the first expression
-  EXPECT_EQ(Rules(store).findRuleSourcetype(readSampleText(repeated("y\n", 1000), {}, "text"),
-                                            RuleTiming::BeforeModels, budget),
-            std::nullopt);
+  Rules rules(store);
+  EXPECT_EQ(findIn(rules, repeated("y\n", 1000), budget), std::nullopt);
 }
 
 TEST(Rules, WithFaultsAreReportedOnce) {
@@ -64,7 +68,7 @@ TEST(Rules, WithFaultsAreReportedOnce) {
   ::testing::internal::CaptureStderr();
   for (int i = 0; i < 2; ++i) {
     MatchBudget budget(kMaxFileCost);
-    rules.findRuleSourcetype(readSampleText("x\n", {}, "text"), RuleTiming::BeforeModels, budget);
+    findIn(rules, "x\n", budget);
   }
   const auto log = ::testing::internal::GetCapturedStderr();
   const std::string invalid =

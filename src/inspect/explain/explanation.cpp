@@ -56,7 +56,7 @@ std::optional<RuleEvidence> ruleForFewLines(TrialRun& run, const InputWord& inpu
   MatchBudget budget(kMaxFileCost);
   Rules rules(run.store());
   for (const auto timing : {RuleTiming::BeforeModels, RuleTiming::AfterModels}) {
-    if (rules.findRuleSourcetype(*sample, timing, budget, &evidence)) {
+    if (rules.findRuleSourcetype(Rules::testedLines(*sample), timing, budget, &evidence)) {
       return evidence.nearRules().front();
     }
   }
