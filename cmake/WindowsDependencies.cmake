@@ -19,3 +19,20 @@ target_compile_definitions(dependency::libxslt INTERFACE LIBXSLT_STATIC)
 add_library(dependency::log4cpp INTERFACE IMPORTED)
 target_include_directories(dependency::log4cpp INTERFACE "${LOG4CPP_INCLUDE_DIR}")
 target_link_libraries(dependency::log4cpp INTERFACE "${LOG4CPP_LIBRARY}" ws2_32)
+
+# What libarchive reads compressed files with, in the order that a static link needs.
+find_package(LibArchive REQUIRED)
+find_package(ZLIB REQUIRED)
+find_package(BZip2 REQUIRED)
+find_package(LibLZMA REQUIRED)
+find_library(ZSTD_LIBRARY NAMES zstd zstd_static REQUIRED)
+find_library(LZ4_LIBRARY lz4 REQUIRED)
+add_library(dependency::libarchive INTERFACE IMPORTED)
+target_link_libraries(dependency::libarchive INTERFACE LibArchive::LibArchive LibLZMA::LibLZMA
+                      "${ZSTD_LIBRARY}" "${LZ4_LIBRARY}" BZip2::BZip2 ZLIB::ZLIB)
+target_compile_definitions(dependency::libarchive INTERFACE LIBARCHIVE_STATIC)
+
+find_package(CLI11 CONFIG REQUIRED)
+find_package(nlohmann_json CONFIG REQUIRED)
+add_library(dependency::cli11 ALIAS CLI11::CLI11)
+add_library(dependency::json ALIAS nlohmann_json::nlohmann_json)

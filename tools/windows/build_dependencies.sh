@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the static libraries that the Windows executable and its tests link, with the cross
+# Builds the static libraries that the Windows executables and their tests link, with the cross
 # compiler, and keeps them in a cache outside the checkout. Prints the prefix they are installed in.
 #
 #   build_dependencies.sh           builds what is not in the cache
@@ -69,20 +69,30 @@ with_cmake() {
   cmake --install "$build"
 }
 
+# with_compiler NAME FLAGS FILE...: makes libNAME.a of the files, for a library without a build that
+# knows this compiler and can leave the shared library out.
+with_compiler() {
+  local name=$1 flags file object objects=()
+  read -ra flags <<<"$2"
+  shift 2
+  mkdir -p "$work/objects/$name"
+  for file in "$@"; do
+    object=$work/objects/$name/$(basename "$file" .c).o
+    x86_64-w64-mingw32-gcc-posix -O2 -c "${flags[@]}" "$file" -o "$object"
+    objects+=("$object")
+  done
+  x86_64-w64-mingw32-ar rcs "$prefix/lib/lib$name.a" "${objects[@]}"
+}
+
 # The package holds the library's two sources with the configuration they need. The header's
 # parameter is made non-const, as in the C libraries of other systems.
 build_iconv() {
   local source
   source=$(source_of iconv)
   sed 's/const char\* \* inbuf/char* * inbuf/' "$source/support/iconv.h" >"$prefix/include/iconv.h"
-  local object objects=()
-  for file in deps/libiconv/lib/iconv support/localcharset; do
-    object=$work/$(basename "$file").o
-    x86_64-w64-mingw32-gcc-posix -O2 -c -DENABLE_EXTRA=1 -DICONV_CONST= -DWORDS_LITTLEENDIAN=1 \
-      -I"$prefix/include" -I"$source/support" "$source/$file.c" -o "$object"
-    objects+=("$object")
-  done
-  x86_64-w64-mingw32-ar rcs "$prefix/lib/libiconv.a" "${objects[@]}"
+  with_compiler iconv \
+    "-DENABLE_EXTRA=1 -DICONV_CONST= -DWORDS_LITTLEENDIAN=1 -I$prefix/include -I$source/support" \
+    "$source"/{deps/libiconv/lib/iconv,support/localcharset}.c
   licence libiconv /usr/share/common-licenses/LGPL-2 "$source/LICENSE"
 }
 
@@ -127,6 +137,79 @@ build_fmt() {
   licence fmt "$source/LICENSE.rst"
 }
 
+build_zlib() {
+  local source
+  source=$(source_of zlib)
+  with_compiler z '' "$source"/*.c
+  cp "$source"/{zlib,zconf}.h "$prefix/include/"
+  licence zlib "$source/LICENSE"
+}
+
+# Without getopt_long its build leaves the programs out. libarchive decompresses in one thread.
+build_xz() {
+  local source
+  source=$(source_of xz-utils)
+  with_cmake "$source" -DHAVE_GETOPT_LONG=OFF -DBUILD_TESTING=OFF
+  licence liblzma "$source/COPYING"
+}
+
+# On Windows the header declares pointers into a DLL that the program loads itself. It is changed to
+# declare the functions, as it does on other systems.
+build_bzip2() {
+  local source
+  source=$(source_of bzip2)
+  sed -i 's/ifdef _WIN32/if 0/' "$source/bzlib.h"
+  with_compiler bz2 '' \
+    "$source"/{blocksort,huffman,crctable,randtable,compress,decompress,bzlib}.c
+  cp "$source/bzlib.h" "$prefix/include/"
+  licence bzip2 "$source/LICENSE"
+}
+
+build_zstd() {
+  local source
+  source=$(source_of libzstd)
+  with_cmake "$source/build/cmake" \
+    -DZSTD_{BUILD_PROGRAMS,BUILD_SHARED,BUILD_TESTS,LEGACY_SUPPORT,MULTITHREAD_SUPPORT}=OFF
+  licence zstd "$source/LICENSE"
+}
+
+# The prefix of the names keeps its copy of xxHash apart from others.
+build_lz4() {
+  local source
+  source=$(source_of lz4)
+  with_compiler lz4 -DXXH_NAMESPACE=LZ4_ "$source"/lib/{lz4,lz4hc,lz4frame,xxhash}.c
+  cp "$source"/lib/{lz4,lz4hc,lz4frame}.h "$prefix/include/"
+  licence lz4 "$source/lib/LICENSE"
+}
+
+# Its build always makes the shared library too, and gives the static one another name.
+build_libarchive() {
+  local source
+  source=$(source_of libarchive)
+  sed -i -e 's/ADD_LIBRARY(archive SHARED/& EXCLUDE_FROM_ALL/' \
+    -e 's/INSTALL(TARGETS archive archive_static/INSTALL(TARGETS archive_static/' \
+    "$source/libarchive/CMakeLists.txt"
+  with_cmake "$source" -DCMAKE_C_FLAGS=-DLZMA_API_STATIC -DPOSIX_REGEX_LIB=NONE \
+    -DENABLE_{TAR,CPIO,CAT,TEST,OPENSSL,CNG,LIBB2,LIBXML2,EXPAT,PCREPOSIX,LIBGCC,ICONV,XATTR,ACL}=OFF \
+    -DENABLE_{ZLIB,BZip2,LZMA,ZSTD,LZ4}=ON
+  mv "$prefix/lib/libarchive_static.a" "$prefix/lib/libarchive.a"
+  licence libarchive "$source/COPYING"
+}
+
+build_cli11() {
+  local source
+  source=$(source_of cli11)
+  with_cmake "$source" -DCLI11_BUILD_{DOCS,TESTS,EXAMPLES}=OFF
+  licence cli11 "$source/LICENSE"
+}
+
+build_json() {
+  local source
+  source=$(source_of nlohmann-json3)
+  with_cmake "$source" -DJSON_BuildTests=OFF
+  licence nlohmann-json "$source/LICENSE.MIT"
+}
+
 build_googletest() { with_cmake "$(source_of googletest)"; }
 
 # build_all LIBRARY...: one after the other, each with a log of its own.
@@ -145,11 +228,11 @@ build_all() {
   done
 }
 
-build_all iconv libxml2 libxslt &
-readonly xml_chain=$!
+build_all iconv libxml2 libxslt log4cpp fmt googletest cli11 json &
+readonly other_chain=$!
 status=0
-build_all pcre2 log4cpp fmt googletest || status=$?
-wait "$xml_chain" || status=$?
+build_all pcre2 zlib xz bzip2 zstd lz4 libarchive || status=$?
+wait "$other_chain" || status=$?
 [ "$status" = 0 ] || exit "$status"
 touch "$complete"
 printf '%s\n' "$prefix"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Fetches the sources of the libraries that the Windows executable links, once, into the directory
+# Fetches the sources of the libraries that the Windows executables link, once, into the directory
 # given as the only argument, and verifies each against the checksum below.
 #
 # They come from where this machine's packages come from: its apt configuration, asked for source
@@ -16,6 +16,14 @@ readonly sources="\
 8247f33e9a872c6ac859aa45018bc4c4d00b97e2feac9eebc10c93ce1f34dd79 libxslt_1.1.35.orig.tar.xz bookworm libxslt
 c33b418e3b936ee3153de2c61cc638e7e4fe3156022a5c77d0711bcbb9d64f1f pcre2_10.42.orig.tar.gz bookworm pcre2
 696113659e426540625274a8b251052cc04306d8ee5c42a0c7639f39ca90c9d6 log4cpp_1.1.4.orig.tar.gz trixie log4cpp
+9e2c1b80d5fbe59b61308fdfab6c79b5021d7ff4ff2489fb12daf0a96a83551d libarchive_3.6.2.orig.tar.xz bookworm libarchive
+71feb7947e3c00ef125f83b79a4e529bde31171e5babe48b391f06758d1ab0a1 zlib_1.2.13.dfsg.orig.tar.bz2 bookworm zlib
+5d9827aa1875b21c288f78864bb26d2650b436ea8d2cad364e4921eb6266a5a5 xz-utils_5.4.1.orig.tar.xz bookworm xz-utils
+ab5a03176ee106d3f0fa90e381da478ddae405918153cca248e682cd0c4a2269 bzip2_1.0.8.orig.tar.gz bookworm bzip2
+8cf4bbb65e77ec348d052c8d6230eba66d435bddf64c8b5be2fcb16880c19953 libzstd_1.5.4+dfsg2.orig.tar.xz bookworm libzstd
+0b0e3aa07c8c063ddf40b082bdf7e37a1562bda40a0ff5272957f3e987e0e54b lz4_1.9.4.orig.tar.gz bookworm lz4
+8143d20b688e98ccce8e24562d3b68e5f47c12e896c42c7ca8553dbde5bed55d cli11_2.1.2+ds.orig.tar.xz bookworm cli11
+d69f9deb6a75e2580465c6c4c5111b89c4dc2fa94e3a85fcd2ffcd9a143d9273 nlohmann-json3_3.11.2.orig.tar.gz bookworm nlohmann-json3
 19d0c9109234dcf12796915a4a9c9496b8ecf3e0d08e4722f99b56e3d0a3dffb iconv-3.0.1.tgz npm iconv@3.0.1"
 
 work=$(mktemp -d)

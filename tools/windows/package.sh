@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes a zip of the Windows executable and all that goes with it; prints its name.
+# Makes a zip of the Windows executables and all that goes with them; prints its name.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 readonly here
@@ -14,7 +14,7 @@ trap 'rm -rf "$work"' EXIT
 readonly top=$work/$name
 
 mkdir -p "$top/licences" "$top/source"
-cp build/windows/src/sourcetype.exe packaging/install.ps1 README.md CHANGELOG.md LICENSE "$top/"
+cp build/windows/src/sourcetype{,-inspect}.exe packaging/install.ps1 README.md CHANGELOG.md LICENSE "$top/"
 cp -R docs "$top/"
 # A run with the source tree as its TARNEL_HOME leaves its own there.
 tar --exclude=local --exclude=learned --exclude=log-cmdline-local.cfg -cf - etc | tar -C "$top" -xf -
@@ -25,7 +25,7 @@ for package in gcc-mingw-w64-base mingw-w64-common; do # the compiler's own libr
   mkdir -p "$top/licences/$package"
   cp "/usr/share/doc/$package/copyright" "$top/licences/$package/"
 done
-# What it takes to link the executable anew with changed copies of the LGPL libraries.
+# What it takes to link the executables anew with changed copies of the LGPL libraries.
 cp "${prefix%/*}"/downloads/{log4cpp,iconv}[_-]* "$top/source/"
 git archive --format=tar.gz --prefix="sourcetype-$version/" -o "$top/source/sourcetype-$version.tar.gz" HEAD
 
