@@ -75,6 +75,9 @@ void forEachLine(std::string_view text, bool isWhole, const Visit& visit) {
 }  // namespace
 
 LogBytes readLogFile(const std::filesystem::path& path) {
+  if (fileKind(path) == FileKind::Other) {
+    throw InspectError(pathToText(path) + " is not a regular file");
+  }
   InputFile file(path);
   const auto requireNoError = [&] {
     if (file.error()) throw InspectError(pathToText(path) + ": " + file.error().message());

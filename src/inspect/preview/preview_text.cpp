@@ -97,6 +97,7 @@ std::string countRow(std::string_view name, const EventCount& events, const Outp
 }
 
 std::string unreadText(const Preview& preview) {
+  if (preview.unreadLines == 0) return "the rest was not read\n";
   const auto lines = counted(preview.unreadLines, "more line");
   const auto verb = preview.unreadLines == 1 ? "was" : "were";
   return preview.isWhole ? fmt::format("{} {} not read\n", lines, verb)

@@ -128,19 +128,22 @@ void runPreview(Session& session, const Options& options) {
   MemoryStorage edits;
   ConfStore store(session.etc(), edits);
   const auto formats = readDatetimeFile(session.etc() / "datetime.xml");
+  if (formats.forms().empty()) {
+    Output::complain(pathToText(session.etc() / "datetime.xml") + " has no forms of timestamps");
+  }
   checkSourcetype(store, options.sourcetype);
   const bool fromStandardInput = options.file == "-";
-  const PreviewRequest request{
-      .path = pathFromText(fromStandardInput ? "stdin" : options.file),
-      .fromStandardInput = fromStandardInput,
-      .sourcetype = options.sourcetype,
-      .tried = triedSettings(options.assignments, formats.zones())};
+  const PreviewRequest request{.path = pathFromText(fromStandardInput ? "stdin" : options.file),
+                               .fromStandardInput = fromStandardInput,
+                               .sourcetype = options.sourcetype,
+                               .tried = triedSettings(options.assignments, formats.zones())};
   const auto preview = previewLog(store, formats, request);
   for (const auto& problem : preview.problems) Output::complain(problem);
   if (preview.isBinary) {
     Output::complain(options.file + " is binary");
     return session.raise(Status::Found);
   }
+  if (preview.sourcetype.empty()) session.raise(Status::Found);
   printPreview(preview, options, session.out());
   if (!options.save) return;
   checkMaySave(session, options, preview.sourcetype);
@@ -159,7 +162,9 @@ void addPreviewVerb(CLI::App& app, Session& session) {
       ->option_text("KEY=VALUE")
       ->allow_extra_args(false);
   verb->add_flag("--save", options->save, "Write the tried settings to the sourcetype's stanza");
-  verb->add_option("--max", options->maxEvents, "Print only so many events")->option_text("N");
+  verb->add_option("--max", options->maxEvents, "Print only so many events")
+      ->check(CLI::NonNegativeNumber)
+      ->option_text("N");
   verb->callback([&session, options] { runPreview(session, *options); });
 }
 
