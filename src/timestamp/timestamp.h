@@ -20,8 +20,8 @@ struct Timestamp {
   std::int32_t nanoseconds = 0;  // 0 to 999,999,999, forward from `seconds`
   // Seconds east of UTC, of the zone that the timestamp is read in; 0 for a Unix time.
   std::int32_t utcOffset = 0;
-  TimestampSpan main;            // the whole timestamp, or the time of day
-  TimestampSpan second;          // a separate date, before or after `main`
+  TimestampSpan main;    // the whole timestamp, or the time of day
+  TimestampSpan second;  // a separate date, before or after `main`
 };
 
 }  // namespace sourcetype

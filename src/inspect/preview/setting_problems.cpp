@@ -75,6 +75,7 @@ std::string problemOf(Kind kind, const std::string& value, const TimeZones& zone
 
 std::vector<std::string> previewKeys() {
   std::vector<std::string> names;
+  names.reserve(kKeys.size());
   for (const auto& known : kKeys) names.emplace_back(known.name);
   return names;
 }

@@ -23,6 +23,7 @@
 #include "inspect/setting_sources.h"
 #include "platform/path_form.h"
 #include "timestamp/datetime_file.h"
+#include "util/text.h"
 
 namespace sourcetype {
 namespace {
@@ -97,7 +98,8 @@ void saveSettings(Session& session, const std::string& sourcetype, const Propert
   ConfStore store(session.etc());
   Conf& props = store.getProps();
   if (!store.writeStanza(props, sourcetype, tried, false)) {
-    throw InspectError("the settings of " + sourcetype + " cannot be written");
+    throw InspectError("the settings cannot be written to " +
+                       pathToText(store.root() / "system" / "local" / "props.conf"));
   }
   PropertiesMap saved;
   for (const auto& [key, entry] : tried.entries())
@@ -107,6 +109,16 @@ void saveSettings(Session& session, const std::string& sourcetype, const Propert
     Output::printJson({{"saved", toJson(settings, false)}});
   } else {
     Output::print("\nsaved\n" + toText(settings, false, session.out(), 2));
+  }
+}
+
+// Readers of .conf files drop blanks around values.
+void checkBlanks(const PropertiesMap& tried) {
+  for (const auto& [key, entry] : tried.entries()) {
+    if (trimBlanks(entry.value) == entry.value) continue;
+    throw InspectError("nothing is saved: " + key +
+                       " begins or ends with a blank, which a .conf file does not keep; an "
+                       "expression may have [ ] instead");
   }
 }
 
@@ -146,6 +158,7 @@ void runPreview(Session& session, const Options& options) {
   if (preview.sourcetype.empty()) session.raise(Status::Found);
   printPreview(preview, options, session.out());
   if (!options.save) return;
+  checkBlanks(request.tried);
   checkMaySave(session, options, preview.sourcetype);
   saveSettings(session, preview.sourcetype, request.tried);
 }
