@@ -111,9 +111,13 @@ std::vector<std::string> seeds() {
                                  "^(?i:kas[^s]|ab)c",
                                  "^[^a]{0,9}(?<=[ab]\\d)x",
                                  "^a(?i:b)c",
-                                 "^(?=ab)(?:abc|abd)x"}) {
-    inputs.push_back(joined({expression, "abcdefgh", "abd\xFF\nb\xC3\xA9x\n1\n"}));
+                                 "^(?=ab)(?:abc|abd)x",
+                                 "^(?i:s)x",
+                                 "^(?i:[^s])x"}) {
+    inputs.push_back(
+        joined({expression, "abcdefgh", "abd\xFF\nb\xC3\xA9x\n1\n\xC5\xBFx\n\xC3\xA9x\nxa"}));
   }
+  inputs.push_back(joined({"abc", "", std::string(1100, 'x') + "abc"}));
   return inputs;
 }
 

@@ -3,8 +3,6 @@
 #include <log4cpp/Category.hh>
 #include <log4cpp/Priority.hh>
 
-#include <cerrno>
-
 namespace sourcetype {
 namespace {
 
@@ -27,10 +25,7 @@ Priority::Value priorityOf(LogLevel level) {
 }  // namespace
 
 bool LogCategory::isEnabled(LogLevel level) const {
-  const int callersError = errno;
-  const bool enabled = backEnd().isPriorityEnabled(priorityOf(level));
-  errno = callersError;
-  return enabled;
+  return backEnd().isPriorityEnabled(priorityOf(level));
 }
 
 void LogCategory::write(LogLevel level, const std::string& record) const {

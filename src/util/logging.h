@@ -27,7 +27,7 @@ class LogCategory {
  public:
   constexpr explicit LogCategory(const char* name) : name_(name) {}
 
-  // Cheap. Does not change errno, so that a "%m" that follows has its error.
+  // Cheap.
   bool isEnabled(LogLevel level) const;
   void write(LogLevel level, const std::string& record) const;
 

@@ -37,7 +37,9 @@ TEST(Rule, IsPassedWhenAllItsTestsAre) {
 
 TEST(Rules, LookAtTheFirstThousandLinesAlone) {
   const auto text = repeated("hit\n", 1000) + repeated("miss\n", 500);
-  EXPECT_EQ(found("[rule::r]\nsourcetype=t\nMORE_THAN_100=hit\n", text), "t");
+  const std::string rule = "[rule::r]\nsourcetype=t\nMORE_THAN_100=hit\n";
+  EXPECT_EQ(found(rule, text), "t");
+  EXPECT_EQ(found(rule, repeated("hit\n", 999) + "miss\n"), "(none)");
 }
 
 TEST(Rules, StopCountingAtALineThatCostsTooMuch) {

@@ -142,6 +142,11 @@ TEST(ForeignEncoding, SkipsTheFileAndNeverWritesIt) {
   }
 }
 
+TEST(ForeignEncoding, IsSeenInSevenBytes) {
+  EXPECT_TRUE(findEncodingError("x\0a\0b\0c\0x"s));
+  EXPECT_FALSE(findEncodingError("x\0a\0b\0cxx"s));
+}
+
 TEST(AddStanza, LeavesAloneWhatAnotherProcessHasJustWritten) {
   Tree tree;
   tree.write("apps/a/default/props.conf", "[elsewhere]\nk = 1\n");
@@ -247,6 +252,12 @@ TEST(WriteStanza, FailsWhenOneProcessKeepsTheLock) {
     EXPECT_NE(log.find("holds the lock"), log.npos) << log;
   }
   EXPECT_TRUE(store.hasGivenUp());
+  const auto lock = tree.path("system/local/props.conf.lock");
+  std::filesystem::remove(lock);
+  std::filesystem::create_directory(lock);  // another failure does not undo that
+  EXPECT_FALSE(store.writeStanza(store.getProps(), "s", {{"k", "1"}}, false));
+  EXPECT_TRUE(store.hasGivenUp());
+  std::filesystem::remove(lock);
   // The attempt that failed still waits, and has the lock for a moment.
   ConfStore patient(tree.root(), kPosixPathForm);
   EXPECT_TRUE(patient.writeStanza(patient.getProps(), "s", {{"k", "1"}}, false));
@@ -272,6 +283,10 @@ TEST(WriteLearnedStanza, WritesToItsOwnAppAndLookupsFindIt) {
   EXPECT_TRUE(tree.store.writeLearnedStanza(models, "m", {{"_sourcetype", "t"}, {"word", "0.5"}}));
   EXPECT_EQ(tree.read("apps/learned/local/sourcetypes.conf"), "[m]\n_sourcetype = t\nword = 0.5\n");
   EXPECT_TRUE(tree.store.stanzaExists(models, "m"));
+  tree.write("apps/learned/local/sourcetypes.conf", "[m]\n_sourcetype = t");
+  EXPECT_TRUE(tree.store.writeLearnedStanza(models, "n", {{"_sourcetype", "u"}}));
+  EXPECT_EQ(tree.read("apps/learned/local/sourcetypes.conf"),
+            "[m]\n_sourcetype = t\n\n[n]\n_sourcetype = u\n");
 }
 
 TEST(DropLearnedStanzas, DeletesAnEmptyFileButKeepsALink) {

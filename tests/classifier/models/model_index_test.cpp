@@ -52,5 +52,19 @@ TEST(ModelIndex, FindsNoModelThatIsFartherThanItsLimit) {
   EXPECT_FALSE(index.findClosestModel(fileOf("word")));
 }
 
+// The factor of "error", which one of two models has, is ln 2; that of a new word is ln 3.
+TEST(ModelIndex, LimitsANewModelByItsWords) {
+  ModelIndex index;
+  add(index, "1", "error");
+  const auto limitOf = [&](std::vector<ModelView::Word> words) {
+    return index.limitFor({.sourcetype = "t", .words = std::move(words), .shapes = {}});
+  };
+  EXPECT_EQ(limitOf({}), 1.0F);
+  EXPECT_NEAR(limitOf({{"error", 1.0F}}), 942.06F, 0.05F);  // (ln 2)^2 / 51 x 100000
+  EXPECT_NEAR(limitOf({{"word", 1.0F}}), 2366.57F, 0.05F);
+  // Any sixty words: half of the distance to an empty file.
+  EXPECT_NEAR(limitOf(std::vector<ModelView::Word>(60, {"word", 1.0F})), 60347.5F, 1.0F);
+}
+
 }  // namespace
 }  // namespace sourcetype
