@@ -33,11 +33,24 @@ std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
 
 }  // namespace
 
-struct Rules::Test {
-  char comparer;
-  int percent;
-  bool hasNumber;  // if false, `percent` is 0
-};
+std::optional<RuleTest> parseRuleTest(const std::string& key) {
+  constexpr std::string_view kLessThan = "LESS_THAN";
+  constexpr std::string_view kMoreThan = "MORE_THAN";
+  constexpr std::size_t kMinKey = kMoreThan.size() + 2;
+  static_assert(kLessThan.size() == kMoreThan.size());
+  const bool isLess = key.starts_with(kLessThan);
+  if (key.size() < kMinKey || (!isLess && !key.starts_with(kMoreThan))) return std::nullopt;
+  const auto underscore = key.find('_', kMoreThan.size());
+  if (underscore == std::string::npos) return std::nullopt;
+  // As atoi() reads it, but a number that is too large becomes the maximum.
+  const char* const start = key.c_str() + underscore + 1;
+  char* end = nullptr;
+  const long number = std::strtol(start, &end, 10);
+  constexpr long kMax = 1'000'000'000;
+  return RuleTest{.comparer = isLess ? '<' : '>',
+                  .percent = static_cast<int>(std::clamp(number, -kMax, kMax)),
+                  .hasNumber = end != start};
+}
 
 struct Rules::TestedLines {
   explicit TestedLines(const Sample& tested)
@@ -54,27 +67,6 @@ struct Rules::TestedLines {
   LineCounts counts;
   std::array<bool, kMaxRuleLines> isCandidate{};  // by line: it may match the tested expression
 };
-
-// Returns the test that a key describes; nothing for other keys. Text between the prefix and the
-// underscore is ignored, so that a stanza can have several tests of a kind.
-std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
-  constexpr std::string_view kLessThan = "LESS_THAN";
-  constexpr std::string_view kMoreThan = "MORE_THAN";
-  constexpr std::size_t kMinKey = kMoreThan.size() + 2;
-  static_assert(kLessThan.size() == kMoreThan.size());
-  const bool isLess = key.starts_with(kLessThan);
-  if (key.size() < kMinKey || (!isLess && !key.starts_with(kMoreThan))) return std::nullopt;
-  const auto underscore = key.find('_', kMoreThan.size());
-  if (underscore == std::string::npos) return std::nullopt;
-  // As atoi() reads it, but a number that is too large becomes the maximum.
-  const char* const start = key.c_str() + underscore + 1;
-  char* end = nullptr;
-  const long number = std::strtol(start, &end, 10);
-  constexpr long kMax = 1'000'000'000;
-  return Test{.comparer = isLess ? '<' : '>',
-              .percent = static_cast<int>(std::clamp(number, -kMax, kMax)),
-              .hasNumber = end != start};
-}
 
 std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleTiming timing,
                                                      MatchBudget& budget) {
@@ -128,7 +120,7 @@ bool Rules::passesTests(TestedLines& lines, const std::string& stanza, const Pro
                         MatchBudget& budget) {
   bool hasTest = false;
   for (const auto& [key, entry] : rule.entries()) {
-    const auto test = parseTestKey(key);
+    const auto test = parseRuleTest(key);
     if (!test) continue;
     hasTest = true;
     reportFaults(stanza, key, *test, entry.value);
@@ -138,7 +130,7 @@ bool Rules::passesTests(TestedLines& lines, const std::string& stanza, const Pro
 }
 
 // Logs, once a run, a test with an invalid expression or without a percentage.
-void Rules::reportFaults(const std::string& stanza, const std::string& key, const Test& test,
+void Rules::reportFaults(const std::string& stanza, const std::string& key, const RuleTest& test,
                          const std::string& pattern) {
   const std::string& error = expression(pattern).error();
   if (error.empty() && test.hasNumber) return;
@@ -160,7 +152,7 @@ bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, c
                     budget);
 }
 
-bool Rules::passesTest(TestedLines& lines, const std::string& pattern, const Test& test,
+bool Rules::passesTest(TestedLines& lines, const std::string& pattern, const RuleTest& test,
                        MatchBudget& budget) {
   budget.spend(MatchBudget::compilingCost(pattern.size()));
   FilteredRegex& tested = expression(pattern);
@@ -169,7 +161,7 @@ bool Rules::passesTest(TestedLines& lines, const std::string& pattern, const Tes
     return static_cast<int>(countMatches(lines, tested, decisive, spent) * 100 / lines.count);
   };
   const int counted = percentage(decisiveCount(lines.count, test.comparer, test.percent), budget);
-  const bool passes = test.comparer == '>' ? counted >= test.percent : counted <= test.percent;
+  const bool passes = test.passes(counted);
   if (kFlowLog.isEnabled(LogLevel::Debug)) {
     // The log shows the percentage of all lines. Counting them must not spend the budget of the
     // file.

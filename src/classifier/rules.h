@@ -26,6 +26,22 @@ enum class RuleTiming { BeforeModels, AfterModels };
 // At most this many lines of a sample are tested.
 inline constexpr std::size_t kMaxRuleLines = 1000;
 
+// A test of a rule.
+struct RuleTest {
+  char comparer;  // '>': at least `percent` of the lines have to match; '<': at most
+  int percent;
+  bool hasNumber;  // if false, `percent` is 0
+
+  // `matched` is the percentage of lines that match.
+  bool passes(int matched) const {
+    return comparer == '>' ? matched >= percent : matched <= percent;
+  }
+};
+
+// Returns the test that a key describes; nothing for other keys. Text between the prefix and the
+// underscore is ignored, so that a stanza can have several tests of a kind.
+std::optional<RuleTest> parseRuleTest(const std::string& key);
+
 class Rules {
  public:
   // `store` must outlive the object.
@@ -45,16 +61,14 @@ class Rules {
                         int percent, MatchBudget& budget);
 
  private:
-  struct Test;
   struct TestedLines;
 
-  static std::optional<Test> parseTestKey(const std::string& key);
   std::optional<std::string> findRule(TestedLines& lines, RuleTiming timing, MatchBudget& budget);
   bool passesTests(TestedLines& lines, const std::string& stanza, const PropertiesMap& rule,
                    MatchBudget& budget);
-  bool passesTest(TestedLines& lines, const std::string& pattern, const Test& test,
+  bool passesTest(TestedLines& lines, const std::string& pattern, const RuleTest& test,
                   MatchBudget& budget);
-  void reportFaults(const std::string& stanza, const std::string& key, const Test& test,
+  void reportFaults(const std::string& stanza, const std::string& key, const RuleTest& test,
                     const std::string& pattern);
   // Counts the matching lines. Stops as soon as it is certain whether the count reaches `decisive`.
   std::size_t countMatches(TestedLines& lines, FilteredRegex& expression, std::size_t decisive,
