@@ -7,6 +7,7 @@
 #include "inspect/near_names.h"
 #include "inspect/session.h"
 #include "inspect/verbs/check_verb.h"
+#include "inspect/verbs/learned_verb.h"
 #include "inspect/verbs/settings_verb.h"
 #include "inspect/version.h"
 
@@ -29,6 +30,7 @@ void addCommonOptions(CLI::App& app, Session& session) {
 void addVerbs(CLI::App& app, Session& session) {
   addSettingsVerb(app, session);
   addCheckVerb(app, session);
+  addLearnedVerb(app, session);
 }
 
 // The names that an unknown word may stand for: options for a word that begins with "-", else
