@@ -112,7 +112,8 @@ std::optional<std::string> meantStanzaKind(std::string_view stanza) {
   // A single colon may be part of the name of a sourcetype.
   const bool isPair = stanza.substr(colon).starts_with(kKindSeparator);
   std::vector<std::string> words;
-  for (const auto& kind : kinds) words.push_back(kind.substr(0, kind.size() - 2));
+  words.reserve(kinds.size());
+  for (const auto& kind : kinds) words.push_back(kind.substr(0, kind.find(kKindSeparator)));
   const auto meant = nearestName(word, words, isPair ? maxTypos(word) : 0);
   if (!meant) return std::nullopt;
   return *meant + std::string(kKindSeparator);

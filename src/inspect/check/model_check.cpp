@@ -5,6 +5,7 @@
 #include <charconv>
 #include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "classifier/models/model.h"
@@ -45,6 +46,15 @@ void readSetting(const ConfText& text, const ConfText::Setting& setting, ModelSt
   }
 }
 
+// Empty for a model that is used.
+std::string reasonToIgnore(const ModelStanza& model) {
+  if (!model.sourcetype || model.sourcetype->empty()) return "it has no _sourcetype";
+  if (const auto problem = sourcetypeProblem(*model.sourcetype); !problem.empty()) {
+    return fmt::format("its sourcetype {}: {}", quoted(*model.sourcetype), problem);
+  }
+  return model.settings <= model.declared ? "it has fewer settings than its _size says" : "";
+}
+
 }  // namespace
 
 void checkModels(const ConfText& text, Findings& findings) {
@@ -58,16 +68,9 @@ void checkModels(const ConfText& text, Findings& findings) {
   }
   for (const auto& [stanza, model] : models) {
     if (stanza == kDefaultStanza || stanza.starts_with('[') || model.settings == 0) continue;
-    const auto ignore = [&](std::string_view reason) {
+    if (const auto reason = reasonToIgnore(model); !reason.empty()) {
       findings.error(text.at(model.line),
                      fmt::format("the model [{}] is ignored: {}", stanza, reason));
-    };
-    if (!model.sourcetype || model.sourcetype->empty()) {
-      ignore("it has no _sourcetype");
-    } else if (const auto problem = sourcetypeProblem(*model.sourcetype); !problem.empty()) {
-      ignore(fmt::format("its sourcetype {}: {}", quoted(*model.sourcetype), problem));
-    } else if (model.settings <= model.declared) {
-      ignore("it has fewer settings than its _size says");
     }
   }
 }

@@ -153,18 +153,21 @@ class RuleCheck {
     }
   }
 
-  // Keeps the rule under the expression of one of its tests: a rule that it hides has it, too.
+  // Keeps the rule under the expression of one of its tests: a rule that it hides has it, too. It is
+  // the one that the fewest rules are under, so that an expression of many rules costs little.
   void remember(Rule rule) {
-    const auto decides = [](const auto& test) { return !alwaysPasses(test.test); };
-    const auto first = std::ranges::find_if(rule.tests, decides);
-    if (first != rule.tests.end()) {
-      earlier_[std::string(first->expression)].push_back(std::move(rule));
-    } else if (!passedByAll_) {
-      findings_.warn(placeOf(rule.stanza),
-                     fmt::format("every file of 100 lines passes [{}], so no later rule is tried",
-                                 rule.stanza));
-      passedByAll_ = std::move(rule);
+    std::vector<Rule>* fewest = nullptr;
+    for (const auto& test : rule.tests) {
+      if (alwaysPasses(test.test)) continue;
+      auto& rules = earlier_[test.expression];
+      if (fewest == nullptr || rules.size() < fewest->size()) fewest = &rules;
     }
+    if (fewest != nullptr) return fewest->push_back(std::move(rule));
+    if (passedByAll_) return;
+    findings_.warn(
+        placeOf(rule.stanza),
+        fmt::format("every file of 100 lines passes [{}], so no later rule is tried", rule.stanza));
+    passedByAll_ = std::move(rule);
   }
 
   ConfStore& store_;

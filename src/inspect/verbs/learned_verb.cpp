@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "conf/conf_edit.h"
 #include "conf/conf_store.h"
 #include "conf/memory_storage.h"
 #include "conf/setting_places.h"
