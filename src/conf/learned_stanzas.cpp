@@ -93,13 +93,13 @@ LearnedStanzas::Dropped LearnedStanzas::dropUnderLock(const StanzaNames& names,
   }
   const RemainingStanzas kept = removeStanzas(bytes.view(), names);
   if (kept.removed.empty()) return {};  // another process has dropped them
-  const auto file = writeTarget(file_);
+  const auto target = writeTarget(file_);
   const auto copy = this->copy();
   storage_.removeLeftovers(copy);
-  storage_.replaceLike(file, copy, removeStanzas(bytes.view(), added).text, lock);
+  storage_.replaceLike(target, copy, removeStanzas(bytes.view(), added).text, lock);
   // A link was made by an administrator: it stays, and its target is empty then.
-  if (file != file_ || !kept.text.empty()) {
-    storage_.replace(file, kept.text, lock);
+  if (target != file_ || !kept.text.empty()) {
+    storage_.replace(target, kept.text, lock);
   } else {
     lock.ensureHeld();
     storage_.remove(file_);
