@@ -34,15 +34,7 @@ std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
 
 }  // namespace
 
-CountedLines Rules::testedLines(const Sample& sample) {
-  std::vector<std::string_view> lines(std::min(sample.lineCount(), kMaxRuleLines));
-  for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = sample.line(i);
-  return CountedLines(std::move(lines));
-}
-
-// Returns the test that a setting describes; nothing for other keys. Text between the prefix and the
-// underscore is ignored, so that a stanza can have several tests of a kind.
-std::optional<Rules::Test> Rules::parseTest(std::string_view key, std::string_view pattern) {
+std::optional<RuleTest> parseRuleTest(std::string_view key) {
   constexpr std::string_view kLessThan = "LESS_THAN";
   constexpr std::string_view kMoreThan = "MORE_THAN";
   constexpr std::size_t kMinKey = kMoreThan.size() + 2;
@@ -56,11 +48,15 @@ std::optional<Rules::Test> Rules::parseTest(std::string_view key, std::string_vi
   char* end = nullptr;
   const long percent = std::strtol(number.c_str(), &end, 10);
   constexpr long kMax = 1'000'000'000;
-  return Test{.key = std::string(key),
-              .pattern = std::string(pattern),
-              .comparer = isLess ? '<' : '>',
-              .percent = static_cast<int>(std::clamp(percent, -kMax, kMax)),
-              .hasNumber = end != number.c_str()};
+  return RuleTest{.comparer = isLess ? '<' : '>',
+                  .percent = static_cast<int>(std::clamp(percent, -kMax, kMax)),
+                  .hasNumber = end != number.c_str()};
+}
+
+CountedLines Rules::testedLines(const Sample& sample) {
+  std::vector<std::string_view> lines(std::min(sample.lineCount(), kMaxRuleLines));
+  for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = sample.line(i);
+  return CountedLines(std::move(lines));
 }
 
 std::vector<Rules::Rule> Rules::readRules(RuleTiming timing) {
@@ -70,8 +66,8 @@ std::vector<Rules::Rule> Rules::readRules(RuleTiming timing) {
     rule.stanza = stanza;
     for (const auto& setting : settings) {
       if (setting.key() == key::kSourcetype) rule.sourcetype = setting.value();
-      if (auto test = parseTest(setting.key(), setting.value())) {
-        rule.tests.push_back(std::move(*test));
+      if (const auto test = parseRuleTest(setting.key())) {
+        rule.tests.push_back({*test, std::string(setting.key()), std::string(setting.value())});
       }
     }
   };
@@ -124,8 +120,7 @@ RuleEvidence Rules::describeRule(const CountedLines& lines, const Rule& rule, Ma
       const auto matches = countMatches(lines, regex, kCountAll, budget);
       counted.counted = 100 * static_cast<double>(matches) / static_cast<double>(lines.size());
     }
-    const auto percent = static_cast<int>(counted.counted);  // truncated, as the tests do it
-    counted.passes = counted.isMinimum ? percent >= counted.needed : percent <= counted.needed;
+    counted.passes = test.passes(static_cast<int>(counted.counted));  // truncated, as in the flow
   }
   return evidence;
 }
@@ -199,9 +194,7 @@ FilteredRegex& Rules::expression(const std::string& pattern) {
 bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
                              int percent, MatchBudget& budget) {
   const CountedLines lines = testedLines(sample);
-  return passesTest(lines, expression(pattern),
-                    {.key = {}, .pattern = pattern, .comparer = comparer, .percent = percent},
-                    budget);
+  return passesTest(lines, expression(pattern), {{comparer, percent}, {}, pattern}, budget);
 }
 
 bool Rules::passesTest(const CountedLines& lines, FilteredRegex& regex, const Test& test,
@@ -212,7 +205,7 @@ bool Rules::passesTest(const CountedLines& lines, FilteredRegex& regex, const Te
     return static_cast<int>(countMatches(lines, regex, decisive, spent) * 100 / lines.size());
   };
   const int counted = percentage(decisiveCount(lines.size(), test.comparer, test.percent), budget);
-  const bool passes = test.comparer == '>' ? counted >= test.percent : counted <= test.percent;
+  const bool passes = test.passes(counted);
   if (kFlowLog.isEnabled(LogLevel::Debug)) {
     // The log shows the percentage of all lines. Counting them must not spend the budget of the
     // file.
