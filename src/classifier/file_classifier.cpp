@@ -54,8 +54,11 @@ FileClassifier::FileClassifier(ClassifierContext& context, PropertiesMap& result
 void FileClassifier::classify() {
   const std::size_t modelsBefore = context_.models().addedModels();
   run(&FileClassifier::findType);
-  run(&FileClassifier::detectHeaderIfAsked);
-  run(&FileClassifier::keepWhatIsNew);
+  if (!request_.isTrial) {
+    run(&FileClassifier::detectHeaderIfAsked);
+    run(&FileClassifier::keepWhatIsNew);
+  }
+  if (request_.observer != nullptr) request_.observer->ended(stage_);
   if (madeSourcetype_ || context_.models().addedModels() > modelsBefore) {
     adjustMaxDist(store_);
   }
@@ -65,18 +68,20 @@ void FileClassifier::classify() {
 void FileClassifier::findType() {
   logDebug(kFlowLog, "Finding type for file: %s", fileName_);
   lookUpConfiguredProps();
-  if (isSettledUnread()) return finishWith(sourcetype_);
+  if (isSettledUnread()) return finishWith(sourcetype_, Stage::Configured);
   if (const auto cause = examinePath()) return markInvalid(*cause);
   if (!takeSample(areLinesNeeded() ? Keep::Lines : Keep::CountsOnly)) {
     return markInvalid(InvalidCause::CannotRead);
   }
   if (isBinarySample() && !noBinaryCheck_) return markInvalid(InvalidCause::Binary);
-  if (!sourcetype_.empty()) return finishWith(sourcetype_);
-  singleLine_ = isSingleLineSample(*sample_);
+  if (!sourcetype_.empty()) return finishWith(sourcetype_, Stage::Configured);
+  judgeLines();
   if (sample_->lineCount() < kMinModelLines) return finishTooSmall();
   if (const auto found = findRule(RuleTiming::BeforeModels)) return finishWithRule(*found);
   if (matchModels() || !learningAllowed_) return;
-  if (const auto found = findRule(RuleTiming::AfterModels)) return finishWith(*found);
+  if (const auto found = findRule(RuleTiming::AfterModels)) {
+    return finishWith(*found, Stage::DelayedRule);
+  }
   createSourcetype();
 }
 
@@ -111,6 +116,8 @@ void FileClassifier::lookUpConfiguredProps() {
     store_.getStanzaSettings(store_.getProps(), props, sourceStanzas(request_.path, sourcetype_),
                              budget_);
   }
+
+  if (request_.observer != nullptr) request_.observer->configured(props, sourcetype_);
 
   if (const auto charset = props.tryGet(key::kCharset)) {
     sampleProps_.set(key::kCharset, *charset);
@@ -168,7 +175,13 @@ bool FileClassifier::takeSample(Keep keep) {
   if (const auto& charset = sample_->detectedCharset(); !charset.empty()) {
     result_.set(key::kCharset, charset);
   }
+  if (request_.observer != nullptr) request_.observer->sampled(*sample_);
   return true;
+}
+
+void FileClassifier::judgeLines() {
+  singleLine_ = isSingleLineSample(*sample_);
+  if (request_.observer != nullptr) request_.observer->judgedLines(singleLine_);
 }
 
 bool FileClassifier::isBinarySample() const {
@@ -180,22 +193,23 @@ bool FileClassifier::isBinarySample() const {
   return isBinary(invalid, total);
 }
 
-void FileClassifier::finishWith(std::string_view sourcetype) {
+void FileClassifier::finishWith(std::string_view sourcetype, Stage stage) {
+  stage_ = stage;
   getSourcetypeSettings(context_, result_, sourcetype);
 }
 
 std::optional<std::string> FileClassifier::findRule(RuleTiming timing) {
-  return context_.rules().findRuleSourcetype(*sample_, timing, budget_);
+  return context_.rules().findRuleSourcetype(*sample_, timing, budget_, request_.observer);
 }
 
 void FileClassifier::finishWithRule(std::string_view sourcetype) {
-  finishWith(sourcetype);
+  finishWith(sourcetype, Stage::Rule);
   learning_ = Learning::WhileFewModels;
 }
 
 bool FileClassifier::matchModels() {
-  const auto found = context_.models().matchModels(fileName_, *sample_);
-  if (found) finishWith(*found);
+  const auto found = context_.models().matchModels(fileName_, *sample_, request_.observer);
+  if (found) finishWith(*found, Stage::Model);
   modelMatched_ = found.has_value();
   return modelMatched_;
 }
@@ -215,17 +229,20 @@ void FileClassifier::finishTooSmall() {
       settings.insertIfAbsent(key, entry.value, entry.stanza);
     }
     settings.remove(key::kSourcetype);
-    const auto outcome = store_.addStanza(store_.getProps(), sourcetype, settings, false);
+    const auto outcome = request_.isTrial
+                             ? WriteOutcome::Failed
+                             : store_.addStanza(store_.getProps(), sourcetype, settings, false);
     madeSourcetype_ = outcome == WriteOutcome::Written;
     // If another process has added the stanza meanwhile, its settings apply.
     if (outcome != WriteOutcome::Overtaken) result_ = settings;
   }
-  finishWith(sourcetype);
+  finishWith(sourcetype, Stage::TooSmall);
 }
 
 // Proposes a new sourcetype for a file that nothing recognised. It is not written yet: the header
 // line may show that the file belongs to an existing sourcetype.
 void FileClassifier::createSourcetype() {
+  stage_ = Stage::NewSourcetype;
   const PropertiesMap input = result_;
   const std::string sourcetype = makeUniqueTypeName(fileName_, store_);
   proposeEventBreaking(sourcetype);
@@ -244,7 +261,7 @@ void FileClassifier::createSourcetype() {
 void FileClassifier::proposeEventBreaking(const std::string& sourcetype) {
   if (singleLine_) return;
   try {
-    const auto expression = learnBreakOnlyBeforeRegex(*sample_);
+    const auto expression = learnBreakOnlyBeforeRegex(*sample_, request_.observer);
     if (expression && *expression != kTimeOfDayExpression) {
       logMessage(LogLevel::Info, kFlowLog, "FILE_CLASSIFIER_FOUND_GOOD_REGEX__%s_%s_%s",
                  *expression, sourcetype, fileName_);
@@ -279,10 +296,12 @@ void FileClassifier::proposeTimestampSettings(const std::string& sourcetype) {
   learnTimestampSettings(
       sourcetype, *sample_, result_,
       [&](std::string_view line) { return find(nearParser, kDefaultTimestampLookahead, line); },
-      [&](std::string_view line) { return find(farParser, kFarTimestampLookahead, line); });
+      [&](std::string_view line) { return find(farParser, kFarTimestampLookahead, line); },
+      request_.observer);
 }
 
 void FileClassifier::markInvalid(InvalidCause cause) {
+  stage_ = Stage::Invalid;
   result_.set(key::kIsValid, flagText(false));
   result_.set(key::kSourcetype, kUnknownSourcetype);
   result_.set(key::kInvalidCause, causeText(cause));
@@ -308,7 +327,7 @@ void FileClassifier::detectHeaderIfAsked() {
   const NewSourcetype* made = newSourcetype_ ? &*newSourcetype_ : nullptr;
   const bool isResultAsked = result_.getBool(key::kCheckForHeader, false);
   const HeaderTest test = isResultAsked ? headerTestOf(result_) : headerTest_;
-  if (detectHeader(fileName_, *sample_, result_, store_, made, test)) {
+  if (detectHeader(fileName_, *sample_, result_, store_, made, test, {}, request_.observer)) {
     madeSourcetype_ = madeSourcetype_ || newSourcetype_;
     newSourcetype_.reset();
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "classifier/classifier_context.h"
+#include "classifier/flow_observer.h"
 #include "classifier/header_detector.h"
 #include "classifier/header_linker.h"
 #include "classifier/properties.h"
@@ -48,9 +49,10 @@ class FileClassifier {
   std::optional<InvalidCause> examinePath() const;
   bool areLinesNeeded() const;
   bool takeSample(Keep keep);
+  void judgeLines();
   bool isBinarySample() const;
   std::optional<std::string> findRule(RuleTiming timing);
-  void finishWith(std::string_view sourcetype);
+  void finishWith(std::string_view sourcetype, Stage stage);
   void finishWithRule(std::string_view sourcetype);
   void finishTooSmall();
   bool matchModels();
@@ -78,6 +80,7 @@ class FileClassifier {
   MatchBudget budget_{kMaxFileCost};            // for stanza patterns and rules
   std::optional<NewSourcetype> newSourcetype_;  // until its stanza is written
   bool madeSourcetype_ = false;
+  Stage stage_ = Stage::Unrecognised;
   bool singleLine_ = true;     // each line of the sample is an event
   bool modelMatched_ = false;  // the sourcetype is that of a learned model
   Learning learning_ = Learning::No;

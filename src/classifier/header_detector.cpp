@@ -62,13 +62,17 @@ ScoredDelimiter scoreDelimiter(char delimiter, std::span<const double> samples) 
   return scored;
 }
 
-ScoredDelimiter chooseDelimiter(const Sample& sample, std::size_t maxLines) {
+ScoredDelimiter chooseDelimiter(const Sample& sample, std::size_t maxLines,
+                                HeaderEvidence& evidence) {
   const DelimiterSamples samples = sampleDelimiters(sample, maxLines);
   ScoredDelimiter best = scoreDelimiter(kDelimiters.front(), samples.front());
+  evidence.delimiters.push_back({.delimiter = best.delimiter, .score = best.score});
   for (std::size_t i = 1; i < kDelimiters.size(); ++i) {
     auto scored = scoreDelimiter(kDelimiters[i], samples[i]);
+    evidence.delimiters.push_back({.delimiter = scored.delimiter, .score = scored.score});
     if (scored.score > best.score) best = std::move(scored);
   }
+  for (auto& tried : evidence.delimiters) tried.isChosen = tried.delimiter == best.delimiter;
   return best;
 }
 
@@ -99,8 +103,9 @@ void logDelimiter(std::string_view fileName, char delimiter, double score, std::
 }
 
 std::optional<FoundHeader> findByDelimiters(std::string_view fileName, const Sample& sample,
-                                            HeaderLimits limits) {
-  const ScoredDelimiter chosen = chooseDelimiter(sample, limits.maxLines);
+                                            HeaderLimits limits, HeaderEvidence& evidence) {
+  evidence.threshold = limits.threshold;
+  const ScoredDelimiter chosen = chooseDelimiter(sample, limits.maxLines, evidence);
   logDelimiter(fileName, chosen.delimiter, chosen.score, chosen.statistics.n,
                chosen.statistics.mode);
   if (!(chosen.score > limits.threshold)) {
@@ -124,8 +129,11 @@ Table sniffSample(const Sample& sample, std::size_t maxLines) {
 }
 
 std::optional<FoundHeader> findByNames(std::string_view fileName, const Sample& sample,
-                                       HeaderLimits limits) {
+                                       HeaderLimits limits, HeaderEvidence& evidence) {
   const Table table = sniffSample(sample, limits.maxLines);
+  evidence.byNames = true;
+  evidence.delimiters.push_back(
+      {.delimiter = table.delimiter, .score = table.score, .isChosen = true});
   logDelimiter(fileName, table.delimiter, table.score, table.records,
                table.columns == 0 ? 0 : static_cast<double>(table.columns - 1));
   if (table.names.empty()) {
@@ -154,10 +162,14 @@ DelimiterCounts countDelimiters(std::string_view line, const decltype(kDelimiter
 
 bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
                   ConfStore& store, const NewSourcetype* newSourcetype, HeaderTest test,
-                  HeaderLimits limits) {
+                  HeaderLimits limits, FlowObserver* observer) {
   if (sample.lineCount() == 0 || limits.maxLines == 0) return false;
-  const auto header = test == HeaderTest::Names ? findByNames(fileName, sample, limits)
-                                                : findByDelimiters(fileName, sample, limits);
+  HeaderEvidence evidence;
+  const auto header = test == HeaderTest::Names
+                          ? findByNames(fileName, sample, limits, evidence)
+                          : findByDelimiters(fileName, sample, limits, evidence);
+  if (header) evidence.line = header->line;
+  if (observer != nullptr) observer->soughtHeader(evidence);
   if (!header) return false;
   logInfo(kFlowLog, R"(AutoHeader: filename="%s", found headerline=[%s])", fileName, header->line);
   const auto transform = makeHeaderTransform(header->delimiter, header->names);

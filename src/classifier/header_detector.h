@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "classifier/flow_observer.h"
 #include "classifier/header_linker.h"
 #include "classifier/sample.h"
 #include "conf/conf_store.h"
@@ -34,9 +35,11 @@ struct HeaderLimits {
 // Looks for the line that names the columns. If there is one, links a transform that extracts the
 // columns to the sourcetype of `result`, which may change the sourcetype. `newSourcetype` is as
 // for applyHeaderTransform(), whose result is returned. Returns false when there is no header line.
-// Does nothing without a sourcetype. The threshold is for HeaderTest::Delimiters.
+// Does nothing without a sourcetype. The threshold is for HeaderTest::Delimiters. `observer`, unless
+// it is null, is told how the delimiters were rated.
 bool detectHeader(std::string_view fileName, const Sample& sample, PropertiesMap& result,
                   ConfStore& store, const NewSourcetype* newSourcetype = nullptr,
-                  HeaderTest test = HeaderTest::Delimiters, HeaderLimits limits = {});
+                  HeaderTest test = HeaderTest::Delimiters, HeaderLimits limits = {},
+                  FlowObserver* observer = nullptr);
 
 }  // namespace sourcetype

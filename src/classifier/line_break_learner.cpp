@@ -8,6 +8,8 @@
 #include <map>
 #include <span>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "classifier/line_start.h"
 #include "util/regex.h"
@@ -139,21 +141,39 @@ class LineStarts {
   std::vector<const Shape*> lines_;  // the shape of each line
 };
 
+// Tells the expressions of the highest scores. A score that is not a number is the lowest.
+void tellLineStarts(std::vector<LineStartEvidence> rated, const std::string& chosen,
+                    FlowObserver& observer) {
+  constexpr std::size_t kMaxTold = 5;
+  std::ranges::stable_sort(rated, std::ranges::greater(), [](const LineStartEvidence& candidate) {
+    return std::isnan(candidate.score) ? -1.0 : candidate.score;
+  });
+  if (rated.size() > kMaxTold) rated.resize(kMaxTold);
+  for (auto& candidate : rated) candidate.isChosen = candidate.expression == chosen;
+  observer.ratedLineStarts(rated);
+}
+
 // Returns the best expression. Returns an empty one when no expression is frequent, or when the
 // best matches nearly every line.
-std::string chooseLineStart(const LineStarts::Stats& candidates, std::size_t lineCount) {
+std::string chooseLineStart(const LineStarts::Stats& candidates, std::size_t lineCount,
+                            FlowObserver* observer) {
   constexpr double kMaxSpread = 20.0;      // greater spreads count as this
   constexpr double kMinOtherLines = 10.0;  // lines that the expression must not match
   const auto lines = static_cast<double>(lineCount);
   double best = -1.0;
   double bestCount = 0;
   std::string chosen;
+  std::vector<LineStartEvidence> rated;
   for (const auto& [expression, stats] : candidates) {
     if (stats.count < lines / kMaxLinesPerOccurrence) continue;
     // With a spread of NaN the score is NaN and never the best. With a spread of 0 it is infinite;
     // the first such expression in byte order wins.
     const double spread = std::min(stats.spread(), kMaxSpread);
     const double score = stats.count * std::log(static_cast<double>(expression.size())) / spread;
+    if (observer != nullptr) {
+      rated.push_back(
+          {.expression = expression, .count = stats.count, .spread = spread, .score = score});
+    }
     // An expression that was cut within a multi-byte character does not compile.
     if (score > best && compiles(expression)) {
       best = score;
@@ -161,17 +181,18 @@ std::string chooseLineStart(const LineStarts::Stats& candidates, std::size_t lin
       chosen = expression;
     }
   }
-  if (best > 0 && bestCount > lines - kMinOtherLines) return {};
+  if (best > 0 && bestCount > lines - kMinOtherLines) chosen.clear();
+  if (observer != nullptr) tellLineStarts(std::move(rated), chosen, *observer);
   return chosen;
 }
 
 }  // namespace
 
-std::optional<std::string> learnBreakOnlyBeforeRegex(const Sample& sample) {
+std::optional<std::string> learnBreakOnlyBeforeRegex(const Sample& sample, FlowObserver* observer) {
   constexpr std::size_t kMinLines = 1000;
   if (sample.lineCount() < kMinLines || looksTimestamped(sample)) return std::nullopt;
   const LineStarts starts(sample);
-  std::string chosen = chooseLineStart(starts.stats(), sample.lineCount());
+  std::string chosen = chooseLineStart(starts.stats(), sample.lineCount(), observer);
   if (chosen.empty()) return std::nullopt;
   return chosen;
 }

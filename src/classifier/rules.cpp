@@ -77,11 +77,60 @@ std::optional<Rules::Test> Rules::parseTestKey(const std::string& key) {
 }
 
 std::optional<std::string> Rules::findRuleSourcetype(const Sample& sample, RuleTiming timing,
-                                                     MatchBudget& budget) {
+                                                     MatchBudget& budget, FlowObserver* observer) {
   TestedLines lines(sample);
   auto found = findRule(lines, timing, budget);
+  if (observer != nullptr) tellRules(lines, timing, found, *observer);
   reportOmittedRecords();
-  return found;
+  if (!found) return std::nullopt;
+  return std::move(found->sourcetype);
+}
+
+// Counts the matches of whole tests, with a budget of its own: the flow stops at the line that
+// decides a test.
+void Rules::tellRules(TestedLines& lines, RuleTiming timing, const std::optional<Found>& winner,
+                      FlowObserver& observer) {
+  MatchBudget budget(kMaxFileCost);
+  bool wasTried = true;
+  for (const auto& stanza : store_.stanzaNames(store_.getProps(), stanzaPrefix(timing))) {
+    const bool decided = winner && stanza == winner->stanza;
+    if (decided || observer.wantsLosers()) {
+      RuleEvidence rule = describeRule(lines, stanza, budget);
+      rule.isDelayed = timing == RuleTiming::AfterModels;
+      rule.decided = decided;
+      rule.wasTried = wasTried;
+      observer.testedRule(rule);
+    }
+    if (decided) wasTried = false;
+  }
+}
+
+RuleEvidence Rules::describeRule(TestedLines& lines, const std::string& stanza,
+                                 MatchBudget& budget) {
+  PropertiesMap rule;
+  store_.getExactStanza(store_.getProps(), rule, stanza);
+  RuleEvidence evidence;
+  evidence.stanza = stanza;
+  evidence.sourcetype = rule.get(key::kSourcetype);
+  for (const auto& [key, entry] : rule.entries()) {
+    const auto test = parseTestKey(key);
+    if (!test) continue;
+    auto& counted = evidence.tests.emplace_back();
+    counted.key = key;
+    counted.expression = entry.value;
+    counted.isMinimum = test->comparer == '>';
+    counted.needed = test->percent;
+    counted.isCounted = !budget.isSpent();
+    FilteredRegex& tested = expression(entry.value);
+    const bool hasCount = counted.isCounted && tested.error().empty() && lines.count > 0;
+    const auto matches = hasCount ? countMatches(lines, tested, kCountAll, budget) * 100 : 0;
+    if (hasCount) {
+      counted.counted = static_cast<double>(matches) / static_cast<double>(lines.count);
+    }
+    const auto percent = static_cast<int>(counted.counted);  // truncated, as the tests do it
+    counted.passes = counted.isMinimum ? percent >= counted.needed : percent <= counted.needed;
+  }
+  return evidence;
 }
 
 void Rules::reportOmittedRecords() {
@@ -94,8 +143,8 @@ void Rules::reportOmittedRecords() {
   records_ = {};
 }
 
-std::optional<std::string> Rules::findRule(TestedLines& lines, RuleTiming timing,
-                                           MatchBudget& budget) {
+std::optional<Rules::Found> Rules::findRule(TestedLines& lines, RuleTiming timing,
+                                            MatchBudget& budget) {
   Conf& props = store_.getProps();
   for (const auto& stanza : store_.stanzaNames(props, stanzaPrefix(timing))) {
     PropertiesMap rule;
@@ -119,7 +168,7 @@ std::optional<std::string> Rules::findRule(TestedLines& lines, RuleTiming timing
       logWarn(kFlowLog, "The rules cost too much: [%s] and those after it are not tried.", stanza);
       return std::nullopt;
     }
-    if (passes) return sourcetype;
+    if (passes) return Found{stanza, *sourcetype};
   }
   return std::nullopt;
 }

@@ -13,6 +13,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "classifier/flow_observer.h"
 #include "classifier/sample.h"
 #include "conf/conf_store.h"
 #include "util/filtered_regex.h"
@@ -34,8 +35,10 @@ class Rules {
   // Tries the rules in byte order of their stanza names. Returns the sourcetype of the first rule
   // that has a test and whose tests all pass. A rule without a usable sourcetype is logged and
   // skipped. When `budget` is spent, this is logged and the remaining rules are not tried.
+  // `observer`, unless it is null, is told the rule that decided or, if it wants losers, all rules.
   std::optional<std::string> findRuleSourcetype(const Sample& sample, RuleTiming timing,
-                                                MatchBudget& budget);
+                                                MatchBudget& budget,
+                                                FlowObserver* observer = nullptr);
 
   // Returns true when at least `percent` of the tested lines match (comparer '>'), or at most
   // `percent` (any other comparer). The percentage of matching lines is truncated, and 0 when there
@@ -47,9 +50,13 @@ class Rules {
  private:
   struct Test;
   struct TestedLines;
+  struct Found {
+    std::string stanza;
+    std::string sourcetype;
+  };
 
   static std::optional<Test> parseTestKey(const std::string& key);
-  std::optional<std::string> findRule(TestedLines& lines, RuleTiming timing, MatchBudget& budget);
+  std::optional<Found> findRule(TestedLines& lines, RuleTiming timing, MatchBudget& budget);
   bool passesTests(TestedLines& lines, const std::string& stanza, const PropertiesMap& rule,
                    MatchBudget& budget);
   bool passesTest(TestedLines& lines, const std::string& pattern, const Test& test,
@@ -60,6 +67,9 @@ class Rules {
   std::size_t countMatches(TestedLines& lines, FilteredRegex& expression, std::size_t decisive,
                            MatchBudget& budget);
   FilteredRegex& expression(const std::string& pattern);
+  void tellRules(TestedLines& lines, RuleTiming timing, const std::optional<Found>& winner,
+                 FlowObserver& observer);
+  RuleEvidence describeRule(TestedLines& lines, const std::string& stanza, MatchBudget& budget);
 
   // Limits on what one search for a rule logs.
   struct Records {

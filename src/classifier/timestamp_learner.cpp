@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <map>
 #include <numeric>
 #include <vector>
@@ -85,6 +86,22 @@ double meanOf(const std::vector<std::ptrdiff_t>& offsets) {
   return static_cast<double>(sum) / static_cast<double>(offsets.size());
 }
 
+TimestampEvidence evidenceOf(const Observations& seen, std::size_t lines) {
+  TimestampEvidence evidence;
+  evidence.lines = lines;
+  evidence.linesWithStamp = seen.count();
+  if (seen.count() > 0) {
+    evidence.meanStart = meanOf(seen.starts);
+    evidence.meanEnd = meanOf(seen.ends);
+  }
+  for (const auto& [expression, count] : seen.prefixes) {
+    evidence.prefixes.push_back({.expression = expression, .lines = count});
+  }
+  std::ranges::stable_sort(evidence.prefixes, std::ranges::greater(),
+                           &TimestampEvidence::Prefix::lines);
+  return evidence;
+}
+
 // Returns the most frequent expression; of equally frequent ones the last in byte order. Returns an
 // empty text when fewer than `needed` lines agree, or when the mean start of the timestamps is near
 // the start of the lines.
@@ -131,13 +148,14 @@ std::string expressionFor(char anchor) {
 
 void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
                             PropertiesMap& settings, const TimestampFinder& find,
-                            const TimestampFinder& findFar) {
+                            const TimestampFinder& findFar, FlowObserver* observer) {
   const bool wantsPrefix = !settings.tryGet(key::kTimePrefix);
   const bool wantsLookahead = !settings.tryGet(key::kMaxTimestampLookahead);
   if (!wantsPrefix && !wantsLookahead) return;
 
   const std::size_t lines = std::min(sample.lineCount(), kMaxExaminedLines);
   const Observations seen = observeFarIfFew(sample, lines, find, findFar);
+  if (observer != nullptr) observer->locatedTimestamps(evidenceOf(seen, lines));
   if (seen.count() <= kTooFewTimestamps) return;
   const auto needed =
       static_cast<std::size_t>(kMinAgreeingShare * static_cast<double>(seen.count()));

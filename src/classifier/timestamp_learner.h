@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "classifier/flow_observer.h"
 #include "classifier/sample.h"
 #include "conf/properties_map.h"
 #include "timestamp/timestamp.h"
@@ -29,9 +30,11 @@ constexpr std::size_t kFarTimestampLookahead = 4000;
 // `find` searches kDefaultTimestampLookahead bytes of a line. `findFar`, if there is one, searches
 // further. It is used where `find` finds too few timestamps, and counts only if at least half of
 // the lines have a timestamp: a date far inside a message is seldom the event's.
+//
+// `observer`, unless it is null, is told where the timestamps are.
 void learnTimestampSettings(std::string_view sourcetype, const Sample& sample,
                             PropertiesMap& settings, const TimestampFinder& find,
-                            const TimestampFinder& findFar = {});
+                            const TimestampFinder& findFar = {}, FlowObserver* observer = nullptr);
 
 // Returns an expression that matches the text before a timestamp up to its last anchor: a bracket,
 // colon or other character that plain text rarely has. Empty when the text has no anchor.

@@ -12,6 +12,8 @@ namespace sourcetype {
 // for each of them.
 inline constexpr std::uint64_t kDefaultMaxLines = 20000;
 
+class FlowObserver;
+
 struct TypeRequest {
   std::filesystem::path path;
   // Allows creating a sourcetype, learning the file under it and looking for a header line.
@@ -19,6 +21,11 @@ struct TypeRequest {
   // Replaces the content of the file, which is then not read.
   std::optional<std::string> sampleText = {};
   std::uint64_t maxLines = kDefaultMaxLines;
+  // Gives the answer of a run that learns, and writes nothing: a sourcetype that would be new is
+  // proposed and not kept, and no header line is looked for.
+  bool isTrial = false;
+  // Is told what the flow sees; null: nobody. Must outlive the request.
+  FlowObserver* observer = nullptr;
 };
 
 }  // namespace sourcetype

@@ -212,8 +212,7 @@ float ModelIndex::shapeDistance(const Model& model, const Measure& measure,
          kShapeScale;
 }
 
-float ModelIndex::exactDistance(const Model& model, const Measure& measure,
-                                const Fingerprint& file) const {
+float ModelIndex::wordDistance(const Model& model, const Fingerprint& file) const {
   float sum = 0;
   std::size_t words = 0;
   const auto addWord = [&](float factor, float difference) {
@@ -236,9 +235,54 @@ float ModelIndex::exactDistance(const Model& model, const Measure& measure,
     if (order <= 0) ++term;
     if (order >= 0) ++word;
   }
-  const float part = words == 0 ? 0 : sum / static_cast<float>(words) * kTermScale;
+  return words == 0 ? 0 : sum / static_cast<float>(words) * kTermScale;
+}
+
+float ModelIndex::exactDistance(const Model& model, const Measure& measure,
+                                const Fingerprint& file) const {
+  const float part = wordDistance(model, file);
   if (part > model.maxDistance) return kInfiniteDistance;
   return shapeDistance(model, measure, file) + part;
+}
+
+std::vector<ModelIndex::Ranked> ModelIndex::rankModels(const Fingerprint& file) {
+  refresh();
+  measureCommonParts(file);
+  std::vector<Ranked> ranked;
+  for (std::size_t i = 0; i < models_.size(); ++i) {
+    const Model& model = models_[i];
+    ranked.push_back({.model = i,
+                      .sourcetype = sourcetypes_.text(model.sourcetype),
+                      .distance = exactDistance(model, measures_[i], file),
+                      .wordDistance = wordDistance(model, file),
+                      .shapeDistance = shapeDistance(model, measures_[i], file),
+                      .maxWordDistance = model.maxDistance,
+                      .words = heaviestWords(model, file)});
+  }
+  std::ranges::stable_sort(ranked, [](const Ranked& left, const Ranked& right) {
+    return std::pair(left.distance, left.wordDistance) <
+           std::pair(right.distance, right.wordDistance);
+  });
+  return ranked;
+}
+
+std::vector<ModelIndex::WeighedWord> ModelIndex::heaviestWords(const Model& model,
+                                                               const Fingerprint& file) const {
+  std::vector<WeighedWord> common;
+  double sum = 0;
+  for (std::size_t i = 0; i < model.termCount; ++i) {
+    const auto& [word, weight] = terms_[model.firstTerm + i];
+    const auto text = words_.text(word);
+    const auto found = std::ranges::lower_bound(file.words, text, {}, &Fingerprint::Word::text);
+    if (found == file.words.end() || found->text != text) continue;
+    const double share = squared(factors_[word]) * weight * found->weight;
+    sum += share;
+    common.push_back({.text = text, .weight = share});
+  }
+  std::ranges::stable_sort(common, std::ranges::greater(), &WeighedWord::weight);
+  if (common.size() > kMaxRankedWords) common.resize(kMaxRankedWords);
+  for (auto& word : common) word.weight /= sum;
+  return common;
 }
 
 }  // namespace sourcetype

@@ -39,6 +39,25 @@ class ModelIndex {
   // nothing when every model is infinitely far away.
   std::optional<Closest> findClosestModel(const Fingerprint& file);
 
+  // A word that a model and a file have in common.
+  struct WeighedWord {
+    std::string_view text;  // lives as long as the index
+    double weight;          // its share of the sum over all common words, from 0 to 1
+  };
+  struct Ranked {
+    std::size_t model;  // its number, in the order in which models were added
+    std::string_view sourcetype;
+    float distance;  // kInfiniteDistance beyond the limit
+    float wordDistance;
+    float shapeDistance;
+    float maxWordDistance;
+    std::vector<WeighedWord> words;  // at most kMaxRankedWords, the heaviest first
+  };
+  static constexpr std::size_t kMaxRankedWords = 5;
+  // Returns all models in ascending order of their distances; those beyond their limits last, by
+  // their word distances. Measures every model: for explanations.
+  std::vector<Ranked> rankModels(const Fingerprint& file);
+
   // Returns a limit for the distance between the words of a model that is about to be added and those
   // of a file: half of the distance of an empty file, and less for a model of fewer than 50 words.
   float limitFor(const ModelView& model) const;
@@ -88,7 +107,9 @@ class ModelIndex {
   void measureCommonParts(const Fingerprint& file);
   double fileNorm(const Fingerprint& file) const;
   float shapeDistance(const Model& model, const Measure& measure, const Fingerprint& file) const;
+  float wordDistance(const Model& model, const Fingerprint& file) const;
   float exactDistance(const Model& model, const Measure& measure, const Fingerprint& file) const;
+  std::vector<WeighedWord> heaviestWords(const Model& model, const Fingerprint& file) const;
 
   Vocabulary sourcetypes_;
   Vocabulary words_;

@@ -59,6 +59,7 @@ ModelStore::ModelStore(ConfStore& store, ClassifierSettings& settings)
 ModelIndex& ModelStore::models() {
   if (models_) return *models_;
   models_.emplace();
+  stanzas_.clear();
   Conf& conf = store_.getConf("sourcetypes");
   const std::string& inherited = inheritedMaxDist();
   constexpr std::size_t kBytesPerWord = 24;  // of the file, line shapes included
@@ -67,7 +68,9 @@ ModelIndex& ModelStore::models() {
     if (stanza == kDefaultStanza) return;
     TextKeeper keeper;
     const auto model = loadModel(stanza, settings, inherited, keeper);
-    if (model) models_->add(*model);
+    if (!model) return;
+    models_->add(*model);
+    stanzas_.emplace_back(stanza);
   });
   store_.reload(conf);  // frees the settings: the index replaces them
   return *models_;
@@ -89,26 +92,59 @@ bool ModelStore::hasEnoughLines(std::string_view fileName, const Sample& sample)
   return false;
 }
 
-std::optional<std::string> ModelStore::matchModels(std::string_view fileName,
-                                                   const Sample& sample) {
+std::optional<std::string> ModelStore::matchModels(std::string_view fileName, const Sample& sample,
+                                                   FlowObserver* observer) {
   logDebug(kModelLog, "Finding type for file: %s", fileName);
   if (!hasEnoughLines(fileName, sample)) return std::nullopt;
-  const auto closest = findClosest(sample);
+  const auto [segment, closest] = closestSegment(sample);
+  if (observer != nullptr) tellModels(sample, segment, *observer);
   if (!closest || closest->distance > kAcceptDistance) return std::nullopt;
   return std::string(closest->sourcetype);
 }
 
-std::optional<ModelIndex::Closest> ModelStore::findClosest(const Sample& sample) {
-  std::optional<ModelIndex::Closest> best;
+// Nothing if the sample ends before the segment.
+std::optional<Fingerprint> ModelStore::fingerprintOf(const Sample& sample, std::size_t segment) {
+  const auto lines = segmentOf(sample, segment);
+  if (!lines) return std::nullopt;
+  return buildModel(sample, lines->first, lines->last, settings_.ignoredModelKeywords());
+}
+
+ModelStore::ClosestSegment ModelStore::closestSegment(const Sample& sample) {
+  ClosestSegment best;
   for (std::size_t number = 0; number < kMaxMatchedSegments; ++number) {
-    const auto segment = segmentOf(sample, number);
-    if (!segment) break;
-    const auto closest = models().findClosestModel(
-        buildModel(sample, segment->first, segment->last, settings_.ignoredModelKeywords()));
-    if (closest && (!best || closest->distance < best->distance)) best = closest;
-    if (best && best->distance < kSureDistance) break;
+    const auto fingerprint = fingerprintOf(sample, number);
+    if (!fingerprint) break;
+    const auto closest = models().findClosestModel(*fingerprint);
+    if (closest && (!best.closest || closest->distance < best.closest->distance)) {
+      best = {.number = number, .closest = closest};
+    }
+    if (best.closest && best.closest->distance < kSureDistance) break;
   }
   return best;
+}
+
+// Tells the closest models, or, without losers, the closest one and the closest of another
+// sourcetype.
+void ModelStore::tellModels(const Sample& sample, std::size_t segment, FlowObserver& observer) {
+  constexpr std::size_t kMaxTold = 5;
+  const auto fingerprint = fingerprintOf(sample, segment);
+  if (!fingerprint) return;
+  std::vector<ModelEvidence> told;
+  for (const auto& ranked : models().rankModels(*fingerprint)) {
+    const bool isRival = told.empty() || ranked.sourcetype != told.front().sourcetype;
+    if (told.size() == kMaxTold || (!isRival && !observer.wantsLosers())) continue;
+    auto& model = told.emplace_back();
+    model.stanza = stanzas_[ranked.model];
+    model.sourcetype = ranked.sourcetype;
+    model.distance = ranked.wordDistance + ranked.shapeDistance;
+    model.wordDistance = ranked.wordDistance;
+    model.maxWordDistance = ranked.maxWordDistance;
+    for (const auto& [text, weight] : ranked.words) {
+      model.words.push_back({.text = std::string(text), .weight = weight});
+    }
+    model.isAccepted = ranked.distance <= kAcceptDistance;
+  }
+  observer.measuredModels(told);
 }
 
 bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
@@ -117,15 +153,13 @@ bool ModelStore::trainModels(std::string_view fileName, const Sample& sample,
   bool isLearned = false;
   bool isKnown = false;
   for (std::size_t number = 0; number < kMaxTrainedSegments; ++number) {
-    const auto segment = segmentOf(sample, number);
-    if (!segment || countModels(sourcetype) >= maxModels) break;
-    const Fingerprint model =
-        buildModel(sample, segment->first, segment->last, settings_.ignoredModelKeywords());
-    const auto closest = models().findClosestModel(model);
+    const auto model = fingerprintOf(sample, number);
+    if (!model || countModels(sourcetype) >= maxModels) break;
+    const auto closest = models().findClosestModel(*model);
     const bool isClose = closest && closest->distance <= kAcceptDistance;
     isKnown = isKnown || isClose;
     if (isClose && closest->sourcetype == sourcetype) continue;
-    if (!addModel(fileName, model, sourcetype)) break;
+    if (!addModel(fileName, *model, sourcetype)) break;
     isLearned = true;
   }
   return isLearned || isKnown;
@@ -145,6 +179,7 @@ bool ModelStore::addModel(std::string_view fileName, const Fingerprint& model,
   }
   view.maxDistance = parseLimit(maxDistance).value_or(kNoMaxDistance);
   models().add(view);
+  stanzas_.push_back(stanza);
   addedStanzas_.push_back(stanza);
   return true;
 }

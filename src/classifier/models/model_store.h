@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "classifier/classifier_settings.h"
+#include "classifier/flow_observer.h"
 #include "classifier/models/fingerprint.h"
 #include "classifier/models/model_index.h"
 #include "classifier/sample.h"
@@ -47,11 +48,14 @@ class ModelStore {
 
   // Returns the sourcetype of the closest model. Compares the first 5 segments of the sample, a
   // thousand lines each. Returns nothing when no model is close enough, and, with a WARN, when the
-  // sample has too few lines.
-  std::optional<std::string> matchModels(std::string_view fileName, const Sample& sample);
+  // sample has too few lines. `observer`, unless it is null, is told the closest models.
+  std::optional<std::string> matchModels(std::string_view fileName, const Sample& sample,
+                                         FlowObserver* observer = nullptr);
 
   // Returns the closest model at any distance, with that distance.
-  std::optional<ModelIndex::Closest> findClosest(const Sample& sample);
+  std::optional<ModelIndex::Closest> findClosest(const Sample& sample) {
+    return closestSegment(sample).closest;
+  }
 
   // Adds a model for each of the first 20 segments unless the closest model is close enough and of
   // `sourcetype`. Stops when that sourcetype has `maxModels`, or when a model cannot be stored.
@@ -69,12 +73,24 @@ class ModelStore {
   std::size_t failedModels() const { return failedModels_; }
 
   // Forgets the models that were read or added. Their file keeps them.
-  void forget() { models_.emplace(); }
+  void forget() {
+    models_.emplace();
+    stanzas_.clear();
+  }
   // Makes the next use of the models read their file again.
   void reload() { models_.reset(); }
 
  private:
+  // The segment of a sample that is closest to a model.
+  struct ClosestSegment {
+    std::size_t number = 0;
+    std::optional<ModelIndex::Closest> closest;
+  };
+
   ModelIndex& models();
+  std::optional<Fingerprint> fingerprintOf(const Sample& sample, std::size_t segment);
+  ClosestSegment closestSegment(const Sample& sample);
+  void tellModels(const Sample& sample, std::size_t segment, FlowObserver& observer);
   const std::string& inheritedMaxDist();
   bool hasEnoughLines(std::string_view fileName, const Sample& sample) const;
   bool addModel(std::string_view fileName, const Fingerprint& model, std::string_view sourcetype);
@@ -84,6 +100,7 @@ class ModelStore {
   ClassifierSettings& settings_;
   StanzaNumbers stanzaNumbers_;
   std::optional<ModelIndex> models_;
+  std::vector<std::string> stanzas_;             // of models_, in their order
   std::optional<std::string> inheritedMaxDist_;  // of the stanza [default] of sourcetypes.conf
   std::vector<std::string> addedStanzas_;
   std::size_t failedModels_ = 0;
