@@ -6,6 +6,7 @@
 
 #include "inspect/near_names.h"
 #include "inspect/session.h"
+#include "inspect/verbs/scan_verb.h"
 #include "inspect/verbs/settings_verb.h"
 #include "inspect/version.h"
 
@@ -26,6 +27,7 @@ void addCommonOptions(CLI::App& app, Session& session) {
 }
 
 void addVerbs(CLI::App& app, Session& session) {
+  addScanVerb(app, session);
   addSettingsVerb(app, session);
 }
 
