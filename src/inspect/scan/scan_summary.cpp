@@ -103,7 +103,7 @@ std::string ScanSummary::groupsText(const Output& out) const {
       "\n";
   for (std::size_t i = 0; i < std::min(groups.size(), kMaxShown); ++i) {
     const auto& group = *groups[i];
-    text += fmt::format("{}, would be {}\n", filesText(group.count), harmless(group.sourcetype));
+    text += fmt::format("{}, new sourcetype {}\n", filesText(group.count), harmless(group.sourcetype));
     for (const auto& file : group.files) text += "  " + harmless(file) + "\n";
     if (group.count > group.files.size()) {
       text += fmt::format("  and {} more\n", group.count - group.files.size());
