@@ -114,10 +114,12 @@ _sourcetype_offer_modes() {
   _sourcetype_offer "${files[@]}"
 }
 
-_sourcetype() {
+# Sets `words` to the words up to the cursor, `typed` to the last of them, `piece` to what readline
+# will replace, and `before` to what stands in front of it in the same word. Fails without a word.
+_sourcetype_read_words() {
+  local plain
   COMPREPLY=()
   # Readline cuts words apart at "=" and ":", which belong to ours.
-  local words=() piece plain typed before
   for piece in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
     if ((${#words[@]})) && [[ $piece == [=:]* || ${words[-1]} == *[=:] ]]; then
       words[-1]+=$piece
@@ -125,13 +127,17 @@ _sourcetype() {
       words+=("$piece")
     fi
   done
-  ((${#words[@]})) || return 0
-  # `piece` is what readline will replace; `before` stands in front of it in the same word.
+  ((${#words[@]})) || return 1
   if [[ $piece == [=:]* ]]; then piece=; fi
   _sourcetype_unquote "${words[-1]%"$piece"}"
   before=$plain
   _sourcetype_unquote "$piece"
   typed=$before$plain
+}
+
+_sourcetype() {
+  local words=() piece typed before
+  _sourcetype_read_words || return 0
 
   # Where nothing is offered, readline completes names of files.
   case ${#words[@]},${words[0]} in
@@ -160,4 +166,57 @@ _sourcetype() {
   return 0
 }
 
+# Prints the options of a verb of sourcetype-inspect, and those of every verb.
+_sourcetype_inspect_options() {
+  printf '%s\n' --home --json --color --quiet --help
+  case $1 in
+    preview) printf '%s\n' --as --set --save --max ;;
+    scan) printf '%s\n' --csv -j ;;
+    report) printf '%s\n' -o ;;
+    settings) printf '%s\n' --all ;;
+    learned) printf '%s\n' --yes ;;
+    evaluate) printf '%s\n' --folds --no-rules --with-learned ;;
+    '') printf '%s\n' --version ;;
+  esac
+}
+
+_sourcetype_inspect() {
+  local words=() piece typed before word verb='' count=0 last='' options
+  _sourcetype_read_words || return 0
+  # The verb, and the number of words after it that are no options.
+  for word in "${words[@]:0:${#words[@]}-1}"; do
+    case $last,$word in
+      --home,* | --color,* | --as,* | --set,* | --max,* | --folds,* | -o,* | -j,*) ;;
+      *,-*) ;;
+      *) if [[ -z $verb ]]; then verb=$word; else ((++count)); fi ;;
+    esac
+    last=$word
+  done
+  case $last in
+    --home | -o) return 0 ;; # readline knows best about files
+    --color) _sourcetype_offer auto always never; _sourcetype_no_files; return 0 ;;
+    --as) _sourcetype_offer_names "$typed" ""; return 0 ;;
+    --set | --max | --folds | -j) _sourcetype_no_files; return 0 ;;
+  esac
+  if [[ $typed == -* ]]; then
+    mapfile -t options < <(_sourcetype_inspect_options "$verb")
+    _sourcetype_offer "${options[@]}"
+    return 0
+  fi
+  case $verb,$count in
+    ,*)
+      _sourcetype_offer check evaluate explain learned plan preview report scan settings
+      _sourcetype_no_files
+      ;;
+    learned,0) _sourcetype_offer forget list restore show; _sourcetype_no_files ;;
+    learned,* | plan,1) _sourcetype_offer_names "$typed" "" ;;
+    settings,0)
+      _sourcetype_offer_names "$typed" ""
+      compopt -o default 2>/dev/null || true # or a file
+      ;;
+  esac
+  return 0
+}
+
 complete -o bashdefault -o default -F _sourcetype sourcetype
+complete -o bashdefault -o default -F _sourcetype_inspect sourcetype-inspect

@@ -1,7 +1,5 @@
 #include "classifier/flow_observer.h"
 
-#include <algorithm>
-
 namespace sourcetype {
 
 std::string_view stageName(Stage stage) {
@@ -24,11 +22,6 @@ std::string_view stageName(Stage stage) {
       break;
   }
   return "unrecognised";
-}
-
-double RuleEvidence::reserve() const {
-  if (tests.empty()) return 0;
-  return std::ranges::min(tests, {}, &TestEvidence::reserve).reserve();
 }
 
 }  // namespace sourcetype

@@ -45,11 +45,6 @@ struct TestEvidence {
   double counted = 0;     // percent of the tested lines
   bool isCounted = true;  // false if the budget for evidence was spent before
   bool passes = false;
-
-  // Percentage points that the count is away from the limit; negative if the test fails.
-  double reserve() const {
-    return isMinimum ? counted - needed : static_cast<double>(needed) - counted;
-  }
 };
 
 struct RuleEvidence {
@@ -59,9 +54,6 @@ struct RuleEvidence {
   bool decided = false;   // this rule gave the sourcetype
   bool wasTried = false;  // before the flow had an answer
   std::vector<TestEvidence> tests;
-
-  // The smallest reserve of its tests; 0 without tests.
-  double reserve() const;
 };
 
 // A learned model, and its distance from the file.

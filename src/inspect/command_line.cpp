@@ -6,6 +6,8 @@
 
 #include "inspect/near_names.h"
 #include "inspect/session.h"
+#include "inspect/verbs/explain_verb.h"
+#include "inspect/verbs/plan_verb.h"
 #include "inspect/verbs/scan_verb.h"
 #include "inspect/verbs/settings_verb.h"
 #include "inspect/version.h"
@@ -27,6 +29,8 @@ void addCommonOptions(CLI::App& app, Session& session) {
 }
 
 void addVerbs(CLI::App& app, Session& session) {
+  addExplainVerb(app, session);
+  addPlanVerb(app, session);
   addScanVerb(app, session);
   addSettingsVerb(app, session);
 }

@@ -56,7 +56,9 @@ std::string toText(const std::vector<SourcedSetting>& settings, bool all, const 
   std::string text;
   for (const auto& setting : settings) {
     text += fmt::format("{:{}}{} = {}", "", indent, harmless(setting.key), harmless(setting.value));
-    if (!setting.places.empty()) {
+    if (setting.places.empty()) {
+      text += "   " + out.paint(Style::Dim, "(from the file)");
+    } else {
       const auto place =
           fmt::format("[{}] {}", harmless(setting.stanza), placeText(setting.places.front()));
       text += "   " + out.paint(Style::Dim, place);

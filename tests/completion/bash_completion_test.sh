@@ -16,12 +16,14 @@ write() {
   cat >"etc/$1/props.conf"
 }
 
+program=sourcetype
+
 # expect WORD...: completes the last word, as readline cuts them apart, and compares the offers, in
 # any order, with the lines of standard input.
 expect() {
-  COMP_WORDS=(sourcetype "$@")
+  COMP_WORDS=("$program" "$@")
   COMP_CWORD=$#
-  _sourcetype sourcetype "${@: -1}"
+  "_${program//-/_}" "$program" "${@: -1}"
   local offered expected
   offered=
   [ ${#COMPREPLY[@]} = 0 ] || offered=$(printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort)
@@ -93,6 +95,22 @@ $names"
 expect --test --given_type = log4j : a <<<app
 expect --test --sourcetype=pa <<<'--sourcetype=pair\]of' # without "=" in COMP_WORDBREAKS
 expect --test --LEARN_MODEL = <<<$'true\nfalse'
+
+# The companion: verbs, options of the verb, names.
+program=sourcetype-inspect
+expect ex <<<explain
+expect --home / p <<<$'plan\npreview'
+expect explain --q <<<--quiet
+expect scan --c <<<$'--color\n--csv'
+expect preview a.log --as pa <<<'pair\]of'
+expect preview --set x=1 --s <<<$'--save\n--set'
+expect plan a.log pa <<<'pair\]of'
+expect plan a </dev/null # left to readline
+expect learned f <<<forget
+expect learned forget pair pa <<<'pair\]of'
+expect settings pa <<<'pair\]of'
+expect settings x --color al <<<always
+program=sourcetype
 
 # In whatever shell.
 set -o noglob

@@ -7,11 +7,10 @@
 #include <string_view>
 #include <utility>
 
-#include "classifier/flow_observer.h"
 #include "classifier/models/model_store.h"
 #include "classifier/properties.h"
 #include "classifier/sample.h"
-#include "inspect/margin.h"
+#include "inspect/answer.h"
 #include "inspect/scan/archive_reader.h"
 #include "inspect/scan/sample_events.h"
 #include "platform/file_system.h"
@@ -52,21 +51,17 @@ path uncompressedName(const path& file) {
 }  // namespace
 
 // Keeps what decided, and examines the sample while it exists.
-class FileScanner::Observer final : public FlowObserver {
+class FileScanner::Observer final : public Answer {
  public:
   Observer(FileScanner& scanner, ScanRow& row, const TypeRequest& request,
            const PropertiesMap& result)
       : scanner_(scanner), row_(row), request_(request), result_(result) {}
 
   void sampled(const Sample& sample) override { sample_ = &sample; }
-  void testedRule(const RuleEvidence& rule) override {
-    if (rule.decided) row_.margin = marginOf(rule);
-  }
-  void measuredModels(std::span<const ModelEvidence> models) override {
-    if (!models.empty() && models.front().isAccepted) row_.margin = marginOf(models);
-  }
   void ended(Stage stage) override {
+    Answer::ended(stage);
     row_.stage = stage;
+    row_.margin = margin();
     if (stage == Stage::Invalid) return;
     // The flow needs no lines of a file whose sourcetype is configured.
     std::optional<Sample> own;

@@ -1,0 +1,131 @@
+#include "inspect/explain/explanation.h"
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+#include "classifier/models/model.h"
+#include "classifier/properties.h"
+#include "classifier/rules.h"
+#include "classifier/sample.h"
+#include "util/text.h"
+
+namespace sourcetype {
+namespace {
+
+constexpr std::size_t kMaxLosers = 5;
+
+// The names of the stanzas of models are "<file>_<day>T<time>Z_<number>".
+std::string dayOf(std::string_view stanza) {
+  constexpr std::string_view kForm = "0000-00-00T00:00:00Z";
+  const auto number = stanza.rfind('_');
+  if (number == std::string_view::npos || number < kForm.size()) return {};
+  const auto time = stanza.substr(number - kForm.size(), kForm.size());
+  const auto fits = [](char form, char c) { return form == '0' ? isAsciiDigit(c) : form == c; };
+  if (!std::ranges::equal(kForm, time, fits)) return {};
+  return std::string(time.substr(0, time.find('T')));
+}
+
+std::vector<ModelOrigin> originsOf(const std::vector<ModelEvidence>& models, ConfStore& store) {
+  std::vector<ModelOrigin> origins;
+  for (const auto& model : models) {
+    PropertiesMap settings;
+    store.getExactStanza(store.getConf("sourcetypes"), settings, model.stanza);
+    origins.push_back({.file = settings.get(kSourceKey), .day = dayOf(model.stanza)});
+  }
+  return origins;
+}
+
+// A setting that the flow copied from configuration has the place that it has there.
+void addConfiguredPlaces(std::vector<SourcedSetting>& settings,
+                         const std::vector<SourcedSetting>& configured) {
+  for (auto& setting : settings) {
+    if (!setting.places.empty()) continue;
+    const auto found = std::ranges::find(configured, setting.key, &SourcedSetting::key);
+    if (found != configured.end() && found->value == setting.value) setting = *found;
+  }
+}
+
+// The flow does not try rules on a file of few lines.
+std::optional<RuleEvidence> ruleForFewLines(TrialRun& run, const InputWord& input,
+                                            const PropertiesMap& result) {
+  Explanation evidence;
+  const auto sample = input.text ? readSampleText(*input.text, result, "standard input")
+                                 : readSample(input.path, result, kDefaultMaxLines);
+  if (!sample || sample->lineCount() == 0) return std::nullopt;
+  MatchBudget budget(kMaxFileCost);
+  Rules rules(run.store());
+  for (const auto timing : {RuleTiming::BeforeModels, RuleTiming::AfterModels}) {
+    if (rules.findRuleSourcetype(*sample, timing, budget, &evidence)) {
+      return evidence.nearRules().front();
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+void Explanation::configured(const PropertiesMap& settings, std::string_view /*sourcetype*/) {
+  configured_ = settings;
+}
+
+void Explanation::sampled(const Sample& sample) {
+  const auto total = static_cast<double>(sample.bytesRead());
+  sample_ = {
+      .lines = sample.lineCount(),
+      .bytes = sample.bytesRead(),
+      .invalidPercent = total > 0 ? 100 * static_cast<double>(sample.invalidCount()) / total : 0,
+      .mark = sample.detectedCharset()};
+}
+
+void Explanation::testedRule(const RuleEvidence& rule) {
+  Answer::testedRule(rule);
+  if (rule.wasTried) ++triedRules_;
+  if (rule.decided || nearnessOf(rule) > 0) rules_.push_back(rule);
+}
+
+std::vector<RuleEvidence> Explanation::nearRules() const {
+  std::vector<RuleEvidence> near = rules_;
+  std::ranges::stable_sort(near, std::ranges::greater(), [](const RuleEvidence& rule) {
+    return std::pair(rule.decided, nearnessOf(rule));
+  });
+  const std::size_t winners = !near.empty() && near.front().decided ? 1 : 0;
+  if (near.size() > kMaxLosers + winners) near.resize(kMaxLosers + winners);
+  return near;
+}
+
+void Explanation::measuredModels(std::span<const ModelEvidence> models) {
+  Answer::measuredModels(models);
+  models_.assign(models.begin(), models.end());
+}
+
+void Explanation::ratedLineStarts(std::span<const LineStartEvidence> candidates) {
+  lineStarts_.assign(candidates.begin(), candidates.end());
+}
+
+void explainFile(const std::filesystem::path& etc, const std::string& word,
+                 ExplainedFile& explained) {
+  const InputWord input = resolveInput(word);
+  TrialRun run(etc);
+  PropertiesMap result;
+  run.manager().findTypeForFile(
+      result, {.path = input.path, .sampleText = input.text, .observer = &explained.evidence});
+  ConfStore& store = run.store();
+  Conf& props = store.getProps();
+  explained.file = word;
+  explained.sourcetype = result.get(key::kSourcetype);
+  explained.invalidCause = result.get(key::kInvalidCause);
+  explained.origins = originsOf(explained.evidence.models(), store);
+  explained.configured = sourcesOf(explained.evidence.configuredSettings(), store, props);
+  result.remove(key::kSourcetype);
+  result.remove(key::kIsValid);
+  result.remove(key::kInvalidCause);
+  explained.settings = sourcesOf(result, store, props);
+  addConfiguredPlaces(explained.settings, explained.configured);
+  explained.changes = changesOf(run.edits());
+  if (explained.evidence.stage() == Stage::TooSmall) {
+    explained.withMoreLines = ruleForFewLines(run, input, result);
+  }
+}
+
+}  // namespace sourcetype

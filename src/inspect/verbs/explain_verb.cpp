@@ -1,0 +1,55 @@
+#include "inspect/verbs/explain_verb.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "inspect/explain/explain_json.h"
+#include "inspect/explain/explain_text.h"
+#include "inspect/explain/explanation.h"
+#include "inspect/session.h"
+
+namespace sourcetype {
+namespace {
+
+bool isRecognised(Stage stage) {
+  return stage != Stage::NewSourcetype && stage != Stage::Unrecognised && stage != Stage::Invalid &&
+         stage != Stage::TooSmall;
+}
+
+void printExplanation(Session& session, const std::string& word, bool isFirst) {
+  ExplainedFile explained;
+  explainFile(session.etc(), word, explained);
+  if (!isRecognised(explained.evidence.stage())) session.raise(Status::Found);
+  if (session.out().isJson()) {
+    return Output::printJson(explainAsJson(explained, session.home()));
+  }
+  if (!isFirst) Output::print("\n");
+  Output::print(explainAsText(explained, session.home(), session.out()));
+}
+
+void explainAll(Session& session, const std::vector<std::string>& words) {
+  session.home();  // an error of it is told once
+  bool isFirst = true;
+  for (const auto& word : words) {
+    try {
+      printExplanation(session, word, isFirst);
+      isFirst = false;
+    } catch (const InspectError& error) {  // the other files are explained
+      session.fail(error.what());
+    }
+  }
+}
+
+}  // namespace
+
+void addExplainVerb(CLI::App& app, Session& session) {
+  auto* verb = app.add_subcommand("explain", "Why a file has its sourcetype");
+  const auto words = std::make_shared<std::vector<std::string>>();
+  verb->add_option("FILE", *words, "Log files, or - for standard input")->required();
+  verb->callback([&session, words] { explainAll(session, *words); });
+}
+
+}  // namespace sourcetype
