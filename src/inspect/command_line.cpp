@@ -8,6 +8,7 @@
 #include "inspect/session.h"
 #include "inspect/verbs/explain_verb.h"
 #include "inspect/verbs/plan_verb.h"
+#include "inspect/verbs/preview_verb.h"
 #include "inspect/verbs/scan_verb.h"
 #include "inspect/verbs/settings_verb.h"
 #include "inspect/version.h"
@@ -31,6 +32,7 @@ void addCommonOptions(CLI::App& app, Session& session) {
 void addVerbs(CLI::App& app, Session& session) {
   addExplainVerb(app, session);
   addPlanVerb(app, session);
+  addPreviewVerb(app, session);
   addScanVerb(app, session);
   addSettingsVerb(app, session);
 }

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cstdlib>
+
 #include "timestamp/time_zones.h"
 #include "util/regex.h"
 
@@ -10,8 +12,18 @@ namespace sourcetype {
 using std::chrono::days;
 using std::chrono::sys_seconds;
 
-std::string instantText(std::int64_t seconds, std::int32_t nanoseconds) {
-  const sys_seconds time{std::chrono::seconds(seconds)};
+namespace {
+
+std::string offsetText(std::int32_t utcOffset) {
+  if (utcOffset == 0) return "Z";
+  const auto minutes = std::abs(utcOffset) / 60;
+  return fmt::format("{}{:02}:{:02}", utcOffset < 0 ? '-' : '+', minutes / 60, minutes % 60);
+}
+
+}  // namespace
+
+std::string instantText(std::int64_t seconds, std::int32_t nanoseconds, std::int32_t utcOffset) {
+  const sys_seconds time{std::chrono::seconds(seconds + utcOffset)};
   const auto day = std::chrono::floor<days>(time);
   const std::chrono::year_month_day date(day);
   const std::chrono::hh_mm_ss clock(time - day);
@@ -22,7 +34,7 @@ std::string instantText(std::int64_t seconds, std::int32_t nanoseconds) {
     text += fmt::format(".{:09}", nanoseconds);
     text.erase(text.find_last_not_of('0') + 1);
   }
-  return text + "Z";
+  return text + offsetText(utcOffset);
 }
 
 std::optional<sys_seconds> instantFromText(std::string_view text) {

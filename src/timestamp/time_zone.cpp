@@ -58,10 +58,14 @@ sys_seconds TimeZone::toUtc(local_seconds local) const {
   return sys_seconds(local.time_since_epoch() - offset);
 }
 
-local_seconds TimeZone::toLocal(sys_seconds utc) const {
+ZoneSeconds TimeZone::offsetAt(sys_seconds utc) const {
+  if (!summer_) return offset_;
   const local_seconds standard(utc.time_since_epoch() + offset_);
-  if (!summer_ || !isSummer(standard, summer_->offset - offset_)) return standard;
-  return local_seconds(utc.time_since_epoch() + summer_->offset);
+  return isSummer(standard, summer_->offset - offset_) ? summer_->offset : offset_;
+}
+
+local_seconds TimeZone::toLocal(sys_seconds utc) const {
+  return local_seconds(utc.time_since_epoch() + offsetAt(utc));
 }
 
 std::optional<ZoneSeconds> parseOffset(std::string_view text) {

@@ -37,6 +37,8 @@ class TimeZone {
   // A time that occurs twice counts as summer time, and so does a time that is skipped.
   std::chrono::sys_seconds toUtc(std::chrono::local_seconds local) const;
   std::chrono::local_seconds toLocal(std::chrono::sys_seconds utc) const;
+  // East of UTC, in summer with summer time.
+  ZoneSeconds offsetAt(std::chrono::sys_seconds utc) const;
 
  private:
   bool isSummer(std::chrono::local_seconds standard, ZoneSeconds endIsEarlierBy) const;

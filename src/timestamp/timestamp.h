@@ -18,8 +18,10 @@ struct TimestampSpan {
 struct Timestamp {
   std::int64_t seconds = 0;      // since 1970-01-01 00:00 UTC
   std::int32_t nanoseconds = 0;  // 0 to 999,999,999, forward from `seconds`
-  TimestampSpan main;            // the whole timestamp, or the time of day
-  TimestampSpan second;          // a separate date, before or after `main`
+  // Seconds east of UTC, of the zone that the timestamp is read in; 0 for a Unix time.
+  std::int32_t utcOffset = 0;
+  TimestampSpan main;    // the whole timestamp, or the time of day
+  TimestampSpan second;  // a separate date, before or after `main`
 };
 
 }  // namespace sourcetype

@@ -266,7 +266,8 @@ std::optional<TimestampParser::Instant> TimestampParser::instantOf(
     const TimestampFields& fields) const {
   if (fields.epoch) {
     if (!settings_.limits.contain(*fields.epoch)) return std::nullopt;
-    return Instant{*fields.epoch, fields.nanoseconds, std::nullopt};
+    return Instant{
+        .time = *fields.epoch, .nanoseconds = fields.nanoseconds, .evidence = std::nullopt};
   }
   const auto timeOfDay = fields.timeOfDay();
   if (!timeOfDay) return std::nullopt;
@@ -276,11 +277,17 @@ std::optional<TimestampParser::Instant> TimestampParser::instantOf(
     const auto today = time.zone.toLocal(history_.previous().value_or(settings_.limits.reference));
     const auto instant = time.on(std::chrono::floor<days>(today));
     if (!settings_.limits.contain(instant)) return std::nullopt;
-    return Instant{instant, fields.nanoseconds, std::nullopt};
+    return Instant{.time = instant,
+                   .nanoseconds = fields.nanoseconds,
+                   .utcOffset = time.zone.offsetAt(instant).count(),
+                   .evidence = std::nullopt};
   }
   const auto date = dates_.read(fields, time);
   if (!date) return std::nullopt;
-  return Instant{date->time, fields.nanoseconds, date->evidence};
+  return Instant{.time = date->time,
+                 .nanoseconds = fields.nanoseconds,
+                 .utcOffset = time.zone.offsetAt(date->time).count(),
+                 .evidence = date->evidence};
 }
 
 // Accepts a time of day and its date as the line's timestamp.
@@ -306,6 +313,7 @@ std::optional<Timestamp> TimestampParser::accept(const Piece& piece, TimestampSp
   if (instant.evidence) dates_.confirm(*instant.evidence);
   return Timestamp{.seconds = instant.time.time_since_epoch().count(),
                    .nanoseconds = instant.nanoseconds,
+                   .utcOffset = instant.utcOffset,
                    .main = span(piece.start, piece.end),
                    .second = date};
 }

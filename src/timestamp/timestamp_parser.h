@@ -55,6 +55,7 @@ class TimestampParser {
   struct Instant {
     std::chrono::sys_seconds time;
     std::int32_t nanoseconds = 0;
+    std::int32_t utcOffset = 0;
     std::optional<OrderEvidence> evidence;
   };
   // A piece of a line that matches a form and names an instant within the limits.
