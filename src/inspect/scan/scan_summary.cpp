@@ -65,7 +65,7 @@ void ScanSummary::add(const ScanRow& row) {
 std::string ScanSummary::toText(const Output& out) const {
   std::string text = typesText(out) + groupsText(out) + rotationsText(out);
   if (isInterrupted_) {
-    text += out.paint(Style::Bad, fmt::format("\nInterrupted after {}\n", filesText(files_)));
+    text += "\n" + out.paint(Style::Bad, "Interrupted after " + filesText(files_)) + "\n";
   }
   return text;
 }
@@ -103,7 +103,8 @@ std::string ScanSummary::groupsText(const Output& out) const {
       "\n";
   for (std::size_t i = 0; i < std::min(groups.size(), kMaxShown); ++i) {
     const auto& group = *groups[i];
-    text += fmt::format("{}, new sourcetype {}\n", filesText(group.count), harmless(group.sourcetype));
+    text +=
+        fmt::format("{}, new sourcetype {}\n", filesText(group.count), harmless(group.sourcetype));
     for (const auto& file : group.files) text += "  " + harmless(file) + "\n";
     if (group.count > group.files.size()) {
       text += fmt::format("  and {} more\n", group.count - group.files.size());
