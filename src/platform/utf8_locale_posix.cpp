@@ -9,8 +9,8 @@ namespace {
 
 // Lives as long as the process.
 locale_t utf8Locale() {
-  static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-  return locale;
+  static const locale_t kLocale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+  return kLocale;
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ constexpr std::array kMagics{
 };
 
 // After "BZh" and a digit: the start of a block (the digits of pi) or of the end.
-constexpr std::array kBzip2Blocks{"\x31\x41\x59\x26\x53\x59"sv, "\x17\x72\x45\x38\x50\x90"sv};
+constexpr std::array kBzip2Blocks{"1AY&SY"sv, "\x17\x72\x45\x38\x50\x90"sv};
 
 bool isBzip2(std::string_view head) {
   return head.size() >= 10 && head.starts_with("BZh") && isAsciiDigit(head[3]) &&

@@ -15,13 +15,13 @@ constexpr std::string_view kRotated =
     R"((?:\.\d{1,4})?(?:\.old)?)";
 
 const Regex& rotationExpression() {
-  static const Regex expression(std::string("^(.+?)")
-                                    .append(kRotated)
-                                    .append(R"((\.(?:log|txt|out|err|json|csv))?)")
-                                    .append(kRotated)
-                                    .append(R"((?:\.(?:gz|xz|bz2|zst|lz4))?$)"),
-                                Regex::kNoOptions, Regex::Compile::ToMachineCode);
-  return expression;
+  static const Regex kExpression(std::string("^(.+?)")
+                                     .append(kRotated)
+                                     .append(R"((\.(?:log|txt|out|err|json|csv))?)")
+                                     .append(kRotated)
+                                     .append(R"((?:\.(?:gz|xz|bz2|zst|lz4))?$)"),
+                                 Regex::kNoOptions, Regex::Compile::ToMachineCode);
+  return kExpression;
 }
 
 }  // namespace
