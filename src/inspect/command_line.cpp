@@ -11,6 +11,7 @@
 #include "inspect/verbs/learned_verb.h"
 #include "inspect/verbs/plan_verb.h"
 #include "inspect/verbs/preview_verb.h"
+#include "inspect/verbs/scan_verb.h"
 #include "inspect/verbs/settings_verb.h"
 #include "inspect/version.h"
 
@@ -36,6 +37,7 @@ void addVerbs(CLI::App& app, Session& session) {
   addLearnedVerb(app, session);
   addPlanVerb(app, session);
   addPreviewVerb(app, session);
+  addScanVerb(app, session);
   addSettingsVerb(app, session);
 }
 
