@@ -37,6 +37,8 @@ TARNEL_HOME=$home "$executable" samples/dispatch.log >"$work/out" 2>"$work/err" 
 grep -qP '^\tsourcetype -> dispatch$' "$work/out" || fail "classified: $(cat "$work/out")"
 grep -qF '[dispatch]' "$home/etc/system/local/props.conf" || fail 'did not learn the sample'
 rm -r "$home/etc/system/local" "$home/etc/apps/learned"
+"$executable-inspect" --home "$home" explain samples/dispatch.log >"$work/out" 2>"$work/err" || true
+grep -qF 'dispatch.log: dispatch' "$work/out" || fail "explained: $(cat "$work/out" "$work/err")"
 
 [[ $package == *.deb ]] || exit 0
 
