@@ -6,6 +6,7 @@
 
 #include "inspect/near_names.h"
 #include "inspect/session.h"
+#include "inspect/verbs/evaluate_verb.h"
 #include "inspect/verbs/explain_verb.h"
 #include "inspect/verbs/plan_verb.h"
 #include "inspect/verbs/settings_verb.h"
@@ -28,6 +29,7 @@ void addCommonOptions(CLI::App& app, Session& session) {
 }
 
 void addVerbs(CLI::App& app, Session& session) {
+  addEvaluateVerb(app, session);
   addExplainVerb(app, session);
   addPlanVerb(app, session);
   addSettingsVerb(app, session);
