@@ -7,6 +7,7 @@
 #include "inspect/near_names.h"
 #include "inspect/session.h"
 #include "inspect/verbs/check_verb.h"
+#include "inspect/verbs/evaluate_verb.h"
 #include "inspect/verbs/explain_verb.h"
 #include "inspect/verbs/learned_verb.h"
 #include "inspect/verbs/plan_verb.h"
@@ -33,6 +34,7 @@ void addCommonOptions(CLI::App& app, Session& session) {
 
 void addVerbs(CLI::App& app, Session& session) {
   addCheckVerb(app, session);
+  addEvaluateVerb(app, session);
   addExplainVerb(app, session);
   addLearnedVerb(app, session);
   addPlanVerb(app, session);

@@ -25,6 +25,17 @@ std::string readStandardInput() {
 
 }  // namespace
 
+TrialRun::TrialRun(const std::filesystem::path& etc, const MemoryStorage::Changes& edits)
+    : store_(etc, edits_) {
+  for (const auto& [file, content] : edits) {
+    if (content) {
+      edits_.replace(file, *content, {});
+    } else {
+      edits_.remove(file);
+    }
+  }
+}
+
 InputWord resolveInput(const std::string& word) {
   if (word == "-") return {.path = "-", .text = readStandardInput()};
   auto path = pathFromText(word);

@@ -15,7 +15,8 @@ namespace sourcetype {
 // A server's configuration as one run of the tool sees it.
 class TrialRun {
  public:
-  explicit TrialRun(const std::filesystem::path& etc) : store_(etc, edits_) {}
+  // `edits` apply before anything is read.
+  explicit TrialRun(const std::filesystem::path& etc, const MemoryStorage::Changes& edits = {});
 
   ConfStore& store() { return store_; }
   const MemoryStorage& edits() const { return edits_; }

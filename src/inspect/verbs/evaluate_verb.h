@@ -1,0 +1,14 @@
+// The verb "evaluate".
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace sourcetype {
+
+class Session;
+
+void addEvaluateVerb(CLI::App& app, Session& session);
+
+}  // namespace sourcetype
