@@ -7,6 +7,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp -R "$source/README.md" "$source/etc" "$source/samples" "$work/"
 cd "$work"
+mkdir -p build/release/src
+ln -s "$build/src/sourcetype-inspect" build/release/src/
 
 # What ./dev run does when all is built.
 ./dev() {
