@@ -9,10 +9,10 @@
 
 #include "classifier/file_classifier_manager.h"
 #include "classifier/properties.h"
-#include "util/print.h"
 #include "main/usage.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
+#include "util/print.h"
 
 namespace sourcetype {
 namespace {

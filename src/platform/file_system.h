@@ -27,7 +27,7 @@ bool isDirectory(const std::filesystem::path& path);
 // What a walk through directories finds under a name.
 enum class EntryKind {
   CannotExamine,
-  File,           // a regular file, or a link to one
+  File,  // a regular file, or a link to one
   Directory,
   DirectoryLink,  // a symbolic link or junction that leads to a directory
   Other,          // a FIFO, a socket, a device

@@ -1,3 +1,5 @@
+#include <initializer_list>
+
 #include "platform/terminal.h"
 #include "platform/windows_api.h"
 
