@@ -9,6 +9,7 @@
 #include "inspect/verbs/explain_verb.h"
 #include "inspect/verbs/plan_verb.h"
 #include "inspect/verbs/preview_verb.h"
+#include "inspect/verbs/scan_verb.h"
 #include "inspect/verbs/settings_verb.h"
 #include "inspect/version.h"
 
@@ -32,6 +33,7 @@ void addVerbs(CLI::App& app, Session& session) {
   addExplainVerb(app, session);
   addPlanVerb(app, session);
   addPreviewVerb(app, session);
+  addScanVerb(app, session);
   addSettingsVerb(app, session);
 }
 

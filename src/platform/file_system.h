@@ -24,6 +24,16 @@ FileKind fileKind(const std::filesystem::path& path);
 // True for a directory. Symbolic links are followed. False also on errors.
 bool isDirectory(const std::filesystem::path& path);
 
+// What a walk through directories finds under a name.
+enum class EntryKind {
+  CannotExamine,
+  File,           // a regular file, or a link to one
+  Directory,
+  DirectoryLink,  // a symbolic link or junction that leads to a directory
+  Other,          // a FIFO, a socket, a device
+};
+EntryKind entryKind(const std::filesystem::path& path);
+
 // The absolute path of the file at `path`, with all links resolved. Sets `error` if there is no
 // file.
 std::filesystem::path canonicalPath(const std::filesystem::path& path, std::error_code& error);

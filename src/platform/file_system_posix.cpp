@@ -29,6 +29,16 @@ bool isDirectory(const std::filesystem::path& path) {
   return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+EntryKind entryKind(const std::filesystem::path& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) return EntryKind::CannotExamine;
+  const bool isLink = S_ISLNK(status.st_mode);
+  if (isLink && ::stat(path.c_str(), &status) != 0) return EntryKind::CannotExamine;
+  if (S_ISREG(status.st_mode)) return EntryKind::File;
+  if (!S_ISDIR(status.st_mode)) return EntryKind::Other;
+  return isLink ? EntryKind::DirectoryLink : EntryKind::Directory;
+}
+
 std::filesystem::path canonicalPath(const std::filesystem::path& path, std::error_code& error) {
   return std::filesystem::canonical(path, error);
 }

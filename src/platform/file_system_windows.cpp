@@ -26,6 +26,30 @@ bool isDirectory(const fs::path& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+EntryKind entryKind(const fs::path& path) {
+  WIN32_FIND_DATAW entry{};
+  const HANDLE search = FindFirstFileW(systemName(path).c_str(), &entry);
+  // The search finds no root directory.
+  if (search == INVALID_HANDLE_VALUE) {
+    return isDirectory(path) ? EntryKind::Directory : EntryKind::CannotExamine;
+  }
+  FindClose(search);
+  if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+                        IsReparseTagNameSurrogate(entry.dwReserved0);
+    return isLink ? EntryKind::DirectoryLink : EntryKind::Directory;
+  }
+  switch (fileKind(path)) {
+    case FileKind::Regular:
+      return EntryKind::File;
+    case FileKind::CannotExamine:
+      return EntryKind::CannotExamine;
+    case FileKind::Other:
+      break;
+  }
+  return EntryKind::Other;
+}
+
 fs::path canonicalPath(const fs::path& path, std::error_code& error) {
   error.clear();
   const Handle file = openToExamine(path);

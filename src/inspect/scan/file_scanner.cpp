@@ -1,0 +1,165 @@
+#include "inspect/scan/file_scanner.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "classifier/models/model_store.h"
+#include "classifier/properties.h"
+#include "classifier/sample.h"
+#include "inspect/answer.h"
+#include "inspect/scan/archive_reader.h"
+#include "inspect/scan/sample_events.h"
+#include "platform/file_system.h"
+#include "platform/interrupt.h"
+#include "platform/path_form.h"
+#include "timestamp/datetime_file.h"
+
+namespace sourcetype {
+namespace {
+
+using std::filesystem::path;
+
+// The cause of an invalid file that could be read, but is no text.
+constexpr std::string_view kBinaryCause = "binary";
+
+ScanRow unreadable(std::string file, std::string error) {
+  ScanRow row;
+  row.file = std::move(file);
+  row.sourcetype = kUnknownSourcetype;
+  row.error = std::move(error);
+  return row;
+}
+
+// The first lines, as many as a model is learned from.
+Fingerprint fingerprintOf(const Sample& sample, const ClassifierSettings::Keywords& ignored) {
+  constexpr std::size_t kSegmentLines = 1000;
+  const std::size_t lines = sample.lineCount() < kSegmentLines ? kMinModelLines : kSegmentLines;
+  return buildModel(sample, 0, lines - 1, ignored);
+}
+
+// The name by which configuration knows the text of a compressed file.
+path uncompressedName(const path& file) {
+  static constexpr std::array kSuffixes{".gz", ".xz", ".bz2", ".zst", ".lz4"};
+  const bool isSuffix = std::ranges::find(kSuffixes, file.extension()) != kSuffixes.end();
+  return isSuffix ? path(file).replace_extension() : file;
+}
+
+}  // namespace
+
+// Keeps what decided, and examines the sample while it exists.
+class FileScanner::Observer final : public Answer {
+ public:
+  Observer(FileScanner& scanner, ScanRow& row, const TypeRequest& request,
+           const PropertiesMap& result)
+      : scanner_(scanner), row_(row), request_(request), result_(result) {}
+
+  void sampled(const Sample& sample) override { sample_ = &sample; }
+  void ended(Stage stage) override {
+    Answer::ended(stage);
+    row_.stage = stage;
+    row_.margin = margin();
+    if (stage == Stage::Invalid) return;
+    // The flow needs no lines of a file whose sourcetype is configured.
+    std::optional<Sample> own;
+    if (stage == Stage::Configured && (sample_ == nullptr || sample_->lineCount() == 0)) {
+      own = readAgain();
+      sample_ = own ? &*own : nullptr;
+    }
+    if (sample_ != nullptr) scanner_.examineSample(row_, *sample_, result_);
+  }
+
+ private:
+  std::optional<Sample> readAgain() const {
+    const PropertiesMap props{{key::kCharset, result_.get(key::kCharset)}};
+    if (request_.sampleText) return readSampleText(*request_.sampleText, props, row_.file);
+    return readSample(request_.path, props, request_.maxLines);
+  }
+
+  FileScanner& scanner_;
+  ScanRow& row_;
+  const TypeRequest& request_;
+  const PropertiesMap& result_;
+  const Sample* sample_ = nullptr;
+};
+
+FileScanner::FileScanner(const path& etc)
+    : store_(etc, edits_),
+      manager_(store_),
+      settings_(store_),
+      formats_(readDatetimeFile(etc / "datetime.xml")) {}
+
+void FileScanner::scan(const FileWalk::Found& found, const Sink& sink) {
+  const std::string name = pathToText(found.path);
+  if (!found.error.empty()) return sink(unreadable(name, found.error));
+  try {
+    scanReadable(found.path, sink);
+  } catch (const std::exception& error) {
+    sink(unreadable(name, error.what()));
+  }
+}
+
+void FileScanner::scanReadable(const path& file, const Sink& sink) {
+  std::array<char, kArchiveHeadBytes> head;
+  std::string_view beginning;
+  std::uint64_t size = 0;
+  {
+    InputFile opened(file);
+    beginning = {head.data(), opened.read(head)};
+    size = opened.size();
+    if (opened.error()) return sink(unreadable(pathToText(file), opened.error().message()));
+  }
+  if (isArchive(beginning)) return scanArchive(file, sink);
+  ScanRow row = classify(pathToText(file), {.path = file});
+  row.isCut = row.bytes && size > *row.bytes;
+  sink(std::move(row));
+}
+
+void FileScanner::scanArchive(const path& file, const Sink& sink) {
+  const std::string name = pathToText(file);
+  ArchiveReader archive(file);
+  while (auto member = archive.next()) {
+    const bool hasText = !member->text.empty() || member->error.empty();
+    const std::string memberName = member->name.empty() ? name : name + "!" + member->name;
+    const path source = member->name.empty() ? uncompressedName(file)
+                                             : file / pathFromText(member->name).relative_path();
+    ScanRow row =
+        hasText ? classify(memberName, {.path = source, .sampleText = std::move(member->text)})
+                : unreadable(memberName, {});
+    row.isCut = member->isCut;
+    row.error = std::move(member->error);
+    sink(std::move(row));
+    if (interrupted()) return;
+  }
+}
+
+ScanRow FileScanner::classify(std::string name, TypeRequest request) {
+  ScanRow row;
+  row.file = std::move(name);
+  PropertiesMap result;
+  Observer observer(*this, row, request, result);
+  request.isTrial = true;
+  request.observer = &observer;
+  manager_.findTypeForFile(result, request);
+  row.sourcetype = result.get(key::kSourcetype);
+  if (const auto cause = result.tryGet(key::kInvalidCause); cause && *cause != kBinaryCause) {
+    row.error = *cause;
+  }
+  return row;
+}
+
+void FileScanner::examineSample(ScanRow& row, const Sample& sample, const PropertiesMap& settings) {
+  const auto events = examineEvents(sample, settings, formats_, row.file);
+  row.bytes = sample.bytesRead();
+  row.events = events.count;
+  row.first = events.first;
+  row.last = events.last;
+  if (!row.isRecognised() && sample.lineCount() >= kMinModelLines) {
+    row.fingerprint = fingerprintOf(sample, settings_.ignoredModelKeywords());
+  }
+}
+
+}  // namespace sourcetype

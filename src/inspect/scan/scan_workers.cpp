@@ -1,0 +1,46 @@
+#include "inspect/scan/scan_workers.h"
+
+#include <utility>
+
+#include "inspect/scan/file_scanner.h"
+
+namespace sourcetype {
+
+ScanWorkers::ScanWorkers(const std::filesystem::path& etc, std::vector<std::filesystem::path> roots,
+                         std::size_t threadCount, RowQueue& rows)
+    : rows_(rows), walk_(std::move(roots)) {
+  for (std::size_t i = 0; i < threadCount; ++i) {
+    threads_.emplace_back([this, etc] { work(etc); });
+  }
+}
+
+ScanWorkers::~ScanWorkers() {
+  isStopped_ = true;
+  rows_.stop();
+  for (auto& thread : threads_) thread.join();
+}
+
+void ScanWorkers::work(const std::filesystem::path& etc) {
+  FileScanner scanner(etc);
+  FileWalk::Found found;
+  std::size_t item = 0;
+  while (!isStopped_ && take(found, item)) {
+    scanner.scan(found, [&](ScanRow row) { rows_.push(item, std::move(row)); });
+    rows_.finish(item);
+  }
+}
+
+// Takes the next file and its number. False at the end.
+bool ScanWorkers::take(FileWalk::Found& found, std::size_t& item) {
+  const std::scoped_lock lock(mutex_);
+  auto next = walk_.next();
+  if (!next) {
+    rows_.close(nextItem_);
+    return false;
+  }
+  found = std::move(*next);
+  item = nextItem_++;
+  return true;
+}
+
+}  // namespace sourcetype

@@ -1,0 +1,169 @@
+#include "inspect/verbs/scan_verb.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "inspect/scan/progress.h"
+#include "inspect/scan/row_formats.h"
+#include "inspect/scan/row_queue.h"
+#include "inspect/scan/scan_summary.h"
+#include "inspect/scan/scan_workers.h"
+#include "inspect/session.h"
+#include "platform/file_system.h"
+#include "platform/interrupt.h"
+#include "platform/path_form.h"
+#include "platform/terminal.h"
+
+namespace sourcetype {
+namespace {
+
+using std::filesystem::path;
+
+constexpr std::size_t kMaxThreads = 256;
+
+struct Options {
+  std::vector<std::string> paths;
+  bool csv = false;
+  std::size_t threads = 0;  // 0: one for each core
+};
+
+// The paths that exist. The others make the run fail.
+std::vector<path> existingPaths(Session& session, const std::vector<std::string>& names) {
+  std::vector<path> paths;
+  for (const auto& name : names) {
+    path candidate = pathFromText(name);
+    if (entryKind(candidate) == EntryKind::CannotExamine) {
+      session.fail("there is no file or directory " + name);
+    } else {
+      paths.push_back(std::move(candidate));
+    }
+  }
+  return paths;
+}
+
+std::size_t threadCountOf(const Options& options) {
+  const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+  return std::min(options.threads == 0 ? cores : options.threads, kMaxThreads);
+}
+
+// Prints rows in one of three forms.
+class RowPrinter {
+ public:
+  RowPrinter(const Output& out, bool csv)
+      : out_(out),
+        csv_(csv),
+        isOutputTerminal_(isTerminal(StandardStream::Output)),
+        // Programs that read the table get all columns.
+        table_(out, isOutputTerminal_ ? terminalWidth() : ~0U) {}
+
+  bool isOutputTerminal() const { return isOutputTerminal_; }
+
+  void printHead() const {
+    if (csv_) {
+      Output::print(csvHead());
+    } else if (!out_.isJson()) {
+      Output::print(table_.head());
+    }
+  }
+  void print(const ScanRow& row) const {
+    if (csv_) {
+      Output::print(isOutputTerminal_ ? harmlessCsv(row) : toCsv(row));
+    } else if (out_.isJson()) {
+      Output::printJson(toJson(row));
+    } else {
+      Output::print(table_.line(row));
+    }
+  }
+  void print(const ScanSummary& summary) const {
+    if (csv_ || out_.isQuiet()) return;
+    if (out_.isJson()) {
+      for (const auto& object : summary.toJson()) Output::printJson(object);
+    } else {
+      Output::print(summary.toText(out_));
+    }
+  }
+
+ private:
+  static std::string harmlessCsv(ScanRow row) {
+    row.file = harmless(row.file);
+    row.sourcetype = harmless(row.sourcetype);
+    row.error = harmless(row.error);
+    return toCsv(row);
+  }
+
+  const Output& out_;
+  bool csv_;
+  bool isOutputTerminal_;
+  RowTable table_;
+};
+
+// Prints the rows as soon as they are ready. Returns early after Ctrl-C.
+void printRows(RowQueue& rows, const RowPrinter& printer, Progress& progress,
+               ScanSummary& summary) {
+  constexpr std::chrono::milliseconds kPatience{50};
+  ScanRow row;
+  while (!interrupted()) {
+    const auto next = rows.next(kPatience, row);
+    if (next == RowQueue::Next::End) return;
+    if (next == RowQueue::Next::Row) {
+      if (printer.isOutputTerminal()) progress.clear();
+      printer.print(row);
+      summary.add(row);
+    }
+    progress.show(rows.itemsDone());
+  }
+  summary.setInterrupted();
+}
+
+Status statusOf(const ScanSummary& summary) {
+  if (summary.hasErrors()) return Status::Failed;
+  return summary.hasFindings() ? Status::Found : Status::Fine;
+}
+
+void scan(Session& session, const Options& options) {
+  const Output& out = session.out();
+  if (options.csv && out.isJson()) throw InspectError("--csv and --json exclude each other");
+  const path etc = session.etc();
+  const auto roots = existingPaths(session, options.paths);
+  const RowPrinter printer(out, options.csv);
+  ScanSummary summary;
+  const InterruptGuard interrupt;
+  RowQueue rows;
+  const ScanWorkers workers(etc, roots, threadCountOf(options), rows);
+  {
+    Progress progress(!out.isQuiet() && isTerminal(StandardStream::Error), roots);
+    printer.printHead();
+    printRows(rows, printer, progress, summary);
+  }
+  printer.print(summary);
+  session.raise(statusOf(summary));
+  if (!interrupted()) return;
+  // A thread may need seconds for its file. It only reads, so it can be ended at any time.
+  static_cast<void>(std::fflush(stdout));
+  std::_Exit(static_cast<int>(Status::Failed));
+}
+
+}  // namespace
+
+void addScanVerb(CLI::App& app, Session& session) {
+  auto* verb = app.add_subcommand(
+      "scan", "The sourcetype of each file below paths, and a summary; reads archives too");
+  const auto options = std::make_shared<Options>();
+  verb->add_option("PATH", options->paths, "Files and directories")->required();
+  verb->add_flag("--csv", options->csv, "Print CSV");
+  verb->add_option("-j", options->threads, "Files examined at once; as many as cores if not given")
+      ->check(CLI::Range(std::size_t{1}, kMaxThreads))
+      ->option_text("N");
+  verb->callback([&session, options] { scan(session, *options); });
+}
+
+}  // namespace sourcetype

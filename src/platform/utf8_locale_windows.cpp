@@ -1,0 +1,9 @@
+#include "platform/utf8_locale.h"
+
+namespace sourcetype {
+
+Utf8Locale::Utf8Locale() : before_(0) {}
+
+Utf8Locale::~Utf8Locale() = default;
+
+}  // namespace sourcetype
