@@ -13,14 +13,6 @@ namespace {
 
 constexpr std::string_view kLinkSeparator = ",";
 
-TransformNames splitLinks(std::string_view value) {
-  TransformNames names;
-  for (const auto link : split(value, kLinkSeparator)) {
-    if (const auto name = trimBlanks(link); !name.empty()) names.emplace_back(name);
-  }
-  return names;
-}
-
 // Returns true when a link to this stanza reads back as its name. A power failure while a stanza is
 // appended leaves the name "[name", which is not a complete stanza.
 bool canBeLinked(std::string_view stanza) {
@@ -36,6 +28,14 @@ bool namesColumns(const std::string& stanza, ConfStore& store) {
 }
 
 }  // namespace
+
+TransformNames splitLinks(std::string_view value) {
+  TransformNames names;
+  for (const auto link : split(value, kLinkSeparator)) {
+    if (const auto name = trimBlanks(link); !name.empty()) names.emplace_back(name);
+  }
+  return names;
+}
 
 std::string delimiterText(char delimiter) {
   return delimiter == '\t' ? R"(\t)" : std::string(1, delimiter);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "conf/conf_store.h"
@@ -22,6 +23,9 @@ PropertiesMap makeHeaderTransform(char delimiter, const std::vector<std::string>
 // Returns the stanzas that have all settings of `transform`, perhaps among others, and whose names
 // can be linked.
 TransformNames findIdenticalTransforms(const PropertiesMap& transform, ConfStore& store);
+
+// Returns the stanzas that the value of a link names, whether they exist or not.
+TransformNames splitLinks(std::string_view value);
 
 // Returns the existing transforms that the settings of a sourcetype link.
 TransformNames linkedTransforms(const PropertiesMap& settings, ConfStore& store);

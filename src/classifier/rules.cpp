@@ -34,15 +34,7 @@ std::size_t decisiveCount(std::size_t lines, char comparer, int percent) {
 
 }  // namespace
 
-CountedLines Rules::testedLines(const Sample& sample) {
-  std::vector<std::string_view> lines(std::min(sample.lineCount(), kMaxRuleLines));
-  for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = sample.line(i);
-  return CountedLines(std::move(lines));
-}
-
-// Returns the test that a setting describes; nothing for other keys. Text between the prefix and the
-// underscore is ignored, so that a stanza can have several tests of a kind.
-std::optional<Rules::Test> Rules::parseTest(std::string_view key, std::string_view pattern) {
+std::optional<RuleTest> parseRuleTest(std::string_view key) {
   constexpr std::string_view kLessThan = "LESS_THAN";
   constexpr std::string_view kMoreThan = "MORE_THAN";
   constexpr std::size_t kMinKey = kMoreThan.size() + 2;
@@ -56,11 +48,15 @@ std::optional<Rules::Test> Rules::parseTest(std::string_view key, std::string_vi
   char* end = nullptr;
   const long percent = std::strtol(number.c_str(), &end, 10);
   constexpr long kMax = 1'000'000'000;
-  return Test{.key = std::string(key),
-              .pattern = std::string(pattern),
-              .comparer = isLess ? '<' : '>',
-              .percent = static_cast<int>(std::clamp(percent, -kMax, kMax)),
-              .hasNumber = end != number.c_str()};
+  return RuleTest{.comparer = isLess ? '<' : '>',
+                  .percent = static_cast<int>(std::clamp(percent, -kMax, kMax)),
+                  .hasNumber = end != number.c_str()};
+}
+
+CountedLines Rules::testedLines(const Sample& sample) {
+  std::vector<std::string_view> lines(std::min(sample.lineCount(), kMaxRuleLines));
+  for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = sample.line(i);
+  return CountedLines(std::move(lines));
 }
 
 std::vector<Rules::Rule> Rules::readRules(RuleTiming timing) {
@@ -70,8 +66,8 @@ std::vector<Rules::Rule> Rules::readRules(RuleTiming timing) {
     rule.stanza = stanza;
     for (const auto& setting : settings) {
       if (setting.key() == key::kSourcetype) rule.sourcetype = setting.value();
-      if (auto test = parseTest(setting.key(), setting.value())) {
-        rule.tests.push_back(std::move(*test));
+      if (const auto limit = parseRuleTest(setting.key())) {
+        rule.tests.push_back({std::string(setting.key()), std::string(setting.value()), *limit});
       }
     }
   };
@@ -116,8 +112,8 @@ RuleEvidence Rules::describeRule(const CountedLines& lines, const Rule& rule, Ma
     auto& counted = evidence.tests.emplace_back();
     counted.key = test.key;
     counted.expression = test.pattern;
-    counted.isMinimum = test.comparer == '>';
-    counted.needed = test.percent;
+    counted.isMinimum = test.limit.comparer == '>';
+    counted.needed = test.limit.percent;
     counted.isCounted = !budget.isSpent();
     FilteredRegex& regex = expression(test.pattern);
     if (counted.isCounted && regex.error().empty() && lines.size() > 0) {
@@ -183,10 +179,10 @@ bool Rules::passesTests(const CountedLines& lines, const Rule& rule, MatchBudget
 
 // Logs, once a run, a test with an invalid expression or without a percentage.
 void Rules::reportFaults(const Rule& rule, const Test& test, const std::string& error) {
-  if (error.empty() && test.hasNumber) return;
+  if (error.empty() && test.limit.hasNumber) return;
   if (!reported_.emplace(rule.stanza, test.key).second || !records_.faults.admit()) return;
   if (!error.empty()) reportInvalidRegex(kFlowLog, test.pattern, error, rule.stanza, test.key);
-  if (!test.hasNumber) {
+  if (!test.limit.hasNumber) {
     logWarn(kFlowLog, "The percentage of %s in [%s] has no digits and is taken as 0.", test.key,
             rule.stanza);
   }
@@ -199,9 +195,9 @@ FilteredRegex& Rules::expression(const std::string& pattern) {
 bool Rules::MatchRulePattern(const Sample& sample, const std::string& pattern, char comparer,
                              int percent, MatchBudget& budget) {
   const CountedLines lines = testedLines(sample);
-  return passesTest(lines, expression(pattern),
-                    {.key = {}, .pattern = pattern, .comparer = comparer, .percent = percent},
-                    budget);
+  return passesTest(
+      lines, expression(pattern),
+      {.key = {}, .pattern = pattern, .limit = {.comparer = comparer, .percent = percent}}, budget);
 }
 
 bool Rules::passesTest(const CountedLines& lines, FilteredRegex& regex, const Test& test,
@@ -211,14 +207,16 @@ bool Rules::passesTest(const CountedLines& lines, FilteredRegex& regex, const Te
     if (!regex.error().empty() || lines.size() == 0) return 0;
     return static_cast<int>(countMatches(lines, regex, decisive, spent) * 100 / lines.size());
   };
-  const int counted = percentage(decisiveCount(lines.size(), test.comparer, test.percent), budget);
-  const bool passes = test.comparer == '>' ? counted >= test.percent : counted <= test.percent;
+  const int counted =
+      percentage(decisiveCount(lines.size(), test.limit.comparer, test.limit.percent), budget);
+  const bool passes =
+      test.limit.comparer == '>' ? counted >= test.limit.percent : counted <= test.limit.percent;
   if (kFlowLog.isEnabled(LogLevel::Debug)) {
     // The log shows the percentage of all lines. Counting them must not spend the budget of the
     // file.
     MatchBudget logBudget(kMaxTestCost);
     logDebug(kFlowLog, "MatchRulePattern. %s, Pattern: %s, Percent: %d, Comparer: %c, Actual: %d",
-             passes ? "true" : "false", test.pattern, test.percent, test.comparer,
+             passes ? "true" : "false", test.pattern, test.limit.percent, test.limit.comparer,
              percentage(kCountAll, logBudget));
   }
   return passes;

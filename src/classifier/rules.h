@@ -30,6 +30,22 @@ enum class RuleTiming { BeforeModels, AfterModels };
 // At most this many lines of a sample are tested.
 inline constexpr std::size_t kMaxRuleLines = 1000;
 
+// A test of a rule.
+struct RuleTest {
+  char comparer = '>';  // '>': at least `percent` of the lines have to match; '<': at most
+  int percent = 0;
+  bool hasNumber = true;  // if false, `percent` is 0
+
+  // `matched` is the percentage of lines that match.
+  bool passes(int matched) const {
+    return comparer == '>' ? matched >= percent : matched <= percent;
+  }
+};
+
+// Returns the test that a key describes; nothing for other keys. Text between the prefix and the
+// underscore is ignored, so that a stanza can have several tests of a kind.
+std::optional<RuleTest> parseRuleTest(std::string_view key);
+
 class Rules {
  public:
   // `store` must outlive the object.
@@ -57,9 +73,7 @@ class Rules {
   struct Test {
     std::string key;
     std::string pattern;
-    char comparer = '>';
-    int percent = 0;
-    bool hasNumber = true;  // if false, `percent` is 0
+    RuleTest limit;
   };
   struct Rule {
     std::string stanza;
@@ -67,7 +81,6 @@ class Rules {
     std::vector<Test> tests;
   };
 
-  static std::optional<Test> parseTest(std::string_view key, std::string_view pattern);
   std::vector<Rule> readRules(RuleTiming timing);
   // The first of the rules that passes; null if none does.
   const Rule* findRule(const CountedLines& lines, const std::vector<Rule>& rules,

@@ -77,16 +77,26 @@ void requireExactEdit(const ConfFile& before, const ConfFile& after, std::string
 RemainingStanzas removeStanzas(std::string_view text, const StanzaNames& names) {
   RemainingStanzas remaining;
   bool isKept = true;
+  std::string
+      comments;  // since the last setting of a stanza that is removed, from the first one on
   TextKeeper keeper;
   LogicalLineReader reader(text, {}, keeper, Report::No);
   for (LogicalLine line; reader.next(line);) {
     if (line.kind == LineKind::Header) {
+      remaining.text += std::exchange(comments, {});
       const auto found = names.find(std::string(line.name));
       isKept = found == names.end();
       if (!isKept) remaining.removed.insert(*found);
     }
-    if (isKept) remaining.text += line.raw;
+    if (isKept) {
+      remaining.text += line.raw;
+    } else if (line.kind == LineKind::Setting || line.kind == LineKind::Malformed) {
+      comments.clear();
+    } else if (line.kind == LineKind::Comment || !comments.empty()) {
+      comments += line.raw;
+    }
   }
+  remaining.text += comments;
   return remaining;
 }
 

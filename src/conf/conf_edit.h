@@ -33,7 +33,8 @@ PropertiesMap settingsOf(const ConfFile::Stanza& stanza);
 void requireExactEdit(const ConfFile& before, const ConfFile& after, std::string_view stanza,
                       const PropertiesMap& changes);
 
-// A text after some stanzas were removed, and the names of those that it had.
+// A text after some stanzas were removed, and the names of those that it had. The comments after the
+// last setting of such a stanza stay: they may describe the next one.
 struct RemainingStanzas {
   std::string text;
   StanzaNames removed;

@@ -90,6 +90,18 @@ void ConfLookup::addSettings(PropertiesMap& out, std::span<const std::string> na
   budget.spend(allowed - share.left());
 }
 
+std::vector<std::string> ConfLookup::applyingStanzas(std::span<const std::string> names,
+                                                     PatternMatching matching) {
+  MatchBudget budget(kMaxLookupCost);
+  std::vector<std::string> stanzas;
+  for (const auto& name : names) {
+    for (const auto& found : candidates(name, matching == PatternMatching::Yes ? &budget : nullptr))
+      stanzas.emplace_back(found.stanza);
+  }
+  stanzas.emplace_back(kDefaultStanza);
+  return stanzas;
+}
+
 void ConfLookup::addCandidates(PropertiesMap& out, std::span<const std::string> names,
                                MatchBudget* budget) {
   if (budget != nullptr && kLookupLog.isEnabled(LogLevel::Debug)) {

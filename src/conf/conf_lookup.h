@@ -38,6 +38,8 @@ class ConfLookup {
   void addSettings(PropertiesMap& out, std::span<const std::string> names, MatchBudget& budget);
   void addSettings(PropertiesMap& out, std::span<const std::string> names,
                    PatternMatching matching);
+  std::vector<std::string> applyingStanzas(std::span<const std::string> names,
+                                           PatternMatching matching);
 
  private:
   struct Candidate;

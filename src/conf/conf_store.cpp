@@ -130,6 +130,12 @@ void ConfStore::getStanzaSettings(Conf& conf, PropertiesMap& out,
   conf.lookup_.addSettings(out, names, budget);
 }
 
+std::vector<std::string> ConfStore::applyingStanzas(Conf& conf, std::span<const std::string> names,
+                                                    PatternMatching matching) {
+  const std::scoped_lock lock(mutex_);
+  return conf.lookup_.applyingStanzas(names, matching);
+}
+
 bool ConfStore::writeStanza(Conf& conf, std::string_view stanza, const PropertiesMap& settings,
                             bool overwriteAll) {
   return writeStanzaIf(conf, stanza, settings, overwriteAll, [] { return true; }) ==
@@ -154,6 +160,11 @@ void ConfStore::takeBackStanza(Conf& conf, std::string_view stanza) {
   conf.writer_.takeBack(localFile(conf), stanza);
 }
 
+bool ConfStore::removeStanza(Conf& conf, std::string_view stanza) {
+  const std::scoped_lock lock(mutex_);
+  return conf.writer_.remove(localFile(conf), stanza);
+}
+
 bool ConfStore::writeLearnedStanza(Conf& conf, std::string_view stanza,
                                    const PropertiesMap& settings) {
   const std::scoped_lock lock(mutex_);
@@ -164,6 +175,15 @@ ConfStore::Dropped ConfStore::dropLearnedStanzas(Conf& conf, const StanzaNames& 
                                                  const StanzaNames& added) {
   const std::scoped_lock lock(mutex_);
   return conf.learned_.drop(names, added);
+}
+
+std::size_t ConfStore::restoreLearnedStanzas(Conf& conf) {
+  const std::scoped_lock lock(mutex_);
+  return conf.learned_.restore();
+}
+
+std::filesystem::path ConfStore::learnedCopy(const Conf& conf) const {
+  return conf.learned_.copy();
 }
 
 std::filesystem::path ConfStore::learnedFile(const Conf& conf) const {

@@ -122,6 +122,10 @@ class ConfStore {
   void getStanzaSettings(Conf& conf, PropertiesMap& out, std::string_view names,
                          PatternMatching matching);
 
+  // The stanzas whose settings these functions add, the strongest first.
+  std::vector<std::string> applyingStanzas(Conf& conf, std::span<const std::string> names,
+                                           PatternMatching matching);
+
   // Makes `settings` the effective settings of the stanza: writes the settings that differ (with
   // `overwriteAll`, all of them) to the local layer of the system, and deletes none. The next
   // lookup sees them. On failure it logs the reason, leaves the file as it was and returns false. A
@@ -143,6 +147,11 @@ class ConfStore {
   // written. Does nothing for any other stanza. A failure is logged.
   void takeBackStanza(Conf& conf, std::string_view stanza);
 
+  // Removes a stanza from the local layer of the system, and keeps all other stanzas and comments.
+  // Returns false when that layer does not have it. Throws std::runtime_error when that fails; the
+  // file is then as it was.
+  bool removeStanza(Conf& conf, std::string_view stanza);
+
   // As writeStanza(), for a learned model: writes all settings to the local layer of the app
   // "learned". A stanza that the file does not have yet is appended, in time independent of the
   // file's size; a crash may leave a part of the stanza at the end of the file.
@@ -157,6 +166,13 @@ class ConfStore {
   using Dropped = LearnedStanzas::Dropped;
   Dropped dropLearnedStanzas(Conf& conf, const StanzaNames& names, const StanzaNames& added);
 
+  // Adds the stanzas of that copy which learnedFile() does not have, in one step, and returns their
+  // number. The copy stays. Throws std::runtime_error when that fails; the file is then as it was.
+  std::size_t restoreLearnedStanzas(Conf& conf);
+
+  // The copy that dropLearnedStanzas() writes.
+  std::filesystem::path learnedCopy(const Conf& conf) const;
+
   // The file that writeLearnedStanza() writes to.
   std::filesystem::path learnedFile(const Conf& conf) const;
 
@@ -166,9 +182,10 @@ class ConfStore {
   // True when a write has failed because another process did not release the lock.
   bool hasGivenUp() const { return locks_.hasGivenUp(); }
 
- private:
+  // The file that writeStanza() writes to.
   std::filesystem::path localFile(const Conf& conf) const;
 
+ private:
   std::filesystem::path root_;
   PathForm pathForm_;
   ConfStorage& storage_;

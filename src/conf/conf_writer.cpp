@@ -129,13 +129,32 @@ void ConfWriter::takeBack(const std::filesystem::path& file, std::string_view st
       index_.reread(layer);
       const auto* left = layer.file != nullptr ? layer.file->find(stanza) : nullptr;
       if (left == nullptr || settingsOf(*left) != addition.settings) return;
-      const auto text = removeStanzas(layer.file->bytes(), {std::string(stanza)}).text;
-      replace(layer, std::make_unique<ConfFile>(parseText(file, text)), held);
+      removeFrom(layer, stanza, held);
     });
   } catch (const std::exception& error) {
     logError(kStoreLog, "Cannot take back stanza [%s] of %s: %s", stanza, pathToText(file),
              error.what());
   }
+}
+
+bool ConfWriter::remove(const std::filesystem::path& file, std::string_view stanza) {
+  ConfIndex::Layer& layer = index_.layerOf(file);
+  return locks_.underLock(file, [&](const FileLock& held) {
+    index_.reread(layer);
+    if (layer.error && !isMissingFile(layer.error)) {
+      throw std::system_error(layer.error, "cannot read " + pathToText(file));
+    }
+    if (layer.file == nullptr || layer.file->find(stanza) == nullptr) return false;
+    if (!layer.file->isComplete()) throw std::runtime_error(pathToText(file) + ": " + kTooLarge);
+    removeFrom(layer, stanza, held);
+    return true;
+  });
+}
+
+void ConfWriter::removeFrom(ConfIndex::Layer& layer, std::string_view stanza,
+                            const FileLock& lock) {
+  const auto text = removeStanzas(layer.file->bytes(), {std::string(stanza)}).text;
+  replace(layer, std::make_unique<ConfFile>(parseText(layer.path, text)), lock);
 }
 
 }  // namespace sourcetype

@@ -37,6 +37,9 @@ class ConfWriter {
   // As ConfStore::takeBackStanza(), from `file`.
   void takeBack(const std::filesystem::path& file, std::string_view stanza);
 
+  // As ConfStore::removeStanza(), from `file`.
+  bool remove(const std::filesystem::path& file, std::string_view stanza);
+
  private:
   // The stanza that this object added last.
   struct Addition {
@@ -50,6 +53,7 @@ class ConfWriter {
             const FileLock& lock);
   bool append(ConfIndex::Layer& layer, std::string_view stanza, const PropertiesMap& changes,
               const FileLock& lock);
+  void removeFrom(ConfIndex::Layer& layer, std::string_view stanza, const FileLock& lock);
   bool canAppend(const ConfIndex::Layer& layer, std::string_view stanza);
   void replace(ConfIndex::Layer& layer, std::unique_ptr<ConfFile> file, const FileLock& lock);
 

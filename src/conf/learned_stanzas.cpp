@@ -93,16 +93,13 @@ LearnedStanzas::Dropped LearnedStanzas::dropUnderLock(const StanzaNames& names,
   }
   const RemainingStanzas kept = removeStanzas(bytes.view(), names);
   if (kept.removed.empty()) return {};  // another process has dropped them
-  // If a link leads to the file, the copy is beside the target of the link: on the disk and in the
-  // directory that the administrator chose, and under the same lock.
-  const auto file = writeTarget(file_);
-  auto copy = file;
-  copy += ".old";
+  const auto target = writeTarget(file_);
+  const auto copy = this->copy();
   storage_.removeLeftovers(copy);
-  storage_.replaceLike(file, copy, removeStanzas(bytes.view(), added).text, lock);
+  storage_.replaceLike(target, copy, removeStanzas(bytes.view(), added).text, lock);
   // A link was made by an administrator: it stays, and its target is empty then.
-  if (file != file_ || !kept.text.empty()) {
-    storage_.replace(file, kept.text, lock);
+  if (target != file_ || !kept.text.empty()) {
+    storage_.replace(target, kept.text, lock);
   } else {
     lock.ensureHeld();
     storage_.remove(file_);
@@ -110,6 +107,43 @@ LearnedStanzas::Dropped LearnedStanzas::dropUnderLock(const StanzaNames& names,
   known_.reset();
   index_.forget();
   return {.stanzas = kept.removed.size(), .copy = copy, .error = {}};
+}
+
+std::filesystem::path LearnedStanzas::copy() const {
+  auto copy = writeTarget(file_);
+  copy += ".old";
+  return copy;
+}
+
+std::size_t LearnedStanzas::restore() {
+  return locks_.underLock(file_, [&](const FileLock& held) -> std::size_t {
+    const auto readText = [&](const std::filesystem::path& file) {
+      FileBytes bytes = storage_.read(file);
+      if (bytes.error && !isMissingFile(bytes.error)) {
+        throw std::system_error(bytes.error, "cannot read " + pathToText(file));
+      }
+      return bytes;
+    };
+    const FileBytes present = readText(file_);
+    const FileBytes copied = readText(copy());
+    StanzaNames names;
+    const ConfFile before = parseText(file_, present.view());
+    for (const auto& stanza : before.stanzas()) names.emplace(stanza.name);
+    const auto missing = removeStanzas(copied.view(), names).text;
+    const std::size_t count = parseText(file_, missing).stanzas().size();
+    if (count == 0) return 0;
+
+    std::string text(present.view());
+    if (!text.empty()) text += text.ends_with('\n') ? "\n" : "\n\n";
+    text += missing;
+    if (!parseText(file_, text).isComplete()) {
+      throw std::runtime_error(pathToText(file_) + ": " + kTooLarge);
+    }
+    storage_.replace(file_, text, held);
+    known_.reset();
+    index_.forget();
+    return count;
+  });
 }
 
 }  // namespace sourcetype

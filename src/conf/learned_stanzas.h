@@ -33,6 +33,9 @@ class LearnedStanzas {
         storage_(storage) {}
 
   const std::filesystem::path& file() const { return file_; }
+  // "<file>.old". If a link leads to the file, the copy is beside the target of the link: on the
+  // disk and in the directory that the administrator chose, and under the same lock.
+  std::filesystem::path copy() const;
 
   // As ConfStore::writeLearnedStanza().
   bool write(std::string_view stanza, const PropertiesMap& settings);
@@ -44,6 +47,9 @@ class LearnedStanzas {
     std::error_code error;       // if set, no stanza was dropped, and the reason was logged
   };
   Dropped drop(const StanzaNames& names, const StanzaNames& added);
+
+  // As ConfStore::restoreLearnedStanzas().
+  std::size_t restore();
 
  private:
   // What an append has to know of the file, so that it need not read the file again.

@@ -6,7 +6,9 @@
 
 #include "inspect/near_names.h"
 #include "inspect/session.h"
+#include "inspect/verbs/check_verb.h"
 #include "inspect/verbs/explain_verb.h"
+#include "inspect/verbs/learned_verb.h"
 #include "inspect/verbs/plan_verb.h"
 #include "inspect/verbs/preview_verb.h"
 #include "inspect/verbs/scan_verb.h"
@@ -30,7 +32,9 @@ void addCommonOptions(CLI::App& app, Session& session) {
 }
 
 void addVerbs(CLI::App& app, Session& session) {
+  addCheckVerb(app, session);
   addExplainVerb(app, session);
+  addLearnedVerb(app, session);
   addPlanVerb(app, session);
   addPreviewVerb(app, session);
   addScanVerb(app, session);

@@ -38,9 +38,15 @@ std::size_t editDistance(std::string_view left, std::string_view right) {
 
 std::optional<std::string> nearestName(std::string_view name,
                                        std::span<const std::string> candidates) {
+  return nearestName(name, candidates, std::max<std::size_t>(name.size() / 3, 1));
+}
+
+std::optional<std::string> nearestName(std::string_view name,
+                                       std::span<const std::string> candidates,
+                                       std::size_t maxChanges) {
   if (name.size() > kMaxLength) return std::nullopt;
   const std::string wanted = toAsciiLower(name);
-  std::size_t best = std::max<std::size_t>(name.size() / 3, 1) + 1;
+  std::size_t best = maxChanges + 1;
   std::optional<std::string> nearest;
   for (const auto& candidate : candidates) {
     if (candidate.size() > kMaxLength) continue;

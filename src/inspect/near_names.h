@@ -1,6 +1,7 @@
 // Finds the name that somebody probably meant.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
@@ -13,5 +14,10 @@ namespace sourcetype {
 // than a third of the letters of `name`, or at least one letter.
 std::optional<std::string> nearestName(std::string_view name,
                                        std::span<const std::string> candidates);
+
+// The same with a limit of its own: nothing when every candidate needs more changes.
+std::optional<std::string> nearestName(std::string_view name,
+                                       std::span<const std::string> candidates,
+                                       std::size_t maxChanges);
 
 }  // namespace sourcetype

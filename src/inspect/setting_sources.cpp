@@ -2,36 +2,55 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
-#include <span>
+#include <utility>
 
 #include "platform/path_form.h"
 
 namespace sourcetype {
 namespace {
 
-Json toJson(const SettingPlace& place) {
-  return {{"value", place.value}, {"file", pathToText(place.file)}, {"line", place.line}};
+Json toJson(const StanzaSetting& place) {
+  return {{"value", place.value},
+          {"stanza", place.stanza},
+          {"file", pathToText(place.file)},
+          {"line", place.line}};
 }
 
-std::string placeText(const SettingPlace& place) {
-  return fmt::format("{}:{}", harmless(pathToText(place.file)), place.line);
+std::string placeText(const StanzaSetting& place) {
+  return fmt::format("[{}] {}:{}", harmless(place.stanza), harmless(pathToText(place.file)),
+                     place.line);
 }
 
-std::span<const SettingPlace> hiddenOf(const SourcedSetting& setting) {
+void addPlaces(SourcedSetting& setting, const std::string& stanza, ConfStore& store, Conf& conf) {
+  for (auto& place : store.settingPlaces(conf, stanza, setting.key)) {
+    setting.places.push_back({{std::move(place)}, stanza});
+  }
+}
+
+std::span<const StanzaSetting> hiddenOf(const SourcedSetting& setting) {
   return std::span(setting.places).subspan(setting.places.empty() ? 0 : 1);
 }
 
 }  // namespace
 
-std::vector<SourcedSetting> sourcesOf(const PropertiesMap& settings, ConfStore& store, Conf& conf) {
+std::vector<SourcedSetting> sourcesOf(const PropertiesMap& settings, ConfStore& store, Conf& conf,
+                                      std::span<const std::string> stanzas) {
   std::vector<SourcedSetting> sourced;
   for (const auto& [key, entry] : settings.entries()) {
     auto& added = sourced.emplace_back();
     added.key = key;
     added.value = entry.value;
     added.stanza = entry.stanza;
-    if (!entry.stanza.empty()) added.places = store.settingPlaces(conf, entry.stanza, key);
+    if (entry.stanza.empty()) continue;
+    addPlaces(added, entry.stanza, store, conf);
+    const auto own = std::ranges::find(stanzas, entry.stanza);
+    if (own == stanzas.end()) continue;
+    for (const auto& weaker : std::span(std::next(own), stanzas.end())) {
+      addPlaces(added, weaker, store, conf);
+    }
   }
   return sourced;
 }
@@ -59,9 +78,7 @@ std::string toText(const std::vector<SourcedSetting>& settings, bool all, const 
     if (setting.places.empty()) {
       text += "   " + out.paint(Style::Dim, "(from the file)");
     } else {
-      const auto place =
-          fmt::format("[{}] {}", harmless(setting.stanza), placeText(setting.places.front()));
-      text += "   " + out.paint(Style::Dim, place);
+      text += "   " + out.paint(Style::Dim, placeText(setting.places.front()));
     }
     text += '\n';
     if (!all) continue;

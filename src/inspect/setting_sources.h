@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -11,17 +12,24 @@
 
 namespace sourcetype {
 
+struct StanzaSetting : SettingPlace {
+  std::string stanza;
+};
+
 struct SourcedSetting {
   std::string key;
   std::string value;
-  std::string stanza;                // empty for a setting that no stanza has
-  std::vector<SettingPlace> places;  // the effective one first, then those that it hides
+  std::string stanza;                 // empty for a setting that no stanza has
+  std::vector<StanzaSetting> places;  // the effective one first, then those that it hides
 };
 
-// The settings in byte order of their keys. Reads the files that they come from.
-std::vector<SourcedSetting> sourcesOf(const PropertiesMap& settings, ConfStore& store, Conf& conf);
+// The settings in byte order of their keys. Reads the files that they come from. A setting hides
+// those of the same stanza in weaker layers; with `stanzas`, the result of
+// ConfStore::applyingStanzas(), also those of the stanzas after its own.
+std::vector<SourcedSetting> sourcesOf(const PropertiesMap& settings, ConfStore& store, Conf& conf,
+                                      std::span<const std::string> stanzas = {});
 
-// {KEY: {"value", "stanza", "file", "line", "hides": [{"value", "file", "line"}]}}. `stanza`,
+// {KEY: {"value", "stanza", "file", "line", "hides": [{"value", "stanza", "file", "line"}]}}. `stanza`,
 // `file` and `line` are missing for a setting that no stanza has, and `hides` unless `all`.
 Json toJson(const std::vector<SourcedSetting>& settings, bool all);
 

@@ -16,10 +16,7 @@ namespace {
 
 constexpr LogCategory kModelLog{"FileClassifierManager"};
 
-constexpr std::string_view kSourcetypeKey = "_sourcetype";
-constexpr std::string_view kSizeKey = "_size";
 constexpr std::string_view kWeightFormat = "%f";
-constexpr char kShapePrefix = '~';  // no word begins with it, and all words sort before it
 
 struct Escape {
   std::string_view character;

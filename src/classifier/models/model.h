@@ -16,8 +16,15 @@
 
 namespace sourcetype {
 
-// The setting that names the file that a model was learned from.
+// The settings that name the file that a model was learned from, and its sourcetype.
 inline constexpr std::string_view kSourceKey = "_source";
+inline constexpr std::string_view kSourcetypeKey = "_sourcetype";
+
+// The setting that says how many other settings the stanza has, without kMaxDistKey.
+inline constexpr std::string_view kSizeKey = "_size";
+
+// The first byte of the key of a shape. No word begins with it, and all words sort before it.
+inline constexpr char kShapePrefix = '~';
 
 // The setting that limits the distance between the words of a model and those of a file. Beyond
 // this limit the model is infinitely far away, and the shapes of lines are not compared.

@@ -4,6 +4,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "classifier/file_classifier.h"
 #include "classifier/properties.h"
@@ -22,30 +23,41 @@ struct Options {
   bool all = false;
 };
 
-// The settings of a sourcetype, or, for the path of a file, those of the stanzas that match it.
-PropertiesMap effectiveSettings(ConfStore& store, const std::string& name) {
+// The effective settings, and the stanzas that they come from, the strongest first.
+struct Effective {
   PropertiesMap settings;
+  std::vector<std::string> stanzas;
+};
+
+Effective lookUp(ConfStore& store, const std::vector<std::string>& names,
+                 PatternMatching matching) {
+  Effective effective;
+  store.getStanzaSettings(store.getProps(), effective.settings, names, matching);
+  effective.stanzas = store.applyingStanzas(store.getProps(), names, matching);
+  return effective;
+}
+
+// The settings of a sourcetype, or, for the path of a file, those of the stanzas that match it.
+Effective effectiveSettings(ConfStore& store, const std::string& name) {
   if (store.stanzaExists(store.getProps(), name)) {
-    store.getStanzaSettings(store.getProps(), settings, std::span(&name, 1), PatternMatching::No);
-    return settings;
+    return lookUp(store, {name}, PatternMatching::No);
   }
   const auto path = pathFromText(name);
   if (fileKind(path) == FileKind::CannotExamine) {
     throw InspectError("there is neither a stanza nor a file " + name);
   }
-  store.getStanzaSettings(store.getProps(), settings, sourceStanzas(path), PatternMatching::Yes);
-  if (const auto sourcetype = settings.tryGet(key::kSourcetype)) {
-    settings = {};
-    store.getStanzaSettings(store.getProps(), settings, sourceStanzas(path, *sourcetype),
-                            PatternMatching::Yes);
+  auto effective = lookUp(store, sourceStanzas(path), PatternMatching::Yes);
+  if (const auto sourcetype = effective.settings.tryGet(key::kSourcetype)) {
+    effective = lookUp(store, sourceStanzas(path, *sourcetype), PatternMatching::Yes);
   }
-  return settings;
+  return effective;
 }
 
 void printSettings(Session& session, const Options& options) {
   MemoryStorage edits;
   ConfStore store(session.etc(), edits);
-  const auto settings = sourcesOf(effectiveSettings(store, options.name), store, store.getProps());
+  const auto effective = effectiveSettings(store, options.name);
+  const auto settings = sourcesOf(effective.settings, store, store.getProps(), effective.stanzas);
   if (session.out().isJson()) {
     Output::printJson({{"name", options.name}, {"settings", toJson(settings, options.all)}});
   } else {

@@ -1,0 +1,22 @@
+// Checks what one .conf file shows by itself.
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "inspect/check/conf_text.h"
+#include "inspect/check/findings.h"
+#include "timestamp/time_zones.h"
+
+namespace sourcetype {
+
+// The configurations that the program reads. The names of their files end in ".conf".
+inline constexpr std::array<std::string_view, 6> kCheckedConfs{
+    "props", "transforms", "sourcetypes", "source-classifier", "literals", "inputs"};
+
+// Checks the stanzas, keys and values of a file. Those of another configuration than the ones above,
+// and of "inputs", are not known: nothing is said of them.
+void checkConf(const ConfText& text, std::string_view conf, const TimeZones& zones,
+               Findings& findings);
+
+}  // namespace sourcetype
