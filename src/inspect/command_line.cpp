@@ -12,6 +12,7 @@
 #include "inspect/verbs/learned_verb.h"
 #include "inspect/verbs/plan_verb.h"
 #include "inspect/verbs/preview_verb.h"
+#include "inspect/verbs/report_verb.h"
 #include "inspect/verbs/scan_verb.h"
 #include "inspect/verbs/settings_verb.h"
 #include "inspect/version.h"
@@ -39,6 +40,7 @@ void addVerbs(CLI::App& app, Session& session) {
   addLearnedVerb(app, session);
   addPlanVerb(app, session);
   addPreviewVerb(app, session);
+  addReportVerb(app, session);
   addScanVerb(app, session);
   addSettingsVerb(app, session);
 }

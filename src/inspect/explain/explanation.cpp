@@ -105,14 +105,18 @@ void Explanation::ratedLineStarts(std::span<const LineStartEvidence> candidates)
 
 void explainFile(const std::filesystem::path& etc, const std::string& word,
                  ExplainedFile& explained) {
-  const InputWord input = resolveInput(word);
+  explainInput(etc, word, resolveInput(word), explained);
+}
+
+void explainInput(const std::filesystem::path& etc, const std::string& name, const InputWord& input,
+                  ExplainedFile& explained) {
   TrialRun run(etc);
   PropertiesMap result;
   run.manager().findTypeForFile(
       result, {.path = input.path, .sampleText = input.text, .observer = &explained.evidence});
   ConfStore& store = run.store();
   Conf& props = store.getProps();
-  explained.file = word;
+  explained.file = name;
   explained.sourcetype = result.get(key::kSourcetype);
   explained.invalidCause = result.get(key::kInvalidCause);
   explained.origins = originsOf(explained.evidence.models(), store);

@@ -78,8 +78,12 @@ struct ExplainedFile {
   std::optional<RuleEvidence> withMoreLines;
 };
 
-// Runs the flow of the tool for a file, in memory. Fills `explained`.
+// Runs the flow of the tool for a file, in memory. Fills `explained`. `word` is what the command line
+// says. Throws InspectError if the file cannot be read.
 void explainFile(const std::filesystem::path& etc, const std::string& word,
                  ExplainedFile& explained);
+// The same for an input that is named `name`.
+void explainInput(const std::filesystem::path& etc, const std::string& name, const InputWord& input,
+                  ExplainedFile& explained);
 
 }  // namespace sourcetype

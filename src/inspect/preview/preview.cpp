@@ -35,7 +35,7 @@ PropertiesMap settingsOf(ConfStore& store, const PreviewRequest& request, const 
     return settings;
   }
   TypeRequest type{.path = request.path};
-  if (request.fromStandardInput) type.sampleText = log.bytes;
+  if (request.bytes) type.sampleText = log.bytes;
   FileClassifierManager(store).findTypeForFile(settings, type);
   return settings;
 }
@@ -64,7 +64,7 @@ std::vector<PreviewEvent> previewEvents(std::span<const LogLine> lines,
 Preview previewLog(ConfStore& store, const TimestampFormats& formats,
                    const PreviewRequest& request) {
   const auto name = pathToText(request.path);
-  const auto bytes = request.fromStandardInput ? readStandardInput() : readLogFile(request.path);
+  const auto bytes = request.bytes ? *request.bytes : readLogFile(request.path);
   Preview preview;
   preview.settings = settingsOf(store, request, bytes);
   preview.sourcetype = preview.settings.get(key::kSourcetype);

@@ -33,9 +33,9 @@ std::vector<PreviewEvent> previewEvents(std::span<const LogLine> lines,
 
 struct PreviewRequest {
   std::filesystem::path path;
-  bool fromStandardInput = false;  // `path` is then only a name
-  std::string sourcetype;          // empty: the one that the classifier finds
-  PropertiesMap tried = {};        // settings that replace those of the sourcetype
+  std::string sourcetype = {};         // empty: the one that the classifier finds
+  PropertiesMap tried = {};            // settings that replace those of the sourcetype
+  std::optional<LogBytes> bytes = {};  // of the log, if it is no file; `path` is then only a name
 };
 
 struct Preview {

@@ -86,11 +86,12 @@ class FileScanner::Observer final : public Answer {
   const Sample* sample_ = nullptr;
 };
 
-FileScanner::FileScanner(const path& etc)
+FileScanner::FileScanner(const path& etc, Examiner examine)
     : store_(etc, edits_),
       manager_(store_),
       settings_(store_),
-      formats_(readDatetimeFile(etc / "datetime.xml")) {}
+      formats_(readDatetimeFile(etc / "datetime.xml")),
+      examine_(std::move(examine)) {}
 
 void FileScanner::scan(const FileWalk::Found& found, const Sink& sink) {
   const std::string name = pathToText(found.path);
@@ -113,7 +114,7 @@ void FileScanner::scanReadable(const path& file, const Sink& sink) {
     if (opened.error()) return sink(unreadable(pathToText(file), opened.error().message()));
   }
   if (isArchive(beginning)) return scanArchive(file, sink);
-  ScanRow row = classify(pathToText(file), {.path = file});
+  ScanRow row = classify(pathToText(file), {.path = file}, false);
   row.isCut = row.bytes && size > *row.bytes;
   sink(std::move(row));
 }
@@ -127,18 +128,19 @@ void FileScanner::scanArchive(const path& file, const Sink& sink) {
     const path source = member->name.empty() ? uncompressedName(file)
                                              : file / pathFromText(member->name).relative_path();
     ScanRow row =
-        hasText ? classify(memberName, {.path = source, .sampleText = std::move(member->text)})
+        hasText ? classify(memberName, {.path = source, .sampleText = std::move(member->text)},
+                           member->isCut)
                 : unreadable(memberName, {});
-    row.isCut = member->isCut;
     row.error = std::move(member->error);
     sink(std::move(row));
     if (interrupted()) return;
   }
 }
 
-ScanRow FileScanner::classify(std::string name, TypeRequest request) {
+ScanRow FileScanner::classify(std::string name, TypeRequest request, bool isCut) {
   ScanRow row;
   row.file = std::move(name);
+  row.isCut = isCut;
   PropertiesMap result;
   Observer observer(*this, row, request, result);
   request.isTrial = true;
@@ -148,6 +150,7 @@ ScanRow FileScanner::classify(std::string name, TypeRequest request) {
   if (const auto cause = result.tryGet(key::kInvalidCause); cause && *cause != kBinaryCause) {
     row.error = *cause;
   }
+  if (examine_) row.details = examine_(row, request, formats_);
   return row;
 }
 

@@ -21,9 +21,13 @@ namespace sourcetype {
 class FileScanner {
  public:
   using Sink = std::function<void(ScanRow)>;
+  // Called with each file that was classified, and with the forms of timestamps. Returns the details
+  // of its row. May be called by several threads at once.
+  using Examiner =
+      std::function<std::string(const ScanRow&, const TypeRequest&, const TimestampFormats&)>;
 
   // `etc` is the configuration tree.
-  explicit FileScanner(const std::filesystem::path& etc);
+  explicit FileScanner(const std::filesystem::path& etc, Examiner examine = {});
 
   // Calls `sink` with each row of the file. Throws nothing for the sake of the file: what is wrong
   // with it is in its row.
@@ -34,7 +38,7 @@ class FileScanner {
 
   void scanReadable(const std::filesystem::path& file, const Sink& sink);
   void scanArchive(const std::filesystem::path& file, const Sink& sink);
-  ScanRow classify(std::string name, TypeRequest request);
+  ScanRow classify(std::string name, TypeRequest request, bool isCut);
   void examineSample(ScanRow& row, const Sample& sample, const PropertiesMap& settings);
 
   MemoryStorage edits_;
@@ -42,6 +46,7 @@ class FileScanner {
   FileClassifierManager manager_;
   ClassifierSettings settings_;
   TimestampFormats formats_;
+  Examiner examine_;
 };
 
 }  // namespace sourcetype

@@ -21,6 +21,7 @@ struct ScanRow {
   std::optional<std::uint64_t> bytes;    // of the sample, before conversion
   bool isCut = false;                    // the file has more than the sample
   std::string error;                     // why the file, or the rest of it, could not be read
+  std::string details = {};              // what the examiner of the scan returned
   std::optional<Fingerprint> fingerprint = {};  // of a file that was not recognised
 
   bool isRecognised() const {

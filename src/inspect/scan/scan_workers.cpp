@@ -2,15 +2,14 @@
 
 #include <utility>
 
-#include "inspect/scan/file_scanner.h"
-
 namespace sourcetype {
 
 ScanWorkers::ScanWorkers(const std::filesystem::path& etc, std::vector<std::filesystem::path> roots,
-                         std::size_t threadCount, RowQueue& rows)
+                         std::size_t threadCount, RowQueue& rows,
+                         const FileScanner::Examiner& examine)
     : rows_(rows), walk_(std::move(roots)) {
   for (std::size_t i = 0; i < threadCount; ++i) {
-    threads_.emplace_back([this, etc] { work(etc); });
+    threads_.emplace_back([this, etc, examine] { work(etc, examine); });
   }
 }
 
@@ -20,8 +19,8 @@ ScanWorkers::~ScanWorkers() {
   for (auto& thread : threads_) thread.join();
 }
 
-void ScanWorkers::work(const std::filesystem::path& etc) {
-  FileScanner scanner(etc);
+void ScanWorkers::work(const std::filesystem::path& etc, const FileScanner::Examiner& examine) {
+  FileScanner scanner(etc, examine);
   FileWalk::Found found;
   std::size_t item = 0;
   while (!isStopped_ && take(found, item)) {

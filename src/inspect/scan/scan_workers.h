@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "inspect/scan/file_scanner.h"
 #include "inspect/scan/file_walk.h"
 #include "inspect/scan/row_queue.h"
 
@@ -19,13 +20,13 @@ class ScanWorkers {
  public:
   // `etc` is the configuration tree. `rows` must outlive the object.
   ScanWorkers(const std::filesystem::path& etc, std::vector<std::filesystem::path> roots,
-              std::size_t threadCount, RowQueue& rows);
+              std::size_t threadCount, RowQueue& rows, const FileScanner::Examiner& examine = {});
   ScanWorkers(const ScanWorkers&) = delete;
   ScanWorkers& operator=(const ScanWorkers&) = delete;
   ~ScanWorkers();
 
  private:
-  void work(const std::filesystem::path& etc);
+  void work(const std::filesystem::path& etc, const FileScanner::Examiner& examine);
   bool take(FileWalk::Found& found, std::size_t& item);
 
   RowQueue& rows_;

@@ -145,10 +145,10 @@ void runPreview(Session& session, const Options& options) {
   }
   checkSourcetype(store, options.sourcetype);
   const bool fromStandardInput = options.file == "-";
-  const PreviewRequest request{.path = pathFromText(fromStandardInput ? "stdin" : options.file),
-                               .fromStandardInput = fromStandardInput,
-                               .sourcetype = options.sourcetype,
-                               .tried = triedSettings(options.assignments, formats.zones())};
+  PreviewRequest request{.path = pathFromText(fromStandardInput ? "stdin" : options.file),
+                         .sourcetype = options.sourcetype,
+                         .tried = triedSettings(options.assignments, formats.zones())};
+  if (fromStandardInput) request.bytes = readStandardInput();
   const auto preview = previewLog(store, formats, request);
   for (const auto& problem : preview.problems) Output::complain(problem);
   if (preview.isBinary) {

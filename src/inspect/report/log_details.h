@@ -1,0 +1,28 @@
+// What a report shows of one log when its row is opened.
+#pragma once
+
+#include <filesystem>
+
+#include "classifier/type_request.h"
+#include "inspect/output.h"
+#include "inspect/scan/scan_row.h"
+#include "timestamp/timestamp_formats.h"
+
+namespace sourcetype {
+
+// Limits of the preview of one log, so that the page of 1,000 logs stays small.
+inline constexpr std::size_t kMaxShownEvents = 50;
+inline constexpr std::size_t kMaxShownBytes = 8000;       // of all events
+inline constexpr std::size_t kMaxShownEventBytes = 2000;  // of one event
+
+// {"explanation": as of the verb explain, "preview": {"events": [...], "summary": {...},
+// "problems": [...]}, "times": {"start", "step", "counts"}, "lines": [...]}. The plots count all
+// events that were read. The text of an event is {"pieces": [...]}: in turn a piece before a
+// timestamp, and the timestamp. Without a preview, if the log is no text, or cannot be read any more:
+// then "problem" tells why.
+//
+// `home` is the server's root.
+Json describeLog(const std::filesystem::path& home, const ScanRow& row, const TypeRequest& request,
+                 const TimestampFormats& formats);
+
+}  // namespace sourcetype

@@ -1,0 +1,148 @@
+#include "inspect/verbs/report_verb.h"
+
+#include <fmt/core.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "inspect/check/findings.h"
+#include "inspect/check/tree_check.h"
+#include "inspect/report/log_details.h"
+#include "inspect/report/report_page.h"
+#include "inspect/report/script_text.h"
+#include "inspect/scan/progress.h"
+#include "inspect/scan/row_queue.h"
+#include "inspect/scan/scan_summary.h"
+#include "inspect/scan/scan_workers.h"
+#include "inspect/session.h"
+#include "platform/file_system.h"
+#include "platform/file_writing.h"
+#include "platform/interrupt.h"
+#include "platform/path_form.h"
+#include "platform/terminal.h"
+#include "timestamp/instant_text.h"
+
+namespace sourcetype {
+namespace {
+
+using std::filesystem::path;
+
+struct Options {
+  std::vector<std::string> paths;
+  std::string output;
+};
+
+// Throws InspectError for a file that cannot be written, before the work of hours is done.
+path checkedTarget(const std::string& name) {
+  path target = pathFromText(name);
+  if (fileKind(target) == FileKind::Other) throw InspectError(name + " is not a regular file");
+  if (!isDirectory(directoryOf(target))) {
+    throw InspectError("there is no directory " + pathToText(directoryOf(target)));
+  }
+  return target;
+}
+
+// The paths that exist. The others make the run fail.
+std::vector<path> existingPaths(Session& session, const std::vector<std::string>& names) {
+  std::vector<path> paths;
+  for (const auto& name : names) {
+    path candidate = pathFromText(name);
+    if (entryKind(candidate) == EntryKind::CannotExamine) {
+      session.fail("there is no file or directory " + name);
+    } else {
+      paths.push_back(std::move(candidate));
+    }
+  }
+  return paths;
+}
+
+// Adds the rows to the page as soon as they are ready. Returns early after Ctrl-C.
+void addRows(RowQueue& rows, Progress& progress, ReportPage& page, ScanSummary& summary) {
+  constexpr std::chrono::milliseconds kPatience{50};
+  ScanRow row;
+  while (!interrupted()) {
+    const auto next = rows.next(kPatience, row);
+    if (next == RowQueue::Next::End) return;
+    if (next == RowQueue::Next::Row) {
+      page.add(row);
+      summary.add(row);
+    }
+    progress.show(rows.itemsDone());
+  }
+  summary.setInterrupted();
+  page.setInterrupted();
+}
+
+void scanInto(ReportPage& page, Session& session, const std::vector<path>& roots) {
+  const path home = session.home();
+  const auto examine = [&home](const ScanRow& row, const TypeRequest& request,
+                               const TimestampFormats& formats) {
+    return scriptText(describeLog(home, row, request, formats));
+  };
+  ScanSummary summary;
+  RowQueue rows;
+  const ScanWorkers workers(session.etc(), roots, std::max(1U, std::thread::hardware_concurrency()),
+                            rows, examine);
+  Progress progress(!session.out().isQuiet() && isTerminal(StandardStream::Error), roots);
+  addRows(rows, progress, page, summary);
+  page.setSummary(summary.toJson());
+  if (summary.hasFindings()) session.raise(Status::Found);
+  if (summary.hasErrors() || interrupted()) session.raise(Status::Failed);
+}
+
+void addFindings(ReportPage& page, Session& session) {
+  Findings findings;
+  checkTree(session.etc(), findings, [&](const std::string& problem) { session.fail(problem); });
+  page.setFindings(findings.sorted());
+}
+
+std::string now() {
+  const auto seconds = std::chrono::system_clock::now().time_since_epoch();
+  return instantText(std::chrono::floor<std::chrono::seconds>(seconds).count(), 0);
+}
+
+void write(const path& target, const std::string& html) {
+  try {
+    replaceFile(target, html);
+  } catch (const std::system_error& error) {
+    throw InspectError(error.what());
+  }
+}
+
+void report(Session& session, const Options& options) {
+  const path target = checkedTarget(options.output);
+  ReportPage page({.created = now(), .home = pathToText(session.home()), .paths = options.paths});
+  const auto roots = existingPaths(session, options.paths);
+  const InterruptGuard interrupt;
+  scanInto(page, session, roots);
+  addFindings(page, session);
+  write(target, page.html());
+  if (session.out().isQuiet()) return;
+  if (session.out().isJson()) {
+    Output::printJson({{"report", options.output}, {"files", page.fileCount()}});
+  } else {
+    Output::print(fmt::format("{}: {} files\n", harmless(options.output), page.fileCount()));
+  }
+}
+
+}  // namespace
+
+void addReportVerb(CLI::App& app, Session& session) {
+  auto* verb = app.add_subcommand("report", "A page for a browser of the files below paths");
+  const auto options = std::make_shared<Options>();
+  verb->add_option("PATH", options->paths, "Files and directories")->required();
+  verb->add_option("-o", options->output, "The page to write; an existing file is replaced")
+      ->required()
+      ->option_text("FILE.html");
+  verb->callback([&session, options] { report(session, *options); });
+}
+
+}  // namespace sourcetype
