@@ -4,6 +4,9 @@
 (() => {
   const kRowsAtOnce = 1000;
   const kProblemStages = new Set(['new', 'unrecognised']);
+  // The summary counts these files under names that are no sourcetypes.
+  const kNotRecognised = '(not recognised)';
+  const kStagesOfGroups = {'(too small)': 'too_small', '(no text)': 'invalid'};
   const byId = (id) => document.getElementById(id);
   const readData = (id) => JSON.parse(byId(id).textContent);
   const about = readData('about');
@@ -268,7 +271,10 @@
   function showTypes(types) {
     const body = types.map((type) => el('tr', {},
       el('td', {}, el('button', {type: 'button', onclick: () => {
-        byId('sourcetype').value = type.sourcetype;
+        const stage = kStagesOfGroups[type.sourcetype];
+        byId('problems').checked = type.sourcetype === kNotRecognised;
+        byId('stage').value = stage || '';
+        byId('sourcetype').value = stage || byId('problems').checked ? '' : type.sourcetype;
         showFiles();
       }}, type.sourcetype)),
       el('td', {class: 'number'}, type.files), el('td', {class: 'number'}, type.events),
