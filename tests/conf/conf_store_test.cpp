@@ -252,12 +252,10 @@ TEST(WriteStanza, FailsWhenOneProcessKeepsTheLock) {
     EXPECT_NE(log.find("holds the lock"), log.npos) << log;
   }
   EXPECT_TRUE(store.hasGivenUp());
-  const auto lock = tree.path("system/local/props.conf.lock");
-  std::filesystem::remove(lock);
-  std::filesystem::create_directory(lock);  // another failure does not undo that
-  EXPECT_FALSE(store.writeStanza(store.getProps(), "s", {{"k", "1"}}, false));
+  // Another failure does not undo that.
+  std::filesystem::create_directory(tree.path("system/local/transforms.conf.lock"));
+  EXPECT_FALSE(store.writeStanza(store.getTransforms(), "s", {{"k", "1"}}, false));
   EXPECT_TRUE(store.hasGivenUp());
-  std::filesystem::remove(lock);
   // The attempt that failed still waits, and has the lock for a moment.
   ConfStore patient(tree.root(), kPosixPathForm);
   EXPECT_TRUE(patient.writeStanza(patient.getProps(), "s", {{"k", "1"}}, false));

@@ -125,8 +125,9 @@ void FileScanner::scanArchive(const path& file, const Sink& sink) {
   while (auto member = archive.next()) {
     const bool hasText = !member->text.empty() || member->error.empty();
     const std::string memberName = member->name.empty() ? name : name + "!" + member->name;
-    const path source = member->name.empty() ? uncompressedName(file)
-                                             : file / pathFromText(member->name).relative_path();
+    path source = member->name.empty() ? uncompressedName(file)
+                                       : file / pathFromText(member->name).relative_path();
+    source.make_preferred();  // archives have "/" on every system
     ScanRow row =
         hasText ? classify(memberName, {.path = source, .sampleText = std::move(member->text)},
                            member->isCut)
