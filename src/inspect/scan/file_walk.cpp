@@ -43,29 +43,28 @@ std::optional<FileWalk::Found> FileWalk::next() {
 }
 
 std::optional<FileWalk::Found> FileWalk::nextRoot() {
-  path root = std::move(roots_.back());
+  const path root = std::move(roots_.back());
   roots_.pop_back();
   switch (entryKind(root)) {
     case EntryKind::File:
     case EntryKind::CannotExamine:
-      return Found{.path = std::move(root), .error = {}};
+      return Found{.path = root, .error = {}};
     case EntryKind::Directory:
     case EntryKind::DirectoryLink:
-      return enter(std::move(root));
+      return enter(root);
     case EntryKind::Other:
       break;
   }
-  return Found{.path = std::move(root), .error = "not a regular file"};
+  return Found{.path = root, .error = "not a regular file"};
 }
 
 // Returns the directory if it cannot be listed.
-std::optional<FileWalk::Found> FileWalk::enter(path directory) {
+std::optional<FileWalk::Found> FileWalk::enter(const path& directory) {
   std::error_code error;
   auto names = listDirectory(directory, error);
-  if (error) return Found{.path = std::move(directory), .error = error.message()};
+  if (error) return Found{.path = directory, .error = error.message()};
   std::ranges::reverse(names);
-  levels_.push_back(
-      {.directory = std::move(directory), .names = std::move(names), .directories = {}});
+  levels_.push_back({.directory = directory, .names = std::move(names), .directories = {}});
   return std::nullopt;
 }
 
@@ -75,9 +74,9 @@ std::optional<FileWalk::Found> FileWalk::enterNextDirectory() {
     levels_.pop_back();
     return std::nullopt;
   }
-  path directory = level.directory / level.directories.front();
+  const path directory = level.directory / level.directories.front();
   level.directories.pop_front();
-  return enter(std::move(directory));
+  return enter(directory);
 }
 
 }  // namespace sourcetype

@@ -41,7 +41,7 @@ class FileWalk {
   };
 
   std::optional<Found> nextRoot();
-  std::optional<Found> enter(std::filesystem::path directory);
+  std::optional<Found> enter(const std::filesystem::path& directory);
   std::optional<Found> enterNextDirectory();
 
   std::vector<std::filesystem::path> roots_;  // the last one first

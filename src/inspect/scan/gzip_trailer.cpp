@@ -8,7 +8,7 @@ namespace sourcetype {
 namespace {
 
 // The CRC-32 of every byte, by the reversed polynomial that gzip uses.
-constexpr auto kCrcTable = [] {
+constexpr std::array<std::uint32_t, 256> makeCrcTable() {
   constexpr std::uint32_t kPolynomial = 0xEDB88320;
   std::array<std::uint32_t, 256> table{};
   for (std::uint32_t byte = 0; byte < table.size(); ++byte) {
@@ -17,7 +17,8 @@ constexpr auto kCrcTable = [] {
     table[byte] = crc;
   }
   return table;
-}();
+}
+constexpr auto kCrcTable = makeCrcTable();
 
 std::uint32_t crcOf(std::string_view text) {
   std::uint32_t crc = ~std::uint32_t{0};
