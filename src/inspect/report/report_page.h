@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <span>
 #include <string>
 #include <vector>
