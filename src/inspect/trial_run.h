@@ -8,7 +8,6 @@
 #include "classifier/file_classifier_manager.h"
 #include "conf/conf_store.h"
 #include "conf/memory_storage.h"
-#include "conf/properties_map.h"
 
 namespace sourcetype {
 

@@ -16,7 +16,6 @@
 #include "conf/conf_store.h"
 #include "conf/layers.h"
 #include "conf/memory_storage.h"
-#include "conf/stanza_kinds.h"
 #include "inspect/check/conf_check.h"
 #include "inspect/check/conf_text.h"
 #include "inspect/check/known_keys.h"

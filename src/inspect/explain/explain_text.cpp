@@ -4,7 +4,6 @@
 
 #include "classifier/models/model_store.h"
 #include "inspect/line_diff.h"
-#include "util/text.h"
 
 namespace sourcetype {
 namespace {

@@ -9,7 +9,6 @@
 
 #include "charset/charset_registry.h"
 #include "classifier/binary_test.h"
-#include "classifier/properties.h"
 #include "classifier/sample.h"
 #include "classifier/type_request.h"
 #include "inspect/session.h"

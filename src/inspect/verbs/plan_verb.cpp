@@ -5,12 +5,10 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "classifier/properties.h"
 #include "inspect/changes.h"
 #include "inspect/line_diff.h"
 #include "inspect/session.h"
 #include "inspect/trial_run.h"
-#include "platform/path_form.h"
 #include "platform/terminal.h"
 
 namespace sourcetype {
