@@ -28,7 +28,7 @@ bool isDirectory(const fs::path& path) {
 
 EntryKind entryKind(const fs::path& path) {
   WIN32_FIND_DATAW entry{};
-  const HANDLE search = FindFirstFileW(systemName(path).c_str(), &entry);
+  HANDLE search = FindFirstFileW(systemName(path).c_str(), &entry);
   // The search finds no root directory.
   if (search == INVALID_HANDLE_VALUE) {
     return isDirectory(path) ? EntryKind::Directory : EntryKind::CannotExamine;

@@ -12,10 +12,10 @@ class Utf8Locale {
   Utf8Locale();
   Utf8Locale(const Utf8Locale&) = delete;
   Utf8Locale& operator=(const Utf8Locale&) = delete;
-  ~Utf8Locale();
+  ~Utf8Locale();  // NOLINT(performance-trivially-destructible): trivial on Windows alone
 
  private:
-  std::intptr_t before_;
+  [[maybe_unused]] std::intptr_t before_ = 0;
 };
 
 }  // namespace sourcetype

@@ -2,7 +2,7 @@
 
 namespace sourcetype {
 
-Utf8Locale::Utf8Locale() : before_(0) {}
+Utf8Locale::Utf8Locale() = default;
 
 Utf8Locale::~Utf8Locale() = default;
 
