@@ -1,4 +1,4 @@
-// Where a setting stands in the files of a configuration.
+// Finds the files and lines of a setting.
 #pragma once
 
 #include <cstddef>

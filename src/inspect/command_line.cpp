@@ -79,7 +79,7 @@ std::string unknownWordMessage(const std::string& word, const CLI::App& app) {
   return message;
 }
 
-// Help and version are no errors; everything else ends with Status::Failed.
+// Returns 0 after help or the version, and Status::Failed after an error.
 int endWith(const CLI::ParseError& error, const CLI::App& app) {
   if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);
   const auto unknown = app.remaining(true);

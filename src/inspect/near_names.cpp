@@ -9,7 +9,7 @@
 namespace sourcetype {
 namespace {
 
-// Longer names are not compared: nobody mistypes them by hand, and the cost grows with the square.
+// In bytes. Longer names are not compared, because the cost grows with the square of the length.
 constexpr std::size_t kMaxLength = 100;
 
 // The number of letters to insert, remove, replace or swap with their neighbour.

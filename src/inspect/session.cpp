@@ -1,5 +1,7 @@
 #include "inspect/session.h"
 
+#include <utility>
+
 #include "platform/environment.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
@@ -19,6 +21,19 @@ std::filesystem::path Session::home() const {
     throw InspectError("there is no directory " + pathToText(*home / "etc"));
   }
   return *home;
+}
+
+std::vector<std::filesystem::path> Session::existingPaths(const std::vector<std::string>& names) {
+  std::vector<std::filesystem::path> paths;
+  for (const auto& name : names) {
+    auto candidate = pathFromText(name);
+    if (entryKind(candidate) == EntryKind::CannotExamine) {
+      fail("there is no file or directory " + name);
+    } else {
+      paths.push_back(std::move(candidate));
+    }
+  }
+  return paths;
 }
 
 void Session::fail(const std::string& problem) {

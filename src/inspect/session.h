@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "inspect/output.h"
 
@@ -40,6 +41,9 @@ class Session {
   // has no directory "etc".
   std::filesystem::path home() const;
   std::filesystem::path etc() const { return home() / "etc"; }
+
+  // The paths that exist. The others make the run fail.
+  std::vector<std::filesystem::path> existingPaths(const std::vector<std::string>& names);
 
   void raise(Status status) { status_ = std::max(status_, status); }
   // Says what is wrong with a file, and makes the run fail.

@@ -19,7 +19,7 @@
 namespace sourcetype {
 namespace {
 
-// A file passes or fails whatever its lines are.
+// True if every file passes the test, whatever lines it has.
 bool alwaysPasses(const RuleTest& test) {
   return test.comparer == '>' ? test.percent <= 0 : test.percent >= 100;
 }

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 // A list of a million files of long names. A larger file is probably a log.
 constexpr std::size_t kMaxListBytes = std::size_t{256} << 20U;
 
-// A file that is no list has a problem in each line.
+// Limits the problems of one list: if the file is not a list, every line has one.
 constexpr std::size_t kMaxListProblems = 10;
 
 class Reader {

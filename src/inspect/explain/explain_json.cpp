@@ -8,7 +8,7 @@
 namespace sourcetype {
 namespace {
 
-// Two decimals; null for what is no number.
+// Returns the value with two decimals, or null for infinity and NaN.
 Json rounded(double value) {
   if (!std::isfinite(value)) return nullptr;
   return std::round(value * 100) / 100;

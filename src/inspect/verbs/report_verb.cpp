@@ -50,26 +50,12 @@ path checkedTarget(const std::string& name) {
   return target;
 }
 
-// The paths that exist. The others make the run fail.
-std::vector<path> existingPaths(Session& session, const std::vector<std::string>& names) {
-  std::vector<path> paths;
-  for (const auto& name : names) {
-    path candidate = pathFromText(name);
-    if (entryKind(candidate) == EntryKind::CannotExamine) {
-      session.fail("there is no file or directory " + name);
-    } else {
-      paths.push_back(std::move(candidate));
-    }
-  }
-  return paths;
-}
-
 // Adds the rows to the page as soon as they are ready. Returns early after Ctrl-C.
 void addRows(RowQueue& rows, Progress& progress, ReportPage& page, ScanSummary& summary) {
-  constexpr std::chrono::milliseconds kPatience{50};
+  constexpr std::chrono::milliseconds kMaxWait{50};
   ScanRow row;
   while (!interrupted()) {
-    const auto next = rows.next(kPatience, row);
+    const auto next = rows.next(kMaxWait, row);
     if (next == RowQueue::Next::End) return;
     if (next == RowQueue::Next::Row) {
       page.add(row);
@@ -120,7 +106,7 @@ void write(const path& target, const std::string& html) {
 void report(Session& session, const Options& options) {
   const path target = checkedTarget(options.output);
   ReportPage page({.created = now(), .home = pathToText(session.home()), .paths = options.paths});
-  const auto roots = existingPaths(session, options.paths);
+  const auto roots = session.existingPaths(options.paths);
   const InterruptGuard interrupt;
   scanInto(page, session, roots);
   addFindings(page, session);

@@ -18,9 +18,7 @@
 #include "inspect/scan/scan_summary.h"
 #include "inspect/scan/scan_workers.h"
 #include "inspect/session.h"
-#include "platform/file_system.h"
 #include "platform/interrupt.h"
-#include "platform/path_form.h"
 #include "platform/terminal.h"
 
 namespace sourcetype {
@@ -35,20 +33,6 @@ struct Options {
   bool csv = false;
   std::size_t threads = 0;  // 0: one for each core
 };
-
-// The paths that exist. The others make the run fail.
-std::vector<path> existingPaths(Session& session, const std::vector<std::string>& names) {
-  std::vector<path> paths;
-  for (const auto& name : names) {
-    path candidate = pathFromText(name);
-    if (entryKind(candidate) == EntryKind::CannotExamine) {
-      session.fail("there is no file or directory " + name);
-    } else {
-      paths.push_back(std::move(candidate));
-    }
-  }
-  return paths;
-}
 
 std::size_t threadCountOf(const Options& options) {
   const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
@@ -109,10 +93,10 @@ class RowPrinter {
 // Prints the rows as soon as they are ready. Returns early after Ctrl-C.
 void printRows(RowQueue& rows, const RowPrinter& printer, Progress& progress,
                ScanSummary& summary) {
-  constexpr std::chrono::milliseconds kPatience{50};
+  constexpr std::chrono::milliseconds kMaxWait{50};
   ScanRow row;
   while (!interrupted()) {
-    const auto next = rows.next(kPatience, row);
+    const auto next = rows.next(kMaxWait, row);
     if (next == RowQueue::Next::End) return;
     if (next == RowQueue::Next::Row) {
       if (printer.isOutputTerminal()) progress.clear();
@@ -133,7 +117,7 @@ void scan(Session& session, const Options& options) {
   const Output& out = session.out();
   if (options.csv && out.isJson()) throw InspectError("--csv and --json exclude each other");
   const path etc = session.etc();
-  const auto roots = existingPaths(session, options.paths);
+  const auto roots = session.existingPaths(options.paths);
   const RowPrinter printer(out, options.csv);
   ScanSummary summary;
   const InterruptGuard interrupt;
