@@ -21,6 +21,7 @@
 namespace sourcetype {
 
 inline constexpr std::size_t kMinFolds = 2;
+inline constexpr std::size_t kMaxFolds = 1'000'000;  // more than any list has files
 
 struct EvaluationOptions {
   // The files of a sourcetype are dealt out to so many groups. Each group is classified after the

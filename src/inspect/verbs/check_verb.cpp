@@ -2,7 +2,6 @@
 
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -15,6 +14,7 @@
 #include "inspect/check/findings.h"
 #include "inspect/check/tree_check.h"
 #include "inspect/session.h"
+#include "inspect/verb.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 #include "timestamp/datetime_file.h"
@@ -91,10 +91,11 @@ void check(Session& session, const std::vector<std::string>& names) {
 }  // namespace
 
 void addCheckVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand("check", "Mistakes in the configuration, with file and line");
+  Verb verb(app, "check", "Mistakes in the configuration, with file and line");
   const auto names = std::make_shared<std::vector<std::string>>();
-  verb->add_option("FILE.conf", *names, "Check these files only, each by itself");
-  verb->callback([&session, names] { check(session, *names); });
+  verb.addWords("FILE.conf", *names, "Check these files only, each by itself",
+                Verb::Presence::Optional);
+  verb.onUse([&session, names] { check(session, *names); });
 }
 
 }  // namespace sourcetype

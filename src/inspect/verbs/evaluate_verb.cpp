@@ -1,6 +1,5 @@
 #include "inspect/verbs/evaluate_verb.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <limits>
@@ -13,6 +12,7 @@
 #include "inspect/evaluate/evaluation_json.h"
 #include "inspect/evaluate/evaluation_text.h"
 #include "inspect/session.h"
+#include "inspect/verb.h"
 #include "platform/terminal.h"
 
 namespace sourcetype {
@@ -71,22 +71,20 @@ void evaluateWords(Session& session, Options options) {
 }  // namespace
 
 void addEvaluateVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand(
-      "evaluate", "How well files are recognised that are not learned, and which are confused");
+  Verb verb(app, "evaluate",
+            "How well files are recognised that are not learned, and which are confused");
   const auto options = std::make_shared<Options>();
-  verb->add_option("INPUT", options->words,
-                   "Folders with a sub-folder for each sourcetype, or lists with a file, a tab and "
-                   "a sourcetype in each line")
-      ->required();
-  verb->add_option("--folds", options->evaluation.folds,
-                   "Number of groups; each is classified after the others were learned")
-      ->check(CLI::Range(kMinFolds, std::size_t{1'000'000}))
-      ->capture_default_str()
-      ->option_text("K");
-  verb->add_flag("--no-rules", options->withoutRules, "Only models decide");
-  verb->add_flag("--with-learned", options->evaluation.withLearned,
-                 "Keep the models that were learned before");
-  verb->callback([&session, options] { evaluateWords(session, *options); });
+  verb.addWords("INPUT", options->words,
+                "Folders with a sub-folder for each sourcetype, or lists with a file, a tab and a "
+                "sourcetype in each line",
+                Verb::Presence::Required);
+  verb.addNumber("--folds", options->evaluation.folds, {kMinFolds, kMaxFolds}, "K",
+                 "Number of groups, 5 if not given; each is classified after the others were "
+                 "learned");
+  verb.addFlag("--no-rules", options->withoutRules, "Only models decide");
+  verb.addFlag("--with-learned", options->evaluation.withLearned,
+               "Keep the models that were learned before");
+  verb.onUse([&session, options] { evaluateWords(session, *options); });
 }
 
 }  // namespace sourcetype

@@ -1,6 +1,5 @@
 #include "inspect/verbs/explain_verb.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -10,6 +9,7 @@
 #include "inspect/explain/explain_text.h"
 #include "inspect/explain/explanation.h"
 #include "inspect/session.h"
+#include "inspect/verb.h"
 
 namespace sourcetype {
 namespace {
@@ -46,10 +46,10 @@ void explainAll(Session& session, const std::vector<std::string>& words) {
 }  // namespace
 
 void addExplainVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand("explain", "Why a file has its sourcetype");
+  Verb verb(app, "explain", "Why a file has its sourcetype");
   const auto words = std::make_shared<std::vector<std::string>>();
-  verb->add_option("FILE", *words, "Log files, or - for standard input")->required();
-  verb->callback([&session, words] { explainAll(session, *words); });
+  verb.addWords("FILE", *words, "Log files, or - for standard input", Verb::Presence::Required);
+  verb.onUse([&session, words] { explainAll(session, *words); });
 }
 
 }  // namespace sourcetype

@@ -2,7 +2,6 @@
 
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
@@ -21,6 +20,7 @@
 #include "inspect/near_names.h"
 #include "inspect/session.h"
 #include "inspect/setting_sources.h"
+#include "inspect/verb.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 #include "platform/terminal.h"
@@ -29,7 +29,8 @@ namespace sourcetype {
 namespace {
 
 struct Options {
-  std::vector<std::string> names;
+  std::string name;                // of show
+  std::vector<std::string> names;  // of forget
   bool yes = false;
 };
 
@@ -249,37 +250,29 @@ void restore(Session& session, const Options& options) {
   store.restoreLearnedStanzas(store.getConf("sourcetypes"));
 }
 
-CLI::App* addPart(CLI::App& verb, const char* name, const char* description) {
-  auto* part = verb.add_subcommand(name, description);
-  part->fallthrough();
-  return part;
-}
-
 }  // namespace
 
 void addLearnedVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand("learned", "What was learned and proposed, and taking it back");
-  verb->require_subcommand(0, 1);
+  Verb verb(app, "learned", "What was learned and proposed, and taking it back");
   const auto options = std::make_shared<Options>();
-  addPart(*verb, "list", "A row for each sourcetype (the default)");
+  verb.onUse([&session] { list(session); });
 
-  auto* shown = addPart(*verb, "show", "The models and settings of a sourcetype");
-  shown->add_option("NAME", options->names, "The sourcetype")->required()->expected(1);
-  shown->callback([&session, options] { show(session, options->names.front()); });
-
-  auto* forgotten = addPart(*verb, "forget", "Remove the models and settings of sourcetypes");
-  forgotten->add_option("NAME", options->names, "The sourcetypes")->required();
-  forgotten->add_flag("--yes", options->yes, "Do not ask");
-  forgotten->callback([&session, options] { forgetTypes(session, *options); });
-
-  auto* restored = addPart(*verb, "restore", "Add the models again that were removed last");
-  restored->add_flag("--yes", options->yes, "Do not ask");
-  restored->callback([&session, options] { restore(session, *options); });
-
-  verb->callback([&session, verb] {
-    const auto parts = verb->get_subcommands();
-    if (parts.empty() || parts.front()->get_name() == "list") list(session);
+  verb.addPart("list", "A row for each sourcetype (the default)").onUse([&session] {
+    list(session);
   });
+
+  Verb shown = verb.addPart("show", "The models and settings of a sourcetype");
+  shown.addWord("NAME", options->name, "The sourcetype", Verb::Presence::Required);
+  shown.onUse([&session, options] { show(session, options->name); });
+
+  Verb forgotten = verb.addPart("forget", "Remove the models and settings of sourcetypes");
+  forgotten.addWords("NAME", options->names, "The sourcetypes", Verb::Presence::Required);
+  forgotten.addFlag("--yes", options->yes, "Do not ask");
+  forgotten.onUse([&session, options] { forgetTypes(session, *options); });
+
+  Verb restored = verb.addPart("restore", "Add the models again that were removed last");
+  restored.addFlag("--yes", options->yes, "Do not ask");
+  restored.onUse([&session, options] { restore(session, *options); });
 }
 
 }  // namespace sourcetype

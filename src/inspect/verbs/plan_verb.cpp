@@ -1,6 +1,5 @@
 #include "inspect/verbs/plan_verb.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -9,6 +8,7 @@
 #include "inspect/line_diff.h"
 #include "inspect/session.h"
 #include "inspect/trial_run.h"
+#include "inspect/verb.h"
 #include "platform/terminal.h"
 
 namespace sourcetype {
@@ -74,12 +74,13 @@ void printPlan(Session& session, const Options& options) {
 }  // namespace
 
 void addPlanVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand(
-      "plan", "What sourcetype FILE [NAME] would change below etc, as a unified diff");
+  Verb verb(app, "plan", "What sourcetype FILE [NAME] would change below etc, as a unified diff");
   const auto options = std::make_shared<Options>();
-  verb->add_option("FILE", options->file, "A log file, or - for standard input")->required();
-  verb->add_option("NAME", options->name, "The sourcetype to learn the file as");
-  verb->callback([&session, options] { printPlan(session, *options); });
+  verb.addWord("FILE", options->file, "A log file, or - for standard input",
+               Verb::Presence::Required);
+  verb.addWord("NAME", options->name, "The sourcetype to learn the file as",
+               Verb::Presence::Optional);
+  verb.onUse([&session, options] { printPlan(session, *options); });
 }
 
 }  // namespace sourcetype

@@ -1,6 +1,5 @@
 #include "inspect/verbs/preview_verb.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -21,6 +20,7 @@
 #include "inspect/preview/setting_problems.h"
 #include "inspect/session.h"
 #include "inspect/setting_sources.h"
+#include "inspect/verb.h"
 #include "platform/path_form.h"
 #include "timestamp/datetime_file.h"
 #include "util/text.h"
@@ -166,19 +166,15 @@ void runPreview(Session& session, const Options& options) {
 }  // namespace
 
 void addPreviewVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand("preview", "The events of a log and their times");
+  Verb verb(app, "preview", "The events of a log and their times");
   const auto options = std::make_shared<Options>();
-  verb->add_option("FILE", options->file, "A log, or - for standard input")->required();
-  verb->add_option("--as", options->sourcetype, "Use the settings of this sourcetype")
-      ->option_text("NAME");
-  verb->add_option("--set", options->assignments, "Try a setting; may be repeated")
-      ->option_text("KEY=VALUE")
-      ->allow_extra_args(false);
-  verb->add_flag("--save", options->save, "Write the tried settings to the sourcetype's stanza");
-  verb->add_option("--max", options->maxEvents, "Print only so many events")
-      ->check(CLI::NonNegativeNumber)
-      ->option_text("N");
-  verb->callback([&session, options] { runPreview(session, *options); });
+  verb.addWord("FILE", options->file, "A log, or - for standard input", Verb::Presence::Required);
+  verb.addOption("--as", options->sourcetype, "NAME", "Use the settings of this sourcetype");
+  verb.addRepeated("--set", options->assignments, "KEY=VALUE", "Try a setting; may be repeated");
+  verb.addFlag("--save", options->save, "Write the tried settings to the sourcetype's stanza");
+  verb.addNumber("--max", options->maxEvents, {0, options->maxEvents}, "N",
+                 "Print only so many events");
+  verb.onUse([&session, options] { runPreview(session, *options); });
 }
 
 }  // namespace sourcetype

@@ -2,7 +2,6 @@
 
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
@@ -23,6 +22,7 @@
 #include "inspect/scan/scan_summary.h"
 #include "inspect/scan/scan_workers.h"
 #include "inspect/session.h"
+#include "inspect/verb.h"
 #include "platform/file_system.h"
 #include "platform/file_writing.h"
 #include "platform/interrupt.h"
@@ -122,13 +122,12 @@ void report(Session& session, const Options& options) {
 }  // namespace
 
 void addReportVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand("report", "A page for a browser of the files below paths");
+  Verb verb(app, "report", "A page for a browser of the files below paths");
   const auto options = std::make_shared<Options>();
-  verb->add_option("PATH", options->paths, "Files and directories")->required();
-  verb->add_option("-o", options->output, "The page to write; an existing file is replaced")
-      ->required()
-      ->option_text("FILE.html");
-  verb->callback([&session, options] { report(session, *options); });
+  verb.addWords("PATH", options->paths, "Files and directories", Verb::Presence::Required);
+  verb.addOption("-o", options->output, "FILE.html",
+                 "The page to write; an existing file is replaced", Verb::Presence::Required);
+  verb.onUse([&session, options] { report(session, *options); });
 }
 
 }  // namespace sourcetype

@@ -1,6 +1,5 @@
 #include "inspect/verbs/scan_verb.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -18,6 +17,7 @@
 #include "inspect/scan/scan_summary.h"
 #include "inspect/scan/scan_workers.h"
 #include "inspect/session.h"
+#include "inspect/verb.h"
 #include "platform/interrupt.h"
 #include "platform/terminal.h"
 
@@ -139,15 +139,14 @@ void scan(Session& session, const Options& options) {
 }  // namespace
 
 void addScanVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand(
-      "scan", "The sourcetype of each file below paths, and a summary; reads archives too");
+  Verb verb(app, "scan",
+            "The sourcetype of each file below paths, and a summary; reads archives too");
   const auto options = std::make_shared<Options>();
-  verb->add_option("PATH", options->paths, "Files and directories")->required();
-  verb->add_flag("--csv", options->csv, "Print CSV");
-  verb->add_option("-j", options->threads, "Files examined at once; as many as cores if not given")
-      ->check(CLI::Range(std::size_t{1}, kMaxThreads))
-      ->option_text("N");
-  verb->callback([&session, options] { scan(session, *options); });
+  verb.addWords("PATH", options->paths, "Files and directories", Verb::Presence::Required);
+  verb.addFlag("--csv", options->csv, "Print CSV");
+  verb.addNumber("-j", options->threads, {1, kMaxThreads}, "N",
+                 "Files examined at once; as many as cores if not given");
+  verb.onUse([&session, options] { scan(session, *options); });
 }
 
 }  // namespace sourcetype

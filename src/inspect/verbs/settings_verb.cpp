@@ -1,6 +1,5 @@
 #include "inspect/verbs/settings_verb.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -12,6 +11,7 @@
 #include "conf/memory_storage.h"
 #include "inspect/session.h"
 #include "inspect/setting_sources.h"
+#include "inspect/verb.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 
@@ -68,12 +68,12 @@ void printSettings(Session& session, const Options& options) {
 }  // namespace
 
 void addSettingsVerb(CLI::App& app, Session& session) {
-  auto* verb = app.add_subcommand(
-      "settings", "The effective settings of a sourcetype or file, each with file and line");
+  Verb verb(app, "settings",
+            "The effective settings of a sourcetype or file, each with file and line");
   const auto options = std::make_shared<Options>();
-  verb->add_option("NAME|FILE", options->name, "A sourcetype, or a file")->required();
-  verb->add_flag("--all", options->all, "Also what the settings hide");
-  verb->callback([&session, options] { printSettings(session, *options); });
+  verb.addWord("NAME|FILE", options->name, "A sourcetype, or a file", Verb::Presence::Required);
+  verb.addFlag("--all", options->all, "Also what the settings hide");
+  verb.onUse([&session, options] { printSettings(session, *options); });
 }
 
 }  // namespace sourcetype
