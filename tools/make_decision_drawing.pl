@@ -101,7 +101,7 @@ my @stages = (
     "none of $rules rules passes", "none of $rules rules passes"],
   ['Learned models', 'distance of words and line shapes', 'closest at 650 or less',
     'the sourcetype of the model',
-    "closest of $models: too far|" . closest($new), 
+    "closest of $models: too far|" . closest($new),
     '!closest of ' . ($models + 1) . ': close enough|' . closest($known)],
   ['Delayed rules', 'forms that many programs share', 'all tests of a rule pass',
     'the sourcetype of the rule', "none of $delayed rules passes", '-'],
