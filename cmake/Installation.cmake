@@ -3,9 +3,9 @@
 include(GNUInstallDirs)
 
 install(TARGETS sourcetype sourcetype-inspect RUNTIME)
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(FILES README.md CHANGELOG.md SECURITY.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}"
-        FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
 
 # The configuration goes by the prefix of the installation, which is known only then.
 configure_file(cmake/install_configuration.cmake.in install_configuration.cmake @ONLY)

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Runs the commands that README.md shows with "$ " and compares what they print with what it shows:
-# readme_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
+# Runs the commands that a page shows with "$ " and compares what they print with what it shows:
+# pages_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY [PAGE]
 set -euo pipefail
-readonly source=$1 build=$2
+readonly source=$1 build=$2 page=${3:-README.md}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cp -R "$source/README.md" "$source/etc" "$source/samples" "$work/"
+cp -R "$source/etc" "$source/samples" "$work/"
 cd "$work"
 mkdir -p build/release/src
 ln -s "$build/src/sourcetype-inspect" build/release/src/
@@ -43,7 +43,7 @@ while IFS= read -r line; do
     [ "$line" = '```' ] || command=${line:2}
   fi
   [ -z "$command" ] || printf '%s\n' "$line" >>expected.command
-done <README.md
+done <"$source/$page"
 
 [ "$(grep -c '^\$ ' printed)" -ge 7 ]
 diff expected printed
