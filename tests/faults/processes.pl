@@ -1,18 +1,20 @@
 #!/usr/bin/env perl
 # Lets many processes learn unknown files into one tree at once, and compares with one that does it
-# alone: processes.pl PROGRAM INJECTOR DATETIME.XML [PROCESSES FILES]
+# alone: processes.pl PROGRAM DATETIME.XML [PROCESSES FILES NEW]
+#
+# Then NEW processes start at once, each with a file of a new name.
 use strict;
 use warnings;
 use FindBin;
 use lib $FindBin::Bin;
 use Cwd qw(abs_path);
-use Fcntl qw(:flock);
-use POSIX qw(WIFSTOPPED WNOHANG WUNTRACED);
+use POSIX ();
 use Tree;
 
-my ($program, $injector, $datetime) = map { abs_path($_) } @ARGV[0 .. 2];
-my $processes = $ARGV[3] // 8;
-my $files     = $ARGV[4] // 200;
+my ($program, $datetime) = map { abs_path($_) } @ARGV[0, 1];
+my $processes = $ARGV[2] // 8;
+my $files     = $ARGV[3] // 200;
+my $new_names = $ARGV[4] // 100;
 my $errors    = 0;
 
 # Every fourth file is a table. Those of one number have the same columns in every process; a log
@@ -46,7 +48,7 @@ sub tree_after {
       $ENV{TARNEL_HOME} = $tree->{root};
       open STDOUT, '>', "out-$process" or die;
       open STDERR, '>', "err-$process" or die;
-      system($program, $_) for "$process/few.log", map { name_of($process, $_) } 0 .. $files - 1;
+      system(@Tree::emulator, $program, $_) for "$process/few.log", map { name_of($process, $_) } 0 .. $files - 1;
       POSIX::_exit(0);
     }
     waitpid $pid, 0 if !$at_once;
@@ -110,10 +112,10 @@ complain('the columns differ') if columns_of($serial) ne columns_of($parallel);
 check_answers($tree, $parallel);
 complain("temporary files: " . join ' ', $tree->temporaries) if $tree->temporaries;
 
-# A hundred at once, all of them with a new name: what a run has said is stored.
+# Many at once, all of them with a new name: what a run has said is stored.
 {
   my $many = Tree->new($datetime);
-  my @names = map { 'new' . join '', map { chr(97 + $_) } split //, sprintf '%03d', $_ } 0 .. 99;
+  my @names = map { 'new' . join '', map { chr(97 + $_) } split //, sprintf '%03d', $_ } 0 .. $new_names - 1;
   $many->put("$names[$_].log", Tree::log_text($names[$_], $_ % 2 ? 3 : 120)) for 0 .. $#names;
   my $failed = 0;
   for my $name (@names) {
@@ -122,7 +124,7 @@ complain("temporary files: " . join ' ', $tree->temporaries) if $tree->temporari
     $ENV{TARNEL_HOME} = $many->{root};
     open STDOUT, '>', "$name.out" or die;
     open STDERR, '>', "$name.err" or die;
-    exec $program, "$name.log";
+    exec @Tree::emulator, $program, "$name.log";
   }
   while (wait != -1) { ++$failed if $? }
   my ($props, undef, $models) = @{$many->stanzas}{@Tree::files};
@@ -132,110 +134,10 @@ complain("temporary files: " . join ' ', $tree->temporaries) if $tree->temporari
     complain("[$sourcetype] is lost") if !defined $props->{"[$sourcetype]"};
     complain("the model of $sourcetype is lost") if $number % 2 == 0 && !$learned{$sourcetype};
   }
-  complain("$failed of the hundred failed") if $failed;
+  complain("$failed of $new_names failed") if $failed;
   complain('they leave temporary files')    if $many->temporaries;
 }
 
-# Starts a run that stops before the n-th of its calls below a directory. Gives the process, or
-# nothing when it makes fewer of them.
-sub stopped_at {
-  my ($calls, $at, $below, @words) = @_;
-  local @ENV{qw(LD_PRELOAD FAULT_CALL FAULT_AT FAULT_AS FAULT_BELOW)} =
-    ($injector, $calls, $at, 'stop', "$tree->{root}/etc/$below");
-  my $pid = $tree->start($program, @words);
-  waitpid $pid, WUNTRACED;
-  return WIFSTOPPED(${^CHILD_ERROR_NATIVE}) ? $pid : undef;
-}
-
-# True when the process ends; false when it most likely waits for a lock.
-sub has_ended {
-  my ($pid) = @_;
-  for (1 .. 40) {
-    return 1 if finish($pid, WNOHANG);
-    select undef, undef, undef, 0.02;
-  }
-  return 0;
-}
-
-sub finish {
-  my ($pid, $flags) = @_;
-  return 0 if waitpid($pid, $flags // 0) != $pid;
-  complain("a run ends with $?") if $? != 0;
-  return 1;
-}
-
-# A run that is stopped at each of its calls in turn, while another one goes as far as it can.
-my $model_file = $Tree::files[2];
-my $overlaps   = 0;
-$tree->put("$_.log", Tree::log_text($_, 150)) for qw(first second stopped);
-for my $pair ([['train'], ['second.log', 'second']], [['first.log', 'first'], ['train']]) {
-  my ($first, $second) = @$pair;
-  for (my $at = 1;; ++$at) {
-    $tree->restore;
-    my $before = $tree->stanzas->{$model_file};
-    my $pid    = stopped_at('read+lock+write+sync+rename+unlink', $at, 'apps/learned', @$first) // last;
-    my $other  = $tree->start($program, @$second);
-    my $ended  = has_ended($other);
-    kill CONT => $pid;
-    finish($pid);
-    finish($other) if !$ended;
-    ++$overlaps;
-    my $about = "@$second while @$first is stopped at call $at";
-    my @lost  = $tree->losses($model_file, $before);
-    complain("$about: lost @lost") if @lost;
-    my $models = $tree->get($model_file) . $tree->get("$model_file.old");
-    for my $sourcetype ('trained', map { $_->[1] // () } @$pair) {
-      complain("$about: the model of $sourcetype is lost") if $models !~ /^_sourcetype = $sourcetype$/m;
-    }
-  }
-}
-complain("$overlaps overlapping runs") if $overlaps < 10;
-
-# A process that is stopped while it holds the lock, and then killed, is in nobody's way.
-{
-  $tree->restore;
-  my $pid = stopped_at('sync', 1, '', 'stopped.log') // die 'it does not sync';
-  open my $lock, '<', "$tree->{root}/etc/system/local/props.conf.lock" or die;
-  complain('the stopped process holds no lock') if flock $lock, LOCK_EX | LOCK_NB;
-  kill KILL => $pid;
-  waitpid $pid, 0;
-}
-complain('it does not run') if $tree->run($program, 'stopped.log') != 0;
-complain('it is not written') if $tree->get('system/local/props.conf') !~ /^\[stopped\]$/m;
-complain("it leaves temporary files") if $tree->temporaries;
-
-# A lock file that is deleted after a process has opened or locked it, and made again by another one,
-# is the other one's.
-for my $case (['system/local/props.conf', qr/^\[first\]$/m, 'lock', 1, 'first.log'],
-  [$model_file, qr/^_sourcetype = first$/m, 'read', 3, 'first.log', 'first']) {
-  my ($name, $written, $calls, $at, @words) = @$case;
-  my $file = "$tree->{root}/etc/$name.lock";
-  $tree->restore;
-  my $before = $tree->get($name);
-  my $pid    = stopped_at($calls, $at, $name, @words) // die "no $calls $at of $name";
-  unlink $file or die "$file: $!";
-  open my $lock, '>', $file or die "$file: $!";
-  flock $lock, LOCK_EX or die "$file: $!";
-  kill CONT => $pid;
-  complain("$name: it does not wait for the new lock file") if has_ended($pid) || $tree->get($name) ne $before;
-  sleep 1;    # it is given up after a minute and not after a second
-  close $lock;
-  finish($pid);
-  complain("$name: it is not written then") if $tree->get($name) !~ $written;
-}
-
-# A program that takes no lock replaces the file after a stanza was written to it.
-{
-  my $name = 'system/local/props.conf';
-  $tree->restore;
-  my $pid = stopped_at('sync', 2, $name, 'first.log') // die 'it does not sync twice';
-  $tree->put("etc/$name.new", "[theirs]\n");
-  rename "$tree->{root}/etc/$name.new", "$tree->{root}/etc/$name" or die "$name: $!";
-  kill CONT => $pid;
-  finish($pid);
-  complain('it is not written to the new file') if $tree->get($name) !~ /^\[theirs\]\n.*^\[first\]$/ms;
-}
-
-printf "%d processes with %d files each: %d sourcetypes, %d models, %d transforms; %d overlapping runs; %d errors\n",
-  $processes, $files, map({ scalar keys %{$parallel->{$_}} } @Tree::files[0, 2, 1]), $overlaps, $errors;
+printf "%d processes with %d files each: %d sourcetypes, %d models, %d transforms; %d errors\n",
+  $processes, $files, map({ scalar keys %{$parallel->{$_}} } @Tree::files[0, 2, 1]), $errors;
 exit($errors ? 1 : 0);
