@@ -117,6 +117,7 @@ std::vector<std::string> seeds() {
     inputs.push_back(
         joined({expression, "abcdefgh", "abd\xFF\nb\xC3\xA9x\n1\n\xC5\xBFx\n\xC3\xA9x\nxa"}));
   }
+  inputs.push_back(joined({"^[^a]x", "", "\xC3\xA9x\n\xC3\xA9x"}));
   inputs.push_back(joined({"abc", "", std::string(1100, 'x') + "abc"}));
   return inputs;
 }
