@@ -5,7 +5,7 @@ include(GNUInstallDirs)
 install(TARGETS sourcetype sourcetype-inspect RUNTIME)
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}"
-        FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
 
 # The configuration goes by the prefix of the installation, which is known only then.
 configure_file(cmake/install_configuration.cmake.in install_configuration.cmake @ONLY)
@@ -15,6 +15,10 @@ install(SCRIPT "${PROJECT_BINARY_DIR}/install_configuration.cmake")
 if(WIN32)
   return()
 endif()
+
+find_program(PERL perl REQUIRED)
+configure_file(cmake/install_documents.cmake.in install_documents.cmake @ONLY)
+install(SCRIPT "${PROJECT_BINARY_DIR}/install_documents.cmake")
 
 # A program that links the library writes #include "conf/conf_store.h", as the sources here do.
 set(header_directory "${CMAKE_INSTALL_INCLUDEDIR}/sourcetype")
