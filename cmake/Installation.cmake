@@ -16,6 +16,10 @@ if(WIN32)
   return()
 endif()
 
+find_program(PERL perl REQUIRED)
+configure_file(cmake/install_documents.cmake.in install_documents.cmake @ONLY)
+install(SCRIPT "${PROJECT_BINARY_DIR}/install_documents.cmake")
+
 # A program that links the library writes #include "conf/conf_store.h", as the sources here do.
 set(header_directory "${CMAKE_INSTALL_INCLUDEDIR}/sourcetype")
 target_include_directories(sourcetype_core INTERFACE "$<INSTALL_INTERFACE:${header_directory}>")

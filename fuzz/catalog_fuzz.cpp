@@ -123,7 +123,7 @@ void checkSettings() {
 
 std::vector<std::string> seeds() {
   const auto shipped = [](const std::string& name) {
-    return repositoryFile("etc/system/default/" + name).substr(0, 1500);
+    return repositoryFile("etc/apps/bundled-base/default/" + name).substr(0, 1500);
   };
   return {
       joined({"", shipped("literals.conf"), "", "", "FILE_CLASSIFIER_CANNOT_OPEN__%s", "a\nb"}),

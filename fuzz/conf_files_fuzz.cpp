@@ -62,8 +62,8 @@ std::string edited(std::string_view text, std::string_view stanza, std::string_v
 }  // namespace
 
 std::vector<std::string> seeds() {
-  return {joined({repositoryFile("etc/apps/web/default/props.conf").substr(0, 700), "access", "KEY",
-                  "value"}),
+  return {joined({repositoryFile("etc/apps/bundled-web/default/props.conf").substr(0, 700),
+                  "access", "KEY", "value"}),
           joined({"; comment\n[a]\nk=1\nk = 2\n[b]\nx=y\\\nz\n[a]\nl=3", "a", "k", "new\nlines\\"}),
           joined({"k\\==v\n[n]]\n[open\nq\\", "[x]=", "a=b;", "\r"}),
           joined({"\xEF\xBB\xBF[a]\r\nk = v\r\n\r\n# end", "a", "k2", "v"}),

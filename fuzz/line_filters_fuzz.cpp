@@ -65,7 +65,7 @@ class Speaker {
 
 // The expressions of the rules that ship.
 void addShipped(std::vector<std::string>& inputs, std::string_view app) {
-  const auto conf = repositoryFile("etc/apps/" + std::string(app) + "/default/props.conf");
+  const auto conf = repositoryFile("etc/apps/bundled-" + std::string(app) + "/default/props.conf");
   for (const auto line : linesOf(conf)) {
     const auto equals = line.find(" = ");
     if (!line.starts_with("MORE_THAN") || equals == std::string_view::npos) continue;

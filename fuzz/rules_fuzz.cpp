@@ -109,7 +109,7 @@ std::optional<std::string> findSlowly(ConfStore& store, const Sample& sample,
 
 std::vector<std::string> seeds() {
   return {
-      joined({repositoryFile("etc/apps/databases/default/props.conf").substr(0, 900),
+      joined({repositoryFile("etc/apps/bundled-databases/default/props.conf").substr(0, 900),
               repositoryFile("samples/dispatch.log").substr(0, 1000)}),
       joined({"[rule::a]\nsourcetype=a\nMORE_THAN_50=^x\nLESS_THAN2_10 = y$\n[delayedrule::b]\n"
               "sourcetype=b\nMORE_THAN_0=z\n",

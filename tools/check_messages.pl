@@ -1,5 +1,5 @@
 #!/usr/bin/perl
-# Fails unless the code, etc/system/default/literals.conf and docs/messages.md have the same messages:
+# Fails unless the code, etc/apps/bundled-base/default/literals.conf and docs/messages.md have the same messages:
 # each message that is logged has a text, each text is logged, and the page tells the key, level,
 # category and text of each.
 use strict;
@@ -8,7 +8,7 @@ use File::Find;
 use FindBin;
 
 chdir "$FindBin::Bin/.." or die "$FindBin::Bin/..: $!\n";
-my $catalog = 'etc/system/default/literals.conf';
+my $catalog = 'etc/apps/bundled-base/default/literals.conf';
 my $page = 'docs/messages.md';
 my @faults;
 

@@ -18,7 +18,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp -r "$root/etc" "$work/etc"
 mkdir "$work/texts"
-sed -n 's/^sourcetype = //p' "$root"/etc/apps/*/default/props.conf | sort -u >"$work/bundled"
+sed -n 's/^sourcetype = //p' "$root"/etc/apps/bundled-*/default/props.conf | sort -u >"$work/bundled"
 
 # A name of its own for each text, so that no path decides: its number.
 find "$@" -type f -size +3k -size -"$max_bytes"c ! -path '*/tests/formats/*' 2>/dev/null |

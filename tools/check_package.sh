@@ -32,6 +32,9 @@ esac
 # A run in the source tree may have left the first three there.
 diff -r -x local -x learned -x log-cmdline-local.cfg etc "$home/etc" || fail 'not the configuration'
 
+documents=$(find "$unpacked" -type d -path '*/share/doc/sourcetype')
+tools/check_links.pl "$documents" >"$work/links" || fail "$(cat "$work/links")"
+
 TARNEL_HOME=$home "$executable" samples/dispatch.log >"$work/out" 2>"$work/err" ||
   fail "cannot run: $(cat "$work/err")"
 grep -qP '^\tsourcetype -> dispatch$' "$work/out" || fail "classified: $(cat "$work/out")"

@@ -87,7 +87,7 @@ sub formats_page {
     my ($app, $heading) = @$part;
     $body .= "\n## $heading\n\n| sourcetype | format | events | timestamp | rule |\n"
       . "| --- | --- | --- | --- | --- |\n";
-    for my $format (formats_of("$apps/$app/default/props.conf")) {
+    for my $format (formats_of("$apps/bundled-$app/default/props.conf")) {
       (my $title = $format->{title}) =~ s/\|/\\|/g;
       $body .= sprintf "| `%s` | %s | %s | %s | %s |\n", $format->{sourcetype}, $title,
         events($format->{settings}), timestamp($format->{settings}), code($format->{rule});
@@ -97,7 +97,7 @@ sub formats_page {
   return <<"TXT" . $body;
 # Known formats
 
-<!-- tools/make_formats_page.pl makes this page from etc/apps/*/default/props.conf. -->
+<!-- tools/make_formats_page.pl makes this page from etc/apps/bundled-*/default/props.conf. -->
 
 The bundled configuration recognises $count formats. Its rules test the positions of fields in lines. A `delayedrule::` is
 for a form that many programs share: it is tried only if no `rule::` and no learned model matches.
@@ -117,7 +117,7 @@ sub paths_page {
   my ($body, $count) = ('', 0);
   for my $part (@parts) {
     my ($app, $heading) = @$part;
-    my %paths = paths_of("$apps/$app/default/props.conf") or next;
+    my %paths = paths_of("$apps/bundled-$app/default/props.conf") or next;
     $body .= "\n## $heading\n\n| sourcetype | paths |\n| --- | --- |\n";
     for my $sourcetype (sort keys %paths) {
       $body .= sprintf "| `%s` | %s |\n", $sourcetype, join '<br>', map { code($_) } @{$paths{$sourcetype}};
@@ -127,7 +127,7 @@ sub paths_page {
   return <<"TXT" . $body;
 # Files with a sourcetype by their path
 
-<!-- tools/make_formats_page.pl makes this page from etc/apps/*/default/props.conf. -->
+<!-- tools/make_formats_page.pl makes this page from etc/apps/bundled-*/default/props.conf. -->
 
 A file of fewer than 100 lines is not recognised by its content. $count patterns give files at the paths where well-known
 programs write a sourcetype by their path, whatever the number of their lines. `...` matches any characters, `*` any

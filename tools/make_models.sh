@@ -2,8 +2,8 @@
 # Makes the models that ship: make_models.sh [--check] BUILD-DIRECTORY
 #
 # Every ninth log of tests/formats/logs is written anew and learned by the built program, in a tree
-# without other models. The stanzas replace those of etc/system/default/sourcetypes.conf, or are
-# compared with them. They are the same on every machine.
+# without other models. The stanzas replace those of etc/apps/bundled-base/default/sourcetypes.conf,
+# or are compared with them. They are the same on every machine.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 check=
@@ -13,7 +13,7 @@ if [ "$1" = --check ]; then
 fi
 build=$(cd "$1" && pwd)
 readonly root check build
-readonly shipped=$root/etc/system/default/sourcetypes.conf
+readonly shipped=$root/etc/apps/bundled-base/default/sourcetypes.conf
 
 # Events a log; a model is made of a thousand lines at most.
 readonly events=400
@@ -49,7 +49,7 @@ shipped_stanza() {
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$work/samples" "$work/etc/system/default"
-cp "$root/etc/system/default/source-classifier.conf" "$work/etc/system/default/"
+cp "$root/etc/apps/bundled-base/default/source-classifier.conf" "$work/etc/system/default/"
 cd "$work"
 # About a hundred models are enough, and more of them would make all distances larger.
 "$build/tools/sample_logs" "$root/tests/formats/logs" samples $events | LC_ALL=C sort |

@@ -5,6 +5,10 @@ set(doc "${root}/usr/share/doc/sourcetype")
 
 # The text of the licence has its place in Debian; `copyright` says where.
 file(REMOVE "${doc}/LICENSE")
+find_program(PERL perl REQUIRED)
+execute_process(COMMAND "${PERL}" "${CPACK_SOURCETYPE_PACKAGING}/../tools/check_links.pl" --settle
+                        "${doc}"
+                COMMAND_ERROR_IS_FATAL ANY)
 file(COPY "${debian}/copyright" DESTINATION "${doc}")
 configure_file("${debian}/lintian-overrides" "${root}/usr/share/lintian/overrides/sourcetype"
                COPYONLY)

@@ -27,6 +27,10 @@ std::vector<path> entriesOf(const path& directory) {
 
 }  // namespace
 
+bool isBundledApp(const path& app) {
+  return pathToText(app.filename()).starts_with(kBundledApps);
+}
+
 path systemLocalDirectory(const path& root) {
   return root / "system" / "local";
 }
@@ -48,9 +52,15 @@ std::vector<path> layerDirectories(const path& root) {
   for (const auto& user : entriesOf(root / "users")) {
     for (const auto& app : entriesOf(user)) layers.push_back(app / "local");
   }
-  for (const auto& app : apps) layers.push_back(app / "default");
+  const auto addDefaults = [&](bool bundled) {
+    for (const auto& app : apps) {
+      if (isBundledApp(app) == bundled) layers.push_back(app / "default");
+    }
+  };
+  addDefaults(false);
   layers.push_back(root / "bundles" / "default");
   layers.push_back(root / "system" / "default");
+  addDefaults(true);
   return layers;
 }
 

@@ -24,7 +24,7 @@ void loadMessages(MessageCatalog& catalog, ConfStore& store) {
     logWarn(kLog,
             "There are no message texts: %s is missing, empty or unreadable, and messages show "
             "their codes instead.",
-            pathToText(store.root() / "system" / "default" / "literals.conf"));
+            pathToText(store.root() / "apps" / "bundled-base" / "default" / "literals.conf"));
   }
 }
 

@@ -30,9 +30,9 @@ struct Tree : TempTree {
 
 TEST(ConfStore, TakesEachSettingFromTheStrongestLayerThatHasIt) {
   Tree tree;
-  const char* const layers[] = {"system/local",    "apps/a/local",   "apps/b/local",
-                                "users/u/a/local", "apps/a/default", "bundles/default",
-                                "system/default"};
+  const char* const layers[] = {"system/local",    "apps/a/local",          "apps/b/local",
+                                "users/u/a/local", "apps/c/default",        "bundles/default",
+                                "system/default",  "apps/bundled-a/default"};
   // Layer i and all weaker layers have key i.
   for (std::size_t layer = 0; layer < std::size(layers); ++layer) {
     std::string text = "[s]\n";

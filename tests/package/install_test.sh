@@ -19,6 +19,7 @@ cmake --install "$build" --prefix "$prefix" >"$work/log"
 export TARNEL_HOME=$prefix/etc/sourcetype
 # A run in the source tree may have left the first three there.
 diff -r -x local -x learned -x log-cmdline-local.cfg "$source/etc" "$TARNEL_HOME/etc"
+"$source/tools/check_links.pl" "$prefix/share/doc/sourcetype" >"$work/log" || { cat "$work/log" >&2; exit 1; }
 
 for i in {10..59}; do
   printf '2024-03-01 10:00:%d status installed lib%d:amd64 1.0-%d\n' "$i" "$i" "$i"
