@@ -44,10 +44,10 @@ my $home = tempdir(CLEANUP => 1);
 system('cp', '-R', "$source/etc", $home) == 0 or die "cannot copy $source/etc\n";
 chdir $source or die "$source: $!\n";
 $ENV{TARNEL_HOME} = $home;
-my @props  = (glob("$home/etc/apps/*/default/props.conf"), "$home/etc/system/default/props.conf");
+my @props  = glob("$home/etc/apps/bundled-*/default/props.conf");
 my $rules   = count_stanzas('rule::', @props);
 my $delayed = count_stanzas('delayedrule::', @props);
-my $models  = count_stanzas('samples/', "$home/etc/system/default/sourcetypes.conf");
+my $models  = count_stanzas('samples/', "$home/etc/apps/bundled-base/default/sourcetypes.conf");
 
 my $new = explain($first);
 output_of('sh', '-c', "'$build/src/sourcetype' $first 2>&1");

@@ -43,12 +43,13 @@ bool isLocal(const ConfText& text) {
 
 bool isDefaultOfApp(const ConfText& text) {
   const auto directory = text.path().parent_path();
-  return directory.filename() == "default" &&
-         directory.parent_path().parent_path().filename() == "apps";
+  const auto app = directory.parent_path();
+  return directory.filename() == "default" && app.parent_path().filename() == "apps" &&
+         !isBundledApp(app);
 }
 
-// Defaults are there to be hidden: by settings of administrators, and those of the system by those
-// of apps. It is a mistake, or a surprise, if one administrator's setting hides another, or if two
+// Defaults are there to be hidden: by settings of administrators, those of the system by those of
+// apps, and what comes with the tool by all others. It is a mistake, or a surprise, if one administrator's setting hides another, or if two
 // apps disagree.
 bool isSurprise(const ConfText& hidden, const ConfText& by) {
   return isLocal(hidden) || (isDefaultOfApp(hidden) && isDefaultOfApp(by));
