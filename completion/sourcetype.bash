@@ -172,7 +172,7 @@ _sourcetype_inspect_options() {
   case $1 in
     preview) printf '%s\n' --as --set --save --max ;;
     scan) printf '%s\n' --csv -j ;;
-    report) printf '%s\n' -o ;;
+    report) printf '%s\n' -j -o ;;
     settings) printf '%s\n' --all ;;
     learned) printf '%s\n' --yes ;;
     evaluate) printf '%s\n' --folds --no-rules --with-learned ;;

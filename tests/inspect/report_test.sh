@@ -28,6 +28,10 @@ status=0
 "$build/src/sourcetype-inspect" --quiet report logs -o r.html || status=$?
 [ "$status" = 1 ] || fail "status $status: one file is not recognised"
 
+"$build/src/sourcetype-inspect" --quiet report logs -o one.html -j 1 || true
+for name in r one; do sed -i -E 's/"created":"[^"]*"/"created":""/' "$name.html"; done
+cmp r.html one.html || fail "the page depends on the number of threads"
+
 page ''
 [ "$(count '<tr class="file">')" = 3 ] || fail "not 3 rows"
 grep -q '&lt;script&gt;document.title=1&lt;script&gt;' shown || fail "the name is not text"

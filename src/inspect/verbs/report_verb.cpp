@@ -3,14 +3,12 @@
 #include <fmt/core.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <system_error>
-#include <thread>
 #include <vector>
 
 #include "inspect/check/findings.h"
@@ -23,6 +21,7 @@
 #include "inspect/scan/scan_summary.h"
 #include "inspect/scan/scan_workers.h"
 #include "inspect/session.h"
+#include "inspect/verbs/thread_option.h"
 #include "platform/file_system.h"
 #include "platform/file_writing.h"
 #include "platform/interrupt.h"
@@ -38,6 +37,7 @@ using std::filesystem::path;
 struct Options {
   std::vector<std::string> paths;
   std::string output;
+  std::size_t threads = 1;
 };
 
 // Throws InspectError for a file that cannot be written, before the work of hours is done.
@@ -67,16 +67,15 @@ void addRows(RowQueue& rows, Progress& progress, ReportPage& page, ScanSummary& 
   page.setInterrupted();
 }
 
-void scanInto(ReportPage& page, Session& session, const std::vector<path>& roots) {
+void scanInto(ReportPage& page, Session& session, const std::vector<path>& roots,
+              std::size_t threads) {
   const path home = session.home();
-  const auto examine = [&home](const ScanRow& row, const TypeRequest& request,
-                               const TimestampFormats& formats) {
-    return scriptText(describeLog(home, row, request, formats));
+  const auto examine = [&home](const ClassifiedFile& file) {
+    return scriptText(describeLog(home, file));
   };
   ScanSummary summary;
   RowQueue rows;
-  const ScanWorkers workers(session.etc(), roots, std::max(1U, std::thread::hardware_concurrency()),
-                            rows, examine);
+  const ScanWorkers workers(session.etc(), roots, threads, rows, examine);
   Progress progress(!session.out().isQuiet() && isTerminal(StandardStream::Error), roots);
   addRows(rows, progress, page, summary);
   page.setSummary(summary.toJson());
@@ -108,7 +107,7 @@ void report(Session& session, const Options& options) {
   ReportPage page({.created = now(), .home = pathToText(session.home()), .paths = options.paths});
   const auto roots = session.existingPaths(options.paths);
   const InterruptGuard interrupt;
-  scanInto(page, session, roots);
+  scanInto(page, session, roots, options.threads);
   addFindings(page, session);
   write(target, page.html());
   if (session.out().isQuiet()) return;
@@ -128,6 +127,7 @@ void addReportVerb(CLI::App& app, Session& session) {
   verb->add_option("-o", options->output, "The page to write; an existing file is replaced")
       ->required()
       ->option_text("FILE.html");
+  addThreadOption(*verb, options->threads);
   verb->callback([&session, options] { report(session, *options); });
 }
 

@@ -1,0 +1,15 @@
+// The option -j of verbs that examine files in parallel.
+#pragma once
+
+#include <cstddef>
+
+namespace CLI {
+class App;
+}
+
+namespace sourcetype {
+
+// Adds "-j N" to a verb. Sets `threads` to the number of cores, which N replaces.
+void addThreadOption(CLI::App& verb, std::size_t& threads);
+
+}  // namespace sourcetype
