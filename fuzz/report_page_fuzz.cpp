@@ -4,6 +4,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "inspect/report/html_text.h"
 #include "inspect/report/report_page.h"
 #include "inspect/report/script_text.h"
 #include "support.h"
@@ -67,6 +68,11 @@ void run(std::string_view input) {
   const CutPage page = cut(pageOf(texts));
   static const CutPage kEmpty = cut(pageOf({}));
   require(page.frame == kEmpty.frame, "texts change only the data of a page");
+  for (const auto& text : texts) {
+    const auto html = htmlText(text);
+    require(html.find_first_of("<>\"'") == std::string::npos && isCleanUtf8(html),
+            "text in an element or an attribute has no markup");
+  }
   std::vector<Json> data;
   for (const auto& text : page.data) {
     require(text.find('<') == std::string::npos, "no text ends the element that it is in");

@@ -13,6 +13,8 @@
 
 #include "inspect/check/findings.h"
 #include "inspect/check/tree_check.h"
+#include "inspect/evaluate/evaluation_run.h"
+#include "inspect/report/heat_map.h"
 #include "inspect/report/log_details.h"
 #include "inspect/report/report_page.h"
 #include "inspect/report/script_text.h"
@@ -38,6 +40,7 @@ struct Options {
   std::vector<std::string> paths;
   std::string output;
   std::size_t threads = 1;
+  std::vector<std::string> evaluated;
 };
 
 // Throws InspectError for a file that cannot be written, before the work of hours is done.
@@ -106,6 +109,9 @@ void report(Session& session, const Options& options) {
   const path target = checkedTarget(options.output);
   ReportPage page({.created = now(), .home = pathToText(session.home()), .paths = options.paths});
   const auto roots = session.existingPaths(options.paths);
+  if (!options.evaluated.empty()) {
+    page.setHeatMap(heatMap(evaluateInputs(session, options.evaluated, {.withLimits = false})));
+  }
   const InterruptGuard interrupt;
   scanInto(page, session, roots, options.threads);
   addFindings(page, session);
@@ -127,6 +133,10 @@ void addReportVerb(CLI::App& app, Session& session) {
   verb->add_option("-o", options->output, "The page to write; an existing file is replaced")
       ->required()
       ->option_text("FILE.html");
+  verb->add_option("--evaluate", options->evaluated,
+                   "Add the confusion table of this input of the verb evaluate; may be repeated")
+      ->allow_extra_args(false)
+      ->option_text("INPUT");
   addThreadOption(*verb, options->threads);
   verb->callback([&session, options] { report(session, *options); });
 }
