@@ -129,7 +129,9 @@ void report(Session& session, const Options& options) {
 void addReportVerb(CLI::App& app, Session& session) {
   auto* verb = app.add_subcommand("report", "A page for a browser of the files below paths");
   const auto options = std::make_shared<Options>();
-  verb->add_option("PATH", options->paths, "Files and directories")->required();
+  verb->add_option("PATH", options->paths,
+                   "Files and directories, or - for paths on standard input, one a line")
+      ->required();
   verb->add_option("-o", options->output, "The page to write; an existing file is replaced")
       ->required()
       ->option_text("FILE.html");

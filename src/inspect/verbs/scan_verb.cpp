@@ -134,7 +134,9 @@ void addScanVerb(CLI::App& app, Session& session) {
   auto* verb = app.add_subcommand(
       "scan", "The sourcetype of each file below paths, and a summary; reads archives too");
   const auto options = std::make_shared<Options>();
-  verb->add_option("PATH", options->paths, "Files and directories")->required();
+  verb->add_option("PATH", options->paths,
+                   "Files and directories, or - for paths on standard input, one a line")
+      ->required();
   verb->add_flag("--csv", options->csv, "Print CSV");
   addThreadOption(*verb, options->threads);
   verb->callback([&session, options] { scan(session, *options); });
