@@ -40,13 +40,6 @@ Fingerprint fingerprintOf(const Sample& sample, const ClassifierSettings::Keywor
   return buildModel(sample, 0, lines - 1, ignored);
 }
 
-// The name by which configuration knows the text of a compressed file.
-path uncompressedName(const path& file) {
-  static constexpr std::array kSuffixes{".gz", ".xz", ".bz2", ".zst", ".lz4"};
-  const bool isSuffix = std::ranges::find(kSuffixes, file.extension()) != kSuffixes.end();
-  return isSuffix ? path(file).replace_extension() : file;
-}
-
 }  // namespace
 
 // Keeps what decided, and examines the sample while it exists.
@@ -133,13 +126,11 @@ void FileScanner::scanArchive(const path& file, const Sink& sink) {
   while (auto member = archive.next()) {
     const bool hasText = !member->text.empty() || member->error.empty();
     const std::string memberName = member->name.empty() ? name : name + "!" + member->name;
-    path source = member->name.empty() ? uncompressedName(file)
-                                       : file / pathFromText(member->name).relative_path();
-    source.make_preferred();  // archives have "/" on every system
-    ScanRow row =
-        hasText ? classify(memberName, {.path = source, .sampleText = std::move(member->text)},
-                           member->isCut)
-                : unreadable(memberName, {});
+    ScanRow row = hasText ? classify(memberName,
+                                     {.path = nameInConfiguration(file, member->name),
+                                      .sampleText = std::move(member->text)},
+                                     member->isCut)
+                          : unreadable(memberName, {});
     row.error = std::move(member->error);
     sink(std::move(row));
     if (interrupted()) return;
