@@ -19,7 +19,7 @@ std::string cellHtml(const std::string& actual, const std::string& answered, std
   if (count == 0) return "<td></td>";
   constexpr std::size_t kStrengths = 5;  // of colours in page.css
   const std::size_t strength = (count * kStrengths + rowTotal - 1) / rowTotal;
-  return fmt::format("<td class=\"{}-{}\" title=\"{} as {}: {} of {}\">{}</td>",
+  return fmt::format(R"(<td class="{}-{}" title="{} as {}: {} of {}">{}</td>)",
                      actual == answered ? "right" : "wrong", strength, labelOf(actual),
                      labelOf(answered), count, rowTotal, count);
 }
