@@ -139,6 +139,8 @@ std::vector<std::string> seeds() {
           with({"--json", "scan", "a.log", "none"}),
           with({"scan", "--csv", "a.log"}),
           with({"report", ".", "-o", "r.html", "--json"}),
+          with({"report", "a.log", "-o", "r.html", "--evaluate", "list", "-j", "2"}),
+          with({"scan", "-"}),
           with({"settings", "--all", "mine", "--color=always"}),
           with({"--json", "settings", "a.log"}),
           with({"check", "--color", "always"}),
