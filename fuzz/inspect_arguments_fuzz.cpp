@@ -184,8 +184,10 @@ void run(std::string_view input) {
     tree().write(std::string("work/here/") + name, text);
   }
   std::filesystem::current_path(tree().root() / "work/here");
-  require(setenv("TARNEL_HOME", (tree().root() / "work/home").c_str(), 1) == 0,
-          "the environment is set");
+  const auto home = tree().root() / "work/home";
+  // No other thread runs here.
+  const int isNotSet = setenv("TARNEL_HOME", home.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+  require(isNotSet == 0, "the environment is set");
 
   const Files before = filesThere();
   const Run done = runWith(words);

@@ -12,7 +12,7 @@
 namespace sourcetype::fuzzing {
 namespace {
 
-constexpr std::string_view kDataStart = "<script type=\"application/json\" id=\"";
+constexpr std::string_view kDataStart = R"(<script type="application/json" id=")";
 constexpr std::string_view kDataEnd = "</script>";
 
 // A page cut into its data and the rest.
