@@ -172,7 +172,7 @@ _sourcetype_inspect_options() {
   case $1 in
     preview) printf '%s\n' --as --set --save --max ;;
     scan) printf '%s\n' --csv -j ;;
-    report) printf '%s\n' -o ;;
+    report) printf '%s\n' --evaluate -j -o ;;
     settings) printf '%s\n' --all ;;
     learned) printf '%s\n' --yes ;;
     evaluate) printf '%s\n' --folds --no-rules --with-learned ;;
@@ -186,14 +186,14 @@ _sourcetype_inspect() {
   # The verb, and the number of words after it that are no options.
   for word in "${words[@]:0:${#words[@]}-1}"; do
     case $last,$word in
-      --home,* | --color,* | --as,* | --set,* | --max,* | --folds,* | -o,* | -j,*) ;;
+      --home,* | --color,* | --as,* | --set,* | --max,* | --evaluate,* | --folds,* | -o,* | -j,*) ;;
       *,-*) ;;
       *) if [[ -z $verb ]]; then verb=$word; else ((++count)); fi ;;
     esac
     last=$word
   done
   case $last in
-    --home | -o) return 0 ;; # readline knows best about files
+    --home | --evaluate | -o) return 0 ;; # readline knows best about files
     --color) _sourcetype_offer auto always never; _sourcetype_no_files; return 0 ;;
     --as) _sourcetype_offer_names "$typed" ""; return 0 ;;
     --set | --max | --folds | -j) _sourcetype_no_files; return 0 ;;

@@ -1,6 +1,8 @@
 #include "inspect/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -45,35 +47,38 @@ void addVerbs(CLI::App& app, Session& session) {
   addSettingsVerb(app, session);
 }
 
-// The names that an unknown word may stand for: options for a word that begins with "-", else
-// verbs.
-std::vector<std::string> candidatesFor(std::string_view word, const CLI::App& app) {
+// The verb that the command line names, or the part of it; `app` itself if there is none.
+const CLI::App& lastNamed(const CLI::App& app) {
+  const auto named = app.get_subcommands();
+  return named.empty() ? app : lastNamed(*named.back());
+}
+
+std::vector<std::string> optionsOf(const CLI::App& app) {
   std::vector<std::string> names;
-  const auto addOptions = [&](const CLI::App& of) {
-    for (const auto* option : of.get_options()) {
-      for (const auto& name : option->get_lnames()) names.push_back("--" + name);
-    }
-  };
-  if (word.starts_with('-')) {
-    addOptions(app);
-    for (const auto* verb : app.get_subcommands()) addOptions(*verb);
-  } else {
-    for (const auto* verb : app.get_subcommands({})) names.push_back(verb->get_name());
+  for (const auto* option : app.get_options()) {
+    for (const auto& name : option->get_lnames()) names.push_back("--" + name);
   }
+  for (const auto* named : app.get_subcommands())
+    std::ranges::move(optionsOf(*named), std::back_inserter(names));
+  return names;
+}
+
+std::vector<std::string> partsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const auto* part : app.get_subcommands({})) names.push_back(part->get_name());
   return names;
 }
 
 std::string unknownWordMessage(const std::string& word, const CLI::App& app) {
   const bool isOption = word.starts_with('-');
-  const bool isVerb = !isOption && app.get_subcommands().empty();
-  std::string message = (isOption ? "unknown option "
-                         : isVerb ? "unknown verb "
-                                  : "unexpected word ") +
+  const auto& named = lastNamed(app);
+  std::string message = (isOption         ? "unknown option "
+                         : &named == &app ? "unknown verb "
+                                          : "unexpected word ") +
                         word;
-  if (!isOption && !isVerb) return message;
-  const auto name = word.substr(0, word.find('='));
-  if (const auto nearest = nearestName(name, candidatesFor(word, app))) {
-    if (*nearest == name) return "option " + name + " belongs after its verb";
+  const auto name = isOption ? word.substr(0, word.find('=')) : word;
+  if (const auto nearest = nearestName(name, isOption ? optionsOf(app) : partsOf(named))) {
+    if (isOption && *nearest == name) return "option " + name + " belongs after its verb";
     message += "; did you mean " + *nearest + "?";
   }
   return message;

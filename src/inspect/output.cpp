@@ -2,7 +2,7 @@
 
 #include <fmt/core.h>
 
-#include <cstdio>
+#include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "platform/environment.h"
@@ -50,8 +50,7 @@ void Output::printJson(const Json& object) {
 
 void Output::complain(std::string_view text) {
   // Nothing can be told if standard error cannot be written to.
-  static_cast<void>(
-      std::fputs(fmt::format("sourcetype-inspect: {}\n", harmless(text)).c_str(), stderr));
+  std::cerr << fmt::format("sourcetype-inspect: {}\n", harmless(text));
 }
 
 std::string Output::paint(Style style, std::string_view text) const {

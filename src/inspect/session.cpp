@@ -1,5 +1,6 @@
 #include "inspect/session.h"
 
+#include <iostream>
 #include <utility>
 
 #include "platform/environment.h"
@@ -26,14 +27,28 @@ std::filesystem::path Session::home() const {
 std::vector<std::filesystem::path> Session::existingPaths(const std::vector<std::string>& names) {
   std::vector<std::filesystem::path> paths;
   for (const auto& name : names) {
-    auto candidate = pathFromText(name);
-    if (entryKind(candidate) == EntryKind::CannotExamine) {
-      fail("there is no file or directory " + name);
-    } else {
-      paths.push_back(std::move(candidate));
+    if (name != "-") {
+      addExisting(name, paths);
+      continue;
     }
+    for (std::string line; std::getline(std::cin, line);) {
+      if (!line.empty()) addExisting(line, paths);
+    }
+    if (std::cin.bad()) throw InspectError("cannot read standard input");
   }
   return paths;
+}
+
+void Session::addExisting(const std::string& name, std::vector<std::filesystem::path>& paths) {
+  const bool hasNul = name.find('\0') != std::string::npos;  // the system would cut the name there
+  auto candidate = pathFromText(name);
+  if (!hasNul && entryKind(candidate) != EntryKind::CannotExamine) {
+    paths.push_back(std::move(candidate));
+  } else if (name.ends_with('\r')) {  // of a list with CRLF
+    addExisting(name.substr(0, name.size() - 1), paths);
+  } else {
+    fail("there is no file or directory " + name);
+  }
 }
 
 void Session::fail(const std::string& problem) {

@@ -42,7 +42,8 @@ class Session {
   std::filesystem::path home() const;
   std::filesystem::path etc() const { return home() / "etc"; }
 
-  // The paths that exist. The others make the run fail.
+  // The paths that exist; the word "-" stands for the lines of standard input. Other words and lines
+  // make the run fail.
   std::vector<std::filesystem::path> existingPaths(const std::vector<std::string>& names);
 
   void raise(Status status) { status_ = std::max(status_, status); }
@@ -51,6 +52,8 @@ class Session {
   Status status() const { return status_; }
 
  private:
+  void addExisting(const std::string& name, std::vector<std::filesystem::path>& paths);
+
   Options options_;
   std::optional<Output> out_;
   Status status_ = Status::Fine;

@@ -15,6 +15,11 @@ for i in {1..120}; do
 done >'logs/<script>document.title=1<script>.log'
 for i in {1..120}; do printf 'Jan  2 03:04:05 host sshd[%d]: Accepted publickey for root\n' "$i"; done >logs/auth.log
 gzip -k logs/auth.log
+mkdir -p 'known/<i>web' known/tea
+for i in {1..120}; do
+  echo "10.0.0.$i - GET /index.html?page=$i HTTP/1.1 200 $i" | tee -a 'known/<i>web/1.log' 'known/<i>web/2.log'
+  echo "2026-01-02 unit=$i tea ready after $i minutes" | tee -a known/tea/1.log known/tea/2.log known/tea/3.log
+done >/dev/null
 
 fail() { echo "$1"; exit 1; }
 page() { # HASH: what the browser shows, without what the page has as data
@@ -25,13 +30,20 @@ page() { # HASH: what the browser shows, without what the page has as data
 count() { grep -o "$1" shown | wc -l; }
 
 status=0
-"$build/src/sourcetype-inspect" --quiet report logs -o r.html || status=$?
+"$build/src/sourcetype-inspect" --quiet report logs -o r.html --evaluate known || status=$?
 [ "$status" = 1 ] || fail "status $status: one file is not recognised"
+
+"$build/src/sourcetype-inspect" --quiet report logs -o one.html -j 1 --evaluate=known || true
+for name in r one; do sed -i -E 's/"created":"[^"]*"/"created":""/' "$name.html"; done
+cmp r.html one.html || fail "the page depends on the number of threads"
 
 page ''
 [ "$(count '<tr class="file">')" = 3 ] || fail "not 3 rows"
 grep -q '&lt;script&gt;document.title=1&lt;script&gt;' shown || fail "the name is not text"
 grep -q '>3 of 3 files<' shown || fail "no count of files"
+# Without a script too.
+grep -q '<td class="right-5" title="tea as tea: 3 of 3">3</td>' shown || fail "no confusion table"
+grep -q '<th scope="row">&lt;i&gt;web</th>' r.html || fail "a sourcetype in the table is not text"
 page 'filter=os_auth%20.gz'
 [ "$(count '<tr class="file">')" = 1 ] || fail "the filter does not leave one row"
 grep -q '>1 of 3 files<' shown || fail "no count of filtered files"

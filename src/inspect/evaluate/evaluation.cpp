@@ -196,25 +196,16 @@ FoldsOutcome runFolds(const Folds& folds, const MemoryStorage::Changes& edits,
   return outcome;
 }
 
-}  // namespace
-
 // A limit that is not below the limit of any model changes nothing, so the folds are run again only
 // for lower ones.
-Evaluation evaluate(const path& etc, std::span<const LabelledFile> files,
-                    const EvaluationOptions& options) {
-  const auto edits = firstEdits(etc, options);
-  Evaluation evaluation;
-  auto prepared = prepareFiles(TrialRun(etc, edits).manager(), files);
-  evaluation.folds = assignFolds(prepared, options.folds);
-  if (evaluation.folds == 0) throw InspectError("no sourcetype has two files that can be read");
-  const Folds folds{etc, options, evaluation.folds, prepared};
+std::vector<LimitOutcome> tryLimits(const Folds& folds, const MemoryStorage::Changes& edits,
+                                    const FoldsOutcome& asConfigured) {
   const auto runWith = [&](float limit) {
-    return runFolds(folds, withLimit(etc, edits, limit),
+    return runFolds(folds, withLimit(folds.etc, edits, limit),
                     limit == kNoLimit ? "none" : fmt::format("{}", limit));
   };
-
-  const float configured = configuredLimit(etc, edits);
-  auto asConfigured = runFolds(folds, edits, "as configured");
+  const float configured = configuredLimit(folds.etc, edits);
+  std::vector<LimitOutcome> outcomes;
   const auto unlimited = configured == kNoLimit ? asConfigured : runWith(kNoLimit);
   const auto countsWith = [&](float limit) {
     if (limit == configured) return countVerdicts(asConfigured.files);
@@ -225,10 +216,26 @@ Evaluation evaluate(const path& etc, std::span<const LabelledFile> files,
   if (std::ranges::find(limits, configured) == limits.end()) limits.push_back(configured);
   std::ranges::sort(limits);
   for (const float limit : limits) {
-    evaluation.limits.push_back({.limit = limit == kNoLimit ? std::nullopt : std::optional(limit),
-                                 .isConfigured = limit == configured,
-                                 .counts = countsWith(limit)});
+    outcomes.push_back({.limit = limit == kNoLimit ? std::nullopt : std::optional(limit),
+                        .isConfigured = limit == configured,
+                        .counts = countsWith(limit)});
   }
+  return outcomes;
+}
+
+}  // namespace
+
+Evaluation evaluate(const path& etc, std::span<const LabelledFile> files,
+                    const EvaluationOptions& options) {
+  const auto edits = firstEdits(etc, options);
+  Evaluation evaluation;
+  auto prepared = prepareFiles(TrialRun(etc, edits).manager(), files);
+  evaluation.folds = assignFolds(prepared, options.folds);
+  if (evaluation.folds == 0) throw InspectError("no sourcetype has two files that can be read");
+  const Folds folds{etc, options, evaluation.folds, prepared};
+
+  auto asConfigured = runFolds(folds, edits, "as configured");
+  if (options.withLimits) evaluation.limits = tryLimits(folds, edits, asConfigured);
 
   evaluation.files = std::move(asConfigured.files);
   evaluation.counts = countVerdicts(evaluation.files);

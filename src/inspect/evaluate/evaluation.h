@@ -29,6 +29,7 @@ struct EvaluationOptions {
   std::size_t folds = 5;
   bool withRules = true;     // false: only models decide
   bool withLearned = false;  // true: the models of the installation are there from the start
+  bool withLimits = true;    // also says what other limits would give, which takes most of the time
   // Is told what begins: "limit 40: fold 2 of 5". May be empty.
   std::function<void(const std::string& step)> onStep = {};
 };

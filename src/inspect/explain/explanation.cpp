@@ -47,11 +47,12 @@ void addConfiguredPlaces(std::vector<SourcedSetting>& settings,
 }
 
 // The flow does not try rules on a file of few lines.
-std::optional<RuleEvidence> ruleForFewLines(TrialRun& run, const InputWord& input,
+std::optional<RuleEvidence> ruleForFewLines(TrialRun& run, const TypeRequest& request,
                                             const PropertiesMap& result) {
   Explanation evidence;
-  const auto sample = input.text ? readSampleText(*input.text, result, "standard input")
-                                 : readSample(input.path, result, kDefaultMaxLines);
+  const auto sample = request.sampleText
+                          ? readSampleText(*request.sampleText, result, "standard input")
+                          : readSample(request.path, result, kDefaultMaxLines);
   if (!sample || sample->lineCount() == 0) return std::nullopt;
   MatchBudget budget(kMaxFileCost);
   Rules rules(run.store());
@@ -103,33 +104,39 @@ void Explanation::ratedLineStarts(std::span<const LineStartEvidence> candidates)
   lineStarts_.assign(candidates.begin(), candidates.end());
 }
 
-void explainFile(const std::filesystem::path& etc, const std::string& word,
-                 ExplainedFile& explained) {
-  explainInput(etc, word, resolveInput(word), explained);
+ExplainedFile explainFile(const std::filesystem::path& etc, const std::string& word,
+                          Explanation& evidence) {
+  InputWord input = resolveInput(word);
+  TrialRun run(etc);
+  const TypeRequest request{
+      .path = std::move(input.path), .sampleText = std::move(input.text), .observer = &evidence};
+  PropertiesMap result;
+  run.manager().findTypeForFile(result, request);
+  return explainResult(run, word, request, std::move(result), evidence);
 }
 
-void explainInput(const std::filesystem::path& etc, const std::string& name, const InputWord& input,
-                  ExplainedFile& explained) {
-  TrialRun run(etc);
-  PropertiesMap result;
-  run.manager().findTypeForFile(
-      result, {.path = input.path, .sampleText = input.text, .observer = &explained.evidence});
+ExplainedFile explainResult(TrialRun& run, const std::string& name, const TypeRequest& request,
+                            PropertiesMap result, const Explanation& evidence) {
   ConfStore& store = run.store();
   Conf& props = store.getProps();
-  explained.file = name;
-  explained.sourcetype = result.get(key::kSourcetype);
-  explained.invalidCause = result.get(key::kInvalidCause);
-  explained.origins = originsOf(explained.evidence.models(), store);
-  explained.configured = sourcesOf(explained.evidence.configuredSettings(), store, props);
+  ExplainedFile explained{.file = name,
+                          .sourcetype = result.get(key::kSourcetype),
+                          .invalidCause = result.get(key::kInvalidCause),
+                          .evidence = evidence,
+                          .origins = originsOf(evidence.models(), store),
+                          .configured = sourcesOf(evidence.configuredSettings(), store, props),
+                          .settings = {},
+                          .changes = changesOf(run.edits()),
+                          .withMoreLines = {}};
   result.remove(key::kSourcetype);
   result.remove(key::kIsValid);
   result.remove(key::kInvalidCause);
   explained.settings = sourcesOf(result, store, props);
   addConfiguredPlaces(explained.settings, explained.configured);
-  explained.changes = changesOf(run.edits());
-  if (explained.evidence.stage() == Stage::TooSmall) {
-    explained.withMoreLines = ruleForFewLines(run, input, result);
+  if (evidence.stage() == Stage::TooSmall) {
+    explained.withMoreLines = ruleForFewLines(run, request, result);
   }
+  return explained;
 }
 
 }  // namespace sourcetype

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "classifier/type_request.h"
 #include "inspect/answer.h"
 #include "inspect/changes.h"
 #include "inspect/setting_sources.h"
@@ -64,12 +65,12 @@ struct ModelOrigin {
   std::string day;  // "2026-11-22"; empty if its stanza does not tell
 };
 
-// All that is reported of a file.
+// All that is reported of a file. Refers to the evidence, which has to outlive it.
 struct ExplainedFile {
   std::string file;
   std::string sourcetype;
   std::string invalidCause;  // empty for a valid file
-  Explanation evidence;
+  const Explanation& evidence;
   std::vector<ModelOrigin> origins;  // of evidence.models(), in their order
   std::vector<SourcedSetting> configured;
   std::vector<SourcedSetting> settings;
@@ -78,12 +79,12 @@ struct ExplainedFile {
   std::optional<RuleEvidence> withMoreLines;
 };
 
-// Runs the flow of the tool for a file, in memory. Fills `explained`. `word` is what the command line
-// says. Throws InspectError if the file cannot be read.
-void explainFile(const std::filesystem::path& etc, const std::string& word,
-                 ExplainedFile& explained);
-// The same for an input that is named `name`.
-void explainInput(const std::filesystem::path& etc, const std::string& name, const InputWord& input,
-                  ExplainedFile& explained);
+// Runs the flow of the tool for a file, in memory. `word` is what the command line says. Throws
+// InspectError if the file cannot be read.
+ExplainedFile explainFile(const std::filesystem::path& etc, const std::string& word,
+                          Explanation& evidence);
+// The same after `run` has classified the file of `request` with `evidence` as its observer.
+ExplainedFile explainResult(TrialRun& run, const std::string& name, const TypeRequest& request,
+                            PropertiesMap result, const Explanation& evidence);
 
 }  // namespace sourcetype

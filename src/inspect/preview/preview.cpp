@@ -27,6 +27,7 @@ PreviewEvent makeEvent(std::span<const LogLine> lines, std::size_t begin, std::s
 }
 
 PropertiesMap settingsOf(ConfStore& store, const PreviewRequest& request, const LogBytes& log) {
+  if (request.found) return *request.found;
   PropertiesMap settings;
   if (!request.sourcetype.empty()) {
     store.getStanzaSettings(store.getProps(), settings,

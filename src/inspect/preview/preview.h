@@ -33,8 +33,9 @@ std::vector<PreviewEvent> previewEvents(std::span<const LogLine> lines,
 
 struct PreviewRequest {
   std::filesystem::path path;
-  std::string sourcetype = {};         // empty: the one that the classifier finds
-  PropertiesMap tried = {};            // settings that replace those of the sourcetype
+  std::string sourcetype = {};              // empty: the one that the classifier finds
+  PropertiesMap tried = {};                 // settings that replace those of the sourcetype
+  std::optional<PropertiesMap> found = {};  // what the classifier found; it is not asked again
   std::optional<LogBytes> bytes = {};  // of the log, if it is no file; `path` is then only a name
 };
 
@@ -50,8 +51,8 @@ struct Preview {
   std::vector<std::string> problems;
 };
 
-// Classifies the log in `store`, unless the request names its sourcetype; so the edits of the store
-// must not go to the disk. Throws InspectError if the log cannot be read.
+// Classifies the log in `store`, unless the request has the result or names the sourcetype; so the
+// edits of the store must not go to the disk. Throws InspectError if the log cannot be read.
 Preview previewLog(ConfStore& store, const TimestampFormats& formats,
                    const PreviewRequest& request);
 

@@ -4,8 +4,6 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
-#include "conf/conf_store.h"
-#include "conf/memory_storage.h"
 #include "inspect/explain/explain_json.h"
 #include "inspect/explain/explanation.h"
 #include "inspect/preview/preview.h"
@@ -80,21 +78,17 @@ void addPreview(Json& details, const Preview& preview, const std::string& file) 
 
 }  // namespace
 
-Json describeLog(const std::filesystem::path& home, const ScanRow& row, const TypeRequest& request,
-                 const TimestampFormats& formats) {
-  const auto etc = home / "etc";
+Json describeLog(const std::filesystem::path& home, const ClassifiedFile& file) {
+  const auto& [row, request, result, evidence, formats, run] = file;
   Json details = Json::object();
   try {
-    ExplainedFile explained;
-    explainInput(etc, row.file, {.path = request.path, .text = request.sampleText}, explained);
-    details["explanation"] = explainAsJson(explained, home);
-    MemoryStorage edits;  // of this log only: what it would teach must not decide for other logs
-    ConfStore store(etc, edits);
-    PreviewRequest preview{.path = request.path};
+    details["explanation"] =
+        explainAsJson(explainResult(run, row.file, request, result, evidence), home);
+    PreviewRequest preview{.path = request.path, .found = result};
     if (request.sampleText) {
       preview.bytes = LogBytes{.bytes = *request.sampleText, .isWhole = !row.isCut};
     }
-    addPreview(details, previewLog(store, formats, preview), row.file);
+    addPreview(details, previewLog(run.store(), formats, preview), row.file);
   } catch (const InspectError& error) {  // it vanished while it was read
     details["problem"] = error.what();
   }

@@ -3,10 +3,8 @@
 
 #include <filesystem>
 
-#include "classifier/type_request.h"
 #include "inspect/output.h"
-#include "inspect/scan/scan_row.h"
-#include "timestamp/timestamp_formats.h"
+#include "inspect/scan/file_scanner.h"
 
 namespace sourcetype {
 
@@ -22,7 +20,6 @@ inline constexpr std::size_t kMaxShownEventBytes = 2000;  // of one event
 // then "problem" tells why.
 //
 // `home` is the server's root.
-Json describeLog(const std::filesystem::path& home, const ScanRow& row, const TypeRequest& request,
-                 const TimestampFormats& formats);
+Json describeLog(const std::filesystem::path& home, const ClassifiedFile& file);
 
 }  // namespace sourcetype

@@ -183,7 +183,7 @@
   // --- the table of files ---
 
   const columns = [
-    {key: 'file'}, {key: 'sourcetype'}, {key: 'stage'}, {key: 'margin', number: true},
+    {key: 'file'}, {key: 'sourcetype'}, {key: 'stage', stage: true}, {key: 'margin', number: true},
     {key: 'events', number: true}, {key: 'first', instant: true}, {key: 'last', instant: true},
     {key: 'error'}];
   const state = {sort: null, descending: false, limit: kRowsAtOnce, open: new Set()};
@@ -219,8 +219,9 @@
         onclick: () => { if (!state.open.delete(row.index)) state.open.add(row.index); showFiles(); }},
         value));
     }
-    const classes = column.number ? 'number' : column.instant ? 'instant'
-      : column.key === 'error' || (column.key === 'stage' && hasProblem(row)) ? 'bad' : undefined;
+    const isBad = column.key === 'error' || (column.stage && hasProblem(row));
+    const classes = [column.number && 'number', column.instant && 'instant', column.stage && 'stage',
+                     isBad && 'bad'].filter(Boolean).join(' ') || undefined;
     const text = column.key === 'events' && value !== null && row.truncated ? value + '+' : value;
     return el('td', {class: classes}, text);
   }

@@ -63,6 +63,7 @@ std::string ReportPage::html() const {
       "<title>sourcetype-inspect report</title>\n<style>{}</style>\n</head>\n<body>\n",
       kPageStyleHash, kPageScriptHash, kPageStyle);
   html += kPageBody;
+  html += heatMap_ + "</main>\n";
   html += dataElement("about", scriptText(aboutJson()));
   html += dataElement("rows", "[" + rows_ + "]");
   html += details_;

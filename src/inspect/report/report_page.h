@@ -18,7 +18,8 @@
 
 namespace sourcetype {
 
-// Texts from files are only in JSON, which the script of the page shows as text. A content security
+// Texts from files are in JSON, which the script of the page shows as text, and names of sourcetypes
+// are also in the heat map, as htmlText(). A content security
 // policy forbids any other script, and everything from elsewhere.
 class ReportPage {
  public:
@@ -38,6 +39,8 @@ class ReportPage {
   // What a scan prints after its rows.
   void setSummary(std::vector<Json> summary) { summary_ = std::move(summary); }
   void setFindings(std::span<const Finding> findings);
+  // The result of heatMap().
+  void setHeatMap(std::string html) { heatMap_ = std::move(html); }
   void setInterrupted() { isInterrupted_ = true; }
 
   std::size_t fileCount() const { return rowCount_; }
@@ -51,6 +54,7 @@ class ReportPage {
   std::string details_;  // elements, one a file
   std::size_t rowCount_ = 0;
   std::vector<Json> summary_;
+  std::string heatMap_;
   std::vector<Finding> findings_;
   std::size_t findingCount_ = 0;
   bool isInterrupted_ = false;

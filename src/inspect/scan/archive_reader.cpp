@@ -15,6 +15,7 @@
 #include "inspect/scan/gzip_trailer.h"
 #include "platform/file_system.h"
 #include "platform/interrupt.h"
+#include "platform/path_form.h"
 #include "platform/utf8_locale.h"
 #include "util/text.h"
 
@@ -82,6 +83,17 @@ std::string nameOf(archive_entry* entry, std::size_t number) {
 bool isArchive(std::string_view head) {
   return std::ranges::any_of(kMagics, [&](auto magic) { return head.starts_with(magic); }) ||
          isBzip2(head) || isTar(head);
+}
+
+std::filesystem::path nameInConfiguration(const std::filesystem::path& file,
+                                          const std::string& member) {
+  static constexpr std::array kSuffixes{".gz", ".xz", ".bz2", ".zst", ".lz4"};
+  if (member.empty()) {
+    const bool isSuffix = std::ranges::find(kSuffixes, file.extension()) != kSuffixes.end();
+    return isSuffix ? std::filesystem::path(file).replace_extension() : file;
+  }
+  auto name = file / pathFromText(member).relative_path();
+  return name.make_preferred();  // archives have "/" on every system
 }
 
 void ArchiveReader::Closer::operator()(archive* opened) const {

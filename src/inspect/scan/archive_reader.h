@@ -24,6 +24,11 @@ inline constexpr std::size_t kArchiveHeadBytes = 512;
 // Whether a file that begins with `head` is compressed or an archive. Names do not count.
 bool isArchive(std::string_view head);
 
+// The name by which configuration knows the text of a member, or of a compressed file if `member` is
+// empty: without the ending of the compression, and with the separators of the system.
+std::filesystem::path nameInConfiguration(const std::filesystem::path& file,
+                                          const std::string& member);
+
 struct ArchiveMember {
   std::string name;  // empty for a compressed file that is no archive
   // Not more than a sample has: 20,000 lines or 20 MB.

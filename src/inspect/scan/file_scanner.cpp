@@ -10,7 +10,6 @@
 #include "classifier/models/model_store.h"
 #include "classifier/properties.h"
 #include "classifier/sample.h"
-#include "inspect/answer.h"
 #include "inspect/scan/archive_reader.h"
 #include "inspect/scan/sample_events.h"
 #include "platform/file_system.h"
@@ -41,25 +40,23 @@ Fingerprint fingerprintOf(const Sample& sample, const ClassifierSettings::Keywor
   return buildModel(sample, 0, lines - 1, ignored);
 }
 
-// The name by which configuration knows the text of a compressed file.
-path uncompressedName(const path& file) {
-  static constexpr std::array kSuffixes{".gz", ".xz", ".bz2", ".zst", ".lz4"};
-  const bool isSuffix = std::ranges::find(kSuffixes, file.extension()) != kSuffixes.end();
-  return isSuffix ? path(file).replace_extension() : file;
-}
-
 }  // namespace
 
 // Keeps what decided, and examines the sample while it exists.
-class FileScanner::Observer final : public Answer {
+class FileScanner::Observer final : public Explanation {
  public:
   Observer(FileScanner& scanner, ScanRow& row, const TypeRequest& request,
            const PropertiesMap& result)
       : scanner_(scanner), row_(row), request_(request), result_(result) {}
 
-  void sampled(const Sample& sample) override { sample_ = &sample; }
+  // Only an examiner uses it.
+  bool wantsLosers() const override { return scanner_.examine_ != nullptr; }
+  void sampled(const Sample& sample) override {
+    Explanation::sampled(sample);
+    sample_ = &sample;
+  }
   void ended(Stage stage) override {
-    Answer::ended(stage);
+    Explanation::ended(stage);
     row_.stage = stage;
     row_.margin = margin();
     if (stage == Stage::Invalid) return;
@@ -86,12 +83,16 @@ class FileScanner::Observer final : public Answer {
   const Sample* sample_ = nullptr;
 };
 
-FileScanner::FileScanner(const path& etc, Examiner examine)
-    : store_(etc, edits_),
-      manager_(store_),
-      settings_(store_),
-      formats_(readDatetimeFile(etc / "datetime.xml")),
+FileScanner::FileScanner(path etc, Examiner examine)
+    : etc_(std::move(etc)),
+      formats_(readDatetimeFile(etc_ / "datetime.xml")),
       examine_(std::move(examine)) {}
+
+// What another file would teach must not decide.
+FileScanner::Tool& FileScanner::cleanTool() {
+  if (!tool_ || !tool_->run.edits().changes().empty()) tool_.emplace(etc_);
+  return *tool_;
+}
 
 void FileScanner::scan(const FileWalk::Found& found, const Sink& sink) {
   const std::string name = pathToText(found.path);
@@ -125,13 +126,11 @@ void FileScanner::scanArchive(const path& file, const Sink& sink) {
   while (auto member = archive.next()) {
     const bool hasText = !member->text.empty() || member->error.empty();
     const std::string memberName = member->name.empty() ? name : name + "!" + member->name;
-    path source = member->name.empty() ? uncompressedName(file)
-                                       : file / pathFromText(member->name).relative_path();
-    source.make_preferred();  // archives have "/" on every system
-    ScanRow row =
-        hasText ? classify(memberName, {.path = source, .sampleText = std::move(member->text)},
-                           member->isCut)
-                : unreadable(memberName, {});
+    ScanRow row = hasText ? classify(memberName,
+                                     {.path = nameInConfiguration(file, member->name),
+                                      .sampleText = std::move(member->text)},
+                                     member->isCut)
+                          : unreadable(memberName, {});
     row.error = std::move(member->error);
     sink(std::move(row));
     if (interrupted()) return;
@@ -144,14 +143,22 @@ ScanRow FileScanner::classify(std::string name, TypeRequest request, bool isCut)
   row.isCut = isCut;
   PropertiesMap result;
   Observer observer(*this, row, request, result);
-  request.isTrial = true;
+  request.isTrial = examine_ == nullptr;
   request.observer = &observer;
-  manager_.findTypeForFile(result, request);
+  TrialRun& run = cleanTool().run;
+  run.manager().findTypeForFile(result, request);
   row.sourcetype = result.get(key::kSourcetype);
   if (const auto cause = result.tryGet(key::kInvalidCause); cause && *cause != kBinaryCause) {
     row.error = *cause;
   }
-  if (examine_) row.details = examine_(row, request, formats_);
+  if (examine_) {
+    row.details = examine_({.row = row,
+                            .request = request,
+                            .result = result,
+                            .evidence = observer,
+                            .formats = formats_,
+                            .run = run});
+  }
   return row;
 }
 
@@ -162,7 +169,7 @@ void FileScanner::examineSample(ScanRow& row, const Sample& sample, const Proper
   row.first = events.first;
   row.last = events.last;
   if (!row.isRecognised() && sample.lineCount() >= kMinModelLines) {
-    row.fingerprint = fingerprintOf(sample, settings_.ignoredModelKeywords());
+    row.fingerprint = fingerprintOf(sample, tool_->settings.ignoredModelKeywords());
   }
 }
 

@@ -1,5 +1,6 @@
 #include "inspect/scan/scan_workers.h"
 
+#include <optional>
 #include <utility>
 
 namespace sourcetype {
@@ -20,11 +21,12 @@ ScanWorkers::~ScanWorkers() {
 }
 
 void ScanWorkers::work(const std::filesystem::path& etc, const FileScanner::Examiner& examine) {
-  FileScanner scanner(etc, examine);
+  std::optional<FileScanner> scanner;  // reads the configuration: not in a thread without a file
   FileWalk::Found found;
   std::size_t item = 0;
   while (!isStopped_ && take(found, item)) {
-    scanner.scan(found, [&](ScanRow row) { rows_.push(item, std::move(row)); });
+    if (!scanner) scanner.emplace(etc, examine);
+    scanner->scan(found, [&](ScanRow row) { rows_.push(item, std::move(row)); });
     rows_.finish(item);
   }
 }

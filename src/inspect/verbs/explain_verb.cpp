@@ -20,9 +20,9 @@ bool isRecognised(Stage stage) {
 }
 
 void printExplanation(Session& session, const std::string& word, bool isFirst) {
-  ExplainedFile explained;
-  explainFile(session.etc(), word, explained);
-  if (!isRecognised(explained.evidence.stage())) session.raise(Status::Found);
+  Explanation evidence;
+  const auto explained = explainFile(session.etc(), word, evidence);
+  if (!isRecognised(evidence.stage())) session.raise(Status::Found);
   if (session.out().isJson()) {
     return Output::printJson(explainAsJson(explained, session.home()));
   }

@@ -13,6 +13,7 @@
 #include "conf/memory_storage.h"
 #include "conf/stanza_kinds.h"
 #include "inspect/near_names.h"
+#include "inspect/preview/compressed_log.h"
 #include "inspect/preview/preview.h"
 #include "inspect/preview/preview_json.h"
 #include "inspect/preview/preview_summary.h"
@@ -148,7 +149,13 @@ void runPreview(Session& session, const Options& options) {
   PreviewRequest request{.path = pathFromText(fromStandardInput ? "stdin" : options.file),
                          .sourcetype = options.sourcetype,
                          .tried = triedSettings(options.assignments, formats.zones())};
-  if (fromStandardInput) request.bytes = readStandardInput();
+  if (fromStandardInput) {
+    request.bytes = readStandardInput();
+  } else if (auto log = readCompressedLog(options.file)) {
+    if (!log->error.empty()) session.fail(options.file + ": " + log->error);
+    request.path = log->path;
+    request.bytes = std::move(log->bytes);
+  }
   const auto preview = previewLog(store, formats, request);
   for (const auto& problem : preview.problems) Output::complain(problem);
   if (preview.isBinary) {
@@ -168,7 +175,8 @@ void runPreview(Session& session, const Options& options) {
 void addPreviewVerb(CLI::App& app, Session& session) {
   Verb verb(app, "preview", "The events of a log and their times");
   const auto options = std::make_shared<Options>();
-  verb.addWord("FILE", options->file, "A log, or - for standard input", Verb::Presence::Required);
+  verb.addWord("FILE", options->file, "A log, also compressed, or - for standard input",
+               Verb::Presence::Required);
   verb.addOption("--as", options->sourcetype, "NAME", "Use the settings of this sourcetype");
   verb.addRepeated("--set", options->assignments, "KEY=VALUE", "Try a setting; may be repeated");
   verb.addFlag("--save", options->save, "Write the tried settings to the sourcetype's stanza");

@@ -2,18 +2,18 @@
 
 #include <fmt/core.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <system_error>
-#include <thread>
 #include <vector>
 
 #include "inspect/check/findings.h"
 #include "inspect/check/tree_check.h"
+#include "inspect/evaluate/evaluation_run.h"
+#include "inspect/report/heat_map.h"
 #include "inspect/report/log_details.h"
 #include "inspect/report/report_page.h"
 #include "inspect/report/script_text.h"
@@ -23,6 +23,7 @@
 #include "inspect/scan/scan_workers.h"
 #include "inspect/session.h"
 #include "inspect/verb.h"
+#include "inspect/verbs/thread_option.h"
 #include "platform/file_system.h"
 #include "platform/file_writing.h"
 #include "platform/interrupt.h"
@@ -38,6 +39,8 @@ using std::filesystem::path;
 struct Options {
   std::vector<std::string> paths;
   std::string output;
+  std::size_t threads = 1;
+  std::vector<std::string> evaluated;
 };
 
 // Throws InspectError for a file that cannot be written, before the work of hours is done.
@@ -67,16 +70,15 @@ void addRows(RowQueue& rows, Progress& progress, ReportPage& page, ScanSummary& 
   page.setInterrupted();
 }
 
-void scanInto(ReportPage& page, Session& session, const std::vector<path>& roots) {
+void scanInto(ReportPage& page, Session& session, const std::vector<path>& roots,
+              std::size_t threads) {
   const path home = session.home();
-  const auto examine = [&home](const ScanRow& row, const TypeRequest& request,
-                               const TimestampFormats& formats) {
-    return scriptText(describeLog(home, row, request, formats));
+  const auto examine = [&home](const ClassifiedFile& file) {
+    return scriptText(describeLog(home, file));
   };
   ScanSummary summary;
   RowQueue rows;
-  const ScanWorkers workers(session.etc(), roots, std::max(1U, std::thread::hardware_concurrency()),
-                            rows, examine);
+  const ScanWorkers workers(session.etc(), roots, threads, rows, examine);
   Progress progress(!session.out().isQuiet() && isTerminal(StandardStream::Error), roots);
   addRows(rows, progress, page, summary);
   page.setSummary(summary.toJson());
@@ -107,8 +109,11 @@ void report(Session& session, const Options& options) {
   const path target = checkedTarget(options.output);
   ReportPage page({.created = now(), .home = pathToText(session.home()), .paths = options.paths});
   const auto roots = session.existingPaths(options.paths);
+  if (!options.evaluated.empty()) {
+    page.setHeatMap(heatMap(evaluateInputs(session, options.evaluated, {.withLimits = false})));
+  }
   const InterruptGuard interrupt;
-  scanInto(page, session, roots);
+  scanInto(page, session, roots, options.threads);
   addFindings(page, session);
   write(target, page.html());
   if (session.out().isQuiet()) return;
@@ -124,9 +129,14 @@ void report(Session& session, const Options& options) {
 void addReportVerb(CLI::App& app, Session& session) {
   Verb verb(app, "report", "A page for a browser of the files below paths");
   const auto options = std::make_shared<Options>();
-  verb.addWords("PATH", options->paths, "Files and directories", Verb::Presence::Required);
+  verb.addWords("PATH", options->paths,
+                "Files and directories, or - for paths on standard input, one a line",
+                Verb::Presence::Required);
   verb.addOption("-o", options->output, "FILE.html",
                  "The page to write; an existing file is replaced", Verb::Presence::Required);
+  verb.addRepeated("--evaluate", options->evaluated, "INPUT",
+                   "Add the confusion table of this input of the verb evaluate; may be repeated");
+  addThreadOption(verb, options->threads);
   verb.onUse([&session, options] { report(session, *options); });
 }
 

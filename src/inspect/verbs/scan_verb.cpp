@@ -1,6 +1,5 @@
 #include "inspect/verbs/scan_verb.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -8,7 +7,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "inspect/scan/progress.h"
@@ -18,6 +16,7 @@
 #include "inspect/scan/scan_workers.h"
 #include "inspect/session.h"
 #include "inspect/verb.h"
+#include "inspect/verbs/thread_option.h"
 #include "platform/interrupt.h"
 #include "platform/terminal.h"
 
@@ -26,18 +25,11 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr std::size_t kMaxThreads = 256;
-
 struct Options {
   std::vector<std::string> paths;
   bool csv = false;
-  std::size_t threads = 0;  // 0: one for each core
+  std::size_t threads = 1;
 };
-
-std::size_t threadCountOf(const Options& options) {
-  const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
-  return std::min(options.threads == 0 ? cores : options.threads, kMaxThreads);
-}
 
 // Prints rows in one of three forms.
 class RowPrinter {
@@ -122,7 +114,7 @@ void scan(Session& session, const Options& options) {
   ScanSummary summary;
   const InterruptGuard interrupt;
   RowQueue rows;
-  const ScanWorkers workers(etc, roots, threadCountOf(options), rows);
+  const ScanWorkers workers(etc, roots, options.threads, rows);
   {
     Progress progress(!out.isQuiet() && isTerminal(StandardStream::Error), roots);
     printer.printHead();
@@ -142,10 +134,11 @@ void addScanVerb(CLI::App& app, Session& session) {
   Verb verb(app, "scan",
             "The sourcetype of each file below paths, and a summary; reads archives too");
   const auto options = std::make_shared<Options>();
-  verb.addWords("PATH", options->paths, "Files and directories", Verb::Presence::Required);
+  verb.addWords("PATH", options->paths,
+                "Files and directories, or - for paths on standard input, one a line",
+                Verb::Presence::Required);
   verb.addFlag("--csv", options->csv, "Print CSV");
-  verb.addNumber("-j", options->threads, {1, kMaxThreads}, "N",
-                 "Files examined at once; as many as cores if not given");
+  addThreadOption(verb, options->threads);
   verb.onUse([&session, options] { scan(session, *options); });
 }
 
