@@ -51,7 +51,8 @@ std::string_view escapeOf(char32_t character) {
 std::string htmlText(std::string_view text) {
   const std::string valid = withInvalidUtf8Replaced(text);
   std::string html;
-  for (std::string_view rest = valid; !rest.empty();) {
+  std::string_view rest = valid;
+  while (!rest.empty()) {
     const char32_t character = characterOf(rest);
     const auto bytes = rest.substr(0, lengthByLead(byteAt(rest, 0)));
     const auto escape = escapeOf(character);
