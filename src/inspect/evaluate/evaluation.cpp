@@ -205,7 +205,6 @@ std::vector<LimitOutcome> tryLimits(const Folds& folds, const MemoryStorage::Cha
                     limit == kNoLimit ? "none" : fmt::format("{}", limit));
   };
   const float configured = configuredLimit(folds.etc, edits);
-  std::vector<LimitOutcome> outcomes;
   const auto unlimited = configured == kNoLimit ? asConfigured : runWith(kNoLimit);
   const auto countsWith = [&](float limit) {
     if (limit == configured) return countVerdicts(asConfigured.files);
@@ -215,6 +214,8 @@ std::vector<LimitOutcome> tryLimits(const Folds& folds, const MemoryStorage::Cha
   std::vector<float> limits(kTriedLimits.begin(), kTriedLimits.end());
   if (std::ranges::find(limits, configured) == limits.end()) limits.push_back(configured);
   std::ranges::sort(limits);
+  std::vector<LimitOutcome> outcomes;
+  outcomes.reserve(limits.size());
   for (const float limit : limits) {
     outcomes.push_back({.limit = limit == kNoLimit ? std::nullopt : std::optional(limit),
                         .isConfigured = limit == configured,
