@@ -72,7 +72,7 @@ for my $pair ([['train'], ['second.log', 'second']], [['first.log', 'first'], ['
 }
 complain("$overlaps overlapping runs") if $overlaps < 10;
 
-# A process that is stopped while it holds the lock, and then killed, is in nobody's way.
+# A process is stopped while it holds the lock, and killed. The next run gets the lock.
 {
   $tree->restore;
   my $pid = stopped_at('sync', 1, '', 'stopped.log') // die 'it does not sync';

@@ -16,7 +16,8 @@ struct CompressedLog {
 };
 
 // Reads "FILE", or "FILE!MEMBER" as scan prints it. Returns nothing if the file is not compressed.
-// Throws InspectError if there is no such member, or none is named and there are several.
+// Throws InspectError if the archive has no member of this name, or if the name is empty and it has
+// several members.
 std::optional<CompressedLog> readCompressedLog(const std::string& word);
 
 }  // namespace sourcetype
