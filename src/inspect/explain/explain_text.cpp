@@ -53,9 +53,12 @@ std::string factsText(const ExplainedFile& explained, const Output& out) {
                                      fmt::format("{:.0f} of 100", *margin)));
   }
   if (const auto& sample = evidence.sample()) {
+    // A file whose path decides is read for the binary test only.
+    const auto lines =
+        sample->lines == 0 ? "no lines kept" : fmt::format("{} lines", sample->lines);
     text +=
-        fact("read", fmt::format("{} lines, {} bytes, {:.3g} % invalid{}", sample->lines,
-                                 sample->bytes, sample->invalidPercent,
+        fact("read", fmt::format("{}, {} bytes, {:.3g} % invalid{}", lines, sample->bytes,
+                                 sample->invalidPercent,
                                  sample->mark.empty() ? ", no byte-order mark"
                                                       : ", byte-order mark of " + sample->mark));
   }
