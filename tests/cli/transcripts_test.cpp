@@ -175,9 +175,10 @@ bool registerSessions(const char* path, Names& names) {
   }
   for (const auto& [name, lines] : sessions) {
     const auto dot = name.find('.');
-    ::testing::RegisterTest(name.substr(0, dot).c_str(), name.substr(dot + 1).c_str(), nullptr,
-                            nullptr, path, lines.begin()->first,
-                            [=]() -> ::testing::Test* { return new Session(lines, names); });
+    ::testing::RegisterTest(
+        name.substr(0, dot).c_str(), name.substr(dot + 1).c_str(), nullptr, nullptr, path,
+        lines.begin()->first,
+        [lines = lines, names]() -> ::testing::Test* { return new Session(lines, names); });
   }
   return !sessions.empty();
 }

@@ -2,11 +2,11 @@
 # What `cmake --install` puts below a prefix works from there: the tool with its configuration, and
 # the library in a program that finds it with find_package().
 #
-#   install_test.sh BUILD_DIRECTORY [CXX_FLAGS]
+#   install_test.sh BUILD_DIRECTORY CXX_COMPILER [CXX_FLAGS]
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 readonly source=$here/../..
-readonly build=$1 flags=${2:-}
+readonly build=$1 compiler=$2 flags=${3:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 readonly prefix=$work/prefix
@@ -30,7 +30,8 @@ expect $'\tsourcetype -> os_dpkg' \
   "$("$prefix/bin/sourcetype" "$work/packages.log" 2>"$work/log" | grep 'sourcetype ->')"
 
 cmake -G Ninja -S "$source/examples/classify" -B "$work/classify" \
-  -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="$flags" >"$work/log"
+  -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" \
+  -DCMAKE_CXX_FLAGS="$flags" >"$work/log"
 cmake --build "$work/classify" >"$work/log" || { cat "$work/log" >&2; exit 1; }
 expect $'packages.log\tos_dpkg\nnone.log\tfailed_stat' \
   "$(cd "$work" && classify/classify packages.log none.log)"
