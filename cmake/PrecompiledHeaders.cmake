@@ -1,6 +1,6 @@
-# The headers that most sources include, read once for a target instead of once for each source: a
-# third of the time of a build. The dev preset does without them, so that a source whose own includes
-# do not suffice fails there. ccache would keep nothing of a source that is compiled with them.
+# The headers that most sources include, read once for a target instead of once for each source. The
+# lint preset does without them, so that clang-tidy finds a source whose own includes do not suffice.
+# ccache would keep nothing of a source that is compiled with them.
 option(SOURCETYPE_PRECOMPILED_HEADERS "Precompile common headers, where ccache is not used" OFF)
 
 # precompile_headers(TARGET [HEADER...]): the common headers of the standard library, and HEADER.
