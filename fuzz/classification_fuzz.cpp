@@ -109,7 +109,7 @@ void run(std::string_view input) {
   const auto text = parts.rest();
   std::string content(text);
   const auto linesOfText = std::max<std::size_t>(linesOf(text).size(), 1);
-  // What is a single line stays one, so that small files come as well.
+  // A text of a single line is not repeated, so that small files are tried too.
   for (std::size_t count = linesOfText; linesOfText > 1 && count < lines; count += linesOfText) {
     content += text;
   }

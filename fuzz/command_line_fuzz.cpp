@@ -42,7 +42,7 @@ bool isOption(std::string_view word) {
   return word.starts_with("--") && word.find('=') != std::string_view::npos;
 }
 
-// What a test prints before its result, with the file; no file where the test is refused.
+// What "--test" prints before its result, and its file; an empty file if the test is refused.
 struct TestStart {
   std::string printed;
   std::string_view file;
@@ -77,7 +77,7 @@ Words namesIn(std::string_view input) {
   return names;
 }
 
-// What "manyfiles" prints, the last file first classified: no answer depends on another file.
+// What "manyfiles" prints. Classifies the last file first: no answer depends on another file.
 std::string manyFilesText(std::string_view input) {
   constexpr std::uint64_t kMaxLines = 1000;
   ConfStore store(tree().root());
@@ -114,7 +114,7 @@ void requireUsage(std::string_view printed, std::string_view start) {
           "the usage text is printed");
 }
 
-// Requires what each mode promises; gives whether it may write.
+// Requires what each mode promises. Returns whether the mode may write.
 bool checkRun(const Words& words, const Run& run, std::string_view input) {
   const std::string& printed = run.printed;
   const bool isTest = words.size() > 1 && words[0] == "--test";

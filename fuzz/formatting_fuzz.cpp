@@ -13,7 +13,7 @@
 namespace sourcetype::fuzzing {
 namespace {
 
-// As format.cpp bounds them.
+// The limits of format.cpp.
 constexpr std::size_t kMostConversions = 100;
 constexpr std::size_t kWidestField = 1000;
 
@@ -55,7 +55,7 @@ bool hasControlCharacter(std::string_view text) {
 }
 
 // Whether the format is one conversion to a letter of `letters`, with flags of `flags` only, width
-// and precision. The others mean nothing to C there, or leave room.
+// and precision. C leaves the meaning of other flags open.
 bool isOneConversion(std::string_view format, std::string_view letters, std::string_view flags) {
   constexpr std::size_t kMostDigits = 3;
   constexpr std::size_t kMostPrecisionDigits = 2;  // fmt ends a double after 767 digits, C goes on

@@ -67,14 +67,14 @@ void run(std::string_view input) {
   tree().clear();
   const auto propsText = parts.next();
   const auto transformsText = parts.next();
-  // Neither is written to where it is in UTF-16.
+  // The program does not write to a file in UTF-16.
   if (findEncodingError(propsText) || findEncodingError(transformsText)) return;
   tree().write("system/local/props.conf", propsText);
   tree().write("system/local/transforms.conf", transformsText);
   const Sample sample = readSampleText(parts.rest(), {}, "text");
   checkFields(sample);
 
-  // Both tests, by a byte that mutations change easily.
+  // The last byte of the name chooses the test: mutations change it easily.
   const auto test = fileName.ends_with('!') ? HeaderTest::Names : HeaderTest::Delimiters;
   const auto propsBefore = stanzasOf("props");
   const auto transformsBefore = stanzasOf("transforms");

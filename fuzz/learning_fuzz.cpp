@@ -46,7 +46,8 @@ std::string classify(FileClassifierManager& manager, const std::filesystem::path
   return result.get("sourcetype");
 }
 
-// The names of the files give no type name, so that a sourcetype "generic" is one made for them.
+// The names of the files contain no name of a type, so new sourcetypes for them begin with
+// "generic".
 void checkRules(const std::vector<std::filesystem::path>& files) {
   const auto before = stanzasOf("sourcetypes");
   const auto props = stanzasOf("props");
@@ -119,7 +120,7 @@ void run(std::string_view input) {
   const auto models = parts.next();
   if (findEncodingError(props) || findEncodingError(models)) return;  // nothing is written to these
   tree().write("system/local/props.conf", props);
-  // What is appended goes on in an unfinished line.
+  // The line ends keep an unfinished last line from continuing in what is appended.
   tree().write("apps/learned/local/sourcetypes.conf", std::string(models) + "\n\n");
   const std::string sourcetype(parts.next());
   std::vector<std::filesystem::path> files;

@@ -33,7 +33,7 @@ void checkCandidates(std::string_view line) {
   }
 }
 
-// At least so many lines; `text` has one.
+// `text`, which has a line, repeated until it has at least `lines` lines.
 Sample repeated(std::string_view text, std::size_t lines) {
   std::string log;
   const auto linesOfText = linesOf(text).size();
@@ -41,7 +41,7 @@ Sample repeated(std::string_view text, std::size_t lines) {
   return readSampleText(log, {}, "text");
 }
 
-// A backslash is taken as it stands, so that an expression of one may be none.
+// The learner copies a backslash unchanged, so some expressions with one do not compile.
 void checkCompiles(const std::string& prefix) {
   if (isAscii(prefix) && !prefix.ends_with('\\') && prefix.find("\\){") == std::string_view::npos) {
     const Regex compiles(prefix);

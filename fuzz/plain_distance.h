@@ -24,7 +24,8 @@ inline float weightOf(const PlainModel& model, const std::string& word) {
   return found == model.words.end() ? 0 : found->second;
 }
 
-// As it is defined: factors by how many of `all` have a word, and 100000000 for what is too far.
+// The distance by its definition. The factor of a word depends on how many of `all` have it.
+// Returns 100000000 if the words alone are farther than the limit of the model.
 inline float plainDistance(const PlainModel& model, const PlainModel& file,
                            const std::vector<PlainModel>& all) {
   std::set<std::string> either;

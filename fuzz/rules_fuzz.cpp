@@ -143,7 +143,7 @@ void run(std::string_view input) {
     require(foundLate == findSlowly(store, sample, "delayedrule::"),
             "the first delayed rule whose tests all pass is taken");
   } catch (const Costly&) {
-    // What is found depends on the meter then.
+    // The result may then depend on the budget.
   }
 }
 

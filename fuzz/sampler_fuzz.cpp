@@ -1,5 +1,5 @@
 // From bytes to lines, in every charset. Input: a charset, where the bytes are cut, how many bytes
-// stand before them in the file, and the bytes.
+// are before them in the file, and the bytes.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -60,7 +60,8 @@ Converted convertUtf8Slowly(std::string_view bytes) {
   return result;
 }
 
-// What of a file's lines is kept: a chunk without a line end takes the place of what was carried.
+// The lines of a file that a sample keeps: a chunk without a line end replaces the text that was
+// carried over from the chunk before.
 struct SlowSample {
   std::vector<std::string> lines;
   std::uint64_t invalid = 0;

@@ -1,4 +1,4 @@
-// Stanza names that stand for many names. Input: a form of paths, a pattern and a name.
+// Stanza names that are patterns of names. Input: a form of paths, a pattern and a name.
 #include <algorithm>
 #include <vector>
 
@@ -10,7 +10,7 @@
 namespace sourcetype::fuzzing {
 namespace {
 
-// ASCII without what has a meaning in expressions, but for the wildcards and the dot.
+// ASCII without the characters that have a meaning in expressions, except wildcards and the dot.
 bool isPlainPattern(std::string_view name) {
   constexpr std::string_view kSyntax = R"(\^$[]|()?+{})";
   const auto start = name.find("::");

@@ -1,4 +1,4 @@
-// What stands in the configuration of tree(), before and after something wrote to it.
+// The content of the configuration of tree(), to compare it before and after a write.
 #pragma once
 
 #include <initializer_list>

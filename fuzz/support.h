@@ -1,4 +1,4 @@
-// What every fuzz target shares. A target defines seeds() and run(); support.cpp hands them to
+// What every fuzz target shares. A target defines seeds() and run(); support.cpp passes them to
 // libFuzzer.
 #pragma once
 
@@ -16,8 +16,7 @@ namespace sourcetype::fuzzing {
 
 // --- What a target defines ---
 
-// Inputs to begin with, from what the repository holds and from what the code has special cases
-// for.
+// The first inputs: from files of the repository, and for the special cases of the code.
 std::vector<std::string> seeds();
 
 // Takes one input and checks with require() what holds for every one.
@@ -28,7 +27,7 @@ void run(std::string_view input);
 // Ends the process as a finding when `holds` is false. `promise` says what should hold.
 void require(bool holds, std::string_view promise);
 
-// An input that consists of several texts, with a byte between them that texts have no use for.
+// An input that consists of several texts, separated by kEnd, a byte that texts do not need.
 class Parts {
  public:
   static constexpr char kEnd = '\x1E';
@@ -50,13 +49,13 @@ class Parts {
 
 std::string joined(std::initializer_list<std::string_view> parts);
 
-// One valid character of UTF-8 after the other, by the table of the Unicode standard and without
-// haste: how many bytes the character at the start of `text` has, 0 when none starts there.
+// The number of bytes of the valid UTF-8 character at the start of `text`; 0 if there is none.
+// Reads the table of the Unicode standard literally, for comparison with the program's fast code.
 std::size_t characterLength(std::string_view text);
 // True for valid UTF-8 without a NUL.
 bool isCleanUtf8(std::string_view text);
 
-// Lines as they are cut everywhere: at LF and CR, without the empty ones.
+// The lines of `text`, cut at LF and CR as by the program, without the empty ones.
 std::vector<std::string_view> linesOf(std::string_view text);
 
 // The text as if it had been read from a file.
@@ -71,7 +70,7 @@ class Tree {
   ~Tree();
 
   const std::filesystem::path& root() const { return root_; }
-  // The root is the working directory then.
+  // Removes all files, and makes the root the working directory.
   void clear() const;
   std::filesystem::path write(std::string_view relative, std::string_view content) const;
   // Nothing when there is no such file.

@@ -43,7 +43,7 @@ List listIn(std::string_view text) {
   return list;
 }
 
-// What is to become of the old models of files that are not learned again.
+// What training does with the old models of files that it does not learn again.
 enum class Old { Dropped, Kept, Either };
 
 Old fateOf(const List& list) {
@@ -130,7 +130,7 @@ void run(std::string_view input) {
   records().str({});
   tree().clear();
   tree().write("system/default/sourcetypes.conf", bundledText);
-  // What is appended goes on in an unfinished line.
+  // The line ends keep an unfinished last line from continuing in what is appended.
   tree().write(kLearned, std::string(learned) + "\n\n");
   tree().write("work/training.conf", training);
   std::filesystem::create_directory(tree().root() / "work/d");

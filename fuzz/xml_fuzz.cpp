@@ -17,7 +17,7 @@ namespace {
 
 using Document = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 
-// Entities in entities: bounds the time that one document may take.
+// Limits the entities within entities, and so the time that one document may take.
 constexpr std::size_t kMaxReferences = 40;
 constexpr std::string_view kSecret = "S3CR3T-0F-0THERS";
 std::string withRoot(std::string_view text) {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Fails where a copy of the version is not that of the project() command in CMakeLists.txt, which is
-# handed over as VERSION or read from there.
+# passed as VERSION or read from there.
 #
 #   check_version.sh [VERSION]
 set -euo pipefail

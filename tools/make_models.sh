@@ -17,9 +17,9 @@ readonly shipped=$root/etc/apps/bundled-base/default/sourcetypes.conf
 
 # Events a log; a model is made of a thousand lines at most.
 readonly events=400
-# The farthest that the words of a file may be from those of one of these models. They are of made-up
-# texts, and are there so that words which many logs have count little: they are not to claim what
-# only resembles them. A file without any word is farther away from all of them.
+# The max distance between the words of a file and of one of these models. The models are of made-up
+# texts, and exist so that words which many logs have count little. The small limit keeps them from
+# matching files that only resemble them. A file without any word is farther away from all of them.
 readonly max_dist=3
 # Words of a model that are kept, the most frequent ones. Distances between learned models hardly
 # depend on the others, and reading them takes time in every run.

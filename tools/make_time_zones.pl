@@ -15,8 +15,8 @@
 use strict;
 use warnings;
 
-# Names that tzdata does not have: letters of national bodies, and those that tzdata had until it
-# wrote numbers in their place ("+05"). Systems with older data still write them. Minutes.
+# Names that tzdata does not have: letters of national bodies, and those that tzdata has replaced by
+# numbers ("+05"). Systems with older data still write them. Minutes.
 my %more_letters = (
   # German and old names of Central European Time; MEZ is today's clock of Berlin.
   MEZ => 'Europe/Berlin', MESZ => 120, METDST => 120,
@@ -88,7 +88,7 @@ my @months = qw(January February March April May June
                 July August September October November December);
 my @weekdays = qw(Sunday Monday Tuesday Wednesday Thursday Friday Saturday);
 
-# The one of a list that an abbreviation is the start of, from 0.
+# The index, from 0, of the item of a list that begins with an abbreviation.
 sub index_of {
   my ($abbreviation, @list) = @_;
   my @found = grep { $list[$_] =~ /^\Q$abbreviation/i } 0 .. $#list;

@@ -81,7 +81,7 @@ std::int64_t number(std::string_view text) {
   return value;
 }
 
-// The parts between separators that stand outside parentheses.
+// The parts between separators that are outside parentheses.
 std::vector<std::string> split(std::string_view text, std::string_view separator) {
   std::vector<std::string> parts(1);
   int depth = 0;
@@ -296,7 +296,7 @@ class Writer {
   std::int64_t now_ = kFirstInstant;
 };
 
-// A log does not change with what stands beside it in the templates.
+// By the name of the log, so that other logs of the templates do not change it.
 std::uint64_t seedOf(std::string_view name, std::uint64_t seed) {
   constexpr std::uint64_t kPrime = 1'099'511'628'211;  // of the FNV hash
   for (const char c : name) seed = (seed ^ static_cast<unsigned char>(c)) * kPrime;

@@ -1,4 +1,4 @@
-// Which stage gave the sourcetype of a file, and how safe that is.
+// Which stage decided the sourcetype of a file, and how far the decision was from its limit.
 //
 //   Answer answer;
 //   manager.findTypeForFile(result, {.path = path, .isTrial = true, .observer = &answer});
@@ -16,9 +16,10 @@ class Answer : public FlowObserver {
  public:
   Stage stage() const { return stage_; }
 
-  // From 0 (at the limit) to 100 (as far from it as possible): for a rule, the tightest of its
-  // tests; for a model, the tightest of its distance, of that of its words, and of the distance to
-  // the closest model of another sourcetype. Nothing for the other stages.
+  // From 0 (at the limit) to 100 (as far from it as possible). For a rule: the smallest margin of
+  // its tests. For a model: the smallest margin of its distance, of the part of the distance that
+  // words make up, and of its distance below that of the closest other sourcetype whose model is
+  // accepted too. Nothing for the other stages.
   std::optional<double> margin() const;
 
   void testedRule(const RuleEvidence& rule) override;
@@ -35,8 +36,8 @@ class Answer : public FlowObserver {
 // fails.
 double marginOf(const TestEvidence& test);
 
-// How near a rule came, from 0 to 1; 1 if all its tests pass. The share of what its worst test
-// needed.
+// How near a rule came, from 0 to 1: the share that its worst test reached of what the test needs.
+// 1 if all tests pass, 0 if the rule has none.
 double nearnessOf(const RuleEvidence& rule);
 
 }  // namespace sourcetype

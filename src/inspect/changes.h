@@ -21,8 +21,8 @@ struct FileChange {
 // file cannot be read.
 std::vector<FileChange> changesOf(const MemoryStorage& edits);
 
-// The path of a changed file below the server's root, with "/" as separator; the whole path of a
-// file elsewhere, which a symbolic link leads to.
+// The path of a changed file below the server's root, with "/" as separator. The whole path if the
+// file is elsewhere, where a symbolic link led.
 std::string nameBelow(const std::filesystem::path& home, const FileChange& change);
 
 }  // namespace sourcetype

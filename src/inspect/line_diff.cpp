@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::size_t kContext = 3;
 
-// Cells of the table of common lines. Edits of configuration change some lines of a file.
+// Cells of the table of common lines, 16 MB. Edits of configuration change few lines of a file, and
+// only the part from the first to the last change needs cells.
 constexpr std::size_t kMaxCells = 4'000'000;
 
 using Lines = std::vector<std::string_view>;
@@ -68,8 +69,8 @@ bool isCommon(const DiffLine& line) {
   return line.kind == ' ';
 }
 
-// Where the hunk ends that has the change at `change`: before it, no more than twice the context
-// separates changes.
+// The end of the hunk that has the change at `change`. At most twice the context separates the
+// changes of a hunk.
 std::size_t endOfHunk(std::span<const DiffLine> lines, std::size_t change) {
   std::size_t last = change;
   for (std::size_t i = change; i < lines.size() && i <= last + 2 * kContext + 1; ++i) {
@@ -78,7 +79,7 @@ std::size_t endOfHunk(std::span<const DiffLine> lines, std::size_t change) {
   return std::min(last + 1 + kContext, lines.size());
 }
 
-// "4,2": the first line and the number of lines. The first line of none is the one before.
+// "4,2": the first line and the number of lines. For no lines, the number of the line before.
 std::string rangeText(std::size_t before, std::size_t count) {
   return count == 1 ? fmt::format("{}", before + 1)
                     : fmt::format("{},{}", count == 0 ? before : before + 1, count);

@@ -14,8 +14,8 @@ struct DiffLine {
 };
 
 // The lines of both texts in order; removed lines come before the added ones at the same place. The
-// common lines are as many as possible. Where the changed part of the texts is too large to find
-// out, all of it is removed and added.
+// common lines are as many as possible. If the changed part is too large to compare, all its lines
+// are removed and added.
 std::vector<DiffLine> diffLines(std::string_view before, std::string_view after);
 
 struct DiffCounts {

@@ -10,8 +10,9 @@
 namespace sourcetype {
 
 // The candidate with the fewest changed letters (inserted, removed, replaced, or two neighbours
-// swapped); the first of several. Case does not count. Nothing when every candidate differs in more
-// than a third of the letters of `name`, or at least one letter.
+// swapped); the first of several. Case does not count. Nothing when every candidate needs more
+// changes than a third of the length of `name`, where one change is always allowed, or when `name`
+// has more than 100 bytes.
 std::optional<std::string> nearestName(std::string_view name,
                                        std::span<const std::string> candidates);
 

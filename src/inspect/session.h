@@ -42,8 +42,8 @@ class Session {
   std::filesystem::path home() const;
   std::filesystem::path etc() const { return home() / "etc"; }
 
-  // The paths that exist; the word "-" stands for the lines of standard input. Other words and lines
-  // make the run fail.
+  // The paths that exist; the word "-" stands for the lines of standard input. Calls fail() for
+  // each other word or line. Throws InspectError if standard input cannot be read.
   std::vector<std::filesystem::path> existingPaths(const std::vector<std::string>& names);
 
   void raise(Status status) { status_ = std::max(status_, status); }

@@ -29,8 +29,8 @@ struct SourcedSetting {
 std::vector<SourcedSetting> sourcesOf(const PropertiesMap& settings, ConfStore& store, Conf& conf,
                                       std::span<const std::string> stanzas = {});
 
-// {KEY: {"value", "stanza", "file", "line", "hides": [{"value", "stanza", "file", "line"}]}}. `stanza`,
-// `file` and `line` are missing for a setting that no stanza has, and `hides` unless `all`.
+// {KEY: {"value", "stanza", "file", "line", "hides": [{"value", "stanza", "file", "line"}]}}. A
+// setting that no stanza has only has "value". "hides" is missing unless `all` is set.
 Json toJson(const std::vector<SourcedSetting>& settings, bool all);
 
 // A line for each setting, indented by `indent` blanks, with its file and line; with `all` a line

@@ -39,7 +39,7 @@ export SOURCETYPE_WINDOWS_PREFIX=$prefix
 jobs=$(nproc)
 readonly jobs
 
-# source_of NAME: unpacks the archive NAME*, gives the directory.
+# source_of NAME: unpacks the archive NAME*, prints the directory.
 source_of() {
   local directory=$work/source/$1
   mkdir -p "$directory"

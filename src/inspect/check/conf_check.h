@@ -14,8 +14,8 @@ namespace sourcetype {
 inline constexpr std::array<std::string_view, 6> kCheckedConfs{
     "props", "transforms", "sourcetypes", "source-classifier", "literals", "inputs"};
 
-// Checks the stanzas, keys and values of a file. Those of another configuration than the ones above,
-// and of "inputs", are not known: nothing is said of them.
+// Checks the stanzas, keys and values of a file. Finds nothing in "inputs" or in a configuration
+// that is not listed above, because their keys are not known.
 void checkConf(const ConfText& text, std::string_view conf, const TimeZones& zones,
                Findings& findings);
 

@@ -25,9 +25,9 @@ class ConfText {
     std::size_t line;
   };
 
-  // Tells `findings` what is wrong with the encoding, the lines and the order of the file: lines
-  // that cannot be parsed, and stanzas and keys that occur twice. A file in an encoding that is not
-  // supported has no headers and settings.
+  // Adds to `findings` what is wrong with the encoding, the lines and the names of stanzas, and
+  // which stanzas and keys occur twice. A file in an encoding that is not supported has no headers
+  // and settings.
   ConfText(std::filesystem::path path, FileBytes bytes, Findings& findings);
 
   const std::filesystem::path& path() const { return path_; }

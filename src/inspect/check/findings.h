@@ -9,7 +9,8 @@
 
 namespace sourcetype {
 
-// Error: what is written has no effect, or another one than it says. Warning: it may be meant so.
+// Error: a part of a file has no effect, or another effect than it says. Warning: the author may
+// have intended it.
 enum class Level { Error, Warning };
 
 // "error" or "warning".
@@ -46,7 +47,8 @@ class Findings {
   std::vector<Finding> found_;
 };
 
-// A text from a file in double quotes, for a message; the start of a long one.
+// `text` in double quotes, for a message. Of a text of more than 80 bytes, only the start and
+// "...".
 std::string quoted(std::string_view text);
 
 // "<file>:<line>", for a message about another place.

@@ -25,13 +25,13 @@ enum class ValueKind {
 // does not use. Keys of rules and words of models are not known here.
 std::optional<ValueKind> kindOfKey(std::string_view conf, std::string_view key);
 
-// The known key that somebody probably meant by an unknown one: it differs in case, or in one letter
-// or two. Other keys may be those of the server that reads the same files.
+// The known key that somebody probably meant by an unknown one: it differs in case, or in one or
+// two letters. Nothing for other keys, which the server that reads the same files may use.
 std::optional<std::string> meantKey(std::string_view conf, std::string_view key);
 
-// The beginning that somebody probably meant by that of the name of a stanza of props.conf:
-// "source::" for "sources::x", "Source::x" or "source:x". Nothing for a beginning that is known, or
-// far from every known one.
+// The prefix that somebody probably meant in the name of a stanza of props.conf: "source::" for
+// "sources::x", "Source::x" or "source:x". Nothing if the prefix is known, or unlike every known
+// one.
 std::optional<std::string> meantStanzaKind(std::string_view stanza);
 
 // "sourcetype", "MORE_THAN" or "LESS_THAN" for a key of a rule that is like one of these.

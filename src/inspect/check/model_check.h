@@ -6,7 +6,7 @@
 
 namespace sourcetype {
 
-// A stanza that only has a "maxDist" belongs to a model of another layer.
+// A stanza that only has a "maxDist" belongs to a model of another layer and is not reported.
 void checkModels(const ConfText& text, Findings& findings);
 
 }  // namespace sourcetype

@@ -153,8 +153,9 @@ class RuleCheck {
     }
   }
 
-  // Keeps the rule under the expression of one of its tests: a rule that it hides has it, too. It is
-  // the one that the fewest rules are under, so that an expression of many rules costs little.
+  // Keeps the rule under the expression of one of its tests. Each rule that it hides has a test
+  // with this expression too. Chooses the expression that has the smallest number of rules, so that
+  // checkReach() compares few rules.
   void remember(Rule rule) {
     std::vector<Rule>* fewest = nullptr;
     for (const auto& test : rule.tests) {

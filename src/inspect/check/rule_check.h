@@ -1,4 +1,4 @@
-// Checks rules: each test by itself, and which rules a file can reach.
+// Checks rules: each test by itself, and which rules can decide.
 #pragma once
 
 #include <map>
@@ -16,8 +16,8 @@ bool isRule(std::string_view stanza);
 // Checks one setting of a rule.
 void checkRuleSetting(const ConfText& text, const ConfText::Setting& setting, Findings& findings);
 
-// Checks the rules of the whole configuration: those that are skipped, that every file passes, and
-// that no file reaches, because a rule that is tried earlier passes whenever they do. `places` has
+// Finds the rules of the whole configuration that are skipped, that never apply, that every file
+// passes, and that are never reached, because an earlier rule passes whenever they do. `places` has
 // the strongest header of each stanza.
 using StanzaPlaces = std::map<std::string, Place, std::less<>>;
 void checkRules(ConfStore& store, const StanzaPlaces& places, Findings& findings);

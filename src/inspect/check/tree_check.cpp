@@ -48,9 +48,9 @@ bool isDefaultOfApp(const ConfText& text) {
          !isBundledApp(app);
 }
 
-// Defaults are there to be hidden: by settings of administrators, those of the system by those of
-// apps, and what comes with the tool by all others. It is a mistake, or a surprise, if one administrator's setting hides another, or if two
-// apps disagree.
+// Some settings are there to be hidden: defaults by settings of administrators, defaults of the
+// system by those of apps, and defaults that come with the tool by all others. It is a surprise if
+// one administrator's setting hides another, or if two apps disagree.
 bool isSurprise(const ConfText& hidden, const ConfText& by) {
   return isLocal(hidden) || (isDefaultOfApp(hidden) && isDefaultOfApp(by));
 }

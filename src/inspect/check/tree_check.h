@@ -1,5 +1,5 @@
-// Checks all files of a configuration tree, and what they are to one another: links, rules, and
-// settings that a stronger layer hides.
+// Checks all files of a configuration tree, and how they work together: links, rules, and settings
+// that a stronger layer hides.
 #pragma once
 
 #include <cstddef>

@@ -10,7 +10,7 @@
 
 namespace sourcetype {
 
-// Two sourcetypes of which files of one were recognised as the other.
+// Two sourcetypes, where files of at least one of them were recognised as the other.
 struct ConfusedPair {
   std::string first;
   std::string second;

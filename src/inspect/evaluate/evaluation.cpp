@@ -27,7 +27,7 @@ void check(bool isWritten) {
   if (!isWritten) throw InspectError("cannot change the configuration in memory");
 }
 
-// Stanzas of rules and of paths without a sourcetype do not decide.
+// Empties the sourcetype of the stanzas of rules and paths: without it, they do not decide.
 void disableRules(ConfStore& store) {
   Conf& props = store.getProps();
   for (const auto kind : {kRuleKind, kDelayedRuleKind, kSourceKind}) {
@@ -66,7 +66,8 @@ float configuredLimit(const path& etc, const MemoryStorage::Changes& edits) {
   return std::min(parseLimit(defaults.get(kMaxDistKey)).value_or(kNoLimit), kNoLimit);
 }
 
-// The greatest limit of a model. A model without one has the limit of [default].
+// The greatest "maxDist" of a model; kNoLimit if a model has none and so has the limit of
+// [default].
 float greatestLimit(ConfStore& store) {
   float greatest = 0;
   store.visitStanzas(store.getConf("sourcetypes"), [&](std::string_view stanza, auto settings) {
@@ -78,7 +79,8 @@ float greatestLimit(ConfStore& store) {
   return greatest;
 }
 
-// A given sourcetype makes the flow look only whether the file is text.
+// Why a file cannot be used; empty if it can. With a given sourcetype, the flow only checks that
+// the file is text.
 std::string problemOf(FileClassifierManager& manager, const LabelledFile& labelled) {
   const auto file = pathFromText(labelled.file);
   const InputFile opened(file);
@@ -196,8 +198,7 @@ FoldsOutcome runFolds(const Folds& folds, const MemoryStorage::Changes& edits,
   return outcome;
 }
 
-// A limit that is not below the limit of any model changes nothing, so the folds are run again only
-// for lower ones.
+// Runs the folds again only for limits below that of some model: other limits change nothing.
 std::vector<LimitOutcome> tryLimits(const Folds& folds, const MemoryStorage::Changes& edits,
                                     const FoldsOutcome& asConfigured) {
   const auto runWith = [&](float limit) {

@@ -21,16 +21,16 @@
 namespace sourcetype {
 
 inline constexpr std::size_t kMinFolds = 2;
-inline constexpr std::size_t kMaxFolds = 1'000'000;  // more than any list has files
+inline constexpr std::size_t kMaxFolds = 1'000'000;  // more than the files of any list
 
 struct EvaluationOptions {
-  // The files of a sourcetype are dealt out to so many groups. Each group is classified after the
-  // others were learned.
+  // The max number of groups that the files of a sourcetype are divided into. Each group is
+  // classified after the others were learned.
   std::size_t folds = 5;
   bool withRules = true;     // false: only models decide
-  bool withLearned = false;  // true: the models of the installation are there from the start
-  bool withLimits = true;    // also says what other limits would give, which takes most of the time
-  // Is told what begins: "limit 40: fold 2 of 5". May be empty.
+  bool withLearned = false;  // true: each fold begins with the learned models of the installation
+  bool withLimits = true;    // also evaluates other limits, which takes most of the time
+  // Called at the start of each step: "limit 40: fold 2 of 5". May be empty.
   std::function<void(const std::string& step)> onStep = {};
 };
 
@@ -61,7 +61,7 @@ struct VerdictCounts {
   std::size_t total() const { return right + wrong + notRecognised; }
 };
 
-// What a "maxDist" in the stanza [default] of sourcetypes.conf gives.
+// The verdicts with one "maxDist" in the stanza [default] of sourcetypes.conf.
 struct LimitOutcome {
   std::optional<float> limit;  // nothing: no limit
   bool isConfigured = false;   // it is the one of the installation

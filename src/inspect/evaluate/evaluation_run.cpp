@@ -33,7 +33,7 @@ Evaluation evaluateFiles(Session& session, const std::vector<LabelledFile>& file
 
 Evaluation evaluateInputs(Session& session, std::span<const std::string> inputs,
                           EvaluationOptions options) {
-  session.home();  // an error of it is told first
+  session.home();  // throws before problems of the inputs are reported
   const auto labelled = readLabelledFiles(inputs);
   for (const auto& problem : labelled.problems) session.fail(problem);
   auto evaluation = evaluateFiles(session, labelled.files, std::move(options));

@@ -10,9 +10,9 @@ namespace sourcetype {
 
 class Session;
 
-// Shows the steps on standard error if that is a terminal. Tells each problem of the inputs, which
-// makes the run fail; files that are wrong or not recognised raise its status. Throws InspectError as
-// evaluate().
+// Shows the steps on standard error if that is a terminal. Each problem of the inputs is reported
+// and makes the run fail. Files that are wrong or not recognised raise its status to Found. Throws
+// InspectError as evaluate() and Session::home().
 Evaluation evaluateInputs(Session& session, std::span<const std::string> inputs,
                           EvaluationOptions options);
 

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A list of a million files of long names. A larger file is probably a log.
+// Enough for a million files with long names. A larger file is probably a log.
 constexpr std::size_t kMaxListBytes = std::size_t{256} << 20U;
 
 // Limits the problems of one list: if the file is not a list, every line has one.

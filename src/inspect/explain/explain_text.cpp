@@ -53,7 +53,7 @@ std::string factsText(const ExplainedFile& explained, const Output& out) {
                                      fmt::format("{:.0f} of 100", *margin)));
   }
   if (const auto& sample = evidence.sample()) {
-    // A file whose path decides is read for the binary test only.
+    // If the path decides the sourcetype, the file is only read for the binary test.
     const auto lines =
         sample->lines == 0 ? "no lines kept" : fmt::format("{} lines", sample->lines);
     text +=

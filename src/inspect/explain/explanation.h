@@ -29,7 +29,8 @@ class Explanation : public Answer {
   const std::optional<SampleFacts>& sample() const { return sample_; }
   // Whether each line is an event; nothing if the flow ended before it asked.
   std::optional<bool> linesAreEvents() const { return linesAreEvents_; }
-  // The rule that decided first, then at most five that came near, the nearest first.
+  // First the rule that decided, if one did; then at most five others that came near, the nearest
+  // first.
   std::vector<RuleEvidence> nearRules() const;
   std::size_t triedRules() const { return triedRules_; }
   const std::vector<ModelEvidence>& models() const { return models_; }

@@ -54,7 +54,7 @@ void forget(const ForgettingPlan& plan, ConfStore& store) {
     throw std::system_error(dropped.error,
                             "cannot change " + pathToText(store.learnedFile(models)));
   }
-  // The links go last: as long as they are there, the rest of an interrupted run is found.
+  // The stanzas with the links go last: by the links, the next run finds what this one may leave.
   for (const auto& stanza : plan.transforms) store.removeStanza(store.getTransforms(), stanza);
   for (const auto& stanza : plan.props) store.removeStanza(store.getProps(), stanza);
 }

@@ -20,13 +20,13 @@ struct ForgettingPlan {
   std::vector<std::string> kept;        // stanzas there that the program did not make
 };
 
-// The models of the sourcetypes `names`, their stanzas as far as the program proposed them, and the
-// columns that only these stanzas link. `names` are keys of learned.types().
+// The models of the sourcetypes `names`, their stanzas if the program proposed them, and the
+// columns that only these stanzas link. `names` must be keys of learned.types().
 ForgettingPlan planForgetting(const std::vector<std::string>& names, const LearnedTypes& learned,
                               ConfStore& store);
 
-// Removes all that. Throws std::runtime_error for the first part that cannot be removed; the parts
-// before it are removed then, and the plan can be made and carried out again.
+// Removes what the plan lists, except `kept`. Throws std::runtime_error for the first part that
+// cannot be removed; the parts before it are removed then. A new plan then has the rest.
 void forget(const ForgettingPlan& plan, ConfStore& store);
 
 }  // namespace sourcetype

@@ -23,8 +23,8 @@ ConfFile readFileOf(const std::filesystem::path& path) {
   return {path, std::move(bytes), Report::No};
 }
 
-// True for a stanza of settings that the program makes: it marks that of a new sourcetype as valid,
-// adds columns to others, and names that of a small file after the file.
+// True for a stanza that the program wrote or added to. The program marks a new sourcetype as
+// valid, adds columns for a file with a header, and names a small file's stanza "<name>-too_small".
 bool isOfProgram(const ConfFile::Stanza& stanza) {
   return stanza.find(key::kIsValid) != nullptr || stanza.find(key::kReportHeader) != nullptr ||
          stanza.name.ends_with("-" + std::string(kTooSmallSourcetype));

@@ -20,7 +20,7 @@ namespace sourcetype {
 
 struct LearnedModel {
   std::string stanza;
-  std::string source;   // the learned file
+  std::string source;   // the log that was learned
   std::string time;     // "2026-01-02T03:04:05Z"; empty if the stanza's name has none
   std::string maxDist;  // empty if the stanza has none
   std::size_t words = 0;

@@ -24,7 +24,7 @@ std::optional<Regex> readExpression(const PropertiesMap& settings) try {
   return std::nullopt;
 }
 
-// Calls `begins` with each line but the first.
+// The indexes of the first line and of those that `begins` accepts. Calls `begins` with each line.
 template <class Begins>
 std::vector<std::size_t> startsWhere(std::span<const LogLine> lines, const Begins& begins) {
   std::vector<std::size_t> starts;

@@ -23,8 +23,8 @@
 
 namespace sourcetype {
 
-// The events of lines by these settings. Adds to `problems` what made a setting of no use.
-// `reference` is the present, for the limits of times and for dates without a year.
+// The events of lines by these settings. Adds to `problems` why a setting was not used for all
+// lines. `reference` is the present, for the limits of times and for dates without a year.
 std::vector<PreviewEvent> previewEvents(std::span<const LogLine> lines,
                                         const PropertiesMap& settings,
                                         const TimestampFormats& formats, const std::string& name,

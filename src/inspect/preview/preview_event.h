@@ -15,8 +15,8 @@ struct PreviewEvent {
   std::size_t lines;  // lines that are not empty
   std::string text;   // the lines with "\n" between them
 
-  // The timestamp in `text`, and the time of the event. The time of an event without a timestamp is
-  // inherited from the event before.
+  // The timestamp in `text`, and the time of the event. An event without a timestamp inherits the
+  // time of the event before; nothing if no event before has one.
   std::optional<Timestamp> stamp;
   std::optional<Timestamp> time;
   // A timestamp in `text` that does not count, because it is outside of the limits.

@@ -1,4 +1,4 @@
-// Says why a setting that the preview uses is of no use.
+// Says why the preview cannot use a setting.
 #pragma once
 
 #include <string>

@@ -29,7 +29,7 @@ bool fits(std::int64_t first, std::int64_t last, std::int64_t step) {
   return slotOf(last, step) - slotOf(first, step) < static_cast<std::int64_t>(TimePlot::kMaxSlots);
 }
 
-// The shortest length of which there are not too many slots.
+// The smallest length that needs at most kMaxSlots slots.
 std::int64_t stepFor(std::int64_t first, std::int64_t last) {
   for (const auto step : kSteps) {
     if (fits(first, last, step)) return step;

@@ -16,8 +16,8 @@ inline constexpr std::size_t kMaxShownEventBytes = 2000;  // of one event
 // {"explanation": as of the verb explain, "preview": {"events": [...], "summary": {...},
 // "problems": [...]}, "times": {"start", "step", "counts"}, "lines": [...]}. The plots count all
 // events that were read. The text of an event is {"pieces": [...]}: in turn a piece before a
-// timestamp, and the timestamp. Without a preview, if the log is no text, or cannot be read any more:
-// then "problem" tells why.
+// timestamp, and the timestamp; the last piece is the rest. A binary log has only "explanation". If
+// the log can no longer be read, "problem" has the cause and the preview and plots are missing.
 //
 // `home` is the server's root.
 Json describeLog(const std::filesystem::path& home, const ClassifiedFile& file);

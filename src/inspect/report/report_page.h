@@ -18,9 +18,9 @@
 
 namespace sourcetype {
 
-// Texts from files are in JSON, which the script of the page shows as text, and names of sourcetypes
-// are also in the heat map, as htmlText(). A content security
-// policy forbids any other script, and everything from elsewhere.
+// Texts from files are in JSON, which the script of the page shows as text, and names of
+// sourcetypes are also in the heat map, as htmlText(). A content security policy forbids any other
+// script, and everything from elsewhere.
 class ReportPage {
  public:
   // The details of further files are left out. A browser opens a page of this size in a second.

@@ -24,8 +24,8 @@ inline constexpr std::size_t kArchiveHeadBytes = 512;
 // Whether a file that begins with `head` is compressed or an archive. Names do not count.
 bool isArchive(std::string_view head);
 
-// The name by which configuration knows the text of a member, or of a compressed file if `member` is
-// empty: without the ending of the compression, and with the separators of the system.
+// The name by which configuration knows the text of a member, or of a compressed file if `member`
+// is empty: without the ending of the compression, and with the separators of the system.
 std::filesystem::path nameInConfiguration(const std::filesystem::path& file,
                                           const std::string& member);
 
@@ -34,8 +34,8 @@ struct ArchiveMember {
   // Not more than a sample has: 20,000 lines or 20 MB.
   std::string text;
   bool isCut = false;  // there is more text
-  // Why the rest cannot be read. `text` is what could be read before; libarchive decompresses pieces
-  // of 64 kB, and an incomplete one is lost.
+  // Why the rest cannot be read. `text` is what could be read before; libarchive decompresses
+  // pieces of 64 kB, and an incomplete one is lost.
   std::string error;
 };
 
@@ -46,11 +46,11 @@ class ArchiveReader {
   static constexpr std::int64_t kMaxBytes = std::int64_t{1} << 30;
   static constexpr std::size_t kMaxMembers = 100'000;
 
-  // Does not throw if the file cannot be opened: the first member tells the error.
+  // Does not throw if the file cannot be opened: the first member has the error.
   explicit ArchiveReader(const std::filesystem::path& path);
 
-  // The next regular file in the archive; nothing at the end. After an error of the archive itself
-  // comes the end.
+  // The next regular file in the archive; nothing at the end. An error of the archive itself is in
+  // the `error` of a last member.
   std::optional<ArchiveMember> next();
 
  private:

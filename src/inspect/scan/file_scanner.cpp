@@ -88,7 +88,7 @@ FileScanner::FileScanner(path etc, Examiner examine)
       formats_(readDatetimeFile(etc_ / "datetime.xml")),
       examine_(std::move(examine)) {}
 
-// What another file would teach must not decide.
+// A configuration without the edits of other files: what the run learned of them must not decide.
 FileScanner::Tool& FileScanner::cleanTool() {
   if (!tool_ || !tool_->run.edits().changes().empty()) tool_.emplace(etc_);
   return *tool_;

@@ -36,8 +36,8 @@ class FileScanner {
   // several threads at once.
   using Examiner = std::function<std::string(const ClassifiedFile&)>;
 
-  // `etc` is the configuration tree. With an examiner, the evidence has what did not decide too, and
-  // the answer is that of a run which learns.
+  // `etc` is the configuration tree. With an examiner, the evidence also has what did not decide,
+  // and the run makes the edits of a run that learns, in memory, and looks for a header line.
   explicit FileScanner(std::filesystem::path etc, Examiner examine = {});
 
   // Calls `sink` with each row of the file. Throws nothing for the sake of the file: what is wrong

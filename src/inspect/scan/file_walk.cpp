@@ -29,7 +29,7 @@ std::optional<FileWalk::Found> FileWalk::next() {
     path entry = level.directory / name;
     switch (entryKind(entry)) {
       case EntryKind::File:
-      case EntryKind::CannotExamine:  // whoever opens it gets the system's error
+      case EntryKind::CannotExamine:  // opening it shows the system's error
         return Found{.path = std::move(entry), .error = {}};
       case EntryKind::Directory:
         level.directories.push_back(name);

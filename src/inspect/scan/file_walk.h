@@ -24,7 +24,7 @@ class FileWalk {
  public:
   struct Found {
     std::filesystem::path path;
-    std::string error;  // of a directory that cannot be listed, and of a path that is no file
+    std::string error;  // empty unless a directory cannot be listed or a root is no file
   };
 
   explicit FileWalk(std::vector<std::filesystem::path> roots);

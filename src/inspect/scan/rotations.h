@@ -14,8 +14,8 @@
 
 namespace sourcetype {
 
-// The name of the log that a file is a rotation of: without compression (".gz"), number (".1"), date
-// ("-20260101", ".2026-01-01") and ".old", which may also stand before ".log". The name itself if
+// The name of the log that a file is a rotation of: without compression (".gz"), number (".1"),
+// date ("-20260101", ".2026-01-01") and ".old", which may also be before ".log". The name itself if
 // it is no rotation. Names without letters, such as addresses, are no rotations.
 std::string rotatedLogName(std::string_view file);
 

@@ -4,7 +4,7 @@
 
 namespace sourcetype {
 
-// The first file may always have some rows in the queue: the others wait for it.
+// The first file may always have one row in the queue: the rows of the others wait for it.
 bool RowQueue::mayPush(std::size_t item) {
   if (isStopped_ || waiting_ < kMaxWaiting) return true;
   return item == first_ && items_[item].rows.empty();

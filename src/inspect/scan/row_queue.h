@@ -19,8 +19,8 @@ namespace sourcetype {
 
 class RowQueue {
  public:
-  // Rows that wait for those of an earlier file, and for being printed. It bounds the memory when
-  // one file takes long.
+  // Rows that wait for those of an earlier file or for next(). Limits the memory when one file
+  // takes long.
   static constexpr std::size_t kMaxWaiting = 2000;
 
   // Adds a row of a file. Waits while there are too many rows; after stop(), drops the row instead.
@@ -29,7 +29,7 @@ class RowQueue {
   void finish(std::size_t item);
   // There are no further files.
   void close(std::size_t itemCount);
-  // Nobody calls next() any more.
+  // Ends the waits of push(). To be called when nobody calls next() any more.
   void stop();
 
   enum class Next { Row, Wait, End };

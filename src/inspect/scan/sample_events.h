@@ -17,9 +17,9 @@ struct SampleEvents {
   std::optional<Timestamp> first, last;
 };
 
-// By the settings of the sourcetype. The instants are those of the first and last lines that have
-// one, if these are among the first 20 and the last 200 lines: timestamps of all lines would take
-// longer than the classification. `name` is the file's, for the log.
+// By the settings of the sourcetype. Searches only the first 20 and the last 200 lines for
+// instants: all lines would take longer than the classification. Without an instant in the first
+// lines, `first` is the same as `last`. `name` is the file's, for the log.
 SampleEvents examineEvents(const Sample& sample, const PropertiesMap& settings,
                            const TimestampFormats& formats, const std::string& name);
 

@@ -24,6 +24,7 @@ struct ScanRow {
   std::string details = {};              // what the examiner of the scan returned
   std::optional<Fingerprint> fingerprint = {};  // of a file that was not recognised
 
+  // True also for a file that is invalid or too small to be recognised.
   bool isRecognised() const {
     return stage != Stage::NewSourcetype && stage != Stage::Unrecognised;
   }

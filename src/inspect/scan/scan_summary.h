@@ -1,5 +1,5 @@
-// What a scan says after its rows: the files of each sourcetype, what nobody recognised, and
-// rotations that disagree.
+// What a scan says after its rows: the files of each sourcetype, the files that were not
+// recognised, and rotations that disagree.
 #pragma once
 
 #include <cstddef>

@@ -31,7 +31,7 @@ void printExplanation(Session& session, const std::string& word, bool isFirst) {
 }
 
 void explainAll(Session& session, const std::vector<std::string>& words) {
-  session.home();  // an error of it is told once
+  session.home();  // throws once, and not for each file
   bool isFirst = true;
   for (const auto& word : words) {
     try {

@@ -34,7 +34,7 @@ struct Options {
   bool yes = false;
 };
 
-// A tree to look at, never to write to.
+// A tree that is only read: its edits stay in memory.
 struct View {
   explicit View(Session& session) : store(session.etc(), edits), learned(store) {}
 
@@ -199,7 +199,7 @@ void printPlan(const ForgettingPlan& plan, View& view, const Output& out) {
       harmless(pathToText(copy)), exists ? " and replaces an older copy" : ""));
 }
 
-// True if the user agrees. Without a terminal nobody can.
+// True if `yes` is set or the user agrees. Without a terminal to ask at, the run fails.
 bool isAgreed(Session& session, bool yes, const char* question) {
   if (yes) return true;
   if (!isTerminal(StandardStream::Input)) {
@@ -226,7 +226,7 @@ void forgetTypes(Session& session, const Options& options) {
   forget(plan, store);
 }
 
-// Shows the models that would be added, against a store that keeps its edits in memory.
+// Restores in memory, to show the models that would be added, then asks and restores on the disk.
 void restore(Session& session, const Options& options) {
   View before(session);
   auto& conf = before.store.getConf("sourcetypes");

@@ -26,7 +26,7 @@ std::string headOf(const FileChange& change, const std::string& name) {
          (change.exists ? "b/" + name : "/dev/null") + end;
 }
 
-// A terminal gets the lines one by one, made harmless; everything else the bytes, to be applied.
+// Prints harmless lines on a terminal, and otherwise the exact bytes, so that they can be applied.
 void printDiff(const std::string& diff, const Output& out) {
   if (!isTerminal(StandardStream::Output)) return Output::print(diff);
   std::string_view rest = diff;

@@ -37,8 +37,8 @@ struct Options {
   std::size_t maxEvents = std::numeric_limits<std::size_t>::max();
 };
 
-// The words of --set as settings. Throws InspectError for a value that cannot be used. A key that
-// does not change the preview is told.
+// The words of --set as settings. Throws InspectError for a value that cannot be used. Warns of a
+// key that does not change the preview.
 PropertiesMap triedSettings(const std::vector<std::string>& assignments, const TimeZones& zones) {
   PropertiesMap settings;
   for (const auto& assignment : assignments) {

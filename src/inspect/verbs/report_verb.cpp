@@ -43,7 +43,8 @@ struct Options {
   std::vector<std::string> evaluated;
 };
 
-// Throws InspectError for a file that cannot be written, before the work of hours is done.
+// Throws InspectError if `name` is not a regular file or its directory does not exist. This is
+// known before the scan, which may take hours.
 path checkedTarget(const std::string& name) {
   path target = pathFromText(name);
   if (fileKind(target) == FileKind::Other) throw InspectError(name + " is not a regular file");
