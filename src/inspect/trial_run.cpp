@@ -1,30 +1,11 @@
 #include "inspect/trial_run.h"
 
-#include <array>
-#include <cstdio>
-
+#include "inspect/preview/log_text.h"
 #include "inspect/session.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 
 namespace sourcetype {
-namespace {
-
-std::string readStandardInput() {
-  constexpr std::size_t kMaxBytes = kDefaultMaxLines * kBytesPerLine;
-  std::string text;
-  std::array<char, 65536> buffer;
-  while (text.size() < kMaxBytes) {
-    const auto size = std::fread(buffer.data(), 1, buffer.size(), stdin);
-    text.append(buffer.data(), size);
-    if (size < buffer.size()) break;
-  }
-  if (std::ferror(stdin) != 0) throw InspectError("cannot read standard input");
-  return text;
-}
-
-}  // namespace
-
 TrialRun::TrialRun(const std::filesystem::path& etc, const MemoryStorage::Changes& edits)
     : store_(etc, edits_) {
   for (const auto& [file, content] : edits) {
@@ -37,7 +18,7 @@ TrialRun::TrialRun(const std::filesystem::path& etc, const MemoryStorage::Change
 }
 
 InputWord resolveInput(const std::string& word) {
-  if (word == "-") return {.path = "-", .text = readStandardInput()};
+  if (word == "-") return {.path = "-", .text = readStandardInput().bytes};
   auto path = pathFromText(word);
   const InputFile file(path);
   if (file.error()) throw InspectError(word + ": " + file.error().message());

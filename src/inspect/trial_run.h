@@ -33,8 +33,8 @@ struct InputWord {
   std::optional<std::string> text;  // standard input, for the word "-"
 };
 
-// Throws InspectError if there is no such file or standard input cannot be read. Reads no more of
-// standard input than the classifier reads of a file.
+// Throws InspectError if the file does not exist or standard input cannot be read. Of standard input
+// it reads at most as many bytes as the classifier reads of a file.
 InputWord resolveInput(const std::string& word);
 
 }  // namespace sourcetype

@@ -8,30 +8,20 @@
 #include "classifier/properties.h"
 #include "classifier/rules.h"
 #include "classifier/sample.h"
-#include "util/text.h"
+#include "inspect/learned/learned_types.h"
 
 namespace sourcetype {
 namespace {
 
 constexpr std::size_t kMaxLosers = 5;
 
-// The names of the stanzas of models are "<file>_<day>T<time>Z_<number>".
-std::string dayOf(std::string_view stanza) {
-  constexpr std::string_view kForm = "0000-00-00T00:00:00Z";
-  const auto number = stanza.rfind('_');
-  if (number == std::string_view::npos || number < kForm.size()) return {};
-  const auto time = stanza.substr(number - kForm.size(), kForm.size());
-  const auto fits = [](char form, char c) { return form == '0' ? isAsciiDigit(c) : form == c; };
-  if (!std::ranges::equal(kForm, time, fits)) return {};
-  return std::string(time.substr(0, time.find('T')));
-}
-
 std::vector<ModelOrigin> originsOf(const std::vector<ModelEvidence>& models, ConfStore& store) {
   std::vector<ModelOrigin> origins;
   for (const auto& model : models) {
     PropertiesMap settings;
     store.getExactStanza(store.getConf("sourcetypes"), settings, model.stanza);
-    origins.push_back({.file = settings.get(kSourceKey), .day = dayOf(model.stanza)});
+    const auto time = timeOfModel(model.stanza);
+    origins.push_back({.file = settings.get(kSourceKey), .day = time.substr(0, time.find('T'))});
   }
   return origins;
 }

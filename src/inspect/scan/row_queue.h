@@ -29,7 +29,7 @@ class RowQueue {
   void finish(std::size_t item);
   // There are no further files.
   void close(std::size_t itemCount);
-  // Ends the waits of push(). To be called when nobody calls next() any more.
+  // Ends the waits of push(). Call it when nobody calls next() any more.
   void stop();
 
   enum class Next { Row, Wait, End };
