@@ -10,8 +10,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
 #include <string_view>
@@ -27,11 +25,6 @@ namespace {
 constexpr std::string_view kMutationsOption = "--mutations";
 constexpr std::size_t kMaxChanges = 4;    // of one mutation
 constexpr std::size_t kMaxGrowth = 2048;  // bytes; long inputs only take time
-
-std::string bytesOf(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // In byte order of their names.
 std::vector<std::string> inputsIn(const std::filesystem::path& path) {

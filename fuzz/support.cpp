@@ -26,12 +26,12 @@ void writeSeeds(const std::filesystem::path& directory) {
   }
 }
 
+}  // namespace
+
 std::string bytesOf(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
-
-}  // namespace
 
 void require(bool holds, std::string_view promise) {
   if (holds) return;

@@ -87,6 +87,9 @@ const Tree& tree();
 // on they go here instead of standard error; the caller empties it.
 std::ostringstream& records();
 
+// The bytes of a file; none if it cannot be read.
+std::string bytesOf(const std::filesystem::path& path);
+
 // A file of the repository, for seeds.
 std::string repositoryFile(std::string_view relative);
 

@@ -19,12 +19,18 @@ sub content_of {
   return scalar <$file>;
 }
 
-# What the code logs, by key: "LEVEL, category".
-my %logged;
+# The sources without comments, by path, and the log categories by the names of their variables.
+my (%code_of, %category);
 find({no_chdir => 1, wanted => sub {
   return unless /\.(?:cpp|h)$/;
-  (my $code = content_of($_)) =~ s{//.*}{}g;
-  my %category = $code =~ /LogCategory (\w+)[({]"(\w+)"/g;
+  ($code_of{$_} = content_of($_)) =~ s{//.*}{}g;
+  %category = (%category, $code_of{$_} =~ /LogCategory (\w+)[({]"(\w+)"/g);
+}}, 'src');
+
+# What the code logs, by key: "LEVEL, category".
+my %logged;
+for (sort keys %code_of) {
+  my $code = $code_of{$_};
   my $count = () = $code =~ /FILE_CLASSIFIER_/g;
   while ($code =~ /logMessage\(LogLevel::(\w+), (\w+),\s*"FILE_CLASSIFIER_([^"]+)"/g) {
     my ($level, $variable, $key) = (uc $1, $2, uc $3);
@@ -35,7 +41,7 @@ find({no_chdir => 1, wanted => sub {
     --$count;
   }
   push @faults, "$_: a message is logged in a way that cannot be read here" if $count;
-}}, 'src');
+}
 
 my %text = content_of($catalog) =~ /^(\w+) = (.*)$/mg;
 

@@ -8,7 +8,7 @@
 namespace sourcetype {
 namespace {
 
-constexpr std::size_t lengthByLead(unsigned char lead) {
+constexpr std::size_t cesu8LengthByLead(unsigned char lead) {
   if (lead < 0xC0 || lead > 0xF7) return 1;
   if (lead < 0xE0) return 2;
   return lead < 0xF0 ? 3 : 4;
@@ -23,7 +23,7 @@ struct Sequence {
 Sequence readSequence(std::string_view bytes) {
   Sequence result;
   const unsigned char lead = byteAt(bytes, 0);
-  const std::size_t wanted = lengthByLead(lead);
+  const std::size_t wanted = cesu8LengthByLead(lead);
   char32_t value = wanted == 1 ? lead : lead & (0x7FU >> wanted);
   while (result.length < std::min(wanted, bytes.size()) &&
          isUtf8Continuation(byteAt(bytes, result.length))) {

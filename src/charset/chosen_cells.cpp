@@ -13,7 +13,7 @@ constexpr ByteRange at(unsigned char byte) {
 }
 
 constexpr char32_t kNone = 0;
-constexpr ByteRange kGr{0xA1, 0xFE}, kBelowDelete{0x40, 0x7E}, kAboveDelete{0x80, 0xFC};
+constexpr ByteRange kBelowDelete{0x40, 0x7E}, kAboveDelete{0x80, 0xFC};
 // The controls 80-9F without the single shifts 8E and 8F.
 constexpr ByteRange kControlsBelowShifts{0x80, 0x8D}, kControlsAboveShifts{0x90, 0x9F};
 constexpr std::size_t kBig5Row = 157, kGbkUserRow = 96;

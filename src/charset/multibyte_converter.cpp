@@ -16,7 +16,6 @@ struct MultiByteLayout {
 
 namespace {
 
-constexpr ByteRange kGr{0xA1, 0xFE};  // a byte of a 94x94 set with the high bit set
 constexpr ByteRange kSs2{0x8E, 0x8E}, kSs3{0x8F, 0x8F};  // single shifts to the third, fourth set
 constexpr ByteRange kGbLead{0x81, 0xFE}, kDigit{0x30, 0x39};
 

@@ -14,6 +14,9 @@ struct ByteRange {
   unsigned char first, last;
 };
 
+// A byte of a 94x94 set with the high bit set.
+inline constexpr ByteRange kGr{0xA1, 0xFE};
+
 // A range for each byte of a unit, in their order; a range 00-00 ends the unit.
 using UnitForm = std::array<ByteRange, 4>;
 

@@ -1,12 +1,11 @@
 #include "classifier/classifier_settings.h"
 
+#include "classifier/flow_log.h"
 #include "conf/message_catalog.h"
 #include "util/text.h"
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
 
 void addWords(std::string_view list, ClassifierSettings::Keywords& words) {
   for (const auto word : split(list, " ,")) {

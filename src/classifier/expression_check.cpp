@@ -2,15 +2,13 @@
 
 #include <array>
 
+#include "classifier/flow_log.h"
 #include "classifier/properties.h"
 #include "timestamp/time_format.h"
-#include "util/logging.h"
 #include "util/regex.h"
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
 
 void requireUsable(std::string_view key, const std::string& value) {
   const Regex compiles(key == key::kTimeFormat ? timeFormatExpression(value) : value);

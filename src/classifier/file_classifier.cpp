@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "classifier/binary_test.h"
+#include "classifier/flow_log.h"
 #include "classifier/line_break_learner.h"
 #include "classifier/models/distance_limits.h"
 #include "classifier/properties.h"
@@ -17,8 +18,6 @@
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
 
 // A sourcetype that rules or header lines recognise needs few models to be told from others.
 constexpr std::size_t kMaxRuleModels = 3;

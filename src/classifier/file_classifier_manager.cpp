@@ -1,6 +1,7 @@
 #include "classifier/file_classifier_manager.h"
 
 #include "classifier/file_classifier.h"
+#include "classifier/flow_log.h"
 #include "classifier/models/distance_limits.h"
 #include "classifier/models/model_retraining.h"
 #include "classifier/sample.h"
@@ -11,11 +12,7 @@
 #include "platform/path_form.h"
 
 namespace sourcetype {
-namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
-
-}  // namespace
+namespace {}  // namespace
 
 void FileClassifierManager::findTypeForFile(PropertiesMap& result, const TypeRequest& request) {
   FileClassifier(context_, result, request).classify();

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "classifier/flow_log.h"
 #include "classifier/header_fields.h"
 #include "classifier/header_transform.h"
 #include "classifier/statistics.h"
@@ -14,8 +15,6 @@
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
 
 bool isBlankLine(std::string_view line) {
   return std::ranges::all_of(line, isAsciiSpace);

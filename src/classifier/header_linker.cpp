@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "classifier/flow_log.h"
 #include "classifier/header_transform.h"
 #include "classifier/properties.h"
 #include "classifier/type_name.h"
@@ -13,8 +14,6 @@
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
 
 constexpr std::string_view kTransformBase = "AutoHeader";
 

@@ -7,20 +7,20 @@
 namespace sourcetype {
 namespace {
 
-constexpr std::string_view kLetter = "[a-zA-Z]";
-constexpr std::string_view kDigit = R"(\d)";
-constexpr std::string_view kSpace = R"(\s)";
+constexpr std::string_view kLetterToken = "[a-zA-Z]";
+constexpr std::string_view kDigitToken = R"(\d)";
+constexpr std::string_view kSpaceToken = R"(\s)";
 constexpr std::string_view kRepeated = "+";
 
 bool isClass(std::string_view token) {
-  return token == kLetter || token == kDigit || token == kSpace;
+  return token == kLetterToken || token == kDigitToken || token == kSpaceToken;
 }
 
 std::string tokenOf(char c) {
   constexpr std::string_view kEscaped = R"(()[]{}*+^$!-\?)";
-  if (isAsciiLetter(c)) return std::string(kLetter);
-  if (isAsciiDigit(c)) return std::string(kDigit);
-  if (isAsciiSpace(c)) return std::string(kSpace);
+  if (isAsciiLetter(c)) return std::string(kLetterToken);
+  if (isAsciiDigit(c)) return std::string(kDigitToken);
+  if (isAsciiSpace(c)) return std::string(kSpaceToken);
   return kEscaped.find(c) != std::string_view::npos ? std::string{'\\', c} : std::string(1, c);
 }
 

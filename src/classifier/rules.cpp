@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "classifier/flow_log.h"
 #include "classifier/properties.h"
 #include "classifier/type_name.h"
 #include "conf/message_catalog.h"
@@ -13,8 +14,6 @@
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
 
 // Steps that one test may spend, so that one costly expression leaves enough for other rules.
 constexpr std::uint64_t kMaxTestCost = kMaxFileCost / 4;

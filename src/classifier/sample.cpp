@@ -6,14 +6,13 @@
 
 #include "charset/byte_order_mark.h"
 #include "charset/charset_registry.h"
+#include "classifier/flow_log.h"
 #include "conf/message_catalog.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
 
 // The file is converted in chunks of this size. The limits are tested after each chunk. Of a line
 // that spans several chunks, the part in the last of them is kept.

@@ -7,6 +7,7 @@
 #include <numeric>
 #include <vector>
 
+#include "classifier/flow_log.h"
 #include "classifier/properties.h"
 #include "conf/message_catalog.h"
 #include "timestamp/timestamp_settings.h"
@@ -15,8 +16,6 @@
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kFlowLog{"FileClassifier"};
 
 // This many timestamps, or fewer, are too few to propose settings.
 constexpr std::size_t kTooFewTimestamps = 30;

@@ -9,7 +9,6 @@
 namespace sourcetype {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors write it at the start
 constexpr char kEscape = '\\';
 
 constexpr bool isLineBlank(char c) {

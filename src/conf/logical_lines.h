@@ -28,6 +28,9 @@ namespace sourcetype {
 
 inline constexpr LogCategory kIniFileLog{"IniFile"};
 
+// Some editors write it at the start of a file.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 enum class LineKind { Blank, Comment, Header, Setting, Malformed };
 
 struct LogicalLine {

@@ -9,7 +9,7 @@
 namespace sourcetype {
 namespace {
 
-constexpr LogCategory kLog("MessageCatalog");
+constexpr LogCategory kCatalogLog("MessageCatalog");
 
 }  // namespace
 
@@ -21,7 +21,7 @@ void loadMessages(MessageCatalog& catalog, ConfStore& store) {
     for (const auto& [key, entry] : settings.entries()) catalog.add(stanza, key, entry.value);
   }
   if (catalog.empty()) {
-    logWarn(kLog,
+    logWarn(kCatalogLog,
             "There are no message texts: %s is missing, empty or unreadable, and messages show "
             "their codes instead.",
             pathToText(store.root() / "apps" / "bundled-base" / "default" / "literals.conf"));

@@ -11,7 +11,7 @@
 namespace sourcetype {
 namespace {
 
-constexpr LogCategory kLog("PropertiesMap");
+constexpr LogCategory kMapLog("PropertiesMap");
 
 std::optional<bool> parseBool(std::string_view text) {
   using Words = std::array<std::string_view, 4>;
@@ -103,7 +103,7 @@ std::optional<bool> PropertiesMap::tryGetBool(std::string_view key) const {
   if (value.empty()) return std::nullopt;
   const auto parsed = parseBool(value);
   if (!parsed) {
-    logWarn(kLog, R"(Cannot convert string "%s" into %s for "%s")", value, "boolean", key);
+    logWarn(kMapLog, R"(Cannot convert string "%s" into %s for "%s")", value, "boolean", key);
   }
   return parsed;
 }

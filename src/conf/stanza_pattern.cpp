@@ -16,7 +16,7 @@
 namespace sourcetype {
 namespace {
 
-constexpr LogCategory kLog("PropertiesMapConfig");
+constexpr LogCategory kPatternLog("PropertiesMapConfig");
 
 constexpr std::string_view kAnyRun = "...";
 
@@ -241,7 +241,7 @@ std::optional<std::string> expandStanzaPattern(std::string_view stanzaName, Path
     }
     at += std::max<std::size_t>(wildcard, 1);
   }
-  logDebug(kLog, "Expanded file pattern %s into %s", stanzaName, expression);
+  logDebug(kPatternLog, "Expanded file pattern %s into %s", stanzaName, expression);
   return expression;
 }
 
@@ -311,7 +311,7 @@ StanzaPattern::Answer StanzaPattern::match(std::string_view wholeName, MatchBudg
 
 void StanzaPattern::logError() const {
   const auto& expression = *compiled_->expression;
-  reportInvalidRegex(kLog, expression.text, expression.error, name_, {});
+  reportInvalidRegex(kPatternLog, expression.text, expression.error, name_, {});
 }
 
 }  // namespace sourcetype

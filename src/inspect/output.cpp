@@ -72,4 +72,12 @@ std::string harmless(std::string_view text) {
   return result;
 }
 
+std::string counted(std::size_t count, std::string_view noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+Json textOrNull(const std::string& text) {
+  return text.empty() ? Json() : Json(text);
+}
+
 }  // namespace sourcetype

@@ -6,6 +6,7 @@
 //   out.printJson({{"file", fileName}, {"stage", "rule"}});
 #pragma once
 
+#include <cstddef>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
@@ -53,5 +54,11 @@ class Output {
 // `text` for a terminal: "\xHH" replaces each byte of control characters, so that a name or a line
 // of a log cannot move the cursor, change colours or begin a new line.
 std::string harmless(std::string_view text);
+
+// "1 file" or "3 files" for the noun "file".
+std::string counted(std::size_t count, std::string_view noun);
+
+// A text as JSON: null if it is empty.
+Json textOrNull(const std::string& text);
 
 }  // namespace sourcetype

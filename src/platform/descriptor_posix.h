@@ -12,19 +12,21 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/path_form.h"
 #include "platform/system_error.h"
 
 namespace sourcetype {
 
 inline constexpr mode_t kOwnerOnly = 0600;
 
+// The account's umask removes some of these bits.
+inline constexpr mode_t kNewFileMode = 0666;
+
 // Bytes of one read or write. The kernel transfers at most 2 GiB in a call.
 inline constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 
 [[noreturn]] inline void throwLastError(const std::string& what,
                                         const std::filesystem::path& path) {
-  throw std::system_error(lastSystemError(), what + " " + pathToText(path));
+  throwError(lastSystemError(), what, path);
 }
 
 // A file descriptor that closes itself; -1 means closed.

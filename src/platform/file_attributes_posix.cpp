@@ -23,7 +23,6 @@
 namespace sourcetype {
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;
 constexpr mode_t kPermissionBits = 0777;
 
 struct FreeAccessList {

@@ -11,6 +11,7 @@
 #include "platform/file_system.h"
 #include "platform/lock_file.h"
 #include "platform/path_form.h"
+#include "platform/system_error.h"
 
 namespace sourcetype {
 namespace {
@@ -21,12 +22,7 @@ using std::chrono::steady_clock;
 // How often a waiting process looks which process holds the lock.
 constexpr milliseconds kLookInterval{100};
 
-[[noreturn]] void throwError(std::error_code error, const std::string& what,
-                             const std::filesystem::path& path) {
-  throw std::system_error(error, what + " " + pathToText(path));
-}
-
-std::string nameOf(const LockHolder& holder) {
+std::string holderName(const LockHolder& holder) {
   return holder.process == 0 ? "another process" : "process " + std::to_string(holder.process);
 }
 
@@ -78,7 +74,7 @@ bool waitInLine(const std::shared_ptr<LockFile>& file, const std::filesystem::pa
       holder = now;
       since = steady_clock::now();
     } else if (steady_clock::now() - since >= maxHold) {
-      throwError(std::make_error_code(std::errc::timed_out), nameOf(holder) + " holds the lock",
+      throwError(std::make_error_code(std::errc::timed_out), holderName(holder) + " holds the lock",
                  path);
     }
   }

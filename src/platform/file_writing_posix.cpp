@@ -17,9 +17,6 @@
 namespace sourcetype {
 namespace {
 
-// The account's umask removes some of these bits.
-constexpr mode_t kNewFileMode = 0666;
-
 void writeAll(const Descriptor& file, std::string_view content, const std::filesystem::path& path) {
   while (!content.empty()) {
     const ssize_t written =

@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "platform/extended_path.h"
-#include "platform/path_form.h"
 #include "platform/system_error.h"
 #include "platform/windows_api.h"
 
@@ -20,11 +19,6 @@ inline constexpr std::size_t kMaxPlainPath = 260 - 12;
 
 // The name may be that of a pipe. Its server must not get the rights of this account.
 inline constexpr DWORD kNoImpersonation = SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
-
-[[noreturn]] inline void throwError(std::error_code error, const std::string& what,
-                                    const std::filesystem::path& path) {
-  throw std::system_error(error, what + " " + pathToText(path));
-}
 
 [[noreturn]] inline void throwLastError(const std::string& what,
                                         const std::filesystem::path& path) {

@@ -6,7 +6,7 @@ namespace sourcetype {
 namespace {
 
 volatile std::sig_atomic_t isInterrupted = 0;
-struct sigaction before {};
+struct sigaction actionBefore {};
 
 }  // namespace
 
@@ -18,12 +18,12 @@ InterruptGuard::InterruptGuard() {
   struct sigaction action {};
   action.sa_handler = [](int) { isInterrupted = 1; };
   action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-  ::sigaction(SIGINT, nullptr, &before);
-  if (before.sa_handler != SIG_IGN) ::sigaction(SIGINT, &action, nullptr);
+  ::sigaction(SIGINT, nullptr, &actionBefore);
+  if (actionBefore.sa_handler != SIG_IGN) ::sigaction(SIGINT, &action, nullptr);
 }
 
 InterruptGuard::~InterruptGuard() {
-  ::sigaction(SIGINT, &before, nullptr);
+  ::sigaction(SIGINT, &actionBefore, nullptr);
 }
 
 }  // namespace sourcetype

@@ -33,8 +33,9 @@ std::vector<ByteAfter> kindsOf(char symbol) {
   }
 }
 
-constexpr std::array kAny{Other, Dash,      Slash, Dot,    Colon,  Underscore, Comma,    Semicolon,
-                          Bar,   Backslash, Blank, UpperT, LowerT, Letter,     NonAscii, Digit};
+constexpr std::array kAllKinds{Other,  Dash,      Slash,    Dot,       Colon, Underscore,
+                               Comma,  Semicolon, Bar,      Backslash, Blank, UpperT,
+                               LowerT, Letter,    NonAscii, Digit};
 
 // The value of one or two digits; nothing for any other text.
 std::optional<std::size_t> countOf(std::string_view digits) {
@@ -75,7 +76,7 @@ std::vector<PlaceLook> looksOf(std::string_view word) {
   const auto rest = word.substr(digits);
   if (rest.size() > 3 || (rest.size() == 3 && rest[1] != '9')) return {};
   const auto kindsAt = [&](std::size_t at) {
-    return at < rest.size() ? kindsOf(rest[at]) : std::vector(kAny.begin(), kAny.end());
+    return at < rest.size() ? kindsOf(rest[at]) : std::vector(kAllKinds.begin(), kAllKinds.end());
   };
   const auto beyondNumber = kindsAt(2);
   std::vector<PlaceLook> looks;

@@ -1,5 +1,6 @@
 // libxml2 reads the document into a tree. A faulty entry does not affect the others.
 #include "timestamp/datetime_file.h"
+#include "timestamp/timestamp_log.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -26,8 +27,6 @@
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kLog("TimestampFormats");
 
 // Bytes of the file. The one that ships has about 20,000.
 constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20U;
@@ -111,7 +110,7 @@ Value oneOf(const std::array<std::pair<std::string_view, Value>, Count>& choices
   return found->second;
 }
 
-constexpr std::array<std::pair<std::string_view, TimestampKind>, kTimestampKinds> kKinds{{
+constexpr std::array<std::pair<std::string_view, TimestampKind>, kTimestampKinds> kKindNames{{
     {"whole", TimestampKind::Whole},
     {"epoch", TimestampKind::Epoch},
     {"date", TimestampKind::Date},
@@ -158,7 +157,7 @@ class DatetimeReader {
 
  private:
   void report(long line, std::string_view what) const {
-    logError(kLog, "%s:%d: %s.", file_, line, what);
+    logError(kFormatsLog, "%s:%d: %s.", file_, line, what);
   }
 
   // File, line and name of an entry: the beginning of a message.
@@ -188,7 +187,7 @@ class DatetimeReader {
         throw FaultyEntry("is unknown");
       }
     } catch (const FaultyEntry& fault) {
-      logError(kLog, "%s %s.", origin(node), fault.what());
+      logError(kFormatsLog, "%s %s.", origin(node), fault.what());
     }
   }
 
@@ -287,7 +286,7 @@ class DatetimeReader {
     if (!alone.empty() && alone != "no") throw FaultyEntry("has an unknown value of alone");
     auto expression = expanded(content(node));
     TimestampForm form{.name = required(node, "name"),
-                       .kind = oneOf(kKinds, "kind", required(node, "kind")),
+                       .kind = oneOf(kKindNames, "kind", required(node, "kind")),
                        .expression = {std::move(expression), origin(node)},
                        .afterLetters = with.empty() ? attribute(node, "after").value_or("") : with,
                        .withLetter = !with.empty(),
@@ -297,7 +296,7 @@ class DatetimeReader {
   }
 
   void readWords(const xmlNode& node) {
-    const auto kind = oneOf(kKinds, "kind", required(node, "kind"));
+    const auto kind = oneOf(kKindNames, "kind", required(node, "kind"));
     const auto side = oneOf(kSides, "side", required(node, "side"));
     auto& set = entries_.decoyWordsOf(kind, side);
     for (const auto& word : words(content(node))) set.insert(toAsciiLower(word));
@@ -314,11 +313,12 @@ TimestampFormats readDatetimeFile(const std::filesystem::path& file) {
   const auto name = pathToText(file);
   const FileBytes bytes = readFile(file, kMaxFileBytes);
   if (bytes.error == std::errc::file_too_large) {
-    logError(kLog, "%s is longer than %u bytes; no timestamp will be found.", name, kMaxFileBytes);
+    logError(kFormatsLog, "%s is longer than %u bytes; no timestamp will be found.", name,
+             kMaxFileBytes);
     return {};
   }
   if (bytes.error) {
-    logError(kLog, "Cannot read %s (%m); no timestamp will be found.", name, bytes.error);
+    logError(kFormatsLog, "Cannot read %s (%m); no timestamp will be found.", name, bytes.error);
     return {};
   }
   return TimestampFormats(DatetimeReader(name).read(bytes.view()));

@@ -7,13 +7,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "timestamp/timestamp_log.h"
 #include "util/logging.h"
 #include "util/text.h"
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kLog("TimestampFormats");
 
 // Expressions that ignore case say so themselves.
 constexpr auto kExpressionOptions = Regex::kNoOptions;
@@ -47,7 +46,7 @@ struct LazyTimestampExpression::State {
       auto groups = fieldGroups(regex);
       compiled = TimestampExpression{.regex = std::move(regex), .groups = std::move(groups)};
     } catch (const std::runtime_error& error) {
-      logError(kLog, "%s %s.", origin, error.what());
+      logError(kFormatsLog, "%s %s.", origin, error.what());
     }
     isCompiled.store(true, std::memory_order_release);
   }

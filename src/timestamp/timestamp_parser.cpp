@@ -4,6 +4,7 @@
 // dates, times and Unix times.
 
 #include "timestamp/timestamp_parser.h"
+#include "timestamp/timestamp_log.h"
 
 #include <algorithm>
 
@@ -16,8 +17,6 @@ namespace {
 
 using std::chrono::days;
 using std::chrono::sys_seconds;
-
-constexpr LogCategory kLog("TimestampParser");
 
 // Steps for the searches of TIME_PREFIX and TIME_FORMAT. Useful expressions need a few steps for a
 // byte. Each line adds more than that, so that they never run out of steps.
@@ -72,7 +71,7 @@ bool TimestampParser::match(const Regex& regex, std::string_view text) {
   budget_.add(kCostPerLine + kCostPerByte * text.size());
   const bool found = regex.tryMatch(text, match_, budget_) == Regex::Answer::Match;
   if (budget_.isSpent()) {
-    logWarn(kLog, "The expression %s costs too much; it is not tried on more lines.",
+    logWarn(kParserLog, "The expression %s costs too much; it is not tried on more lines.",
             regex.pattern());
   }
   return found;

@@ -21,7 +21,7 @@ constexpr ByteAfter kindOfByte(unsigned char byte) {
   return byte >= 0x80 ? ByteAfter::NonAscii : ByteAfter::Other;
 }
 
-constexpr auto kKinds = []() {
+constexpr auto kByteKinds = []() {
   std::array<ByteAfter, 256> kinds{};
   for (std::size_t i = 0; i < kinds.size(); ++i) {
     kinds[i] = kindOfByte(static_cast<unsigned char>(i));
@@ -30,7 +30,7 @@ constexpr auto kKinds = []() {
 }();
 
 ByteAfter kindOf(char c) {
-  return kKinds[static_cast<unsigned char>(c)];
+  return kByteKinds[static_cast<unsigned char>(c)];
 }
 
 // Bytes outside ASCII count as letters of names.

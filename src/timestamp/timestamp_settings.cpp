@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "timestamp/time_format.h"
+#include "timestamp/timestamp_log.h"
 #include "util/logging.h"
 
 namespace sourcetype {
@@ -13,8 +14,6 @@ namespace {
 using std::chrono::days;
 using std::chrono::seconds;
 using std::chrono::sys_seconds;
-
-constexpr LogCategory kLog("TimestampParser");
 
 constexpr std::int64_t kDefaultDaysAgo = 36500;
 constexpr std::int64_t kDefaultDaysHence = 7;
@@ -52,7 +51,7 @@ std::optional<Regex> readPrefix(const PropertiesMap& settings) {
   try {
     return Regex(*prefix);
   } catch (const RegexException& error) {
-    reportInvalidRegex(kLog, *prefix, error.what(), settings.stanzaOf(kKey), kKey);
+    reportInvalidRegex(kParserLog, *prefix, error.what(), settings.stanzaOf(kKey), kKey);
     return std::nullopt;
   }
 }
@@ -72,7 +71,7 @@ std::optional<TimestampExpression> readFormat(const PropertiesMap& settings) {
     std::ranges::sort(result.groups, {}, &FieldGroup::group);
     return result;
   } catch (const std::runtime_error& error) {
-    reportInvalidRegex(kLog, *format, error.what(), settings.stanzaOf(kKey), kKey);
+    reportInvalidRegex(kParserLog, *format, error.what(), settings.stanzaOf(kKey), kKey);
     return std::nullopt;
   }
 }
@@ -81,7 +80,7 @@ TimeZone readZone(const PropertiesMap& settings, const TimeZones& zones, std::st
   const auto text = settings.tryGet("TZ");
   if (!text) return {};
   if (const auto zone = zones.find(*text)) return *zone;
-  logWarn(kLog, R"(%s: TZ "%s" is ignored: it is no offset and no known name.)", name, *text);
+  logWarn(kParserLog, R"(%s: TZ "%s" is ignored: it is no offset and no known name.)", name, *text);
   return {};
 }
 

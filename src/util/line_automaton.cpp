@@ -15,11 +15,11 @@ using Node = ExpressionTree::Node;
 // Where the steps end, a line may go on with any bytes.
 constexpr std::size_t kMaxSteps = 1000;
 // More repetitions are taken to be unlimited.
-constexpr std::uint32_t kMaxRepeats = 24;
+constexpr std::uint32_t kMaxCopies = 24;
 
 // Of longer lines only the start is read. A search of such a line may cost too much, which ends the
 // counting of matches, so the line must reach the search.
-constexpr std::size_t kMaxLine = 512;
+constexpr std::size_t kMaxWholeLine = 512;
 constexpr std::size_t kStartOfLongLine = 24;
 
 }  // namespace
@@ -119,10 +119,10 @@ class StepWriter {
   }
 
   void writeRepeat(const Node& node) {
-    const auto min = std::min(node.min, kMaxRepeats);
+    const auto min = std::min(node.min, kMaxCopies);
     for (std::uint32_t i = 0; i < min; ++i) write(node.firstPart);
     const auto more = node.max - min;
-    if (more > kMaxRepeats) {
+    if (more > kMaxCopies) {
       writeLoop([&] { write(node.firstPart); });
       return;
     }
@@ -141,7 +141,7 @@ LineAutomaton::LineAutomaton(const ExpressionTree& tree) {
 }
 
 bool LineAutomaton::accepts(std::string_view line, std::size_t shared) {
-  const bool isLong = line.size() > kMaxLine;
+  const bool isLong = line.size() > kMaxWholeLine;
   if (isLong) line = line.substr(0, kStartOfLongLine);
   auto at = std::min({shared, read_, line.size()});
   auto state = trail_[at];

@@ -40,7 +40,7 @@ constexpr std::size_t kMaxTimeLength = 80;
 constexpr unsigned kMaxBackups = 999;  // each roll renames all of them
 constexpr unsigned kDefaultMaxFileSize = 10 * 1024 * 1024;
 constexpr unsigned kDefaultBackups = 1;
-constexpr unsigned kMaxDays = 36500;
+constexpr unsigned kMaxKeptDays = 36500;
 constexpr unsigned kDefaultDays = 30;
 constexpr unsigned kSyslogPort = 514;
 
@@ -152,7 +152,7 @@ AppenderPtr makeAppender(const AppenderSettings& settings) {
   }
   if (type == "DailyRollingFileAppender") {
     return makeFileAppender<log4cpp::DailyRollingFileAppender>(
-        settings, settings.number(".maxDaysKeep", kDefaultDays, 0, kMaxDays),
+        settings, settings.number(".maxDaysKeep", kDefaultDays, 0, kMaxKeptDays),
         settings.flag(".append", true));
   }
   if (type == "SyslogAppender") {

@@ -6,7 +6,7 @@ namespace sourcetype::pcre {
 namespace {
 
 // Nested parentheses in a pattern. The compilers recurse on the machine stack for each.
-constexpr std::uint32_t kMaxNesting = 250;
+constexpr std::uint32_t kMaxGroupNesting = 250;
 
 // Created by the first compilation, and only read after that.
 pcre2_compile_context* compileContext() {
@@ -15,7 +15,7 @@ pcre2_compile_context* compileContext() {
     pcre2_set_newline(made.get(), PCRE2_NEWLINE_ANY);
     pcre2_set_bsr(made.get(), PCRE2_BSR_UNICODE);
     pcre2_set_max_pattern_length(made.get(), kMaxPatternBytes);
-    pcre2_set_parens_nest_limit(made.get(), kMaxNesting);
+    pcre2_set_parens_nest_limit(made.get(), kMaxGroupNesting);
     return made;
   }();
   return kContext.get();

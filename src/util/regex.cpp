@@ -18,7 +18,7 @@ using pcre::CompileError;
 using pcre::UsedWorkspace;
 using pcre::Workspace;
 
-constexpr LogCategory kLog("Regex");
+constexpr LogCategory kRegexLog("Regex");
 
 bool isAscii(std::string_view text) {
   unsigned char bits = 0;
@@ -180,7 +180,8 @@ struct Regex::Program {
     std::uint32_t allOptions = 0;
     const int answer = pcre2_pattern_info(main.get(), PCRE2_INFO_ALLOPTIONS, &allOptions);
     if (answer != 0) {
-      logError(kLog, "Failed to lookup PCRE options with return=%d (regex=%s).", answer, source);
+      logError(kRegexLog, "Failed to lookup PCRE options with return=%d (regex=%s).", answer,
+               source);
     } else {
       anchored = (allOptions & PCRE2_ANCHORED) != 0;
     }

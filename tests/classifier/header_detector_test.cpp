@@ -50,7 +50,7 @@ TEST(FieldNames, AreCleanAndUnique) {
 }
 
 // A configuration tree and the header detection in it.
-class Tree : public TempTree {
+class HeaderTree : public TempTree {
  public:
   // Returns the result for a file of this sourcetype. Reads the configuration again.
   PropertiesMap detect(const std::string& text, const std::string& sourcetype,
@@ -78,14 +78,14 @@ constexpr const char* kAb = "[AutoHeader-1]\nDELIMS = \",\"\nFIELDS = \"a\", \"b
 
 TEST(Header, IsFoundInDelimitedLines) {
   forEachRow("classifier/headers.txt", 3, [](const Row& row) {
-    const Tree tree;
+    const HeaderTree tree;
     tree.detect(row[1], "t");
     EXPECT_EQ(tree.readIfThere("transforms.conf"), row[2]);
   });
 }
 
 TEST(Header, GoesByTheLimits) {
-  const Tree tree;
+  const HeaderTree tree;
   const std::string text = "a,b\n1,2\n" + repeated("x\n", 30);
   tree.detect(text, "t", {.maxLines = 0});
   tree.detect(text, "t", {.maxLines = 32});
@@ -97,13 +97,13 @@ TEST(Header, GoesByTheLimits) {
 
 TEST(HeaderTransform, IsDecidedAgainWhenAnotherProcessWasFaster) {
   for (const char* text : {"a,b\n1,2\n", "c,d\n1,2\n"}) {
-    const Tree tree;
+    const HeaderTree tree;
     tree.write("system/local/props.conf", "[t]\n");
     ConfStore early(tree.root());
     EXPECT_FALSE(early.stanzaExists(early.getTransforms(), "AutoHeader-1"));
     EXPECT_TRUE(early.stanzaExists(early.getProps(), "t"));
     const auto first = tree.detect("a,b\n1,2\n", "t");
-    const auto second = Tree::detectIn(early, text, "t");
+    const auto second = HeaderTree::detectIn(early, text, "t");
     EXPECT_EQ(tree.detect("a,b\n1,2\n", "t"), first);
     EXPECT_EQ(tree.detect(text, "t"), second);
     EXPECT_EQ(second.get("sourcetype"), text[0] == 'a' ? "t" : "t-2");
@@ -111,7 +111,7 @@ TEST(HeaderTransform, IsDecidedAgainWhenAnotherProcessWasFaster) {
 }
 
 TEST(HeaderTransform, BringsFilesOfANumberedNameBackTogether) {
-  const Tree tree;
+  const HeaderTree tree;
   EXPECT_EQ(tree.detect("a,b\n1,2\n", "csv").get("sourcetype"), "csv");
   EXPECT_EQ(tree.detect("c,d\n1,2\n", "csv-2").get("sourcetype"), "csv-2");
   for (const char* sourcetype : {"csv", "csv-2"}) {

@@ -4,6 +4,7 @@
 
 #include "classifier/line_start.h"
 #include "classifier/single_line_check.h"
+#include "support/samples.h"
 #include "support/table.h"
 #include "support/temp_tree.h"
 #include "util/regex.h"
@@ -12,11 +13,8 @@ namespace sourcetype {
 namespace {
 
 using sourcetype::testing::repeated;
+using sourcetype::testing::sampleOf;
 using ::testing::ElementsAre;
-
-Sample sampleOf(const std::string& text) {
-  return readSampleText(text, {}, "text");
-}
 
 TEST(SingleLine, GoesByIndentationSeparatorsAndPunctuation) {
   sourcetype::testing::forEachRow("classifier/single_lines.txt", 3,

@@ -8,14 +8,13 @@
 #include <string_view>
 
 #include "classifier/models/model.h"
+#include "classifier/models/model_log.h"
 #include "conf/message_catalog.h"
 #include "conf/properties_map.h"
 #include "conf/stanza_kinds.h"
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kModelLog{"FileClassifierManager"};
 
 bool isSourcetype(std::string_view stanza) {
   constexpr std::array kOtherKinds{kSourceKind, kRuleKind, kDelayedRuleKind, kEventtypeKind};

@@ -7,14 +7,13 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "classifier/models/model_log.h"
 #include "classifier/type_name.h"
 #include "util/logging.h"
 #include "util/text.h"
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kModelLog{"FileClassifierManager"};
 
 constexpr std::string_view kWeightFormat = "%f";
 
@@ -91,7 +90,7 @@ std::optional<double> parseShortDecimal(std::string_view text) {
 }
 
 // Reads a number as atof() does. Returns nothing unless it is a finite number.
-std::optional<float> parseNumber(std::string_view text) {
+std::optional<float> parseWeight(std::string_view text) {
   auto number = parseShortDecimal(text);
   if (!number) {
     const std::string copy(text);
@@ -115,7 +114,7 @@ void sortUnique(std::vector<ModelView::Word>& words) {
 }  // namespace
 
 std::optional<float> parseLimit(std::string_view text) {
-  const auto limit = parseNumber(text);
+  const auto limit = parseWeight(text);
   return limit && *limit > 0 ? limit : std::nullopt;
 }
 
@@ -126,7 +125,7 @@ std::string storedShape(std::string_view shape) {
 ModelView viewOf(const Fingerprint& model, std::string_view sourcetype, TextKeeper& keeper) {
   ModelView view{.sourcetype = sourcetype, .words = {}, .shapes = {}};
   for (const auto& [text, weight] : model.words) {
-    const auto stored = parseNumber(formatText(kWeightFormat, weight));
+    const auto stored = parseWeight(formatText(kWeightFormat, weight));
     view.words.push_back({.text = text, .weight = stored.value_or(0)});
   }
   for (const auto& [shape, count] : model.shapes) {
@@ -161,7 +160,7 @@ std::optional<ModelView> loadModel(std::string_view stanza,
   bool mayBeUnsorted = false;  // some key had escapes
   std::size_t unreadable = 0;
   const auto addWord = [&](const ConfFile::Setting& setting) {
-    const auto weight = parseNumber(setting.value());
+    const auto weight = parseWeight(setting.value());
     if (!weight) ++unreadable;
     const auto text = unescapedKey(setting.key(), keeper);
     mayBeUnsorted = mayBeUnsorted || text.data() != setting.key().data();

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classifier/models/model.h"
+#include "classifier/models/model_log.h"
 #include "conf/stanza_kinds.h"
 #include "platform/file_system.h"
 #include "platform/path_form.h"
@@ -11,8 +12,6 @@
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kModelLog{"FileClassifierManager"};
 
 void logKept(std::string_view source) {
   logWarn(kModelLog, "What was learned of %s before is kept.", source);

@@ -7,6 +7,7 @@
 #include <chrono>
 
 #include "classifier/models/model.h"
+#include "classifier/models/model_log.h"
 #include "conf/message_catalog.h"
 #include "conf/stanza_kinds.h"
 #include "platform/environment.h"
@@ -15,8 +16,6 @@
 
 namespace sourcetype {
 namespace {
-
-constexpr LogCategory kModelLog{"FileClassifierManager"};
 
 constexpr std::size_t kMaxMatchedSegments = 5;
 constexpr std::size_t kMaxTrainedSegments = 20;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::string_view kFieldDelimiters = "\t, ;|";
 
-std::vector<std::string> splitNames(std::string_view names) {
+std::vector<std::string> splitFields(std::string_view names) {
   std::vector<std::string> result;
   for (const auto name : split(names, names.find(',') == std::string_view::npos ? " \t" : ",")) {
     if (const auto text = trim(name, " \t\r\""); !text.empty()) result.emplace_back(text);
@@ -22,13 +22,13 @@ std::optional<FieldsDirective> readDirective(std::string_view line) {
   for (const std::string_view key : {"#fields:", "#fields\t"}) {
     if (!equalsIgnoringCase(line.substr(0, key.size()), key)) continue;
     FieldsDirective directive{.line = std::string(line),
-                              .names = splitNames(line.substr(key.size()))};
+                              .names = splitFields(line.substr(key.size()))};
     if (directive.names.size() > 1) return directive;
   }
   return std::nullopt;
 }
 
-void chooseDelimiter(FieldsDirective& directive, std::string_view text) {
+void findDelimiter(FieldsDirective& directive, std::string_view text) {
   for (const char delimiter : kFieldDelimiters) {
     std::size_t lines = 0;
     std::size_t fitting = 0;
@@ -54,7 +54,7 @@ std::optional<FieldsDirective> findFieldsDirective(std::string_view text) {
   for (std::size_t i = 0; i < kMaxDirectives && rest.starts_with('#'); ++i) {
     const std::size_t end = std::min(rest.find('\n'), rest.size());
     if (auto directive = readDirective(rest.substr(0, end))) {
-      chooseDelimiter(*directive, text);
+      findDelimiter(*directive, text);
       if (directive->share < kMinShare) return std::nullopt;
       return directive;
     }

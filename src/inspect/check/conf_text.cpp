@@ -15,8 +15,6 @@
 namespace sourcetype {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 std::size_t lineOf(std::string_view bytes, std::size_t offset) {
   return 1 + static_cast<std::size_t>(std::ranges::count(bytes.substr(0, offset), '\n'));
 }

@@ -20,17 +20,6 @@
 namespace sourcetype {
 namespace {
 
-bool isNumber(std::string_view value) {
-  constexpr auto kOther = std::numeric_limits<std::int64_t>::min();
-  const PropertiesMap settings{{"number", value}};
-  return settings.getInt("number", 0) == settings.getInt("number", kOther);
-}
-
-bool isFlag(std::string_view value) {
-  const PropertiesMap settings{{"flag", value}};
-  return settings.getBool("flag", false) == settings.getBool("flag", true);
-}
-
 std::optional<std::string> formatError(std::string_view format) {
   try {
     return expressionError(timeFormatExpression(format));
@@ -40,6 +29,17 @@ std::optional<std::string> formatError(std::string_view format) {
 }
 
 }  // namespace
+
+bool readsAsNumber(std::string_view value) {
+  constexpr auto kOther = std::numeric_limits<std::int64_t>::min();
+  const PropertiesMap settings{{"number", value}};
+  return settings.getInt("number", 0) == settings.getInt("number", kOther);
+}
+
+bool readsAsFlag(std::string_view value) {
+  const PropertiesMap settings{{"flag", value}};
+  return settings.getBool("flag", false) == settings.getBool("flag", true);
+}
 
 std::optional<std::string> expressionError(std::string_view expression) {
   try {
@@ -58,10 +58,10 @@ std::optional<std::string> valueProblem(ValueKind kind, std::string_view value,
   if (value.empty()) return std::nullopt;
   switch (kind) {
     case ValueKind::Flag:
-      if (isFlag(value)) return std::nullopt;
+      if (readsAsFlag(value)) return std::nullopt;
       return quoted(value) + " is neither true nor false; the default is used";
     case ValueKind::Number:
-      if (isNumber(value)) return std::nullopt;
+      if (readsAsNumber(value)) return std::nullopt;
       return quoted(value) + " is no whole number; the default is used";
     case ValueKind::Limit:
       if (parseLimit(value)) return std::nullopt;

@@ -16,6 +16,10 @@ namespace sourcetype {
 std::optional<std::string> valueProblem(ValueKind kind, std::string_view value,
                                         const TimeZones& zones);
 
+// Whether the program reads a value as a whole number, or as true or false.
+bool readsAsNumber(std::string_view value);
+bool readsAsFlag(std::string_view value);
+
 // Why an expression does not compile; nothing if it does.
 std::optional<std::string> expressionError(std::string_view expression);
 

@@ -23,7 +23,7 @@ using std::filesystem::path;
 constexpr float kNoLimit = kNoMaxDistance;
 constexpr std::array kTriedLimits{40.0F, 60.0F, 100.0F, 200.0F, kNoLimit};
 
-void check(bool isWritten) {
+void expectWritten(bool isWritten) {
   if (!isWritten) throw InspectError("cannot change the configuration in memory");
 }
 
@@ -35,7 +35,7 @@ void disableRules(ConfStore& store) {
       PropertiesMap settings;
       store.getExactStanza(props, settings, stanza);
       if (settings.get(key::kSourcetype).empty()) continue;
-      check(store.writeStanza(props, stanza, {{key::kSourcetype, ""}}, false));
+      expectWritten(store.writeStanza(props, stanza, {{key::kSourcetype, ""}}, false));
     }
   }
 }
@@ -53,8 +53,8 @@ MemoryStorage::Changes withLimit(const path& etc, const MemoryStorage::Changes& 
                                  float limit) {
   TrialRun run(etc, edits);
   const std::string text = fmt::format("{}", limit);
-  check(run.store().writeStanza(run.store().getConf("sourcetypes"), kDefaultStanza,
-                                {{std::string(kMaxDistKey), text}}, false));
+  expectWritten(run.store().writeStanza(run.store().getConf("sourcetypes"), kDefaultStanza,
+                                        {{std::string(kMaxDistKey), text}}, false));
   return run.edits().changes();
 }
 

@@ -31,10 +31,6 @@ Json limitAsJson(const std::optional<float>& limit) {
   return limit ? Json::parse(fmt::format("{}", *limit)) : Json(nullptr);
 }
 
-Json textOrNull(const std::string& text) {
-  return text.empty() ? Json(nullptr) : Json(text);
-}
-
 void addCounts(Json& object, const VerdictCounts& counts) {
   object["right"] = counts.right;
   object["wrong"] = counts.wrong;

@@ -22,10 +22,6 @@ double percentOf(std::size_t part, std::size_t whole) {
 }
 
 // "1 file", "2 files"
-std::string counted(std::size_t count, std::string_view noun) {
-  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
-}
-
 // Where the sourcetypes are in the table.
 struct TableLayout {
   explicit TableLayout(const ConfusionTable& table) : answered(table.answered()) {

@@ -9,7 +9,7 @@ namespace sourcetype {
 namespace {
 
 // Returns the value with two decimals, or null for infinity and NaN.
-Json rounded(double value) {
+Json toHundredths(double value) {
   if (!std::isfinite(value)) return nullptr;
   return std::round(value * 100) / 100;
 }
@@ -18,7 +18,7 @@ Json toJson(const TestEvidence& test) {
   return {{"test", test.key},
           {"expression", test.expression},
           {"needed", test.needed},
-          {"counted", test.isCounted ? rounded(test.counted) : Json()},
+          {"counted", test.isCounted ? toHundredths(test.counted) : Json()},
           {"passes", test.passes}};
 }
 
@@ -29,20 +29,20 @@ Json toJson(const RuleEvidence& rule) {
           {"sourcetype", rule.sourcetype},
           {"decided", rule.decided},
           {"tried", rule.wasTried},
-          {"nearness", rounded(nearnessOf(rule))},
+          {"nearness", toHundredths(nearnessOf(rule))},
           {"tests", std::move(tests)}};
 }
 
 Json toJson(const ModelEvidence& model, const ModelOrigin& origin) {
   Json words = Json::array();
   for (const auto& word : model.words) {
-    words.push_back({{"word", word.text}, {"weight", rounded(word.weight)}});
+    words.push_back({{"word", word.text}, {"weight", toHundredths(word.weight)}});
   }
   return {{"model", model.stanza},
           {"sourcetype", model.sourcetype},
-          {"distance", rounded(model.distance)},
-          {"word_distance", rounded(model.wordDistance)},
-          {"max_word_distance", rounded(model.maxWordDistance)},
+          {"distance", toHundredths(model.distance)},
+          {"word_distance", toHundredths(model.wordDistance)},
+          {"max_word_distance", toHundredths(model.maxWordDistance)},
           {"accepted", model.isAccepted},
           {"learned_from", origin.file},
           {"day", origin.day},
@@ -52,7 +52,7 @@ Json toJson(const ModelEvidence& model, const ModelOrigin& origin) {
 Json sampleJson(const Explanation::SampleFacts& sample) {
   return {{"lines", sample.lines},
           {"bytes", sample.bytes},
-          {"invalid_percent", rounded(sample.invalidPercent)},
+          {"invalid_percent", toHundredths(sample.invalidPercent)},
           {"mark", sample.mark}};
 }
 
@@ -61,8 +61,8 @@ Json lineStartsJson(const std::vector<LineStartEvidence>& candidates) {
   for (const auto& candidate : candidates) {
     list.push_back({{"expression", candidate.expression},
                     {"lines", candidate.count},
-                    {"spread", rounded(candidate.spread)},
-                    {"score", rounded(candidate.score)},
+                    {"spread", toHundredths(candidate.spread)},
+                    {"score", toHundredths(candidate.score)},
                     {"chosen", candidate.isChosen}});
   }
   return list;
@@ -75,8 +75,8 @@ Json timestampsJson(const TimestampEvidence& evidence) {
   }
   return {{"lines", evidence.lines},
           {"with_stamp", evidence.linesWithStamp},
-          {"mean_start", rounded(evidence.meanStart)},
-          {"mean_end", rounded(evidence.meanEnd)},
+          {"mean_start", toHundredths(evidence.meanStart)},
+          {"mean_end", toHundredths(evidence.meanEnd)},
           {"prefixes", std::move(prefixes)}};
 }
 
@@ -84,7 +84,7 @@ Json headerJson(const HeaderEvidence& evidence) {
   Json delimiters = Json::array();
   for (const auto& tried : evidence.delimiters) {
     delimiters.push_back({{"delimiter", std::string(1, tried.delimiter)},
-                          {"score", rounded(tried.score)},
+                          {"score", toHundredths(tried.score)},
                           {"chosen", tried.isChosen}});
   }
   return {{"test", evidence.byNames ? "names" : "delimiters"},
@@ -109,7 +109,7 @@ Json explainAsJson(const ExplainedFile& explained, const std::filesystem::path& 
   Json json = {{"file", explained.file},
                {"sourcetype", explained.sourcetype},
                {"stage", stageName(evidence.stage())},
-               {"margin", margin ? rounded(*margin) : Json()}};
+               {"margin", margin ? toHundredths(*margin) : Json()}};
   if (!explained.invalidCause.empty()) json["invalid_cause"] = explained.invalidCause;
   if (evidence.sample()) json["sample"] = sampleJson(*evidence.sample());
   if (evidence.linesAreEvents()) json["lines_are_events"] = *evidence.linesAreEvents();

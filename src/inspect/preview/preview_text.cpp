@@ -22,10 +22,6 @@ std::string timeText(const Timestamp& time) {
   return instantText(time.seconds, time.nanoseconds, time.utcOffset);
 }
 
-std::string counted(std::size_t count, std::string_view noun) {
-  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
-}
-
 // Tabs stay: they align columns and do no harm.
 std::string harmlessExceptTabs(std::string_view text) {
   std::string result;

@@ -7,7 +7,7 @@
 
 #include "charset/charset_registry.h"
 #include "classifier/properties.h"
-#include "conf/properties_map.h"
+#include "inspect/check/value_check.h"
 #include "timestamp/time_format.h"
 #include "util/regex.h"
 
@@ -44,25 +44,15 @@ std::string expressionProblem(const std::string& value, bool isTimeFormat) try {
   return error.what();
 }
 
-bool isFlag(const std::string& value) {
-  const PropertiesMap settings{{"flag", value}};
-  return settings.getBool("flag", true) == settings.getBool("flag", false);
-}
-
-bool isNumber(const std::string& value) {
-  const PropertiesMap settings{{"number", value}};
-  return settings.getInt("number", 0) == settings.getInt("number", 1);
-}
-
 std::string problemOf(Kind kind, const std::string& value, const TimeZones& zones) {
   switch (kind) {
     case Kind::Expression:
     case Kind::TimeFormat:
       return expressionProblem(value, kind == Kind::TimeFormat);
     case Kind::Flag:
-      return isFlag(value) ? "" : "it is neither true nor false";
+      return readsAsFlag(value) ? "" : "it is neither true nor false";
     case Kind::Number:
-      return isNumber(value) ? "" : "it is not a whole number";
+      return readsAsNumber(value) ? "" : "it is not a whole number";
     case Kind::Zone:
       return zones.find(value) ? "" : "it is no offset and no known zone";
     case Kind::Charset:

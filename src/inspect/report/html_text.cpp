@@ -29,7 +29,7 @@ char32_t characterOf(std::string_view text) {
   return character;
 }
 
-std::string_view escapeOf(char32_t character) {
+std::string_view entityOf(char32_t character) {
   switch (character) {
     case '&':
       return "&amp;";
@@ -55,7 +55,7 @@ std::string htmlText(std::string_view text) {
   while (!rest.empty()) {
     const char32_t character = characterOf(rest);
     const auto bytes = rest.substr(0, lengthByLead(byteAt(rest, 0)));
-    const auto escape = escapeOf(character);
+    const auto escape = entityOf(character);
     const bool isInvisible = std::ranges::any_of(kInvisible, [&](const Range& range) {
       return range.first <= character && character <= range.last;
     });

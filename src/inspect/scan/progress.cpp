@@ -11,7 +11,7 @@ namespace sourcetype {
 namespace {
 
 // Writes at the start of the line. Nothing can be told if standard error cannot be written to.
-void write(const std::string& text) {
+void overwriteLine(const std::string& text) {
   static_cast<void>(std::fputs(("\r" + text + "\r").c_str(), stderr));
   static_cast<void>(std::fflush(stderr));
 }
@@ -64,11 +64,11 @@ void Progress::show(std::size_t done) {
                                  terminalWidth() - 1);  // the last column would begin a new line
   const std::size_t before = columns_;
   columns_ = text.size();
-  write(text + std::string(before > columns_ ? before - columns_ : 0, ' '));
+  overwriteLine(text + std::string(before > columns_ ? before - columns_ : 0, ' '));
 }
 
 void Progress::clear() {
-  if (columns_ > 0) write(std::string(columns_, ' '));
+  if (columns_ > 0) overwriteLine(std::string(columns_, ' '));
   columns_ = 0;
 }
 

@@ -15,7 +15,6 @@ namespace {
 constexpr std::size_t kTypeWidth = 24;
 constexpr std::size_t kStageWidth = 14;
 constexpr std::size_t kNumberWidth = 7;
-constexpr std::size_t kInstantWidth = 20;
 
 // Terminals below these widths get no such columns.
 constexpr unsigned kMinStageWidth = 60;
@@ -25,12 +24,8 @@ std::string fullInstant(const std::optional<Timestamp>& instant) {
   return instant ? instantText(instant->seconds, instant->nanoseconds) : "";
 }
 
-Json textOrNull(const std::string& text) {
-  return text.empty() ? Json() : Json(text);
-}
-
 // One digit after the point is as exact as a margin is.
-double rounded(double margin) {
+double toTenths(double margin) {
   return std::round(margin * 10) / 10;
 }
 
@@ -69,7 +64,7 @@ Json toJson(const ScanRow& row) {
   Json object{{"file", row.file},
               {"sourcetype", row.sourcetype},
               {"stage", stageName(row.stage)},
-              {"margin", row.margin ? Json(rounded(*row.margin)) : Json()},
+              {"margin", row.margin ? Json(toTenths(*row.margin)) : Json()},
               {"events", row.events ? Json(*row.events) : Json()},
               {"first", textOrNull(fullInstant(row.first))},
               {"last", textOrNull(fullInstant(row.last))}};

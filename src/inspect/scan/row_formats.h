@@ -10,6 +10,9 @@
 
 namespace sourcetype {
 
+// Of a column of shortInstant().
+inline constexpr std::size_t kInstantWidth = 20;
+
 // {"file", "sourcetype", "stage", "margin", "events", "first", "last"}, null where a value is not
 // known; "truncated": true if the file has more than the sample; "error" if there is one.
 Json toJson(const ScanRow& row);

@@ -18,7 +18,7 @@ constexpr std::size_t kMaxFirstLines = 20;
 // Lines at the end, tried one after the other: a long event may have its timestamp further up.
 constexpr std::array<std::size_t, 2> kLastLines{20, 200};
 
-std::vector<LogLine> linesOf(const Sample& sample) {
+std::vector<LogLine> logLines(const Sample& sample) {
   std::vector<LogLine> lines;
   lines.reserve(sample.lineCount());
   for (std::size_t i = 0; i < sample.lineCount(); ++i) {
@@ -34,7 +34,7 @@ SampleEvents examineEvents(const Sample& sample, const PropertiesMap& settings,
   SampleEvents events;
   const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
   TimestampParser breaking(formats, settings, name, now);
-  events.count = breakEvents(linesOf(sample), settings, [&](std::string_view line) {
+  events.count = breakEvents(logLines(sample), settings, [&](std::string_view line) {
                    return breaking.parse(line).has_value();
                  }).starts.size();
 

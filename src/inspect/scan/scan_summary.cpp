@@ -74,7 +74,6 @@ std::string ScanSummary::typesText(const Output& out) const {
   std::size_t width = kUnrecognised.size();
   for (const auto& [type, counts] : types_) width = std::max(width, harmless(type).size());
   constexpr std::size_t kCountWidth = 9;
-  constexpr std::size_t kInstantWidth = 20;
   std::string text =
       "\n" +
       out.paint(Style::Heading, padded("SOURCETYPE", width) + padded("FILES", kCountWidth) +

@@ -76,7 +76,7 @@ void printSummary(const std::vector<Finding>& found, std::size_t files, const Ou
                 "\n");
 }
 
-void check(Session& session, const std::vector<std::string>& names) {
+void checkFiles(Session& session, const std::vector<std::string>& names) {
   Findings findings;
   const auto files = names.empty()
                          ? checkTree(session.etc(), findings,
@@ -95,7 +95,7 @@ void addCheckVerb(CLI::App& app, Session& session) {
   const auto names = std::make_shared<std::vector<std::string>>();
   verb.addWords("FILE.conf", *names, "Check these files only, each by itself",
                 Verb::Presence::Optional);
-  verb.onUse([&session, names] { check(session, *names); });
+  verb.onUse([&session, names] { checkFiles(session, *names); });
 }
 
 }  // namespace sourcetype

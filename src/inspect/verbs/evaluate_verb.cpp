@@ -17,7 +17,7 @@
 namespace sourcetype {
 namespace {
 
-struct Options {
+struct EvaluateOptions {
   std::vector<std::string> words;
   bool withoutRules = false;
   EvaluationOptions evaluation;
@@ -39,7 +39,7 @@ void printEvaluation(const Evaluation& evaluation, const Output& out) {
 void addEvaluateVerb(CLI::App& app, Session& session) {
   Verb verb(app, "evaluate",
             "How well files are recognised that are not learned, and which are confused");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<EvaluateOptions>();
   verb.addWords("INPUT", options->words,
                 "Folders with a sub-folder for each sourcetype, or lists with a file, a tab and a "
                 "sourcetype in each line",

@@ -28,7 +28,7 @@
 namespace sourcetype {
 namespace {
 
-struct Options {
+struct LearnedOptions {
   std::string name;                // of show
   std::vector<std::string> names;  // of forget
   bool yes = false;
@@ -216,7 +216,7 @@ bool isAgreed(Session& session, bool yes, const char* question) {
   return false;
 }
 
-void forgetTypes(Session& session, const Options& options) {
+void forgetTypes(Session& session, const LearnedOptions& options) {
   View view(session);
   for (const auto& name : options.names) typeOf(view.learned, name);
   const auto plan = planForgetting(options.names, view.learned, view.store);
@@ -227,7 +227,7 @@ void forgetTypes(Session& session, const Options& options) {
 }
 
 // Restores in memory, to show the models that would be added, then asks and restores on the disk.
-void restore(Session& session, const Options& options) {
+void restore(Session& session, const LearnedOptions& options) {
   View before(session);
   auto& conf = before.store.getConf("sourcetypes");
   const auto copy = pathToText(before.store.learnedCopy(conf));
@@ -254,7 +254,7 @@ void restore(Session& session, const Options& options) {
 
 void addLearnedVerb(CLI::App& app, Session& session) {
   Verb verb(app, "learned", "What was learned and proposed, and taking it back");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<LearnedOptions>();
   verb.onUse([&session] { list(session); });
 
   verb.addPart("list", "A row for each sourcetype (the default)").onUse([&session] {

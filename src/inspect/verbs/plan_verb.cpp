@@ -14,7 +14,7 @@
 namespace sourcetype {
 namespace {
 
-struct Options {
+struct PlanOptions {
   std::string file;
   std::string name;
 };
@@ -44,14 +44,14 @@ void printDiff(const std::string& diff, const Output& out) {
 }
 
 // What `sourcetype FILE [NAME]` does, in memory.
-void runTool(TrialRun& run, const Options& options) {
+void runTool(TrialRun& run, const PlanOptions& options) {
   InputWord input = resolveInput(options.file);
   if (!options.name.empty()) return run.manager().learnFile(input.path, options.name);
   PropertiesMap result;
   run.manager().findTypeForFile(result, {.path = input.path, .sampleText = std::move(input.text)});
 }
 
-void printPlan(Session& session, const Options& options) {
+void printPlan(Session& session, const PlanOptions& options) {
   if (options.file == "-" && !options.name.empty()) {
     throw InspectError("standard input cannot be learned: the tool learns files");
   }
@@ -75,7 +75,7 @@ void printPlan(Session& session, const Options& options) {
 
 void addPlanVerb(CLI::App& app, Session& session) {
   Verb verb(app, "plan", "What sourcetype FILE [NAME] would change below etc, as a unified diff");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<PlanOptions>();
   verb.addWord("FILE", options->file, "A log file, or - for standard input",
                Verb::Presence::Required);
   verb.addWord("NAME", options->name, "The sourcetype to learn the file as",

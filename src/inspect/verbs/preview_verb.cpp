@@ -29,7 +29,7 @@
 namespace sourcetype {
 namespace {
 
-struct Options {
+struct PreviewOptions {
   std::string file;
   std::string sourcetype;
   std::vector<std::string> assignments;
@@ -70,7 +70,7 @@ std::string unknownSourcetypeMessage(ConfStore& store, const std::string& source
 }
 
 // Throws InspectError for a name that no sourcetype can have.
-void checkSourcetype(ConfStore& store, const std::string& sourcetype) {
+void checkPreviewedSourcetype(ConfStore& store, const std::string& sourcetype) {
   if (sourcetype.empty()) return;
   const auto problem = sourcetypeProblem(sourcetype);
   if (!problem.empty()) throw InspectError("--as " + sourcetype + ": " + std::string(problem));
@@ -79,7 +79,7 @@ void checkSourcetype(ConfStore& store, const std::string& sourcetype) {
   }
 }
 
-void printPreview(const Preview& preview, const Options& options, const Output& out) {
+void printPreview(const Preview& preview, const PreviewOptions& options, const Output& out) {
   const auto summary = summarise(preview.events);
   const auto shown =
       std::span(preview.events).first(std::min(preview.events.size(), options.maxEvents));
@@ -125,7 +125,7 @@ void checkBlanks(const PropertiesMap& tried) {
 
 // A sourcetype that only this preview has made has no stanza to write into: its name is settled
 // when sourcetype(1) learns the file.
-void checkMaySave(Session& session, const Options& options, const std::string& sourcetype) {
+void checkMaySave(Session& session, const PreviewOptions& options, const std::string& sourcetype) {
   if (!options.sourcetype.empty()) return;
   ConfStore store(session.etc());
   if (sourcetype.empty() || !store.stanzaExists(store.getProps(), sourcetype)) {
@@ -134,7 +134,7 @@ void checkMaySave(Session& session, const Options& options, const std::string& s
   }
 }
 
-void runPreview(Session& session, const Options& options) {
+void runPreview(Session& session, const PreviewOptions& options) {
   if (options.save && options.assignments.empty()) {
     throw InspectError("--save needs settings to save: --set KEY=VALUE");
   }
@@ -144,7 +144,7 @@ void runPreview(Session& session, const Options& options) {
   if (formats.forms().empty()) {
     Output::complain(pathToText(session.etc() / "datetime.xml") + " has no forms of timestamps");
   }
-  checkSourcetype(store, options.sourcetype);
+  checkPreviewedSourcetype(store, options.sourcetype);
   const bool fromStandardInput = options.file == "-";
   PreviewRequest request{.path = pathFromText(fromStandardInput ? "stdin" : options.file),
                          .sourcetype = options.sourcetype,
@@ -174,7 +174,7 @@ void runPreview(Session& session, const Options& options) {
 
 void addPreviewVerb(CLI::App& app, Session& session) {
   Verb verb(app, "preview", "The events of a log and their times");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<PreviewOptions>();
   verb.addWord("FILE", options->file, "A log, also compressed, or - for standard input",
                Verb::Presence::Required);
   verb.addOption("--as", options->sourcetype, "NAME", "Use the settings of this sourcetype");

@@ -36,7 +36,7 @@ namespace {
 
 using std::filesystem::path;
 
-struct Options {
+struct ReportOptions {
   std::vector<std::string> paths;
   std::string output;
   std::size_t threads = 1;
@@ -98,7 +98,7 @@ std::string now() {
   return instantText(std::chrono::floor<std::chrono::seconds>(seconds).count(), 0);
 }
 
-void write(const path& target, const std::string& html) {
+void writePage(const path& target, const std::string& html) {
   try {
     replaceFile(target, html);
   } catch (const std::system_error& error) {
@@ -106,7 +106,7 @@ void write(const path& target, const std::string& html) {
   }
 }
 
-void report(Session& session, const Options& options) {
+void report(Session& session, const ReportOptions& options) {
   const path target = checkedTarget(options.output);
   ReportPage page({.created = now(), .home = pathToText(session.home()), .paths = options.paths});
   const auto roots = session.existingPaths(options.paths);
@@ -116,7 +116,7 @@ void report(Session& session, const Options& options) {
   const InterruptGuard interrupt;
   scanInto(page, session, roots, options.threads);
   addFindings(page, session);
-  write(target, page.html());
+  writePage(target, page.html());
   if (session.out().isQuiet()) return;
   if (session.out().isJson()) {
     Output::printJson({{"report", options.output}, {"files", page.fileCount()}});
@@ -129,7 +129,7 @@ void report(Session& session, const Options& options) {
 
 void addReportVerb(CLI::App& app, Session& session) {
   Verb verb(app, "report", "A page for a browser of the files below paths");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ReportOptions>();
   verb.addWords("PATH", options->paths,
                 "Files and directories, or - for paths on standard input, one a line",
                 Verb::Presence::Required);

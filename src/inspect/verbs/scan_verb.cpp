@@ -25,7 +25,7 @@ namespace {
 
 using std::filesystem::path;
 
-struct Options {
+struct ScanOptions {
   std::vector<std::string> paths;
   bool csv = false;
   std::size_t threads = 1;
@@ -105,7 +105,7 @@ Status statusOf(const ScanSummary& summary) {
   return summary.hasFindings() ? Status::Found : Status::Fine;
 }
 
-void scan(Session& session, const Options& options) {
+void scan(Session& session, const ScanOptions& options) {
   const Output& out = session.out();
   if (options.csv && out.isJson()) throw InspectError("--csv and --json exclude each other");
   const path etc = session.etc();
@@ -133,7 +133,7 @@ void scan(Session& session, const Options& options) {
 void addScanVerb(CLI::App& app, Session& session) {
   Verb verb(app, "scan",
             "The sourcetype of each file below paths, and a summary; reads archives too");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ScanOptions>();
   verb.addWords("PATH", options->paths,
                 "Files and directories, or - for paths on standard input, one a line",
                 Verb::Presence::Required);

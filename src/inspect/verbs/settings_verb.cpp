@@ -18,7 +18,7 @@
 namespace sourcetype {
 namespace {
 
-struct Options {
+struct SettingsOptions {
   std::string name;
   bool all = false;
 };
@@ -53,7 +53,7 @@ Effective effectiveSettings(ConfStore& store, const std::string& name) {
   return effective;
 }
 
-void printSettings(Session& session, const Options& options) {
+void printSettings(Session& session, const SettingsOptions& options) {
   MemoryStorage edits;
   ConfStore store(session.etc(), edits);
   const auto effective = effectiveSettings(store, options.name);
@@ -70,7 +70,7 @@ void printSettings(Session& session, const Options& options) {
 void addSettingsVerb(CLI::App& app, Session& session) {
   Verb verb(app, "settings",
             "The effective settings of a sourcetype or file, each with file and line");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<SettingsOptions>();
   verb.addWord("NAME|FILE", options->name, "A sourcetype, or a file", Verb::Presence::Required);
   verb.addFlag("--all", options->all, "Also what the settings hide");
   verb.onUse([&session, options] { printSettings(session, *options); });

@@ -7,6 +7,7 @@
 #include "classifier/models/model.h"
 #include "classifier/models/model_retraining.h"
 #include "conf/stanza_kinds.h"
+#include "support/samples.h"
 #include "support/table.h"
 #include "support/temp_tree.h"
 
@@ -14,6 +15,7 @@ namespace sourcetype {
 namespace {
 
 using sourcetype::testing::repeated;
+using sourcetype::testing::sampleOf;
 using sourcetype::testing::TempTree;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
@@ -29,10 +31,6 @@ constexpr const char* kOld = "apps/learned/local/sourcetypes.conf.old";
 constexpr const char* kApples = "apple (red);\n";
 constexpr const char* kPears = "pear; #[green]=\\ [\n";
 constexpr const char* kPlums = "plum/blue?\n";
-
-Sample sampleOf(const std::string& text) {
-  return readSampleText(text, {}, "text");
-}
 
 // One run of the program on a configuration tree.
 struct ProgramRun {
